@@ -1,0 +1,81 @@
+# How a room becomes a target. Every function takes all sources of its folder: to add a file is to build it.
+include_guard()
+include(GoogleTest)
+
+function(_ostrel_flags target)
+  target_compile_definitions(${target} PRIVATE
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
+    QT_NO_URL_CAST_FROM_STRING)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wno-missing-field-initializers -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
+    -fopenmp-simd)  # the simd pragmas of sample loops, no threads
+  if(OSTREL_WARNINGS_AS_ERRORS)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  if(OSTREL_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=address,undefined -fno-omit-frame-pointer
+      -fno-sanitize-recover=all)
+    target_link_options(${target} PRIVATE -fsanitize=address,undefined)
+  endif()
+  if(OSTREL_FUZZ)
+    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all)
+    target_link_options(${target} PRIVATE -fsanitize=address,undefined)
+  endif()
+endfunction()
+
+# ostrel_library(NAME [DEPENDS rooms...] [LINK libraries...]): one static library for this folder, ostrel_<NAME>.
+# Rooms are named without the prefix; the linker then refuses a call against the arrows.
+function(ostrel_library name)
+  cmake_parse_arguments(arg "" "" "DEPENDS;LINK" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h)
+  list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
+  add_library(ostrel_${name} STATIC ${sources})
+  target_include_directories(ostrel_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+  list(TRANSFORM arg_DEPENDS PREPEND ostrel_)
+  target_link_libraries(ostrel_${name} PUBLIC Qt6::Core QCoro::Core ${arg_DEPENDS} ${arg_LINK})
+  target_precompile_headers(ostrel_${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled.h)
+  _ostrel_flags(ostrel_${name})
+endfunction()
+
+# ostrel_program(NAME [DEPENDS rooms...] [LINK libraries...]): an installed program made of this folder's main.cpp.
+function(ostrel_program name)
+  cmake_parse_arguments(arg "" "" "DEPENDS;LINK" ${ARGN})
+  add_executable(${name} main.cpp)
+  list(TRANSFORM arg_DEPENDS PREPEND ostrel_)
+  target_link_libraries(${name} PRIVATE ${arg_DEPENDS} ${arg_LINK})
+  target_compile_definitions(${name} PRIVATE OSTREL_VERSION="${PROJECT_VERSION}")
+  _ostrel_flags(${name})
+  install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endfunction()
+
+# ostrel_tests(NAME [DEPENDS rooms...] [LINK libraries...]): one test program for this folder, its cases found by ctest.
+function(ostrel_tests name)
+  cmake_parse_arguments(arg "" "" "DEPENDS;LINK" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h)
+  add_executable(${name}_tests ${sources})
+  target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  list(TRANSFORM arg_DEPENDS PREPEND ostrel_)
+  target_link_libraries(${name}_tests PRIVATE ostrel_test_support ${arg_DEPENDS} ${arg_LINK} GTest::gmock)
+  target_precompile_headers(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/precompiled.h)
+  _ostrel_flags(${name}_tests)
+  gtest_discover_tests(${name}_tests
+    TEST_PREFIX "${name}/" DISCOVERY_TIMEOUT 120
+    PROPERTIES TIMEOUT 300)
+endfunction()
+
+# ostrel_fuzz_target(NAME [DEPENDS rooms...]): NAME.cpp defines LLVMFuzzerTestOneInput. With OSTREL_FUZZ it is a
+# libFuzzer program; otherwise it replays tests/fuzz/corpus/NAME, which ctest runs.
+function(ostrel_fuzz_target name)
+  cmake_parse_arguments(arg "" "" "DEPENDS;LINK" ${ARGN})
+  list(TRANSFORM arg_DEPENDS PREPEND ostrel_)
+  set(corpus ${PROJECT_SOURCE_DIR}/tests/fuzz/corpus/${name})
+  add_executable(${name}_fuzz ${name}.cpp)
+  target_link_libraries(${name}_fuzz PRIVATE ${arg_DEPENDS} ${arg_LINK})
+  _ostrel_flags(${name}_fuzz)
+  if(OSTREL_FUZZ)
+    target_link_options(${name}_fuzz PRIVATE -fsanitize=fuzzer)
+    add_test(NAME fuzz/${name} COMMAND ${name}_fuzz -runs=0 ${corpus})
+  else()
+    target_sources(${name}_fuzz PRIVATE replay_main.cpp)
+    add_test(NAME fuzz/${name} COMMAND ${name}_fuzz ${corpus})
+  endif()
+endfunction()

@@ -1,0 +1,20 @@
+// What nearly every source file includes, compiled once per room.
+#pragma once
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QObject>
+#include <QProperty>
+#include <QString>
+#include <QStringList>
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
