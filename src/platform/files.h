@@ -1,0 +1,75 @@
+// File operations that must never lose a recording. All may be called from any thread.
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <optional>
+#include <stdexcept>
+
+namespace ostrel {
+
+// An operation on a file failed; `description` is a sentence that names the file and the platform's reason.
+class FileError : public std::runtime_error {
+public:
+    explicit FileError(const QString& text) : std::runtime_error(text.toStdString()), description(text) {}
+    QString description;
+};
+
+namespace files {
+
+// With its parents. No error if it is there already.
+void createFolder(const QString& path);
+
+// Moves a file, across file systems too. Never replaces what stands at `to`: that is an error, and both files stay.
+void move(const QString& from, const QString& to);
+
+// Removes one file. A missing file is an error.
+void remove(const QString& path);
+
+// For temporary files and folders of our own, where nothing depends on success.
+void removeQuietly(const QString& path);
+void removeFolderQuietly(const QString& path);
+
+QByteArray read(const QString& path);
+void writeAtomically(const QString& path, const QByteArray& contents);
+
+// "{temporary folder}/{UUID}.{extension}", not created.
+QString temporaryPath(const QString& extension);
+
+// What a walk through a folder found.
+struct Listing {
+    QStringList files;      // regular files with one of the extensions, in natural order of their paths
+    QStringList unreadable; // one sentence each: folders that could not be opened, names that are not UTF-8
+};
+
+// Regular files below `folder` whose extension, in lower case, is in `extensions`; an empty list takes every file.
+// Links are left out, and so are hidden entries (with a leading point) unless they are asked for. Nothing at all if the
+// folder itself can't be opened.
+enum class HiddenEntries { leftOut, included };
+std::optional<Listing> list(const QString& folder, bool recursive, const QStringList& extensions,
+                            HiddenEntries hidden = HiddenEntries::leftOut);
+
+} // namespace files
+
+// Takes back what a failed job left at its output path. Made before the job: what stood there untouched stays there.
+class PartialOutput {
+public:
+    explicit PartialOutput(const QString& path);
+
+    // Removes the file if the job made or changed it.
+    void discard() const;
+
+private:
+    struct Stamp {
+        quint64 device = 0, inode = 0, size = 0;
+        qint64 modifiedNanoseconds = 0;
+        bool operator==(const Stamp&) const = default;
+    };
+    static std::optional<Stamp> stamp(const QString& path);
+
+    QString path_;
+    std::optional<Stamp> before_;
+};
+
+} // namespace ostrel
