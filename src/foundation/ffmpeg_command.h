@@ -1,0 +1,17 @@
+// What every ffmpeg command line and every ffmpeg failure of the system has in common.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+namespace ostrel {
+
+// ffmpeg's encoder for an output format (in any case): by depth for PCM containers, little-endian in AIFF too
+// (settled).
+QString codecForFormat(const QString& format, std::optional<int> bitDepth);
+
+// The line of a failed run's standard error that tells why.
+QString extractFFmpegError(const QString& standardError);
+
+} // namespace ostrel

@@ -1,0 +1,35 @@
+// The log that a person reads.
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+#include <QUuid>
+#include <vector>
+
+namespace ostrel {
+
+enum class LogLevel { info, success, warning, error };
+enum class LogCategory { scan, process, metadata, cleanup, system };
+
+QString rawText(LogLevel level);       // "INFO", "OK", "WARN", "ERROR"
+QString rawText(LogCategory category); // "SCAN", "PROCESS", "META", "CLEANUP", "SYSTEM"
+
+struct ProcessingLogEntry {
+    QUuid id = QUuid::createUuid();
+    QDateTime timestamp = QDateTime::currentDateTime();
+    LogLevel level = LogLevel::info;
+    LogCategory category = LogCategory::system;
+    QString message;
+    QString baseName; // the item that it speaks of; not printed
+
+    bool operator==(const ProcessingLogEntry&) const = default;
+
+    // "[14:03:59] [OK] [PROCESS] Created: Take1.wav", local time.
+    QString formattedEntry() const;
+};
+
+// A whole log as text, without a line break at its end.
+QString exportToText(const std::vector<ProcessingLogEntry>& entries, const QString& sourcePath, const QString& mode,
+                     const QString& layout);
+
+} // namespace ostrel
