@@ -1,0 +1,188 @@
+#include "metadata/metadata_engine.h"
+
+#include "metadata/core_document.h"
+#include "platform/child_process.h"
+#include "platform/files.h"
+#include "platform/paths.h"
+#include "platform/regular_expression.h"
+#include "platform/standard_folders.h"
+#include "platform/text.h"
+
+#include <QDir>
+
+namespace ostrel {
+namespace {
+
+struct Field {
+    QString name;
+    RegularExpression pattern; // over the CORE XML; group 1 is the value, entities and all
+    bool isWrittenBack;
+};
+
+const std::vector<Field>& fields() {
+    static const std::vector<Field> table = [] {
+        std::vector<Field> result;
+        for (const char* text : {"Description", "Originator", "OriginatorReference", "OriginationDate",
+                                 "OriginationTime", "TimeReference", "CodingHistory", "ICMT", "ITCH"}) {
+            const QString name = QString::fromLatin1(text);
+            // The coding history is read and never written on this road: meant.
+            result.push_back(
+                {name,
+                 RegularExpression(QStringLiteral("<%1>(.+?)</%1>").arg(name), RegularExpression::dotMatchesLineBreaks),
+                 name != QStringLiteral("CodingHistory")});
+        }
+        return result;
+    }();
+    return table;
+}
+
+QString errorText(const ProcessResult& result) {
+    return decodeUtf8(result.standardError).value_or(QStringLiteral("Unknown error"));
+}
+
+// Whether a row of bwfmetaedit's CORE table holds metadata. Cells are cut at every comma, quotes are not looked at.
+bool rowHoldsMetadata(const QString& row) {
+    const QStringList cells = row.split(u',');
+    const auto cell = [&](qsizetype index) { return index < cells.size() ? cells[index].trimmed() : QString(); };
+    constexpr qsizetype timeReference = 7;
+    constexpr qsizetype originatorReference = 3;
+    if (!cell(timeReference).isEmpty() && cell(timeReference) != QStringLiteral("0")) return true;
+    if (!cell(originatorReference).isEmpty()) return true;
+    return std::count_if(cells.begin(), cells.end(), [](const QString& text) { return !text.trimmed().isEmpty(); }) >=
+           2;
+}
+
+} // namespace
+
+QString MetadataError::errorDescription() const {
+    switch (kind) {
+    case Kind::processLaunchFailure: return QStringLiteral("Failed to launch bwfmetaedit: ") + text;
+    case Kind::fileNotFound: return QStringLiteral("File not found: ") + text;
+    case Kind::coreExportFailed: return QStringLiteral("Failed to export CORE document");
+    case Kind::coreImportFailed: break;
+    }
+    return QStringLiteral("Failed to import CORE document");
+}
+
+MetadataEngine::MetadataEngine(const QString& bwfmetaeditPath, const QString& sessionID)
+    : bwfmetaeditPath_(bwfmetaeditPath), sessionTempFolder_(paths::append(cacheFolder(), sessionID)) {
+    QDir().mkpath(sessionTempFolder_);
+}
+
+MetadataResult MetadataEngine::copyMetadata(const QString& source, const QString& target) const {
+    QDir().mkpath(sessionTempFolder_); // an earlier job of the session may have cleaned it up meanwhile
+    const QString document = paths::append(sessionTempFolder_, freshUuid() + QStringLiteral(".xml"));
+    const MetadataResult exported = exportCORE(source, document);
+    if (!exported.success) return preservedOr(target, QStringLiteral("Failed to export CORE: ") + exported.message);
+    try {
+        reaimCoreDocumentFile(document, target);
+    } catch (const FileError& error) {
+        return preservedOr(target, QStringLiteral("Failed to modify CORE: ") + error.description);
+    } catch (const CoreDocumentError& error) {
+        return preservedOr(target, QStringLiteral("Failed to modify CORE: ") + error.description);
+    }
+    const MetadataResult imported = importCORE(document, target);
+    files::removeQuietly(document);
+    return imported.success ? imported : preservedOr(target, imported.message);
+}
+
+QMap<QString, MetadataResult> MetadataEngine::copyMetadataToMultiple(const QString& source,
+                                                                     const QStringList& targets) const {
+    QMap<QString, MetadataResult> results;
+    try {
+        const BWFMetadata metadata = extractBWFFields(source);
+        for (const QString& target : targets) {
+            try {
+                results.insert(target, applyBWFFields(metadata, target));
+            } catch (const MetadataError& error) {
+                results.insert(target, {false, QStringLiteral("Error: ") + error.errorDescription()});
+            }
+        }
+    } catch (const MetadataError&) {
+        for (const QString& target : targets) {
+            results.insert(target, {false, QStringLiteral("Failed to extract metadata")});
+        }
+    }
+    return results;
+}
+
+void MetadataEngine::cleanup() const { files::removeFolderQuietly(sessionTempFolder_); }
+
+void MetadataEngine::cleanupOldSessions(const QDateTime& now) {
+    constexpr qint64 aDay = 86'400;
+    const QStringList kept{QStringLiteral("manifests"), QStringLiteral("manifests_v2")};
+    const QDir folder(cacheFolder());
+    for (const QFileInfo& entry : folder.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)) {
+        const QDateTime created = entry.birthTime();
+        if (kept.contains(entry.fileName()) || !created.isValid() || created.secsTo(now) <= aDay) continue;
+        if (entry.isDir() && !entry.isSymLink()) {
+            files::removeFolderQuietly(entry.filePath());
+        } else {
+            files::removeQuietly(entry.filePath());
+        }
+    }
+}
+
+MetadataResult MetadataEngine::exportCORE(const QString& from, const QString& to) const {
+    return runTool({QStringLiteral("--out-core=") + to, from}, QStringLiteral("CORE exported successfully"));
+}
+
+MetadataResult MetadataEngine::importCORE(const QString& from, const QString& to) const {
+    return runTool({QStringLiteral("--in-core=") + from, to}, QStringLiteral("Metadata imported successfully"),
+                   paths::parent(to));
+}
+
+MetadataResult MetadataEngine::applyBWFFields(const BWFMetadata& metadata, const QString& target) const {
+    QStringList arguments;
+    for (const Field& field : fields()) {
+        const QString value = metadata.value(field.name);
+        if (field.isWrittenBack && !value.isEmpty()) arguments << QStringLiteral("--%1=%2").arg(field.name, value);
+    }
+    return runTool(arguments << target, QStringLiteral("Metadata applied successfully"));
+}
+
+BWFMetadata MetadataEngine::extractBWFFields(const QString& path) const {
+    std::optional<QString> document;
+    try {
+        const ProcessResult result =
+            ChildProcess::runForResult(bwfmetaeditPath_, {QStringLiteral("--out-core-xml=-"), path});
+        if (result.succeeded()) document = decodeUtf8(result.standardOutput);
+    } catch (const ProcessLaunchError& error) {
+        throw MetadataError(MetadataError::Kind::processLaunchFailure, error.description);
+    }
+    if (!document) throw MetadataError(MetadataError::Kind::coreExportFailed);
+    BWFMetadata metadata;
+    for (const Field& field : fields()) {
+        if (const auto match = field.pattern.firstMatch(*document)) metadata.insert(field.name, match->text(1));
+    }
+    return metadata;
+}
+
+bool MetadataEngine::verifyMetadataExists(const QString& path) const {
+    try {
+        const ProcessResult result =
+            ChildProcess::runForResult(bwfmetaeditPath_, {QStringLiteral("--out-core=-"), path});
+        const QStringList lines = result.outputText().split(u'\n', Qt::SkipEmptyParts);
+        return lines.size() >= 2 && rowHoldsMetadata(lines[1]);
+    } catch (const ProcessLaunchError&) {
+        return false;
+    }
+}
+
+MetadataResult MetadataEngine::preservedOr(const QString& target, const QString& failure) const {
+    if (verifyMetadataExists(target)) return {true, QStringLiteral("Metadata preserved (via ffmpeg)")};
+    return {false, failure};
+}
+
+MetadataResult MetadataEngine::runTool(const QStringList& arguments, const QString& successMessage,
+                                       const QString& workingFolder) const {
+    try {
+        const ProcessResult result = ChildProcess::runSilently(bwfmetaeditPath_, arguments,
+                                                               ChildProcess::StandardError::captured, workingFolder);
+        return result.succeeded() ? MetadataResult{true, successMessage} : MetadataResult{false, errorText(result)};
+    } catch (const ProcessLaunchError& error) {
+        throw MetadataError(MetadataError::Kind::processLaunchFailure, error.description);
+    }
+}
+
+} // namespace ostrel

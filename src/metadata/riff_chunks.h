@@ -1,0 +1,51 @@
+// Lifts the metadata chunks worth keeping out of a WAV file and splices them into what ffmpeg made of it.
+//
+// Classic RIFF/WAVE with 32-bit sizes ("Multimedia Programming Interface and Data Specifications 1.0", IBM and
+// Microsoft, 1991): 12 bytes of header, then chunks of a four-character id, a little-endian size, the payload, and a
+// pad byte where the size is odd. Both classes hold no state, walk headers by seeking, and block their caller.
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <stdexcept>
+#include <vector>
+
+namespace ostrel {
+
+struct RIFFChunk {
+    QByteArray id;       // four characters as read, trailing blank included
+    QByteArray data;     // the payload without its pad byte
+    qint64 position = 0; // where the chunk's id stood in its source; for information only
+
+    bool operator==(const RIFFChunk&) const = default;
+};
+
+class RIFFError : public std::runtime_error {
+public:
+    enum class Kind { invalidFile, readError };
+    RIFFError(Kind errorKind, const QString& payload);
+    QString errorDescription() const;
+
+    Kind kind;
+    QString text;
+};
+
+class RIFFChunkReader {
+public:
+    // The chunks SMED, iXML, aXML, XMP, MD5, UMID, acid, Tdat and cart in file order, duplicates included. A chunk that
+    // overruns the file, or an id that is not ASCII, ends the walk, and what was found so far is the result.
+    // Throws RIFFError for what is no RIFF/WAVE (RF64 included) and for a chunk too large to hold (256 MiB), FileError
+    // for what can't be read.
+    static std::vector<RIFFChunk> extractPreservableChunks(const QString& url);
+};
+
+class RIFFChunkWriter {
+public:
+    // Puts the chunks directly ahead of the file's `data` chunk and sets the RIFF size. Nothing is replaced or removed.
+    // The file is changed in place: its tail moves up through a fixed buffer, without a temporary file. The room for
+    // that is taken first, so a full disk leaves the file as it was. Throws RIFFError or FileError; a file that would
+    // not fit 32-bit sizes is refused untouched.
+    static void injectPreservedChunks(const QString& url, const std::vector<RIFFChunk>& preservedChunks);
+};
+
+} // namespace ostrel

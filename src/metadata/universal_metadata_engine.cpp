@@ -1,0 +1,244 @@
+#include "metadata/universal_metadata_engine.h"
+
+#include "foundation/debug_log.h"
+#include "foundation/domain_error.h"
+#include "metadata/ixml_surgery.h"
+#include "platform/child_process.h"
+#include "platform/diagnostics.h"
+#include "platform/files.h"
+#include "platform/paths.h"
+#include "platform/standard_folders.h"
+#include "platform/text.h"
+
+#include <QDir>
+#include <QFile>
+#include <algorithm>
+
+namespace ostrel {
+namespace {
+
+DomainError engineError(const QString& description) {
+    return DomainError(QStringLiteral("UniversalMetadataEngine"), 1, description);
+}
+
+// A folder of its own for one document; gone at the end of the scope.
+class TemporaryDocument {
+public:
+    TemporaryDocument(const QString& name, const QString& text)
+        : folder_(paths::append(temporaryFolder(), freshUuid())) {
+        files::createFolder(folder_);
+        try {
+            files::writeAtomically(path_ = paths::append(folder_, name), text.toUtf8());
+        } catch (const FileError&) {
+            files::removeFolderQuietly(folder_);
+            throw;
+        }
+    }
+    ~TemporaryDocument() { files::removeFolderQuietly(folder_); }
+    TemporaryDocument(const TemporaryDocument&) = delete;
+    TemporaryDocument& operator=(const TemporaryDocument&) = delete;
+
+    QString path() const { return path_; }
+
+private:
+    QString folder_;
+    QString path_;
+};
+
+QString orUnknown(const QString& text) { return text.isEmpty() ? QStringLiteral("unknown") : text; }
+
+void readChunks(const QString& url, MetadataPreservationResult& result) {
+    const auto warn = [&](const QString& reason) {
+        result.logMessages << QStringLiteral("⚠️  RIFF chunk extraction failed: ") + reason;
+    };
+    try {
+        result.riffChunks = RIFFChunkReader::extractPreservableChunks(url);
+    } catch (const RIFFError& error) {
+        warn(error.errorDescription());
+    } catch (const FileError& error) {
+        warn(error.description);
+    }
+    if (result.riffChunks.empty()) return;
+    result.logMessages << QStringLiteral("📦 Extracted %1 RIFF chunks").arg(result.riffChunks.size());
+    for (const RIFFChunk& chunk : result.riffChunks) {
+        result.logMessages
+            << QStringLiteral("   • %1 (%2 bytes)").arg(QString::fromLatin1(chunk.id)).arg(chunk.data.size());
+    }
+}
+
+QString injectChunks(const QString& target, const std::vector<RIFFChunk>& chunks) {
+    const QString name = paths::lastComponent(target);
+    const auto failure = [&](const QString& reason) {
+        return QStringLiteral("⚠️  RIFF chunk injection failed for %1: %2").arg(name, reason);
+    };
+    try {
+        RIFFChunkWriter::injectPreservedChunks(target, chunks);
+    } catch (const RIFFError& error) {
+        return failure(error.errorDescription());
+    } catch (const FileError& error) {
+        return failure(error.description);
+    }
+    return QStringLiteral("✅ RIFF chunks injected: ") + name;
+}
+
+QString nowAsIso8601() { return QDateTime::currentDateTimeUtc().toString(Qt::ISODate); }
+
+// A scene may hold a slash; the file must not leave its folder for it.
+QString takeManifestPath(const QString& folder, const SceneTakeInfo& sceneInfo) {
+    QString name = sceneInfo.manifestKey() + QStringLiteral(".json");
+    return paths::append(folder, name.replace(u'/', u'-'));
+}
+
+void writePlainly(const QString& path, const QByteArray& contents) {
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(contents) != contents.size() ||
+        !file.flush()) {
+        throw FileError(QStringLiteral("Could not write %1: %2").arg(path, file.errorString()));
+    }
+}
+
+} // namespace
+
+UniversalMetadataEngine::UniversalMetadataEngine(const QString& bwfmetaeditPath)
+    : bwfmetaeditPath_(bwfmetaeditPath), metadataEngine_(bwfmetaeditPath, freshUuid()),
+      manifestCacheDir_(takeManifestCacheFolder()) {
+    QDir().mkpath(manifestCacheDir_); // a failure shows when a manifest is written
+}
+
+UniversalMetadataEngine::~UniversalMetadataEngine() { metadataEngine_.cleanup(); }
+
+MetadataPreservationResult UniversalMetadataEngine::extractMetadata(const QString& url, bool enableRIFFChunks) const {
+    MetadataPreservationResult result;
+    if (enableRIFFChunks) readChunks(url, result);
+    result.hasBWF = readBWF(url, result.logMessages);
+    readiXML(url, result);
+    return result;
+}
+
+bool UniversalMetadataEngine::readBWF(const QString& url, QStringList& log) const {
+    try {
+        const ProcessResult printed =
+            ChildProcess::runForResult(bwfmetaeditPath_, {QStringLiteral("--out-core=-"), url});
+        if (printed.outputText().split(u'\n', Qt::SkipEmptyParts).size() < 2) return false;
+    } catch (const ProcessLaunchError& error) {
+        log << QStringLiteral("⚠️  BWF extraction failed: ") + error.description;
+        return false;
+    }
+    log << QStringLiteral("✅ BWF metadata extracted");
+    return true;
+}
+
+void UniversalMetadataEngine::readiXML(const QString& url, MetadataPreservationResult& result) const {
+    try {
+        const QString xml = extractiXMLString(url);
+        result.sceneInfo = parseSceneTakeInfo(xml);
+        result.timecode = parseTimecodeInfo(xml);
+    } catch (const ProcessLaunchError& error) {
+        result.logMessages << QStringLiteral("⚠️  iXML extraction failed: ") + error.description;
+    } catch (const DomainError& error) {
+        result.logMessages << QStringLiteral("⚠️  iXML extraction failed: ") + error.errorDescription();
+    }
+    if (result.sceneInfo) {
+        result.hasiXML = true;
+        result.logMessages
+            << QStringLiteral("✅ iXML metadata extracted: %1 T%2").arg(result.sceneInfo->scene, result.sceneInfo->take);
+    }
+    if (result.timecode) {
+        result.hasTimecode = true;
+        result.logMessages << QStringLiteral("✅ Timecode present: %1 @ %2")
+                                  .arg(orUnknown(result.timecode->timecodeRate),
+                                       orUnknown(result.timecode->timecodeFlag));
+    }
+}
+
+QStringList UniversalMetadataEngine::applyMetadata(const QStringList& targets, const QString& source,
+                                                   const MetadataPreservationResult& preservationResult,
+                                                   bool enableRIFFChunks, bool enableBWF, bool enableiXML) const {
+    QStringList log;
+    for (const QString& target : targets) {
+        const QString name = paths::lastComponent(target);
+        if (enableRIFFChunks && !preservationResult.riffChunks.empty()) {
+            log << injectChunks(target, preservationResult.riffChunks);
+        }
+        if (enableBWF && preservationResult.hasBWF) {
+            const MetadataResult copied = metadataEngine_.copyMetadataToMultiple(source, {target}).value(target);
+            log << (copied.success ? QStringLiteral("✅ BWF metadata copied: ") + name
+                                   : QStringLiteral("⚠️  BWF copy failed for %1: %2").arg(name, copied.message));
+        }
+        if (enableiXML && preservationResult.hasiXML) {
+            log << QStringLiteral("ℹ️  iXML preservation delegated to ffmpeg -map_metadata 0");
+        }
+    }
+    return log;
+}
+
+void UniversalMetadataEngine::saveManifest(const SceneTakeInfo& sceneInfo, const QStringList& trackNames,
+                                           const std::optional<std::vector<int>>& trackOrder,
+                                           const std::optional<TimecodeInfo>& timecode,
+                                           const QMap<QString, QString>& additionalMetadata) const {
+    const TakeManifest manifest{sceneInfo, trackNames, trackOrder, timecode, additionalMetadata};
+    writePlainly(takeManifestPath(manifestCacheDir_, sceneInfo), manifest.toJson(nowAsIso8601()));
+    printDiagnostic(QStringLiteral("💾 Manifest saved: %1.json").arg(sceneInfo.manifestKey()));
+}
+
+void UniversalMetadataEngine::normalizeiXMLForSingleTrack(const QString& sourceURL, const QString& outputURL,
+                                                          int /*trackIndex*/, const QString& trackName,
+                                                          int channelIndex, int interleaveIndex) const {
+    const QString document = performUniversalXMLSurgery(
+        extractiXMLString(sourceURL), singleTrackList(channelIndex, interleaveIndex, trackName), generateFileUID());
+    writeiXML(document, QStringLiteral("normalized_ixml.xml"), outputURL, QStringLiteral("Failed to normalize iXML"));
+}
+
+QStringList UniversalMetadataEngine::rebuildMultiTrackiXML(const QStringList& isoFiles,
+                                                           const QString& outputURL) const {
+    if (isoFiles.isEmpty()) throw engineError(QStringLiteral("No ISO files to rebuild the iXML from"));
+    const QString sourceXML = extractiXMLString(isoFiles.front());
+    std::vector<TrackIndices> tracks;
+    QStringList withoutIndices;
+    for (const QString& iso : isoFiles) {
+        if (const auto indices = extractTrackIndicesFromiXML(iso)) {
+            tracks.push_back(*indices);
+        } else {
+            withoutIndices << iso;
+            appendToDebugLog(
+                QStringLiteral("UniversalMetadataEngine"),
+                QStringLiteral("⚠️ No track indices in the iXML of %1, its track is left out of the list of %2")
+                    .arg(paths::lastComponent(iso), paths::lastComponent(outputURL)));
+        }
+    }
+    std::ranges::stable_sort(tracks, {}, &TrackIndices::interleaveIndex);
+    const QString document = performUniversalXMLSurgery(sourceXML, multiTrackList(tracks), generateFileUID());
+    writeiXML(document, QStringLiteral("multi_track_ixml.xml"), outputURL,
+              QStringLiteral("Failed to rebuild multi-track iXML"));
+    return withoutIndices;
+}
+
+std::optional<TrackIndices> UniversalMetadataEngine::extractTrackIndicesFromiXML(const QString& fileURL) const {
+    try {
+        return parseTrackIndicesFromiXML(extractiXMLString(fileURL));
+    } catch (const ProcessLaunchError&) {
+        return std::nullopt; // no tool, no indices
+    } catch (const DomainError&) {
+        return std::nullopt; // not text
+    }
+}
+
+QString UniversalMetadataEngine::extractiXMLString(const QString& url) const {
+    const ProcessResult printed = ChildProcess::runForResult(bwfmetaeditPath_, {QStringLiteral("--out-iXML=-"), url});
+    const std::optional<QString> text = decodeUtf8(printed.standardOutput);
+    if (!text) throw engineError(QStringLiteral("The iXML of %1 is not UTF-8").arg(paths::lastComponent(url)));
+    // The tool ends its print with a line break that is not in the file. Kept, it would give a file without iXML an
+    // iXML chunk of that one character.
+    return text->endsWith(u'\n') ? text->chopped(1) : *text;
+}
+
+void UniversalMetadataEngine::writeiXML(const QString& document, const QString& documentName, const QString& outputURL,
+                                        const QString& failure) const {
+    const TemporaryDocument temporary(documentName, document);
+    const ProcessResult written =
+        ChildProcess::runSilently(bwfmetaeditPath_, {QStringLiteral("--in-iXML=") + temporary.path(), outputURL},
+                                  ChildProcess::StandardError::dropped);
+    if (!written.succeeded()) throw engineError(failure);
+}
+
+} // namespace ostrel
