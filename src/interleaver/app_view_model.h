@@ -1,0 +1,178 @@
+// The controller of the Interleaver tab: selection, scan, processing, options and log.
+//
+// Lives on the main thread as long as the window (or the command). One run has two phases, scan and process, each a
+// background task that `stopProcessing` ends before its next item. Views show the fields and call the actions.
+#pragma once
+
+#include "foundation/app_mode.h"
+#include "foundation/external_tool_detector.h"
+#include "foundation/interleave_group.h"
+#include "foundation/multi_channel_source.h"
+#include "foundation/processing_log.h"
+#include "foundation/record_list.h"
+#include "metadata/metadata_engine.h"
+#include "platform/background.h"
+#include "platform/desktop_services.h"
+
+#include <QCoro/QCoroTask>
+#include <QObject>
+#include <QProperty>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <memory>
+#include <optional>
+
+namespace ostrel {
+
+class AudioOutput;
+class InterleaveEngine;
+struct InterleaveResult;
+class LibraryScanner;
+class PlaybackManager;
+struct ScanRequest;
+
+class AppViewModel : public QObject {
+    Q_OBJECT
+
+public:
+    // A detector of its own unless one is given; `desktop` and `audio` outlive the controller.
+    AppViewModel(DesktopServices& desktop, AudioOutput& audio,
+                 std::unique_ptr<ExternalToolDetector> detector = nullptr);
+    ~AppViewModel() override;
+
+    QProperty<AppMode> currentMode{AppMode::interleave};
+    QProperty<ChannelLayout> selectedLayout{ChannelLayout::stereo};
+    QProperty<QString> sourceURL;
+    QProperty<QString> sourcePath;
+    QProperty<QStringList> selectedFiles;
+    QProperty<QString> outputURL;
+    QProperty<QString> outputPath;
+    QProperty<bool> useCustomOutput{false};
+    QProperty<bool> generateCSV{false};
+    RecordList<InterleaveGroup> interleaveGroups;
+    RecordList<MultiChannelSource> deinterleaveSources;
+    QProperty<ProcessingOptions> options;
+    QProperty<bool> showOptions{true};
+    QProperty<bool> showLog{false};
+    QProperty<bool> isScanning{false};
+    QProperty<bool> isProcessing{false};
+    QProperty<bool> isCancelled{false};
+    QProperty<bool> isAuditioning{false};
+    QProperty<double> progress{0}; // 0 to 1
+    QProperty<QString> currentItemName;
+    QProperty<QString> statusMessage;
+    RecordList<ProcessingLogEntry> logEntries;
+    QProperty<Appearance> appearance{Appearance::system}; // kept in the user's settings
+    QProperty<bool> showDeleteConfirmation{false};
+    QProperty<AppMode> deleteConfirmationMode{AppMode::interleave};
+
+    ExternalToolDetector& toolDetector() { return *toolDetector_; }
+    const ExternalToolDetector& toolDetector() const { return *toolDetector_; }
+
+    PlaybackManager& playbackManager() { return *playbackManager_; }
+
+    // Where the last report went; empty before there is one.
+    QString reportPath() const { return reportPath_; }
+
+    bool canScan() const;
+    bool canRun() const;
+    bool hasProcessableItems() const;
+    int totalCount() const;
+    int readyCount() const; // exactly `ready`: an L/R pair that is ready is not counted, deliberately
+    int errorCount() const;
+    int skippedCount() const;
+    int completedCount() const; // exactly `completed`, deliberately
+    int successCount() const;   // every item whose audio output stands
+
+    void selectSource();
+    // What the panel, a drop or the command line chose; the first decides the source folder.
+    void select(const QStringList& chosen);
+    void selectOutputFolder();
+    void setOutputFolder(const QString& folder);
+    void triggerAutoDetectLayout();
+    void clearResults();
+    void scan();
+    void startProcessing();
+    void stopProcessing();
+    void confirmDelete();
+    void recheckTools();
+    QString exportLogs() const;
+    void saveLogToFile();
+    void copyLogToClipboard();
+    void toggleAllInterleave(bool include);
+    void toggleAllDeinterleave(bool include);
+    void applyAppearance();
+
+    // Whether a scan, a job or a layout detection has not really ended. After a stop that is longer than `isScanning`
+    // and `isProcessing` tell, since a running child process finishes by itself.
+    bool hasRunningTask() const { return runningTasks_ > 0; }
+
+Q_SIGNALS:
+    void taskEnded();
+
+private:
+    // What one run of the loop needs, taken when it starts.
+    struct Job {
+        TaskHandle handle;
+        QString ffmpegPath;
+        QString ffprobePath;
+        QString bwfmetaeditPath;
+        std::optional<MetadataEngine> metadataEngine;
+        ChannelLayout layout;
+        ProcessingOptions options;
+        QString outputFolder;  // empty: beside the sources
+        QSet<QString> sources; // of every item in the list, selected or not: no output may replace one
+        QSet<QString> written; // outputs of this run: none of them may be overwritten by a later item
+
+        // Why these outputs must not be written; empty if they may.
+        QString refusal(const QStringList& outputs) const;
+    };
+
+    void log(LogLevel level, LogCategory category, const QString& message, const QString& baseName = QString());
+    void endTask();
+
+    // Scan phase, in app_view_model_scan.cpp
+    QCoro::Task<> detectLayout();
+    QCoro::Task<> performAutoDetectLayout();
+    QCoro::Task<> runScan(TaskHandle handle);
+    QCoro::Task<std::vector<InterleaveGroup>> pairHandPickedFiles(TaskHandle handle);
+    QCoro::Task<std::vector<InterleaveGroup>> scanFoldersForGroups(TaskHandle handle);
+    QCoro::Task<std::vector<MultiChannelSource>> scanForSources(TaskHandle handle);
+    ScanRequest scanRequest(const TaskHandle& handle);
+    LibraryScanner scanner() const;
+    bool selectionHasFolders() const;
+    void setDefaultOutputs(std::vector<InterleaveGroup>& groups) const;
+    void reportGroups();
+    void reportSources();
+
+    // Process phase, in app_view_model_process.cpp
+    QCoro::Task<> runProcessing(std::shared_ptr<Job> job);
+    QCoro::Task<> processInterleave(std::shared_ptr<Job> job);
+    QCoro::Task<> processGroup(std::shared_ptr<Job> job, std::size_t row);
+    QCoro::Task<> finishVerified(std::shared_ptr<Job> job, std::size_t row, InterleaveGroup group, QString output);
+    QCoro::Task<> cleanUpCertified(std::shared_ptr<Job> job, std::size_t row, InterleaveGroup group);
+    QCoro::Task<> finishWithMetadata(std::shared_ptr<Job> job, std::size_t row, InterleaveGroup group, QString output,
+                                     bool isFaithful);
+    QCoro::Task<> processDeinterleave(std::shared_ptr<Job> job);
+    QCoro::Task<> processSource(std::shared_ptr<Job> job, std::size_t row);
+    QCoro::Task<> handleCleanup(std::shared_ptr<Job> job, InterleaveGroup group);
+    QCoro::Task<> handleDeinterleaveCleanup(std::shared_ptr<Job> job, MultiChannelSource source);
+    QCoro::Task<QStringList> moveOrDelete(QStringList sources, bool move);
+    void keepOriginals(const QString& name);
+    void setGroupStatus(std::size_t row, const QUuid& id, const ProcessingStatus& status);
+    void setSourceStatus(std::size_t row, const QUuid& id, const ProcessingStatus& status);
+    void generateProcessingCSV(int successes);
+
+    DesktopServices& desktop_;
+    std::unique_ptr<ExternalToolDetector> toolDetector_;
+    std::unique_ptr<PlaybackManager> playbackManager_; // told when to stop; nothing here depends on it
+    const QString sessionID_;
+    std::optional<TaskHandle> scanningTask_;
+    std::optional<TaskHandle> processingTask_;
+    int runningTasks_ = 0;
+    QString reportPath_;
+    QPropertyNotifier appearanceNotifier_;
+};
+
+} // namespace ostrel

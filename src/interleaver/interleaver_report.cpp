@@ -1,0 +1,108 @@
+#include "interleaver/interleaver_report.h"
+
+#include "platform/paths.h"
+
+namespace ostrel {
+namespace {
+
+QStringList columns(const char16_t* text) { return QString::fromUtf16(text).split(u'|'); }
+
+const QString kNotKnown = QStringLiteral("N/A");
+
+QString formatWord(std::optional<ContainerKind> kind) { return kind ? reportName(*kind) : kNotKnown; }
+
+QString tierWord(std::optional<MetadataTier> tier) { return reportName(tier.value_or(MetadataTier::none)); }
+
+QString number(std::optional<int> value) { return value ? QString::number(*value) : kNotKnown; }
+
+// What became of the sources, by the options of the mode; those of items that gave no output were not touched.
+QString originalsWord(const ProcessingStatus& status, bool moved, bool deleted) {
+    using Kind = ProcessingStatus::Kind;
+    const bool done = status.kind == Kind::completed || status.kind == Kind::completedWithWarning;
+    if (done && moved) return QStringLiteral("Moved");
+    if (done && deleted) return QStringLiteral("Deleted");
+    return QStringLiteral("Kept");
+}
+
+QString originalsWord(const InterleaveGroup& group, const ProcessingOptions& options) {
+    // A certified merge went through the L/R clean-up and not through the options for originals.
+    if (group.status == ProcessingStatus::completedCarbonCopyCertified()) {
+        if (options.lrCleanupMode == LRCleanupMode::verifiedConsolidation) return QStringLiteral("Moved");
+        if (options.lrCleanupMode == LRCleanupMode::hardDelete) return QStringLiteral("Deleted");
+    }
+    return originalsWord(group.status, options.moveOriginalsInterleave, options.deleteOriginalsInterleave);
+}
+
+} // namespace
+
+ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const ChannelLayout& layout,
+                            const ProcessingOptions& options) {
+    ReportTable table;
+    table.headers = columns(u"Group|Channels|Source Files|Output File|Layout|Format|Metadata Tier|Sample Rate|"
+                            u"Bit Depth|Duration|Originals|Status");
+    for (const InterleaveGroup& group : groups) {
+        QStringList tags = group.channelFiles.keys();
+        tags.sort();
+        table.rows << QStringList{group.baseName,
+                                  QStringLiteral("%1ch").arg(group.channelFiles.size()),
+                                  tags.join(u'+'),
+                                  group.outputURL.isEmpty() ? kNotKnown : paths::lastComponent(group.outputURL),
+                                  layout.displayName,
+                                  formatWord(group.containerKind),
+                                  tierWord(group.metadataTier),
+                                  number(group.sampleRate),
+                                  number(group.bitDepth),
+                                  group.duration ? CSVReportGenerator::formatDuration(*group.duration) : kNotKnown,
+                                  originalsWord(group, options),
+                                  CSVReportGenerator::statusString(group.status)};
+    }
+    return table;
+}
+
+ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources, const ProcessingOptions& options) {
+    ReportTable table;
+    table.headers = columns(u"Source File|Source Path|Channels|Layout|Format|Metadata Tier|Sample Rate|Bit Depth|"
+                            u"Duration|ISOs Created|Originals|Status");
+    for (const MultiChannelSource& source : sources) {
+        QStringList names;
+        const auto outputs = source.outputURLs(rawText(options.channelSeparator), QString(),
+                                               source.outputFormat(options.outputFormatPolicy));
+        for (const QString& tag : source.layout.channelTags) {
+            if (outputs.contains(tag)) names << paths::lastComponent(outputs.value(tag));
+        }
+        table.rows << QStringList{
+            paths::lastComponent(source.sourceURL),
+            source.sourceURL,
+            QString::number(source.channels),
+            source.layout.displayName,
+            formatWord(source.containerKind),
+            tierWord(source.metadataTier),
+            QString::number(source.sampleRate),
+            QString::number(source.bitDepth),
+            CSVReportGenerator::formatDuration(source.duration),
+            names.join(QStringLiteral(" | ")),
+            originalsWord(source.status, options.moveOriginalsDeinterleave, options.deleteOriginalsDeinterleave),
+            CSVReportGenerator::statusString(source.status)};
+    }
+    return table;
+}
+
+QString InterleaverReport::write(const ReportTable& table, const QString& folder) const {
+    const QString source = sourcePath.isEmpty() ? kNotKnown : sourcePath;
+    const QString beside = sourcePath.isEmpty() ? kNotKnown : QStringLiteral("Same as source");
+    const CSVReportGenerator::Pairs metadata{{QStringLiteral("Operation"), rawText(mode)},
+                                             {QStringLiteral("Source"), source},
+                                             {QStringLiteral("Output"), customFolder.isEmpty() ? beside : customFolder},
+                                             {QStringLiteral("Layout"), layout.displayName},
+                                             {QStringLiteral("Output Format"), displayName(options.outputFormatPolicy)},
+                                             {QStringLiteral("Total Groups"), QString::number(total)}};
+    const CSVReportGenerator::Pairs summary{{QStringLiteral("Total"), QString::number(total)},
+                                            {QStringLiteral("Success"), QString::number(successes)},
+                                            {QStringLiteral("Skipped"), QString::number(skipped)},
+                                            {QStringLiteral("Errors"), QString::number(errors)}};
+    const QString operation =
+        mode == AppMode::interleave ? QStringLiteral("Interleave") : QStringLiteral("Deinterleave");
+    return CSVReportGenerator::generate(operation, metadata, table.headers, table.rows, summary, folder);
+}
+
+} // namespace ostrel

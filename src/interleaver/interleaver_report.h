@@ -1,0 +1,38 @@
+// The CSV report of an Interleaver run: columns, rows and summary.
+#pragma once
+
+#include "foundation/app_mode.h"
+#include "foundation/csv_report_generator.h"
+#include "foundation/interleave_group.h"
+#include "foundation/multi_channel_source.h"
+
+#include <vector>
+
+namespace ostrel {
+
+struct ReportTable {
+    QStringList headers;
+    QVector<QStringList> rows; // one an item, whatever its status
+};
+
+ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const ChannelLayout& layout,
+                            const ProcessingOptions& options);
+ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources, const ProcessingOptions& options);
+
+// What a report tells of the run around its table.
+struct InterleaverReport {
+    AppMode mode = AppMode::interleave;
+    QString sourcePath;
+    QString customFolder; // empty: outputs lie beside their sources
+    ChannelLayout layout;
+    ProcessingOptions options;
+    int total = 0;
+    int successes = 0;
+    int skipped = 0;
+    int errors = 0;
+
+    // Into the folder; gives the report's path, empty if that failed.
+    QString write(const ReportTable& table, const QString& folder) const;
+};
+
+} // namespace ostrel
