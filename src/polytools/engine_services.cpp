@@ -1,0 +1,49 @@
+#include "polytools/engine_services.h"
+
+#include "foundation/debug_log.h"
+#include "foundation/ffprobe_parser.h"
+#include "metadata/metadata_engine.h"
+#include "metadata/riff_chunks.h"
+#include "metadata/universal_metadata_engine.h"
+#include "platform/child_process.h"
+#include "platform/files.h"
+#include "platform/text.h"
+
+namespace ostrel {
+
+void EngineLog::debug(const QString& message) const { appendToDebugLog(tag_, message); }
+
+void EngineLog::add(LogLevel level, LogCategory category, const QString& message) {
+    ProcessingLogEntry entry;
+    entry.level = level;
+    entry.category = category;
+    entry.message = message;
+    entry.baseName = baseName_;
+    if (hooks_.onLogEntry) hooks_.onLogEntry(entry);
+    entries_.push_back(std::move(entry));
+}
+
+void append(std::vector<ProcessingLogEntry>& log, std::vector<ProcessingLogEntry> more) {
+    log.insert(log.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+QString describe(const std::exception& error) {
+    if (const auto* launch = dynamic_cast<const ProcessLaunchError*>(&error)) return launch->description;
+    if (const auto* file = dynamic_cast<const FileError*>(&error)) return file->description;
+    if (const auto* metadata = dynamic_cast<const MetadataError*>(&error)) return metadata->errorDescription();
+    if (const auto* probe = dynamic_cast<const FFProbeError*>(&error)) return probe->errorDescription();
+    if (const auto* riff = dynamic_cast<const RIFFError*>(&error)) return riff->errorDescription();
+    return QString::fromUtf8(error.what());
+}
+
+MetadataPreservationResult withoutIXML(MetadataPreservationResult capture) {
+    std::erase_if(capture.riffChunks, [](const RIFFChunk& chunk) { return chunk.id == "iXML"; });
+    return capture;
+}
+
+QString startOfErrorText(const QByteArray& standardError, qsizetype characters) {
+    const std::optional<QString> text = decodeUtf8(standardError);
+    return text ? text->left(characters) : QStringLiteral("Unknown error");
+}
+
+} // namespace ostrel

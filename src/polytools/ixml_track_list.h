@@ -1,0 +1,44 @@
+// The tracks that an iXML document lists, read as text: recorders write documents that no XML parser takes.
+// The element names are those of the iXML specification (TRACK_LIST of BWFXML).
+#pragma once
+
+#include <QString>
+#include <map>
+#include <optional>
+#include <vector>
+
+namespace ostrel {
+
+struct SourceTrack {
+    int interleaveIndex = 0; // 1-based position in the file
+    int channelIndex = 0;    // the recorder's channel number
+    QString name;            // as a person reads it: entities are decoded
+
+    bool operator==(const SourceTrack&) const = default;
+};
+
+// Every TRACK block in document order. A block without INTERLEAVE_INDEX counts on from the blocks ahead of it, one
+// without CHANNEL_INDEX takes the interleave index, one without NAME is "CH{interleaveIndex}".
+std::vector<SourceTrack> parseTrackBlocks(const QString& ixml);
+
+// 1 to `channelCount`: (n, n, "CH{n}").
+std::vector<SourceTrack> sequentialTracks(int channelCount);
+
+// The five entities of XML and character references, both ways. Text that is none of them stays as it is, so a bare "&"
+// that a recorder wrote survives.
+QString decodeXMLText(const QString& text);
+QString encodeXMLText(const QString& text);
+
+// The document with the names of the TRACK blocks replaced; the rest stays to the letter. `names` holds the new name by
+// interleave index. A block without NAME gets one.
+QString replaceTrackNames(const QString& ixml, const std::map<int, QString>& names);
+
+// Has bwfmetaedit write the file's iXML into a temporary file and gives the text; empty if the file has none. Nothing
+// if the tool reports a failure. Throws ProcessLaunchError.
+std::optional<QString> exportIXML(const QString& bwfmetaeditPath, const QString& fileURL);
+
+// Has bwfmetaedit write the text into the file. False if the tool reports a failure. Throws ProcessLaunchError, and
+// FileError for the temporary document.
+bool importIXML(const QString& bwfmetaeditPath, const QString& ixml, const QString& fileURL);
+
+} // namespace ostrel

@@ -1,0 +1,252 @@
+#include "polytools/poly_join_engine.h"
+
+#include "metadata/universal_metadata_engine.h"
+#include "platform/child_process.h"
+#include "platform/paths.h"
+#include "polytools/merge_graph.h"
+
+#include <algorithm>
+
+namespace ostrel {
+namespace {
+
+constexpr LogCategory kProcess = LogCategory::process;
+constexpr LogCategory kMetadata = LogCategory::metadata;
+constexpr qsizetype kErrorTextLength = 300;
+
+class Join {
+public:
+    Join(const PolyEngineTools& tools, const PolyEngineHooks& hooks, const std::vector<ISOFile>& isoFiles,
+         const QString& output, const JoinOptions& options, const PolyJoinEngine::Progress& progress)
+        : tools_(tools), isos_(isoFiles), output_(output), file_(paths::lastComponent(output)), options_(options),
+          progress_(progress), log_(hooks, QStringLiteral("PolyJoinEngine"), paths::stem(output)) {}
+
+    JoinResult run() {
+        JoinResult result;
+        result.success = perform();
+        result.skipped = skipped_;
+        if (result.success) result.outputURL = output_;
+        result.logMessages = log_.take();
+        return result;
+    }
+
+private:
+    bool perform() {
+        if (isos_.size() < 2) return refuse(QStringLiteral("Need at least 2 files to join"));
+        if (!mayWrite()) return false;
+        tell(0.1, "Validating files...");
+        sortByInterleaveIndex();
+        if (!agree()) return false;
+        tell(0.2, "Building poly file...");
+        if (!runFFmpeg()) return false;
+        restoreMetadata();
+        log_.success(kProcess, QStringLiteral("Created: %1 (%2 channels)").arg(file_).arg(isos_.size()));
+        tell(1.0, "Complete");
+        return true;
+    }
+
+    bool mayWrite() {
+        if (!paths::exists(output_)) return true;
+        if (options_.skipIfExists) {
+            log_.info(kProcess, QStringLiteral("Skipped (exists): ") + file_);
+            skipped_ = true;
+            return false;
+        }
+        if (!options_.overwriteExisting) return refuse(QStringLiteral("Output exists, overwrite disabled"));
+        const bool isSource = std::any_of(isos_.begin(), isos_.end(),
+                                          [&](const ISOFile& iso) { return paths::isSameFile(iso.url, output_); });
+        return !isSource || refuse(QStringLiteral("Output is one of the source files: ") + file_);
+    }
+
+    // A stable sort: ISOs of a split all carry index 1 and keep the order they came in.
+    void sortByInterleaveIndex() {
+        if (!tools_.universalEngine) {
+            log_.debug(QStringLiteral("⚠️ [Join] Metadata preservation disabled - using original file order"));
+            return;
+        }
+        log_.debug(QStringLiteral("🔵 [Join] Reading INTERLEAVE_INDEX from each ISO's iXML metadata..."));
+        struct Indexed {
+            ISOFile iso;
+            TrackIndices indices;
+        };
+        std::vector<Indexed> indexed;
+        for (const ISOFile& iso : isos_) indexed.push_back({iso, indicesOf(iso, static_cast<int>(indexed.size()) + 1)});
+        std::stable_sort(indexed.begin(), indexed.end(), [](const Indexed& a, const Indexed& b) {
+            return a.indices.interleaveIndex < b.indices.interleaveIndex;
+        });
+
+        log_.debug(QStringLiteral("✅ [Join] ISOs sorted by INTERLEAVE_INDEX:"));
+        isos_.clear();
+        for (const auto& [iso, indices] : indexed) {
+            log_.debug(QStringLiteral("  • %1 (T%2, Ch%3: %4)")
+                           .arg(iso.fileName)
+                           .arg(indices.interleaveIndex)
+                           .arg(indices.channelIndex)
+                           .arg(indices.trackName));
+            isos_.push_back(iso);
+        }
+        log_.success(kMetadata, QStringLiteral("🎯 ISOs sorted by INTERLEAVE_INDEX from iXML metadata"));
+    }
+
+    TrackIndices indicesOf(const ISOFile& iso, int position) const {
+        if (const auto found = tools_.universalEngine->extractTrackIndicesFromiXML(iso.url)) {
+            log_.debug(QStringLiteral("  • %1: INTERLEAVE_INDEX=%2, CHANNEL_INDEX=%3, NAME=%4")
+                           .arg(iso.fileName)
+                           .arg(found->interleaveIndex)
+                           .arg(found->channelIndex)
+                           .arg(found->trackName));
+            return *found;
+        }
+        log_.debug(QStringLiteral("  ⚠️ %1: No iXML metadata found, using original order").arg(iso.fileName));
+        return {position, position, QStringLiteral("CH%1").arg(position)};
+    }
+
+    bool agree() {
+        for (const ISOFile& iso : isos_) {
+            if (iso.sampleRate != isos_.front().sampleRate) {
+                return refuse(QStringLiteral("Sample rate mismatch: ") + iso.fileName);
+            }
+            if (iso.bitDepth != isos_.front().bitDepth) {
+                return refuse(QStringLiteral("Bit depth mismatch: ") + iso.fileName);
+            }
+        }
+        return true;
+    }
+
+    bool runFFmpeg() {
+        try {
+            const ProcessResult ffmpeg = ChildProcess::runSilently(
+                tools_.ffmpegPath, PolyJoinEngine::buildJoinCommand(isos_, output_, anyNamesSpeakers(urls())));
+            tell(0.8, "Finalizing...");
+            if (ffmpeg.succeeded()) return true;
+            return refuse(QStringLiteral("ffmpeg error: ") + startOfErrorText(ffmpeg.standardError, kErrorTextLength));
+        } catch (const ProcessLaunchError& error) {
+            return refuse(QStringLiteral("Process error: ") + error.description);
+        }
+    }
+
+    void restoreMetadata() {
+        if (!tools_.universalEngine) {
+            log_.debug(QStringLiteral("❌ [UniversalEngine] METADATA ENGINE UNAVAILABLE — bwfmetaedit not found"));
+            log_.error(kMetadata, QStringLiteral("❌ METADATA ENGINE UNAVAILABLE — bwfmetaedit not found. Output will "
+                                                 "have NO metadata."));
+            return;
+        }
+        tell(0.9, "Restoring metadata...");
+        try {
+            carryMetadata(*tools_.universalEngine);
+        } catch (const std::exception& error) {
+            const QString reason = describe(error);
+            log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata restoration failed: ") + reason);
+            log_.error(kMetadata, QStringLiteral("❌ METADATA RESTORATION FAILED: ") + reason);
+        }
+    }
+
+    void carryMetadata(const UniversalMetadataEngine& engine) {
+        const QString first = isos_.front().url;
+        log_.debug(QStringLiteral("🔵 [UniversalEngine] Starting metadata restoration for joined poly"));
+        log_.debug(QStringLiteral("🔵 [UniversalEngine] Extracting metadata from: ") + paths::lastComponent(first));
+        const MetadataPreservationResult capture = engine.extractMetadata(first, true);
+        for (const QString& message : capture.logMessages) log_.debug(message);
+        for (const QString& message : engine.applyMetadata({output_}, first, withoutIXML(capture), true, true, true)) {
+            log_.debug(message);
+            log_.success(kMetadata, message);
+        }
+        rebuildTrackList(engine);
+        if (!capture.sceneInfo) return;
+        const QString scene =
+            QStringLiteral("(Scene: %1, Take: %2)").arg(capture.sceneInfo->scene, capture.sceneInfo->take);
+        log_.debug(QStringLiteral("✅ [UniversalEngine] Join completed ") + scene);
+        log_.success(kMetadata, QStringLiteral("✅ Metadata preserved ") + scene);
+    }
+
+    // Takes the place of the single-track iXML that came with the first ISO's chunks.
+    void rebuildTrackList(const UniversalMetadataEngine& engine) {
+        log_.debug(QStringLiteral("🔵 [UniversalEngine] Rebuilding multi-track iXML from %1 ISOs...").arg(isos_.size()));
+        const QStringList lost = engine.rebuildMultiTrackiXML(urls(), output_);
+        if (lost.size() == static_cast<qsizetype>(isos_.size())) {
+            log_.warning(kMetadata, QStringLiteral("⚠️ The ISOs' iXML lists no tracks, and so does the poly's"));
+            return;
+        }
+        for (const QString& iso : lost) {
+            log_.warning(kMetadata, QStringLiteral("⚠️ No track indices, left out of the track list: ") +
+                                        paths::lastComponent(iso));
+        }
+        log_.debug(QStringLiteral("✅ [UniversalEngine] Multi-track iXML rebuilt: %1 tracks").arg(isos_.size()));
+        log_.success(kMetadata,
+                     QStringLiteral("✅ Multi-track iXML rebuilt: %1 tracks with correct INTERLEAVE_INDEX and "
+                                    "CHANNEL_INDEX")
+                         .arg(isos_.size()));
+    }
+
+    QStringList urls() const {
+        QStringList result;
+        for (const ISOFile& iso : isos_) result << iso.url;
+        return result;
+    }
+
+    bool refuse(const QString& message) {
+        log_.error(kProcess, message);
+        return false;
+    }
+
+    void tell(double fraction, const char* step) const {
+        if (progress_) progress_(fraction, QString::fromLatin1(step));
+    }
+
+    const PolyEngineTools& tools_;
+    std::vector<ISOFile> isos_;
+    const QString output_;
+    const QString file_;
+    const JoinOptions& options_;
+    const PolyJoinEngine::Progress& progress_;
+    EngineLog log_;
+    bool skipped_ = false;
+};
+
+} // namespace
+
+QString rawText(JoinChannelLayout layout) {
+    switch (layout) {
+    case JoinChannelLayout::automatic: return QStringLiteral("Auto-detect");
+    case JoinChannelLayout::mono: return QStringLiteral("Mono (1ch)");
+    case JoinChannelLayout::stereo: return QStringLiteral("Stereo (2ch)");
+    case JoinChannelLayout::surround51: return QStringLiteral("5.1 Surround (6ch)");
+    case JoinChannelLayout::surround71: break;
+    }
+    return QStringLiteral("7.1 Surround (8ch)");
+}
+
+QString caseName(JoinChannelLayout layout) {
+    switch (layout) {
+    case JoinChannelLayout::automatic: return QStringLiteral("auto");
+    case JoinChannelLayout::mono: return QStringLiteral("mono");
+    case JoinChannelLayout::stereo: return QStringLiteral("stereo");
+    case JoinChannelLayout::surround51: return QStringLiteral("surround51");
+    case JoinChannelLayout::surround71: break;
+    }
+    return QStringLiteral("surround71");
+}
+
+PolyJoinEngine::PolyJoinEngine(PolyEngineTools tools, PolyEngineHooks hooks)
+    : tools_(std::move(tools)), hooks_(std::move(hooks)) {}
+
+JoinResult PolyJoinEngine::join(const std::vector<ISOFile>& isoFiles, const QString& outputURL,
+                                const JoinOptions& options, const Progress& progress) const {
+    return Join(tools_, hooks_, isoFiles, outputURL, options, progress).run();
+}
+
+QStringList PolyJoinEngine::buildJoinCommand(const std::vector<ISOFile>& sorted, const QString& output,
+                                             bool namesSpeakers) {
+    const QString count = QString::number(sorted.size());
+    QStringList arguments{QStringLiteral("-y")};
+    for (const ISOFile& iso : sorted) arguments << QStringLiteral("-i") << iso.url;
+    const int depth = sorted.empty() ? 0 : sorted.front().bitDepth;
+    return arguments << QStringLiteral("-filter_complex") << mergeGraph(static_cast<int>(sorted.size()), namesSpeakers)
+                     << QStringLiteral("-map") << QStringLiteral("[aout]") << QStringLiteral("-ac") << count
+                     << QStringLiteral("-c:a") << QStringLiteral("pcm_s%1le").arg(depth)
+                     << QStringLiteral("-map_metadata") << QStringLiteral("0") << QStringLiteral("-write_bext")
+                     << QStringLiteral("1") << QStringLiteral("-rf64") << QStringLiteral("auto") << output;
+}
+
+} // namespace ostrel

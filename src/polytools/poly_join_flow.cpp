@@ -1,0 +1,397 @@
+#include "polytools/poly_join_flow.h"
+
+#include "platform/files.h"
+#include "platform/paths.h"
+#include "polytools/iso_ordering.h"
+#include "polytools/poly_preview.h"
+#include "polytools/poly_tools_reports.h"
+
+#include <algorithm>
+
+namespace ostrel {
+namespace {
+
+using Task = PolyToolsServices::Task;
+constexpr LogCategory kScan = LogCategory::scan;
+constexpr LogCategory kProcess = LogCategory::process;
+
+QStringList urlsOf(const RecordList<ISOFile>& files) {
+    QStringList urls;
+    for (const ISOFile& file : files) urls << file.url;
+    return urls;
+}
+
+} // namespace
+
+void PolyJoinFlow::selectISOFiles() {
+    if (state_.mode.value() != PolyMode::join) {
+        return services_.error(
+            kScan,
+            QStringLiteral("selectISOFiles() called in wrong mode (current: %1)").arg(rawText(state_.mode.value())));
+    }
+    OpenPanelRequest request;
+    request.allowsMultipleSelection = true;
+    request.message = QStringLiteral("Select mono WAV files to join into a poly file");
+    request.allowedExtensions = {QStringLiteral("wav")};
+    const QStringList chosen = services_.desktop().showOpenPanel(request);
+    if (!chosen.isEmpty()) analyzeISOFiles(chosen);
+}
+
+void PolyJoinFlow::applyJoinModeDetection(const QStringList& folders, const QStringList& files) {
+    if (folders.size() == 1) {
+        state_.joinSourceFolder = folders.first();
+        state_.selectedJoinFiles = std::nullopt;
+        services_.info(kScan, QStringLiteral("Join source folder selected: ") + paths::lastComponent(folders.first()));
+    } else if (!folders.isEmpty()) {
+        state_.selectedJoinFiles = folders;
+        state_.joinSourceFolder = QString();
+        services_.info(kScan, QStringLiteral("Selected %1 folder(s) for joining").arg(folders.size()));
+    } else if (files.size() == 1) {
+        state_.selectedJoinFiles = files;
+        state_.joinSourceFolder = QString();
+        return analyzeISOFiles(files);
+    } else if (!files.isEmpty()) {
+        state_.selectedJoinFiles = files;
+        state_.joinSourceFolder = QString();
+        services_.info(kScan, QStringLiteral("Selected %1 ISO file(s)").arg(files.size()));
+    } else {
+        return;
+    }
+    scanAndGroupISOs();
+}
+
+void PolyJoinFlow::analyzeISOFiles(const QStringList& urls) {
+    state_.isAnalyzing = true;
+    if (state_.ffprobePath.value().isEmpty()) {
+        services_.error(
+            LogCategory::system,
+            QStringLiteral("ffprobe not available - Install ffmpeg from ffmpeg.org or use: brew install ffmpeg"));
+        state_.isAnalyzing = false;
+        return;
+    }
+    services_.run(load(urls, services_.begin(Task::isoAnalysis)));
+}
+
+QCoro::Task<> PolyJoinFlow::load(QStringList urls, TaskHandle handle) {
+    const auto work = [urls, autoOrder = state_.autoOrderChannels.value(), tools = services_.engineTools(),
+                       hooks = services_.hooks(handle)] { return loadISOs(urls, autoOrder, tools, hooks); };
+    std::optional<LoadedISOs> loaded;
+    QString failure;
+    try {
+        loaded = co_await inBackground(services_.owner(), work);
+    } catch (const std::exception& error) {
+        failure = describe(error);
+    }
+    if (handle.isCancelled()) co_return;
+    state_.isAnalyzing = false;
+    if (loaded) {
+        showLoaded(*loaded);
+    } else {
+        services_.error(kScan, QStringLiteral("Analysis failed: ") + failure);
+    }
+}
+
+void PolyJoinFlow::showLoaded(const LoadedISOs& loaded) {
+    state_.batchJoinMode = false;
+    setISOFiles(loaded.files);
+    state_.isoOrderingMethod = loaded.ordering;
+    state_.joinOutputName = derivePolyName(urlsOf(state_.isoFiles), state_.joinKeepOriginalName.value());
+    validateISOFiles();
+    services_.success(kScan, QStringLiteral("Loaded %1 files for joining").arg(loaded.files.size()));
+    logOrdering(loaded);
+    preview_.updatePreviewMix();
+}
+
+void PolyJoinFlow::logOrdering(const LoadedISOs& loaded) {
+    switch (loaded.ordering) {
+    case IsoOrdering::none: break;
+    case IsoOrdering::metadata:
+        services_.success(kScan,
+                          QStringLiteral("✅ Sorted by INTERLEAVE_INDEX from iXML metadata (ground truth ordering)"));
+        break;
+    case IsoOrdering::manifest: services_.info(kScan, QStringLiteral("Sorted files by manifest track order")); break;
+    case IsoOrdering::autoOrder:
+        services_.info(kScan, loaded.moved ? QStringLiteral("Auto-ordered files by track name")
+                                           : QStringLiteral("Auto-order enabled but files already in optimal order"));
+        break;
+    case IsoOrdering::selection:
+        services_.warning(kScan, QStringLiteral("⚠️ No metadata found - preserving file selection order"));
+        break;
+    }
+}
+
+void PolyJoinFlow::setISOFiles(std::vector<ISOFile> files) {
+    numberChannels(files);
+    if (!files.empty() && state_.joinOutputFolder.value().isEmpty()) {
+        state_.joinOutputFolder = paths::parent(files.front().url);
+    }
+    state_.isoFiles.assign(std::move(files));
+}
+
+void PolyJoinFlow::validateISOFiles() {
+    const std::vector<ISOFile>& files = state_.isoFiles.rows();
+    if (files.size() < 2) return;
+    const QStringList mismatches = isoMismatches(files);
+    for (const QString& mismatch : mismatches) services_.warning(kScan, mismatch);
+    if (!mismatches.isEmpty()) return;
+    const ISOFile& first = files.front();
+    const auto seconds = static_cast<qlonglong>(first.duration);
+    services_.success(kScan, QStringLiteral("All files validated: %1Hz, %2-bit, ~%3:%4")
+                                 .arg(first.sampleRate)
+                                 .arg(first.bitDepth)
+                                 .arg(seconds / 60)
+                                 .arg(seconds % 60, 2, 10, QLatin1Char('0')));
+}
+
+void PolyJoinFlow::swapISOs(int row, int other) {
+    const int count = static_cast<int>(state_.isoFiles.size());
+    if (row < 0 || other < 0 || row >= count || other >= count) return;
+    std::vector<ISOFile> files = state_.isoFiles.rows();
+    std::swap(files[static_cast<std::size_t>(row)], files[static_cast<std::size_t>(other)]);
+    state_.isoFiles.assign(std::move(files));
+    updateChannelIndices();
+    preview_.updatePreviewMix();
+}
+
+void PolyJoinFlow::moveISOUp(int row) { swapISOs(row, row - 1); }
+void PolyJoinFlow::moveISODown(int row) { swapISOs(row, row + 1); }
+
+void PolyJoinFlow::updateChannelIndices() {
+    int number = 0;
+    state_.isoFiles.updateAll([&](ISOFile& file) { file.channelIndex = ++number; });
+}
+
+void PolyJoinFlow::setAllSelected(bool isSelected) {
+    state_.isoFiles.updateAll([&](ISOFile& file) { file.isSelected = isSelected; });
+    preview_.updatePreviewMix();
+}
+
+void PolyJoinFlow::setSelected(int row, bool isSelected) {
+    state_.isoFiles.update(static_cast<std::size_t>(row), [&](ISOFile& file) { file.isSelected = isSelected; });
+    preview_.updatePreviewMix();
+}
+
+void PolyJoinFlow::selectOutputFolder() {
+    OpenPanelRequest request;
+    request.canChooseFiles = false;
+    request.canChooseFolders = true;
+    request.canCreateFolders = true;
+    request.message = QStringLiteral("Select folder where poly files will be created");
+    const QStringList chosen = services_.desktop().showOpenPanel(request);
+    if (!chosen.isEmpty()) state_.joinOutputFolder = chosen.first();
+}
+
+bool PolyJoinFlow::canRunJoin() const {
+    const auto selected = std::ranges::count_if(state_.isoFiles.rows(), &ISOFile::isSelected);
+    return state_.ffmpegAvailable.value() && selected >= 2 && !state_.joinOutputName.value().isEmpty() &&
+           !state_.isProcessing.value();
+}
+
+bool PolyJoinFlow::canRunBatchJoin() const {
+    return state_.ffmpegAvailable.value() && !state_.reviewedGroups.empty() &&
+           !state_.joinOutputFolder.value().isEmpty() && !state_.isBatchJoining.value();
+}
+
+bool PolyJoinFlow::hasJoinSourceContent() const {
+    const auto& selected = state_.selectedJoinFiles.value();
+    return !state_.joinSourceFolder.value().isEmpty() || (selected && !selected->isEmpty()) || !state_.isoFiles.empty();
+}
+
+bool PolyJoinFlow::requireFFmpeg() {
+    if (state_.ffmpegAvailable.value()) return true;
+    services_.error(LogCategory::system,
+                    QStringLiteral("ffmpeg not available - Install from ffmpeg.org or use: brew install ffmpeg"));
+    return false;
+}
+
+void PolyJoinFlow::resetTotals() {
+    state_.isCancelled = false;
+    state_.successCount = 0;
+    state_.skipCount = 0;
+    state_.errorCount = 0;
+    state_.createdFiles = QStringList();
+    state_.reportPath = QString();
+}
+
+JoinOptions PolyJoinFlow::joinOptions() const {
+    JoinOptions options;
+    options.channelLayout = state_.joinChannelLayout.value();
+    options.preserveMetadata = state_.preserveMetadata.value();
+    options.skipIfExists = state_.skipIfExists.value();
+    options.overwriteExisting = state_.overwriteExisting.value();
+    options.keepOriginalName = state_.joinKeepOriginalName.value();
+    return options;
+}
+
+void PolyJoinFlow::runJoin() {
+    std::vector<ISOFile> isos;
+    for (const ISOFile& file : state_.isoFiles) {
+        if (file.isSelected) isos.push_back(file);
+    }
+    QString name = safeFileName(state_.joinOutputName.value());
+    const QString folder = state_.joinOutputFolder.value();
+    if (isos.size() < 2) return services_.error(kProcess, QStringLiteral("Need at least 2 files to join"));
+    if (name.isEmpty()) return services_.error(kProcess, QStringLiteral("Output name required"));
+    if (folder.isEmpty()) return services_.error(kProcess, QStringLiteral("Output folder required"));
+    if (!requireFFmpeg()) return;
+    resetTotals();
+    state_.isProcessing = true;
+    state_.isJoining = true;
+    state_.joinProgress = 0;
+    if (!name.endsWith(QStringLiteral(".wav"), Qt::CaseInsensitive)) name += QStringLiteral(".wav");
+    services_.info(kProcess, QStringLiteral("Starting join: %1 files → %2").arg(isos.size()).arg(name));
+
+    std::ranges::stable_sort(isos, {}, &ISOFile::channelIndex);
+    JoinOptions options = joinOptions();
+    const int reference = state_.referenceISOIndex.value();
+    if (reference >= 0 && reference < static_cast<int>(state_.isoFiles.size())) {
+        options.referenceISO = state_.isoFiles[static_cast<std::size_t>(reference)];
+    }
+    services_.run(join(isos, paths::append(folder, name), options, services_.begin(Task::join)));
+}
+
+QCoro::Task<> PolyJoinFlow::join(std::vector<ISOFile> isos, QString outputURL, JoinOptions options, TaskHandle handle) {
+    const PolyJoinEngine engine(services_.engineTools(), services_.hooks(handle));
+    const auto progress = [hop = services_.hop(), state = &state_, handle](double fraction, const QString& step) {
+        hop([state, handle, fraction, step] {
+            if (handle.isCancelled()) return;
+            state->joinProgress = fraction;
+            state->currentProcessingItem = step;
+        });
+    };
+    const auto work = [engine, isos, outputURL, options, progress] {
+        files::createFolder(paths::parent(outputURL));
+        return engine.join(isos, outputURL, options, progress);
+    };
+    std::optional<JoinResult> result;
+    QString failure;
+    try {
+        result = co_await inBackground(services_.owner(), work);
+    } catch (const std::exception& error) {
+        failure = describe(error);
+    }
+    if (handle.isCancelled()) co_return;
+    if (!failure.isEmpty()) services_.error(kProcess, failure);
+    showJoin(result.value_or(JoinResult()), isos, outputURL);
+    state_.isProcessing = false;
+    state_.isJoining = false;
+}
+
+void PolyJoinFlow::showJoin(const JoinResult& result, const std::vector<ISOFile>& isos, const QString& outputURL) {
+    const QString name = paths::lastComponent(outputURL);
+    ProcessingStatus status = ProcessingStatus::completed();
+    if (result.success) {
+        state_.successCount = 1;
+        state_.createdFiles = QStringList{outputURL};
+        services_.success(kProcess, QStringLiteral("Join complete: ") + name);
+    } else if (result.skipped) {
+        state_.skipCount = 1;
+        status = ProcessingStatus::skipped(QStringLiteral("exists"));
+    } else {
+        state_.errorCount = 1;
+        status = ProcessingStatus::failed(QStringLiteral("Join operation failed"));
+        services_.error(kProcess, QStringLiteral("Join failed"));
+    }
+    if (state_.generateCSV.value())
+        noteReport(writeJoinReport(state_, isos, outputURL, status, paths::parent(outputURL)));
+}
+
+void PolyJoinFlow::startBatchJoin() {
+    const std::vector<ISOGroupCandidate> groups = state_.reviewedGroups.rows();
+    if (groups.empty()) return services_.error(kProcess, QStringLiteral("No groups to process"));
+    if (state_.joinOutputFolder.value().isEmpty())
+        return services_.error(kProcess, QStringLiteral("Output folder required"));
+    if (!requireFFmpeg()) return;
+    resetTotals();
+    state_.isBatchJoining = true;
+    state_.batchJoinProgress = std::nullopt;
+    state_.batchJoinResults = std::nullopt;
+    services_.info(kProcess, QStringLiteral("Starting batch join: %1 groups").arg(groups.size()));
+    services_.run(batchJoin(groups, joinOptions(), services_.begin(Task::batchJoin)));
+}
+
+QCoro::Task<> PolyJoinFlow::batchJoin(std::vector<ISOGroupCandidate> groups, JoinOptions options, TaskHandle handle) {
+    const PolyJoinEngine engine(services_.engineTools(), services_.hooks(handle));
+    const auto progress = [hop = services_.hop(), state = &state_, handle](const BatchJoinProgress& step) {
+        hop([state, handle, step] {
+            if (handle.isCancelled()) return;
+            state->batchJoinProgress = step;
+            state->currentProcessingItem = step.currentGroup;
+        });
+    };
+    const auto work = [engine, groups, folder = state_.joinOutputFolder.value(), options, progress] {
+        files::createFolder(folder);
+        return engine.batchJoin(groups, folder, options, progress);
+    };
+    std::optional<BatchJoinResult> result;
+    QString failure;
+    try {
+        result = co_await inBackground(services_.owner(), work);
+    } catch (const std::exception& error) {
+        failure = describe(error);
+    }
+    if (handle.isCancelled()) {
+        if (result && state_.isCancelled.value()) countBatchJoin(*result); // what was made until the stop
+        co_return;
+    }
+    state_.isBatchJoining = false;
+    if (result) {
+        showBatchJoin(*result, groups);
+    } else {
+        services_.error(kProcess, QStringLiteral("Batch join failed: ") + failure);
+        state_.errorCount = 1;
+    }
+}
+
+void PolyJoinFlow::countBatchJoin(const BatchJoinResult& result) {
+    state_.batchJoinResults = result;
+    state_.successCount = result.successCount;
+    state_.skipCount = result.skipCount;
+    state_.errorCount = result.errorCount;
+    QStringList created;
+    for (const GroupJoinResult& row : result.groupResults) {
+        if (!row.outputURL.isEmpty()) created << row.outputURL;
+    }
+    state_.createdFiles = created;
+}
+
+void PolyJoinFlow::showBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups) {
+    countBatchJoin(result);
+    services_.success(kProcess, QStringLiteral("Batch join complete: %1 groups → %2 polys")
+                                    .arg(result.processedGroups)
+                                    .arg(result.totalPolysCreated));
+    if (result.errorCount > 0)
+        services_.warning(kProcess, QStringLiteral("%1 groups had errors").arg(result.errorCount));
+    if (state_.generateCSV.value()) {
+        noteReport(writeBatchJoinReport(state_, groups, result, state_.joinOutputFolder.value()));
+    }
+}
+
+void PolyJoinFlow::noteReport(const QString& path) {
+    state_.reportPath = path;
+    if (!path.isEmpty())
+        services_.info(LogCategory::system, QStringLiteral("CSV report saved: ") + paths::lastComponent(path));
+}
+
+void PolyJoinFlow::clearJoinData() {
+    services_.cancel(Task::isoAnalysis);
+    services_.cancel(Task::grouping);
+    state_.isScanningJoinISOs = false;
+    state_.isoFiles.clear();
+    state_.joinOutputName = QString();
+    state_.referenceISOIndex = 0;
+    state_.isoOrderingMethod = IsoOrdering::none;
+    state_.joinSourceFolder = QString();
+    state_.selectedJoinFiles = std::nullopt;
+    state_.groupingResult = std::nullopt;
+    state_.reviewedGroups.clear();
+    state_.ungroupedFiles.clear();
+    state_.batchJoinResults = std::nullopt;
+    state_.batchJoinProgress = std::nullopt;
+    state_.usedSmartShortcut = false;
+    state_.showGroupReview = false;
+    preview_.clearPlaybackState();
+    services_.info(LogCategory::system, QStringLiteral("Cleared join data - ready for new files"));
+}
+
+} // namespace ostrel
