@@ -1,0 +1,162 @@
+// The controller of the Stereo Validator tab: selection, thresholds, analysis, Clean & Export, log.
+//
+// Lives on the main thread as long as the window (or the command). An analysis is a background task; Clean & Export is
+// a loop on the main thread, deliberately. Views show the fields and call the actions.
+#pragma once
+
+#include "foundation/external_tool_detector.h"
+#include "foundation/processing_log.h"
+#include "foundation/record_list.h"
+#include "platform/background.h"
+#include "platform/desktop_services.h"
+#include "platform/files.h"
+#include "preview/playback_manager.h"
+#include "stereovalidator/analysis_result.h"
+#include "stereovalidator/clean_and_export.h"
+#include "stereovalidator/stereo_processing_engine.h"
+#include "stereovalidator/stereo_validator_options.h"
+
+#include <QCoro/QCoroTask>
+#include <QObject>
+#include <QProperty>
+#include <QSet>
+#include <QStringList>
+#include <QUuid>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace ostrel {
+
+class StereoValidatorViewModel : public QObject {
+    Q_OBJECT
+
+public:
+    // A detector of its own unless one is given; `desktop` and `audio` outlive the controller.
+    StereoValidatorViewModel(DesktopServices& desktop, AudioOutput& audio,
+                             std::unique_ptr<ExternalToolDetector> detector = nullptr);
+    ~StereoValidatorViewModel() override;
+
+    // Selection: files, if there is such a list, otherwise the folder. An empty list counts as a selection.
+    QProperty<QString> sourceFolder;
+    QProperty<std::optional<QStringList>> selectedFiles;
+    QProperty<bool> recursiveScan{true};
+    QProperty<bool> skipMonoFiles{false}; // leave out files with fewer than two channels
+    QProperty<QString> outputFolder;      // empty: next to each source
+
+    // Analysis. The thresholds are those of StereoValidatorOptions.
+    QProperty<double> dualMonoThreshold{StereoValidatorOptions().dualMonoThreshold};
+    QProperty<double> nearMonoThreshold{StereoValidatorOptions().nearMonoThreshold};
+    QProperty<double> smallLagMs{StereoValidatorOptions().smallLagMs};
+    QProperty<double> bigLagMs{StereoValidatorOptions().bigLagMs};
+    QProperty<double> oneSidedDb{StereoValidatorOptions().oneSidedDb};
+    QProperty<bool> includeMidSide{true};
+    RecordList<StereoValidatorResult> analysisResults;
+    QProperty<bool> isAnalyzing{false};
+    QProperty<double> analysisProgress{0}; // 0 to 1
+    QProperty<QString> currentAnalysisFile;
+
+    // Clean & Export.
+    QProperty<bool> showCleanExportDialog{false};
+    QProperty<ExportScope> exportScope{ExportScope::allResults};
+    QProperty<bool> processDualMono{true};
+    QProperty<bool> processOneSided{true};
+    QProperty<bool> processBroken{true};
+    QProperty<DualMonoSideSelection> dualMonoSideSelection{DualMonoSideSelection::automatic};
+    QProperty<bool> addMonoSuffix{true};
+    QProperty<bool> allowOverwrite{false};
+    QProperty<bool> generateCSV{false};
+
+    QProperty<bool> isAuditioning{false}; // a result is playing
+
+    RecordList<ProcessingLogEntry> logEntries;
+
+    PlaybackManager& playbackManager() { return *playbackManager_; }
+    const ExternalToolDetector& toolDetector() const { return *toolDetector_; }
+
+    // The counts of the last analysis, and where the last report went; empty before there is one.
+    QString summary() const { return summary_; }
+    QString reportPath() const { return reportPath_; }
+
+    bool canAnalyze() const;
+    StereoValidatorOptions options() const;
+
+    // Writes the preset's thresholds into the five fields.
+    void applyPreset(AnalysisPreset preset);
+
+    void detectTools();
+    void selectSource();
+    // What the panel, a drop or the command line chose: a folder if the first is one, otherwise all as files.
+    void select(const QStringList& urls);
+    void selectOutputFolder();
+    void startAnalysis();
+    // Ends a running analysis before its next file; what was analysed so far becomes the result.
+    void stopAnalysis();
+    void cleanAndExport(const std::vector<StereoValidatorResult>& selectedResults,
+                        const std::vector<StereoValidatorResult>& filteredResults = {});
+    // Ends a running cleanAndExport before its next file. For slots of `fileConverted`.
+    void stopExport() { exportTask_.cancel(); }
+    // Loads a result's file into the player and plays it.
+    void audition(const StereoValidatorResult& result);
+    // The CSV report of an analysis of which nothing was converted.
+    void saveReport() { reportPath_ = autoGenerateCSVReport({}); }
+    void saveLog();
+    void copyLogToClipboard();
+
+    // Audio files below a folder, hidden ones too, in natural order. Blocks.
+    static files::Listing scanForAudioFiles(const QString& folder, bool recursive);
+
+Q_SIGNALS:
+    void analysisEnded();
+    // Clean & Export has dealt with a file: `url` is the new file, or `error` says why there is none.
+    void fileConverted(const ostrel::StereoValidatorResult& result, const QString& url, const QString& error);
+
+private:
+    // What one analysis looks at, taken when it starts.
+    struct Selection {
+        QString folder;
+        std::optional<QStringList> files;
+        bool recursive = true;
+        bool skipMono = false;
+        QString ffmpegPath;
+    };
+    struct FoundFiles {
+        QStringList files;
+        QStringList unreadable; // one sentence each
+        int beforeFilter = 0;
+    };
+    struct ExportCounts {
+        int successes = 0;
+        int errors = 0;
+        QSet<QUuid> converted;
+    };
+
+    void log(LogLevel level, LogCategory category, const QString& message);
+    void watchOptions();
+    QString logText() const;
+
+    static FoundFiles findFiles(const Selection& selection);
+    QCoro::Task<> runAnalysis(TaskHandle handle);
+    bool reportFound(const FoundFiles& found);
+
+    std::optional<std::vector<StereoValidatorResult>>
+    resultsInScope(const std::vector<StereoValidatorResult>& selectedResults);
+    ExportCounts convertAll(const std::vector<StereoValidatorResult>& results);
+    void convert(const StereoProcessingEngine& engine, const StereoValidatorResult& result, ExportCounts& counts);
+    MonoRequest requestFor(const StereoValidatorResult& result) const;
+    void protectOtherRecordings(const MonoRequest& request) const;
+    QString autoGenerateCSVReport(const ExportCounts& counts);
+    void showCompletion(const ExportCounts& counts, const QString& report);
+
+    DesktopServices& desktop_;
+    std::unique_ptr<ExternalToolDetector> toolDetector_;
+    std::unique_ptr<PlaybackManager> playbackManager_;
+    TaskHandle analysisTask_;
+    TaskHandle exportTask_;
+    QSet<QString> protectedFiles_; // canonical: sources of the analysis and files that the running export has written
+    QString summary_;
+    QString reportPath_;
+    std::vector<QPropertyNotifier> notifiers_;
+};
+
+} // namespace ostrel

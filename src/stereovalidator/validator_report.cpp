@@ -1,0 +1,71 @@
+#include "stereovalidator/validator_report.h"
+
+#include "foundation/csv_report_generator.h"
+#include "platform/paths.h"
+#include "platform/text.h"
+
+namespace ostrel {
+namespace {
+
+const QStringList& headers() {
+    static const QStringList names{
+        QStringLiteral("File"),           QStringLiteral("Classification"), QStringLiteral("Action"),
+        QStringLiteral("Correlation"),    QStringLiteral("Confidence"),     QStringLiteral("Lag (ms)"),
+        QStringLiteral("Mid/Side Ratio"), QStringLiteral("RMS Diff"),       QStringLiteral("Duration"),
+        QStringLiteral("Sample Rate"),    QStringLiteral("Bit Depth"),
+    };
+    return names;
+}
+
+QStringList row(const StereoValidatorResult& result, bool converted) {
+    return {
+        paths::lastComponent(result.filepath),
+        displayName(result.classification),
+        reportAction(result, converted),
+        fixed(result.correlation, 3),
+        fixed(result.confidence, 1) + QLatin1Char('%'),
+        fixed(result.lagMs, 2),
+        fixed(result.midSideRatio, 4),
+        fixed(result.rmsDiff, 6),
+        result.formattedDuration(),
+        QString::number(result.sampleRate),
+        QString::number(result.bitDepth),
+    };
+}
+
+} // namespace
+
+QString reportAction(const StereoValidatorResult& result, bool converted) {
+    if (converted) return QStringLiteral("Converted to Mono");
+    switch (result.classification) {
+    case StereoClassification::nearMono: return QStringLiteral("Skipped (Near Mono)");
+    case StereoClassification::trueStereo: return QStringLiteral("Skipped (True Stereo)");
+    case StereoClassification::silent: return QStringLiteral("Skipped (Silent)");
+    case StereoClassification::trueMono: return QStringLiteral("Skipped (Already Mono)");
+    case StereoClassification::unsupported: return QStringLiteral("Skipped (Unsupported)");
+    default: return QStringLiteral("Skipped");
+    }
+}
+
+QString writeValidatorReport(const ValidatorReport& report, const QString& folder) {
+    const auto analysed = static_cast<qsizetype>(report.results.size());
+    const CSVReportGenerator::Pairs metadata{
+        {QStringLiteral("Source"), report.source},
+        {QStringLiteral("Output"), report.output},
+        {QStringLiteral("Files Analyzed"), QString::number(analysed)},
+        {QStringLiteral("Converted"), QString::number(report.successCount)},
+        {QStringLiteral("Errors"), QString::number(report.errorCount)},
+        {QStringLiteral("Skipped"), QString::number(analysed - report.converted.size())},
+    };
+    const CSVReportGenerator::Pairs summary{
+        {QStringLiteral("Total Files"), QString::number(analysed)},
+        {QStringLiteral("Converted"), QString::number(report.successCount)},
+        {QStringLiteral("Errors"), QString::number(report.errorCount)},
+    };
+    QVector<QStringList> rows;
+    for (const StereoValidatorResult& result : report.results)
+        rows << row(result, report.converted.contains(result.id));
+    return CSVReportGenerator::generate(QStringLiteral("StereoValidator"), metadata, headers(), rows, summary, folder);
+}
+
+} // namespace ostrel

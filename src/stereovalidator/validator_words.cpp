@@ -1,0 +1,20 @@
+#include "stereovalidator/validator_words.h"
+
+#include "foundation/debug_log.h"
+#include "platform/paths.h"
+#include "platform/standard_folders.h"
+
+namespace ostrel {
+
+const QStringList& validatorExtensions() {
+    static const QStringList extensions =
+        QStringLiteral("wav aif aiff aifc caf flac mp3 m4a aac mp4 ogg").split(QLatin1Char(' '));
+    return extensions;
+}
+
+void writeValidatorDebugLine(const QString& text) {
+    appendToDebugLog(QStringLiteral("StereoValidatorVM"), text,
+                     paths::append(paths::parent(cacheFolder()), QStringLiteral("ostrel_debug.log")));
+}
+
+} // namespace ostrel
