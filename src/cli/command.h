@@ -1,0 +1,46 @@
+// How a subcommand joins the command line: a function adds it to the parser and, if it was chosen, leaves in `run` what
+// is to be done.
+#pragma once
+
+#include "cli/exit_status.h"
+#include "cli/terminal.h"
+#include "foundation/processing_status.h"
+#include "platform/paths.h"
+
+#include <CLI/CLI.hpp>
+#include <QString>
+#include <QStringList>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace ostrel {
+class ExternalToolDetector;
+}
+
+namespace ostrel::cli {
+
+struct ChosenCommand {
+    std::function<int()> run;
+};
+
+// The description, then examples.
+CLI::App* addSubcommand(CLI::App& parser, const std::string& name, const std::string& description,
+                        const std::string& examples);
+
+void addTerminalOptions(CLI::App& command, TerminalOptions& options);
+void addPaths(CLI::App& command, std::vector<std::string>& paths, const std::string& description);
+
+// Absolute, or nothing (and a message) if one of them is not there.
+std::optional<QStringList> existingPaths(const std::vector<std::string>& paths, Terminal& terminal);
+
+// Whether ffmpeg and ffprobe are there; says so otherwise.
+bool requireFFmpeg(const ExternalToolDetector& detector, Terminal& terminal);
+
+nlohmann::json toolsDocument(const ExternalToolDetector& detector);
+
+// One item of a job's document.
+nlohmann::json jobItem(const QString& name, const QStringList& sources, const QStringList& outputs,
+                       const ProcessingStatus& status, const QString& message);
+
+} // namespace ostrel::cli

@@ -1,0 +1,279 @@
+// validate and clean: the Stereo Validator's controller on a terminal.
+#include "cli/command.h"
+#include "cli/commands.h"
+#include "cli/interrupt.h"
+#include "cli/terminal_desktop_services.h"
+#include "cli/validator_table.h"
+#include "foundation/processing_status.h"
+#include "platform/text.h"
+#include "stereovalidator/stereo_validator_view_model.h"
+#include "stereovalidator/validator_report.h"
+
+#include <QEventLoop>
+#include <map>
+
+namespace ostrel::cli {
+namespace {
+
+struct ValidatorOptions {
+    TerminalOptions terminal;
+    std::vector<std::string> paths;
+    std::string preset = "recommended";
+    bool skipMono = false;
+    bool noSubfolders = false;
+    bool csv = false;
+};
+
+struct CleanOptions : ValidatorOptions {
+    std::string output;
+    std::string side = "auto";
+    bool noSuffix = false;
+    bool overwrite = false;
+    bool dryRun = false;
+};
+
+const std::map<std::string, AnalysisPreset> kPresets{{"recommended", AnalysisPreset::recommended},
+                                                     {"strict", AnalysisPreset::strict},
+                                                     {"relaxed", AnalysisPreset::relaxed}};
+const std::map<std::string, DualMonoSideSelection> kSides{{"auto", DualMonoSideSelection::automatic},
+                                                          {"left", DualMonoSideSelection::left},
+                                                          {"right", DualMonoSideSelection::right}};
+
+// What both commands do: analyse and show.
+class ValidatorRun {
+public:
+    explicit ValidatorRun(const ValidatorOptions& options)
+        : terminal_(options.terminal), controller_(desktop_, audio_), interrupt_([this] {
+              controller_.stopAnalysis();
+              controller_.stopExport();
+          }),
+          options_(options) {}
+
+    int validate() {
+        const std::optional<QStringList> paths = existingPaths(options_.paths, terminal_);
+        if (!paths) return badUsage;
+        analyze(*paths);
+        if (options_.csv && !controller_.analysisResults.empty()) controller_.saveReport();
+        if (terminal_.isJson()) {
+            terminal_.document(document("validate"));
+        } else {
+            showTable();
+        }
+        return exitStatus();
+    }
+
+protected:
+    void analyze(const QStringList& paths) {
+        terminal_.follow(controller_.logEntries);
+        QObject::connect(&controller_.logEntries, &RecordListSignals::rowsAppended, &controller_,
+                         [this](int, int last) {
+                             if (controller_.logEntries[static_cast<std::size_t>(last)].level == LogLevel::error)
+                                 failed_ = true;
+                         });
+        progressWatch_ = controller_.analysisProgress.addNotifier([this] { showProgress(); });
+        nameWatch_ = controller_.currentAnalysisFile.addNotifier([this] { showProgress(); });
+        controller_.applyPreset(kPresets.at(options_.preset));
+        controller_.skipMonoFiles = options_.skipMono;
+        controller_.recursiveScan = !options_.noSubfolders;
+        controller_.generateCSV = options_.csv;
+        select(paths);
+        QEventLoop loop;
+        QObject::connect(&controller_, &StereoValidatorViewModel::analysisEnded, &loop, &QEventLoop::quit);
+        controller_.startAnalysis();
+        loop.exec();
+        for (const StereoValidatorResult& result : controller_.analysisResults) {
+            if (!result.error.isEmpty()) failed_ = true;
+        }
+    }
+
+    void showTable() {
+        if (controller_.analysisResults.empty()) return;
+        for (const QString& line : validatorTable(controller_.analysisResults.rows())) terminal_.line(line);
+        terminal_.line(controller_.summary());
+    }
+
+    nlohmann::json document(const char* job) const {
+        nlohmann::json results = nlohmann::json::array();
+        int errors = 0, skipped = 0;
+        for (const StereoValidatorResult& result : controller_.analysisResults) {
+            results.push_back(result);
+            errors += result.error.isEmpty() ? 0 : 1;
+            skipped += result.classification == StereoClassification::trueMono ? 1 : 0;
+        }
+        const int total = static_cast<int>(controller_.analysisResults.size());
+        return {{"job", job},
+                {"tools", toolsDocument(controller_.toolDetector())},
+                {"results", results},
+                {"summary", {{"success", total - errors - skipped}, {"skipped", skipped}, {"errors", errors}}},
+                {"csv", jsonTextOrNull(controller_.reportPath())}};
+    }
+
+    int exitStatus() const {
+        if (interrupt_.happened()) return interrupted;
+        return failed_ ? someItemFailed : allDone;
+    }
+
+    Terminal terminal_;
+    TerminalDesktopServices desktop_;
+    AudioOutput audio_;
+    StereoValidatorViewModel controller_;
+    Interrupt interrupt_;
+    bool failed_ = false;
+
+private:
+    // One folder is the tab's own kind of selection; several paths are taken together as the files that they hold.
+    void select(const QStringList& paths) {
+        if (paths.size() == 1) {
+            controller_.select(paths);
+            return;
+        }
+        QStringList files;
+        for (const QString& path : paths) {
+            if (!paths::isFolder(path)) {
+                files << path;
+                continue;
+            }
+            const files::Listing listing =
+                StereoValidatorViewModel::scanForAudioFiles(path, controller_.recursiveScan.value());
+            files << listing.files;
+            for (const QString& sentence : listing.unreadable) terminal_.error(sentence);
+        }
+        controller_.selectedFiles = files;
+    }
+
+    void showProgress() {
+        if (!controller_.isAnalyzing.value()) return;
+        terminal_.progress(controller_.analysisProgress.value(), controller_.currentAnalysisFile.value());
+    }
+
+    const ValidatorOptions& options_;
+    QPropertyNotifier progressWatch_;
+    QPropertyNotifier nameWatch_;
+};
+
+class CleanRun : private ValidatorRun {
+public:
+    explicit CleanRun(const CleanOptions& options) : ValidatorRun(options), options_(options) {}
+
+    int clean() {
+        const std::optional<QStringList> paths = existingPaths(options_.paths, terminal_);
+        if (!paths || !prepareOutput()) return badUsage;
+        controller_.dualMonoSideSelection = kSides.at(options_.side);
+        controller_.addMonoSuffix = !options_.noSuffix;
+        controller_.allowOverwrite = options_.overwrite;
+        analyze(*paths);
+        if (!terminal_.isJson()) showTable();
+        if (!options_.dryRun && !interrupt_.happened()) convert();
+        if (terminal_.isJson()) terminal_.document(jobDocument());
+        return exitStatus();
+    }
+
+private:
+    struct Outcome {
+        QString output;
+        QString error;
+    };
+
+    bool prepareOutput() {
+        if (options_.output.empty()) return true;
+        const QString folder = paths::absolute(QString::fromStdString(options_.output));
+        try {
+            if (!options_.dryRun) files::createFolder(folder);
+        } catch (const FileError& error) {
+            terminal_.error(error.description);
+            return false;
+        }
+        controller_.outputFolder = folder;
+        return true;
+    }
+
+    void convert() {
+        QObject::connect(&controller_, &StereoValidatorViewModel::fileConverted, &controller_,
+                         [this](const StereoValidatorResult& result, const QString& url, const QString& error) {
+                             outcomes_[result.id] = {url, error};
+                             QCoreApplication::processEvents(); // the loop holds the main thread: Ctrl-C comes in here
+                         });
+        controller_.cleanAndExport({});
+    }
+
+    ProcessingStatus statusOf(const StereoValidatorResult& result) const {
+        if (const auto outcome = outcomes_.find(result.id); outcome != outcomes_.end()) {
+            return outcome->second.error.isEmpty() ? ProcessingStatus::completed()
+                                                   : ProcessingStatus::failed(outcome->second.error);
+        }
+        if (!result.error.isEmpty()) return ProcessingStatus::failed(result.error);
+        if (isConverted(result.classification, {})) return ProcessingStatus::ready(); // a dry run, or stopped before it
+        return ProcessingStatus::skipped(displayName(result.classification));
+    }
+
+    nlohmann::json itemOf(const StereoValidatorResult& result) const {
+        const ProcessingStatus status = statusOf(result);
+        const auto outcome = outcomes_.find(result.id);
+        const QString output = outcome == outcomes_.end() ? QString() : outcome->second.output;
+        return jobItem(paths::lastComponent(result.filepath), {result.filepath},
+                       output.isEmpty() ? QStringList() : QStringList{output}, status, status.displayText());
+    }
+
+    nlohmann::json jobDocument() const {
+        nlohmann::json result = document("clean");
+        nlohmann::json items = nlohmann::json::array();
+        int successes = 0, errors = 0;
+        for (const StereoValidatorResult& each : controller_.analysisResults) {
+            items.push_back(itemOf(each));
+            successes += statusOf(each).kind == ProcessingStatus::Kind::completed ? 1 : 0;
+            errors += statusOf(each).kind == ProcessingStatus::Kind::failed ? 1 : 0;
+        }
+        const int skipped = static_cast<int>(controller_.analysisResults.size()) - successes - errors;
+        result["items"] = items;
+        result["summary"] = {{"success", successes}, {"skipped", skipped}, {"errors", errors}};
+        return result;
+    }
+
+    const CleanOptions& options_;
+    std::map<QUuid, Outcome> outcomes_;
+};
+
+void addValidatorOptions(CLI::App& command, ValidatorOptions& options) {
+    std::vector<std::string> presets;
+    for (const auto& entry : kPresets) presets.push_back(entry.first);
+    addPaths(command, options.paths, "Files and folders");
+    command.add_option("--preset", options.preset, "Thresholds of the classification")
+        ->check(CLI::IsMember(presets))
+        ->capture_default_str();
+    command.add_flag("--skip-mono", options.skipMono, "Leave out files with fewer than two channels");
+    command.add_flag("--no-subfolders", options.noSubfolders, "Stay out of the folders' subfolders");
+    command.add_flag("--csv", options.csv, "Write a CSV report into the output folder or that of the first file");
+    addTerminalOptions(command, options.terminal);
+}
+
+} // namespace
+
+void addValidateCommand(CLI::App& parser, ChosenCommand& chosen) {
+    CLI::App* command = addSubcommand(parser, "validate", "Say what stereo files really are: dual mono, broken, ...",
+                                      "  ostrel-cli validate ~/Library/Rain\n"
+                                      "  ostrel-cli validate --preset strict --json take1.wav take2.wav");
+    const auto options = std::make_shared<ValidatorOptions>();
+    addValidatorOptions(*command, *options);
+    command->callback([=, &chosen] { chosen.run = [=] { return ValidatorRun(*options).validate(); }; });
+}
+
+void addCleanCommand(CLI::App& parser, ChosenCommand& chosen) {
+    CLI::App* command =
+        addSubcommand(parser, "clean", "Turn dual mono, one-sided and broken stereo files into mono files",
+                      "  ostrel-cli clean --output mono ~/Library/Rain\n"
+                      "  ostrel-cli clean --dry-run ~/Library\n"
+                      "  ostrel-cli clean --no-suffix --overwrite take1.wav   (replaces take1.wav)");
+    const auto options = std::make_shared<CleanOptions>();
+    addValidatorOptions(*command, *options);
+    command->add_option("--output", options->output, "Folder for the new files (default: beside each source)");
+    command->add_option("--side", options->side, "The channel to keep of dual mono and broken files")
+        ->check(CLI::IsMember({"auto", "left", "right"}))
+        ->capture_default_str();
+    command->add_flag("--no-suffix", options->noSuffix, "Do not put \"_mono\" behind the names");
+    command->add_flag("--overwrite", options->overwrite,
+                      "Replace files that are there; with --no-suffix and no --output, the sources themselves");
+    command->add_flag("--dry-run", options->dryRun, "Analyse and report; make and change nothing");
+    command->callback([=, &chosen] { chosen.run = [=] { return CleanRun(*options).clean(); }; });
+}
+
+} // namespace ostrel::cli

@@ -1,0 +1,40 @@
+// Runs the built ostrel-cli as a person does.
+#pragma once
+
+#include "support/test_folder.h"
+
+#include <QProcess>
+#include <csignal>
+#include <nlohmann/json.hpp>
+
+namespace ostrel::testing {
+
+struct CliRun {
+    int exitStatus = -1;
+    QString out;
+    QString err;
+
+    nlohmann::json json() const { return nlohmann::json::parse(out.toStdString()); }
+};
+
+// `environment` holds "NAME=value" entries over our own.
+inline CliRun runCli(const QStringList& arguments, const QStringList& environment = {}) {
+    QProcess process;
+    QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
+    for (const QString& entry : environment) variables.insert(entry.section(u'=', 0, 0), entry.section(u'=', 1));
+    process.setProcessEnvironment(variables);
+    process.start(builtProgram(QStringLiteral("ostrel-cli")), arguments);
+    EXPECT_TRUE(process.waitForFinished(120'000)) << process.errorString().toStdString();
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+// To the program alone. One that has ended has the id 0, which would mean everybody in our own process group.
+inline void pressCtrlC(const QProcess& process) {
+    ASSERT_EQ(process.state(), QProcess::Running);
+    ASSERT_EQ(::kill(static_cast<pid_t>(process.processId()), SIGINT), 0);
+}
+
+inline QString text(const nlohmann::json& value) { return QString::fromStdString(value.get<std::string>()); }
+
+} // namespace ostrel::testing
