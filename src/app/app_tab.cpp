@@ -1,0 +1,33 @@
+#include "app/app_tab.h"
+
+namespace ostrel {
+namespace {
+
+struct Words {
+    const char16_t* raw;
+    const char16_t* symbol;
+    const char16_t* argument;
+};
+
+// In the order of the enumeration.
+constexpr std::array<Words, 3> kWords{{
+    {u"Interleaver", u"interleave", u"interleaver"},
+    {u"Poly Tools", u"square.stack.3d.up", u"poly"},
+    {u"Stereo Validator", u"waveform.path", u"validator"},
+}};
+
+const Words& words(AppTab tab) { return kWords[static_cast<std::size_t>(tab)]; }
+
+} // namespace
+
+QString rawText(AppTab tab) { return QString::fromUtf16(words(tab).raw); }
+QString symbol(AppTab tab) { return QString::fromUtf16(words(tab).symbol); }
+
+std::optional<AppTab> tabNamed(const QString& argument) {
+    for (const AppTab tab : kAllAppTabs) {
+        if (argument == QStringView(words(tab).argument)) return tab;
+    }
+    return std::nullopt;
+}
+
+} // namespace ostrel

@@ -1,0 +1,47 @@
+// The grid: one spacing, one margin, and the few ways in which widgets are put beside or above each other.
+#pragma once
+
+#include <QBoxLayout>
+#include <QFont>
+#include <QLabel>
+#include <QWidget>
+
+namespace ostrel {
+
+inline constexpr int kSpacing = 8;
+inline constexpr int kMargin = 12;
+
+// A box layout without margins.
+inline QHBoxLayout* rowLayout(int spacing = kSpacing) {
+    auto* layout = new QHBoxLayout;
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(spacing);
+    return layout;
+}
+
+inline QVBoxLayout* columnLayout(int spacing = kSpacing) {
+    auto* layout = new QVBoxLayout;
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(spacing);
+    return layout;
+}
+
+inline void scaleFont(QWidget& widget, double factor, QFont::Weight weight = QFont::Normal) {
+    QFont font = widget.font();
+    font.setPointSizeF(font.pointSizeF() * factor);
+    font.setWeight(weight);
+    widget.setFont(font);
+}
+
+// The words by which assistive technology and tests know a control; the help text shows under the pointer too.
+template <class Widget>
+Widget* named(Widget* widget, const QString& name, const QString& help = QString()) {
+    widget->setAccessibleName(name);
+    if (!help.isEmpty()) {
+        widget->setToolTip(help);
+        widget->setAccessibleDescription(help);
+    }
+    return widget;
+}
+
+} // namespace ostrel

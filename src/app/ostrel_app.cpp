@@ -1,0 +1,45 @@
+#include "app/ostrel_app.h"
+
+#include "app/job_watch.h"
+#include "app/main_tab_view.h"
+#include "app/main_view.h"
+#include "app/ostrel_style.h"
+#include "app/poly_tools_page.h"
+#include "app/stereo_validator_tab_view.h"
+
+#include <QApplication>
+#include <QFile>
+
+namespace ostrel {
+
+void OstrelApp::prepare() {
+    QApplication::setStyle(new OstrelStyle);
+    QApplication::setDesktopFileName(QStringLiteral("ostrel"));
+    // Installed, the icon comes from the theme; the program brings its own for the build tree.
+    const QString own = QStringLiteral(":/ostrel.svg");
+    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("ostrel"), QFile::exists(own) ? QIcon(own) : QIcon()));
+}
+
+OstrelApp::OstrelApp(const ProductSettings& settings)
+    : updater_(desktop_, settings.updateFeed, settings.version), appViewModel_(desktop_, audio_),
+      stereoValidatorVM_(desktop_, audio_) {
+    auto* interleaver = new MainView(appViewModel_, desktop_);
+    auto* polyTools = new PolyToolsPage;
+    auto* validator = new StereoValidatorTabView(stereoValidatorVM_, appViewModel_.appearance);
+    window_ =
+        std::make_unique<MainTabView>(desktop_, updater_, appViewModel_.appearance, settings,
+                                      std::array<TabPage*, kAllAppTabs.size()>{interleaver, polyTools, validator});
+    desktop_.setWindow(window_.get());
+    auto* jobs = new JobWatch(*window_);
+    for (const AppTab tab : kAllAppTabs) jobs->watch(rawText(tab), window_->page(tab));
+}
+
+OstrelApp::~OstrelApp() = default;
+
+void OstrelApp::show(AppTab tab, const QStringList& paths) {
+    window_->selectedTab = tab;
+    window_->show();
+    if (!paths.isEmpty()) window_->handleGlobalDrop(paths);
+}
+
+} // namespace ostrel

@@ -1,0 +1,40 @@
+// The application: the desktop, the sound output, the controllers of the tabs and the window over them.
+#pragma once
+
+#include "app/app_tab.h"
+#include "app/product_settings.h"
+#include "app/qt_desktop_services.h"
+#include "app/updater.h"
+#include "interleaver/app_view_model.h"
+#include "platform/audio_output.h"
+#include "stereovalidator/stereo_validator_view_model.h"
+
+#include <memory>
+
+namespace ostrel {
+
+class MainTabView;
+
+class OstrelApp {
+public:
+    explicit OstrelApp(const ProductSettings& settings);
+    ~OstrelApp();
+
+    MainTabView& window() { return *window_; }
+    AppViewModel& appViewModel() { return appViewModel_; }
+    StereoValidatorViewModel& stereoValidator() { return stereoValidatorVM_; }
+    void show(AppTab tab, const QStringList& paths);
+
+    // Style, font-independent settings and the name under which settings are kept. Before the first OstrelApp.
+    static void prepare();
+
+private:
+    QtDesktopServices desktop_;
+    AudioOutput audio_;
+    Updater updater_;
+    AppViewModel appViewModel_;
+    StereoValidatorViewModel stereoValidatorVM_;
+    std::unique_ptr<MainTabView> window_;
+};
+
+} // namespace ostrel

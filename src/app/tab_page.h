@@ -1,0 +1,35 @@
+// What the window asks of a tab: the shell decides which tab gets a command, the tab what its controller does with it.
+#pragma once
+
+#include <QStringList>
+#include <QWidget>
+
+namespace ostrel {
+
+class TabPage : public QWidget {
+    Q_OBJECT
+
+public:
+    using QWidget::QWidget;
+
+    virtual void selectInput() = 0;
+    virtual void selectOutput() = 0;
+    virtual void scan() = 0;                  // or analyse
+    virtual void run() = 0;                   // or export
+    virtual void setModeIndex(int index) = 0; // of the tab's modes, from 0; a mode that it lacks does nothing
+    virtual void acceptDrop(const QStringList& urls) = 0; // local paths, at least one
+
+    virtual bool isPreviewReady() const { return false; }
+    virtual void togglePreview() {}
+    virtual void skipPreview(double /*seconds*/) {}
+    virtual void leave() {} // another tab is shown from now on
+
+    // The widget that a person works in first.
+    virtual QWidget* firstFocus() { return this; }
+
+Q_SIGNALS:
+    // A job began or ended; `outcome` is the log's last word on it.
+    void busyChanged(bool isBusy, const QString& outcome);
+};
+
+} // namespace ostrel

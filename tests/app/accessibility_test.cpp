@@ -1,0 +1,82 @@
+#include "app/window_test.h"
+
+#include "app/clean_export_dialog_view.h"
+#include "app/open_panel.h"
+
+#include <QAbstractSlider>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QScrollBar>
+
+namespace ostrel::testing {
+namespace {
+
+// Parts of a control that are reached through it.
+bool isInnerPart(const QWidget& widget) {
+    if (widget.objectName().startsWith(QStringLiteral("qt_"))) return true;
+    if (qobject_cast<const QScrollBar*>(&widget) || widget.inherits("QComboBoxPrivateContainer")) return true;
+    for (const QWidget* parent = widget.parentWidget(); parent; parent = parent->parentWidget()) {
+        if (parent->inherits("QComboBoxPrivateContainer") || qobject_cast<const QComboBox*>(parent)) return true;
+        if (parent->inherits("QTabBar")) return true;
+    }
+    return widget.inherits("QMenuBarExtension") || widget.inherits("QToolBarExtension") || widget.inherits("QMenu") ||
+           widget.inherits("QTableCornerButton");
+}
+
+bool isControl(const QWidget& widget) {
+    return qobject_cast<const QAbstractButton*>(&widget) || qobject_cast<const QComboBox*>(&widget) ||
+           qobject_cast<const QAbstractSlider*>(&widget) || qobject_cast<const QAbstractItemView*>(&widget) ||
+           widget.focusPolicy() != Qt::NoFocus;
+}
+
+void expectNames(const QWidget& root) {
+    for (const QWidget* widget : root.findChildren<QWidget*>()) {
+        if (isInnerPart(*widget) || !isControl(*widget) || qobject_cast<const QLabel*>(widget)) continue;
+        const QString name = widget->accessibleName();
+        EXPECT_FALSE(name.isEmpty()) << widget->metaObject()->className() << " in "
+                                     << widget->parentWidget()->metaObject()->className() << " of "
+                                     << widget->parentWidget()->accessibleName().toStdString();
+    }
+}
+
+using AccessibilityTest = WindowTest;
+
+TEST_F(AccessibilityTest, EveryControlHasAName) {
+    show();
+    interleaver_.select({samples()});
+    interleaver_.selectedLayout = ChannelLayout::stereo;
+    EXPECT_TRUE(waitForInterleaver());
+    expectNames(window_);
+}
+
+TEST_F(AccessibilityTest, EveryControlOfTheDialogsHasAName) {
+    CleanExportDialogView dialog(validator_, 0, {}, {}, &window_);
+    expectNames(dialog);
+    OpenPanelRequest request;
+    request.canChooseFolders = true;
+    request.canCreateFolders = true;
+    OpenPanel panel(request, {}, &window_);
+    expectNames(panel);
+}
+
+// From control to control by Tab: down the page, and round to the first again.
+TEST_F(AccessibilityTest, TabGoesDownThePage) {
+    show();
+    std::vector<int> heights;
+    QWidget* const first = find<QAbstractButton>(*mainView_, QStringLiteral("Source: Select..."));
+    first->setFocus();
+    for (int step = 0; step < 60; ++step) {
+        const QWidget* focus = QApplication::focusWidget();
+        ASSERT_NE(focus, nullptr);
+        heights.push_back(focus->mapTo(&window_, QPoint(0, focus->height() / 2)).y());
+        press(Qt::Key_Tab, Qt::NoModifier);
+        if (QApplication::focusWidget() == first) break;
+    }
+    EXPECT_EQ(QApplication::focusWidget(), first);
+    int upwards = 0;
+    for (std::size_t i = 1; i < heights.size(); ++i) upwards += heights[i] < heights[i - 1] - 40;
+    EXPECT_LE(upwards, 3) << "once round the window, and between the columns of the options";
+}
+
+} // namespace
+} // namespace ostrel::testing
