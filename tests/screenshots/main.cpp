@@ -1,0 +1,181 @@
+// Pictures of the window at work: ostrel-screenshots SAMPLES OUTPUT WIDTH HEIGHT [STATE...]
+// SAMPLES is a folder made by `ostrel-cli samples`, which the jobs that are shown write into.
+#include "app/activity_footer.h"
+#include "app/alert_dialog.h"
+#include "app/clean_export_dialog_view.h"
+#include "app/help_texts.h"
+#include "app/item_roles.h"
+#include "app/items_section.h"
+#include "app/log_popover_view.h"
+#include "app/main_tab_view.h"
+#include "app/open_panel.h"
+#include "app/ostrel_app.h"
+#include "app/record_table.h"
+#include "app/stereo_validator_tab_view.h"
+#include "app/validator_settings.h"
+#include "preview/playback_manager.h"
+
+#include <QApplication>
+#include <QDeadlineTimer>
+#include <cstdio>
+
+namespace ostrel {
+namespace {
+
+void waitUntil(const std::function<bool()>& condition) {
+    const QDeadlineTimer deadline(60'000);
+    while (!condition() && !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
+    }
+    for (int turn = 0; turn < 5; ++turn) QCoreApplication::processEvents();
+}
+
+class Photographer {
+public:
+    Photographer(const QString& samples, const QString& output, const QSize& size, const QStringList& states)
+        : app_({QStringLiteral("0.1.0"), {}, {}, {}}), samples_(samples), output_(output), states_(states) {
+        app_.window().resize(size);
+        app_.show(AppTab::interleave, {});
+    }
+
+    void run() {
+        const QString shade = app_.appViewModel().appearance.value() == Appearance::dark ? QStringLiteral("dark")
+                                                                                         : QStringLiteral("light");
+        shade_ = shade;
+        interleaver();
+        deinterleave();
+        validator();
+        dialogs();
+    }
+
+private:
+    AppViewModel& interleaverModel() { return app_.appViewModel(); }
+    void waitForJob() {
+        waitUntil([this] { return !interleaverModel().hasRunningTask(); });
+    }
+
+    void take(const QString& state, QWidget* widget = nullptr) {
+        if (!states_.isEmpty() && !states_.contains(state)) return;
+        for (int turn = 0; turn < 5; ++turn) QCoreApplication::processEvents();
+        const QPixmap picture = (widget ? widget : &app_.window())->grab();
+        const QString path = QStringLiteral("%1/%2-%3.png").arg(output_, state, shade_);
+        if (!picture.save(path)) std::fprintf(stderr, "cannot write %s\n", qUtf8Printable(path));
+    }
+
+    void preview(const QString& name) {
+        auto* items = app_.window().findChild<ItemsSection*>();
+        RecordTable& table = items->table();
+        for (int row = 0; row < table.model()->rowCount(); ++row) {
+            if (table.model()->index(row, NameColumn).data().toString() == name) table.selectRow(row);
+        }
+        PlaybackManager& playback = interleaverModel().playbackManager();
+        waitUntil([&] {
+            return playback.engine().isLoaded.value() && !playback.isGeneratingWaveform.value() &&
+                   !playback.isGeneratingStereoPreview.value();
+        });
+        waitUntil([&] { return !playback.isGeneratingWaveform.value(); });
+        playback.engine().seek(playback.engine().duration.value() * 0.37);
+    }
+
+    void interleaver() {
+        take(QStringLiteral("empty"));
+        app_.window().handleGlobalDrop({samples_ + QStringLiteral("/pairs")});
+        app_.window().currentPage().scan();
+        waitForJob();
+        take(QStringLiteral("scanned"));
+        app_.window().currentPage().run();
+        waitUntil([this] { return interleaverModel().progress.value() > 0.3; });
+        take(QStringLiteral("running"));
+        waitForJob();
+        preview(QStringLiteral("Rain Roof"));
+        take(QStringLiteral("interleaver"));
+        auto* footer = app_.window().currentPage().findChild<ActivityFooter*>();
+        footer->showLogPopover();
+        take(QStringLiteral("log"), footer->popover());
+        footer->popover()->dismiss();
+        interleaverModel().showOptions = false;
+        take(QStringLiteral("folded"));
+        interleaverModel().showOptions = true;
+        interleaverModel().toolDetector().bwfmetaeditAvailable = false;
+        take(QStringLiteral("banner"));
+        interleaverModel().toolDetector().bwfmetaeditAvailable = true;
+    }
+
+    void deinterleave() {
+        interleaverModel().currentMode = AppMode::deinterleave;
+        interleaverModel().selectedLayout = ChannelLayout::film51;
+        app_.window().handleGlobalDrop({samples_ + QStringLiteral("/interleaved")});
+        app_.window().currentPage().scan();
+        waitForJob();
+        if (!interleaverModel().deinterleaveSources.empty()) preview(QStringLiteral("Crowd 5.1-film.wav"));
+        take(QStringLiteral("deinterleave"));
+        interleaverModel().currentMode = AppMode::interleave;
+    }
+
+    void validator() {
+        app_.window().selectedTab = AppTab::polyTools;
+        take(QStringLiteral("poly"));
+        app_.window().selectedTab = AppTab::stereoValidator;
+        take(QStringLiteral("validator-empty"));
+        app_.window().handleGlobalDrop({samples_ + QStringLiteral("/validator")});
+        app_.window().currentPage().scan();
+        waitUntil([this] { return !app_.stereoValidator().isAnalyzing.value(); });
+        auto* view = app_.window().findChild<StereoValidatorTabView*>();
+        view->table().selectRow(1);
+        take(QStringLiteral("validator"));
+        app_.window().findChild<ValidatorSettings*>()->showAdvanced = true;
+        take(QStringLiteral("thresholds"));
+        app_.stereoValidator().showCleanExportDialog = true;
+        take(QStringLiteral("clean-export"), view->cleanExportDialog());
+        app_.stereoValidator().addMonoSuffix = false;
+        app_.stereoValidator().allowOverwrite = true;
+        take(QStringLiteral("destructive"), view->cleanExportDialog());
+        app_.stereoValidator().showCleanExportDialog = false;
+    }
+
+    void dialogs() {
+        AlertRequest request;
+        request.title = QStringLiteral("Stereo Validator");
+        request.text = aboutStereoValidatorText();
+        AlertDialog alert(request);
+        alert.show();
+        take(QStringLiteral("about"), &alert);
+        OpenPanelRequest panelRequest;
+        panelRequest.canChooseFolders = true;
+        panelRequest.canCreateFolders = true;
+        panelRequest.allowsMultipleSelection = true;
+        panelRequest.message = QStringLiteral("Select audio files or folders to process");
+        panelRequest.prompt = QStringLiteral("Select");
+        panelRequest.allowedExtensions = {QStringLiteral("wav")};
+        OpenPanel panel(panelRequest, {samples_, samples_ + QStringLiteral("/pairs")});
+        panel.show();
+        waitUntil([deadline = QDeadlineTimer(400)] { return deadline.hasExpired(); });
+        take(QStringLiteral("panel"), &panel);
+        app_.window().isDragTargeted = true;
+        take(QStringLiteral("drop"));
+    }
+
+    OstrelApp app_;
+    QString samples_;
+    QString output_;
+    QString shade_;
+    QStringList states_;
+};
+
+} // namespace
+} // namespace ostrel
+
+int main(int argc, char** argv) {
+    QApplication application(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Ostrel"));
+    QApplication::setApplicationName(QStringLiteral("Ostrel"));
+    ostrel::OstrelApp::prepare();
+    const QStringList arguments = QApplication::arguments();
+    if (arguments.size() < 5) {
+        std::fprintf(stderr, "usage: ostrel-screenshots SAMPLES OUTPUT WIDTH HEIGHT [STATE...]\n");
+        return 2;
+    }
+    const QSize size(arguments[3].toInt(), arguments[4].toInt());
+    ostrel::Photographer(arguments[1], arguments[2], size, arguments.mid(5)).run();
+    return 0;
+}
