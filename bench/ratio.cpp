@@ -1,0 +1,81 @@
+#include "bench/ratio.h"
+
+#include "platform/child_process.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace ostrel::bench {
+namespace {
+
+struct Measured {
+    double seconds = 0;
+    double mebibytes = 0; // peak resident memory of the process that did the work, its children not counted
+};
+
+// In a child of its own: what one run leaves in memory doesn't count for the next.
+Measured measure(const Side& side) {
+    side.before();
+    auto* shared = static_cast<Measured*>(
+        ::mmap(nullptr, sizeof(Measured), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        const auto start = std::chrono::steady_clock::now();
+        side.work();
+        shared->seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        // Not what wait4 gives: that counts the tools we ran, too.
+        rusage usage{};
+        ::getrusage(RUSAGE_SELF, &usage);
+        shared->mebibytes = static_cast<double>(usage.ru_maxrss) / 1024;
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    const Measured result = *shared;
+    ::munmap(shared, sizeof(Measured));
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+        std::fprintf(stderr, "%s failed\n", side.name.toUtf8().constData());
+        std::exit(1);
+    }
+    return result;
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+} // namespace
+
+void compare(const QString& title, double goal, const Side& ours, const Side& bare, int runs) {
+    measure(bare);
+    measure(ours);
+    std::vector<double> our;
+    std::vector<double> their;
+    double peak = 0;
+    for (int i = 0; i < runs; ++i) {
+        their.push_back(measure(bare).seconds);
+        const Measured one = measure(ours);
+        our.push_back(one.seconds);
+        peak = std::max(peak, one.mebibytes);
+    }
+    std::printf("%-46s %9.3f s %9.3f s   ratio %6.3f   goal %5.2f   peak %5.1f MiB\n", title.toUtf8().constData(),
+                median(our), median(their), median(our) / median(their), goal, peak);
+    std::fflush(stdout);
+}
+
+void runBare(const QString& program, const QStringList& arguments) {
+    const ProcessResult result = ChildProcess::runForResult(program, arguments);
+    if (result.succeeded()) return;
+    std::fprintf(stderr, "%s failed: %s\n", program.toUtf8().constData(), result.standardError.constData());
+    ::_exit(1);
+}
+
+} // namespace ostrel::bench
