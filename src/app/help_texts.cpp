@@ -93,6 +93,13 @@ constexpr char16_t kStereoValidator[] =
     u"Includes auditioning (spacebar play/pause), click-through playback while reviewing, and optional "
     u"CSV result reports.";
 
+constexpr auto kNoFFmpeg =
+    u"⚠️ ffmpeg not found (unexpected - should be bundled with app)\n\nIf you see this error, please contact "
+    u"support.\n\nAdvanced users can install via Homebrew as fallback:\nbrew install ffmpeg";
+constexpr auto kNoBwfmetaedit =
+    u"⚠️ BWF MetaEdit not found (unexpected - should be bundled with app)\n\nIf you see this error, please contact "
+    u"support.\n\nAdvanced users can install via Homebrew as fallback:\nbrew install bwfmetaedit";
+
 } // namespace
 
 QString forThisDesktop(const QString& text) {
@@ -106,5 +113,8 @@ QString keyboardShortcutsText() { return forThisDesktop(QString::fromUtf16(kShor
 QString aboutInterleaverText() { return QString::fromUtf16(kInterleaver); }
 QString aboutPolyToolsText() { return QString::fromUtf16(kPolyTools); }
 QString aboutStereoValidatorText() { return QString::fromUtf16(kStereoValidator); }
+
+QString missingFFmpegText() { return QString::fromUtf16(kNoFFmpeg); }
+QString missingBwfmetaeditText() { return QString::fromUtf16(kNoBwfmetaedit); }
 
 } // namespace ostrel

@@ -3,6 +3,7 @@
 #include "app/activity_footer.h"
 #include "app/appearance_toggle.h"
 #include "app/audio_preview_panel.h"
+#include "app/help_texts.h"
 #include "app/interleaver_options.h"
 #include "app/items_section.h"
 #include "app/layouts.h"
@@ -11,8 +12,9 @@
 #include "app/progress_line.h"
 #include "app/record_table.h"
 #include "app/scrolled_page.h"
-#include "app/selection_row.h"
+#include "app/selection_card.h"
 #include "app/symbols.h"
+#include "app/tab_header.h"
 #include "platform/paths.h"
 #include "preview/playback_manager.h"
 
@@ -22,16 +24,6 @@
 #include <QSplitter>
 
 namespace ostrel {
-namespace {
-
-constexpr auto kNoFFmpeg =
-    u"⚠️ ffmpeg not found (unexpected - should be bundled with app)\n\nIf you see this error, please contact "
-    u"support.\n\nAdvanced users can install via Homebrew as fallback:\nbrew install ffmpeg";
-constexpr auto kNoBwfmetaedit =
-    u"⚠️ BWF MetaEdit not found (unexpected - should be bundled with app)\n\nIf you see this error, please contact "
-    u"support.\n\nAdvanced users can install via Homebrew as fallback:\nbrew install bwfmetaedit";
-
-} // namespace
 
 MainView::MainView(AppViewModel& viewModel, DesktopServices& desktop, QWidget* parent)
     : TabPage(parent), viewModel_(viewModel), desktop_(desktop),
@@ -42,8 +34,8 @@ MainView::MainView(AppViewModel& viewModel, DesktopServices& desktop, QWidget* p
     auto* content = columnLayout(6);
     content->setContentsMargins(kMargin, 6, kMargin, 4);
     content->addWidget(makeHeader());
-    ffmpegBanner_ = new WarningBanner(QString::fromUtf16(kNoFFmpeg));
-    bwfmetaeditBanner_ = new WarningBanner(QString::fromUtf16(kNoBwfmetaedit));
+    ffmpegBanner_ = new WarningBanner(missingFFmpegText());
+    bwfmetaeditBanner_ = new WarningBanner(missingBwfmetaeditText());
     content->addWidget(ffmpegBanner_);
     content->addWidget(bwfmetaeditBanner_);
     content->addWidget(makeSource());
@@ -84,8 +76,6 @@ MainView::MainView(AppViewModel& viewModel, DesktopServices& desktop, QWidget* p
 }
 
 QWidget* MainView::makeHeader() {
-    auto* title = new QLabel(QStringLiteral("Interleaver"));
-    scaleFont(*title, 1.35, QFont::DemiBold);
     modes_ = new SegmentedControl(QStringLiteral("Mode"));
     modes_->addSegment(QStringLiteral("Interleave"), QString(),
                        QStringLiteral("Multi-mono to one interleaved file (Ctrl+,)"));
@@ -94,16 +84,8 @@ QWidget* MainView::makeHeader() {
     connect(modes_, &SegmentedControl::chosen, this, &MainView::setModeIndex);
     ffmpeg_ = new ToolStatusIndicator(QStringLiteral("ffmpeg"));
     bwfmetaedit_ = new ToolStatusIndicator(QStringLiteral("bwfmetaedit"));
-    auto* row = rowLayout(12);
-    row->addWidget(title);
-    row->addWidget(modes_);
-    row->addStretch();
-    row->addWidget(ffmpeg_);
-    row->addWidget(bwfmetaedit_);
-    row->addWidget(new AppearanceToggle(viewModel_.appearance));
-    auto* header = new QWidget;
-    header->setLayout(row);
-    return header;
+    return tabHeader(QStringLiteral("Interleaver"), {modes_},
+                     {ffmpeg_, bwfmetaedit_, new AppearanceToggle(viewModel_.appearance)});
 }
 
 QWidget* MainView::makeSource() {
@@ -113,12 +95,6 @@ QWidget* MainView::makeSource() {
     output_ =
         new SelectionRow({QStringLiteral("Output Folder:"), QStringLiteral("Choose..."),
                           QStringLiteral("Choose the output folder (Ctrl+O)"), QStringLiteral("Clear output folder")});
-    const int labels = std::max(source_->labelWidth(), output_->labelWidth());
-    source_->setLabelWidth(labels);
-    output_->setLabelWidth(labels);
-    const int buttons = std::max(source_->button().sizeHint().width(), output_->button().sizeHint().width());
-    source_->button().setFixedWidth(buttons);
-    output_->button().setFixedWidth(buttons);
     subfolders_ = named(new QCheckBox(QStringLiteral("Include subfolders")), QStringLiteral("Include subfolders"),
                         QStringLiteral("When selecting folders, include all subfolders recursively"));
     connect(source_, &SelectionRow::chooseClicked, this, &MainView::selectInput);
@@ -139,20 +115,9 @@ QWidget* MainView::makeSource() {
         options.includeSubfolders = isOn;
         viewModel_.options = options;
     });
-    auto* grid = columnLayout(6);
-    grid->setContentsMargins(14, 8, 10, 8);
-    auto* first = rowLayout(12);
-    first->addWidget(source_, 1);
-    first->addWidget(subfolders_);
-    auto* second = rowLayout(12);
-    second->addWidget(output_, 1);
-    second->addSpacing(subfolders_->sizeHint().width() + 12);
-    grid->addLayout(first);
-    grid->addLayout(second);
-    auto* card = new Card;
-    card->setAccessibleName(QStringLiteral("Source and output"));
-    card->setLayout(grid);
-    card->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    auto* card = new SelectionCard(QStringLiteral("Source and output"));
+    card->addRow(source_, subfolders_);
+    card->addRow(output_);
     sourceSection_ = card;
     return card;
 }

@@ -4,7 +4,7 @@
 #include "app/main_tab_view.h"
 #include "app/main_view.h"
 #include "app/ostrel_style.h"
-#include "app/poly_tools_page.h"
+#include "app/poly_tools_tab_view.h"
 #include "app/stereo_validator_tab_view.h"
 
 #include <QApplication>
@@ -22,9 +22,9 @@ void OstrelApp::prepare() {
 
 OstrelApp::OstrelApp(const ProductSettings& settings)
     : updater_(desktop_, settings.updateFeed, settings.version), appViewModel_(desktop_, audio_),
-      stereoValidatorVM_(desktop_, audio_) {
+      polyToolsVM_(desktop_, &audio_), stereoValidatorVM_(desktop_, audio_) {
     auto* interleaver = new MainView(appViewModel_, desktop_);
-    auto* polyTools = new PolyToolsPage;
+    auto* polyTools = new PolyToolsTabView(polyToolsVM_, appViewModel_.appearance);
     auto* validator = new StereoValidatorTabView(stereoValidatorVM_, appViewModel_.appearance);
     window_ =
         std::make_unique<MainTabView>(desktop_, updater_, appViewModel_.appearance, settings,

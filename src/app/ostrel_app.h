@@ -7,6 +7,7 @@
 #include "app/updater.h"
 #include "interleaver/app_view_model.h"
 #include "platform/audio_output.h"
+#include "polytools/poly_tools_view_model.h"
 #include "stereovalidator/stereo_validator_view_model.h"
 
 #include <memory>
@@ -22,6 +23,7 @@ public:
 
     MainTabView& window() { return *window_; }
     AppViewModel& appViewModel() { return appViewModel_; }
+    PolyToolsViewModel& polyTools() { return polyToolsVM_; }
     StereoValidatorViewModel& stereoValidator() { return stereoValidatorVM_; }
     void show(AppTab tab, const QStringList& paths);
 
@@ -33,6 +35,7 @@ private:
     AudioOutput audio_;
     Updater updater_;
     AppViewModel appViewModel_;
+    PolyToolsViewModel polyToolsVM_;
     StereoValidatorViewModel stereoValidatorVM_;
     std::unique_ptr<MainTabView> window_;
 };

@@ -88,6 +88,12 @@ void SimplePlaybackTransport::seekTo(double seconds) { engine_.seek(seconds); }
 
 PolyToolsPlaybackTransport::PolyToolsPlaybackTransport(PreviewMixer& mixer, QWidget* parent)
     : PlaybackTransport(QStringLiteral("Scrub playback position"), parent), mixer_(mixer), badge_(new SecondaryLabel) {
+    // The label beside it keeps its place, whatever is heard.
+    badge_->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("POLY")) + 4);
+    QSizePolicy policy = badge_->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    badge_->setSizePolicy(policy);
+    badge_->hide();
     insertBadge(badge_);
     const auto time = [this] { showTime(mixer_.currentTime.value(), mixer_.duration.value()); };
     bindings_.bind(mixer.isPlaying, [this] { showPlaying(mixer_.isPlaying.value()); });

@@ -13,8 +13,9 @@
 #include "app/progress_line.h"
 #include "app/record_table.h"
 #include "app/scrolled_page.h"
-#include "app/selection_row.h"
+#include "app/selection_card.h"
 #include "app/symbols.h"
+#include "app/tab_header.h"
 #include "app/validator_results_model.h"
 #include "app/validator_settings.h"
 #include "platform/diagnostics.h"
@@ -53,19 +54,10 @@ StereoValidatorTabView::StereoValidatorTabView(StereoValidatorViewModel& viewMod
 }
 
 QWidget* StereoValidatorTabView::makeHeader(QProperty<Appearance>& appearance) {
-    auto* title = new QLabel(QStringLiteral("Stereo Validator"));
-    scaleFont(*title, 1.35, QFont::DemiBold);
     auto* analyzer = new ToolStatusIndicator(QStringLiteral("Native Analyzer"));
     analyzer->setAvailable(true);
     analyzer->setHelp(QStringLiteral("Using native in-process analyzer - no external dependencies required"));
-    auto* row = rowLayout(12);
-    row->addWidget(title);
-    row->addStretch();
-    row->addWidget(analyzer);
-    row->addWidget(new AppearanceToggle(appearance));
-    auto* header = new QWidget;
-    header->setLayout(row);
-    return header;
+    return tabHeader(QStringLiteral("Stereo Validator"), {}, {analyzer, new AppearanceToggle(appearance)});
 }
 
 QWidget* StereoValidatorTabView::makeSource() {
@@ -76,12 +68,6 @@ QWidget* StereoValidatorTabView::makeSource() {
                                 QStringLiteral("Choose where to save analysis results and processed files"),
                                 QStringLiteral("Clear output folder (save next to source)")});
     output_->clearButton().setAccessibleDescription(QStringLiteral("Reset to default output (same as source)"));
-    const int labels = std::max(source_->labelWidth(), output_->labelWidth());
-    source_->setLabelWidth(labels);
-    output_->setLabelWidth(labels);
-    const int buttons = std::max(source_->button().sizeHint().width(), output_->button().sizeHint().width());
-    source_->button().setFixedWidth(buttons);
-    output_->button().setFixedWidth(buttons);
     connect(source_, &SelectionRow::chooseClicked, this, &StereoValidatorTabView::selectInput);
     connect(source_, &SelectionRow::clearClicked, this, &StereoValidatorTabView::clearSelection);
     connect(output_, &SelectionRow::chooseClicked, this, &StereoValidatorTabView::selectOutput);
@@ -89,20 +75,9 @@ QWidget* StereoValidatorTabView::makeSource() {
     const QString recursive = QStringLiteral("Scan subfolders recursively");
     recursive_ = named(new QCheckBox(recursive), recursive);
     connect(recursive_, &QCheckBox::toggled, this, [this](bool isOn) { viewModel_.recursiveScan = isOn; });
-    auto* first = rowLayout(12);
-    first->addWidget(source_, 1);
-    first->addWidget(recursive_);
-    auto* second = rowLayout(12);
-    second->addWidget(output_, 1);
-    second->addSpacing(recursive_->sizeHint().width() + 12);
-    auto* column = columnLayout(6);
-    column->setContentsMargins(14, 8, 10, 8);
-    column->addLayout(first);
-    column->addLayout(second);
-    auto* card = new Card;
-    card->setAccessibleName(QStringLiteral("Source and output"));
-    card->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-    card->setLayout(column);
+    auto* card = new SelectionCard(QStringLiteral("Source and output"));
+    card->addRow(source_, recursive_);
+    card->addRow(output_);
     sourceSection_ = card;
     return card;
 }

@@ -1,6 +1,6 @@
 #include "app/alert_dialog.h"
+#include "app/blank_page.h"
 #include "app/job_watch.h"
-#include "app/poly_tools_page.h"
 #include "app/qt_desktop_services.h"
 #include "app/recent_folders.h"
 #include "app/system_appearance.h"
@@ -105,7 +105,7 @@ TEST_F(BusTest, SleepIsInhibitedWhileAJobRuns) {
     };
     serve(QStringLiteral("org.freedesktop.login1"));
     QWidget window;
-    PolyToolsPage page;
+    BlankPage page;
     JobWatch watch(window, connection(), connection());
     watch.watch(QStringLiteral("Interleaver"), page);
     Q_EMIT page.busyChanged(true, QString());
@@ -122,7 +122,7 @@ TEST_F(BusTest, ALongJobThatEndsInTheBackgroundIsTold) {
     desktop_.answer = [](const QDBusMessage&) { return QVariantList{1U}; };
     serve(QStringLiteral("org.freedesktop.Notifications"));
     QWidget window; // never shown, so never active
-    PolyToolsPage page;
+    BlankPage page;
     JobWatch watch(window, connection(), connection(), 0);
     watch.watch(QStringLiteral("Interleaver"), page);
     Q_EMIT page.busyChanged(true, QString());
@@ -140,7 +140,7 @@ TEST_F(BusTest, ALongJobThatEndsInTheBackgroundIsTold) {
 
 TEST(JobWatchTest, AShortJobIsNotTold) {
     QWidget window;
-    PolyToolsPage page;
+    BlankPage page;
     JobWatch watch(window);
     bool isTold = false;
     QObject::connect(&watch, &JobWatch::notified, [&isTold] { isTold = true; });

@@ -1,5 +1,6 @@
 #include "app/window_test.h"
 
+#include "app/blank_page.h"
 #include "app/check_for_updates.h"
 #include "app/help_texts.h"
 #include "app/spacebar_monitor.h"
@@ -62,7 +63,7 @@ TEST_F(ShellTest, DigitsChooseTabsFromEveryTab) {
     EXPECT_TRUE(validatorView_->isVisible());
     press(Qt::Key_2);
     EXPECT_EQ(window_.selectedTab.value(), AppTab::polyTools);
-    EXPECT_TRUE(polyTools_->isVisible());
+    EXPECT_TRUE(polyToolsView_->isVisible());
     press(Qt::Key_1);
     EXPECT_EQ(window_.selectedTab.value(), AppTab::interleave);
     EXPECT_TRUE(mainView_->isVisible());
@@ -116,7 +117,11 @@ TEST_F(ShellTest, SelectionKeysReachTheVisibleTab) {
               QStringLiteral("Choose where to save analysis results and processed files"));
     press(Qt::Key_2);
     press(Qt::Key_I);
-    EXPECT_EQ(desktop_.openPanels.size(), 4U);
+    ASSERT_EQ(desktop_.openPanels.size(), 5U);
+    EXPECT_TRUE(desktop_.openPanels.back().canChooseFolders);
+    press(Qt::Key_O);
+    ASSERT_EQ(desktop_.openPanels.size(), 6U);
+    EXPECT_EQ(desktop_.openPanels.back().message, QStringLiteral("Select output folder"));
 }
 
 TEST_F(ShellTest, CommandsWhoseRuleIsNotMetSayNothing) {
@@ -332,7 +337,7 @@ TEST_F(ShellTest, SupportItemsOpenTheProductsAddresses) {
     const ProductSettings settings{QStringLiteral("1"), QStringLiteral("https://example.org/"),
                                    QStringLiteral("help@example.org"), QString()};
     MainTabView window(desktop_, updater_, interleaver_.appearance, settings,
-                       {new PolyToolsPage, new PolyToolsPage, new PolyToolsPage});
+                       {new BlankPage, new BlankPage, new BlankPage});
     for (QAction* action : window.findChildren<QAction*>()) {
         if (action->text() == QStringLiteral("Website") || action->text() == QStringLiteral("Email Support")) {
             action->trigger();
@@ -342,12 +347,10 @@ TEST_F(ShellTest, SupportItemsOpenTheProductsAddresses) {
               (QStringList{QStringLiteral("https://example.org/"), QStringLiteral("mailto:help@example.org")}));
 }
 
-TEST_F(ShellTest, PolyToolsSayPlainlyThatTheyAreNotHereYet) {
+TEST_F(ShellTest, PolyToolsOpenInSplitMode) {
     show(AppTab::polyTools);
-    bool isSaid = false;
-    for (const QLabel* label : polyTools_->findChildren<QLabel*>())
-        isSaid |= label->text().contains(QStringLiteral("next version"));
-    EXPECT_TRUE(isSaid);
+    EXPECT_EQ(polyTools_.mode.value(), PolyMode::split);
+    EXPECT_EQ(find<SegmentedControl>(*polyToolsView_, QStringLiteral("Mode"))->current(), 0);
 }
 
 } // namespace

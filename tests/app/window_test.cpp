@@ -6,11 +6,12 @@
 namespace ostrel::testing {
 
 WindowTest::WindowTest()
-    : interleaver_(desktop_, audio_), validator_(desktop_, audio_),
+    : interleaver_(desktop_, audio_), polyTools_(desktop_, &audio_), validator_(desktop_, audio_),
       updater_(desktop_, QString(), QStringLiteral("0.1.0")), mainView_(new MainView(interleaver_, desktop_)),
-      validatorView_(new StereoValidatorTabView(validator_, interleaver_.appearance)), polyTools_(new PolyToolsPage),
+      validatorView_(new StereoValidatorTabView(validator_, interleaver_.appearance)),
+      polyToolsView_(new PolyToolsTabView(polyTools_, interleaver_.appearance)),
       window_(desktop_, updater_, interleaver_.appearance, {QStringLiteral("0.1.0"), {}, {}, {}},
-              {mainView_, polyTools_, validatorView_}) {}
+              {mainView_, polyToolsView_, validatorView_}) {}
 
 QString WindowTest::samples() {
     const QString folder = folder_.path(QStringLiteral("samples"));
@@ -67,6 +68,12 @@ bool WindowTest::waitForInterleaver() {
 
 bool WindowTest::waitForAnalysis() {
     const bool ended = waitUntil([this] { return !validator_.isAnalyzing.value(); });
+    settle();
+    return ended;
+}
+
+bool WindowTest::waitForPolyTools() {
+    const bool ended = waitUntil([this] { return !polyTools_.hasRunningTask(); }, 60'000);
     settle();
     return ended;
 }

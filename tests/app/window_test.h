@@ -3,7 +3,7 @@
 
 #include "app/main_tab_view.h"
 #include "app/main_view.h"
-#include "app/poly_tools_page.h"
+#include "app/poly_tools_tab_view.h"
 #include "app/record_table.h"
 #include "app/stereo_validator_tab_view.h"
 #include "app/updater.h"
@@ -43,6 +43,7 @@ protected:
     // Runs the event loop until nothing is under way.
     bool waitForInterleaver();
     bool waitForAnalysis();
+    bool waitForPolyTools();
     static void settle();
 
     QStringList messages(const RecordList<ProcessingLogEntry>& entries) const;
@@ -51,11 +52,12 @@ protected:
     ScriptedDesktop desktop_;
     AudioOutput audio_;
     AppViewModel interleaver_;
+    PolyToolsViewModel polyTools_;
     StereoValidatorViewModel validator_;
     Updater updater_;
     MainView* mainView_;
     StereoValidatorTabView* validatorView_;
-    PolyToolsPage* polyTools_;
+    PolyToolsTabView* polyToolsView_;
     MainTabView window_;
 };
 

@@ -1,16 +1,12 @@
-// Holds the place of the Poly Tools tab, whose tools are driven from the terminal in this version.
+// A tab that does nothing, for tests of what stands around it.
 #pragma once
 
 #include "app/tab_page.h"
 
-namespace ostrel {
+namespace ostrel::testing {
 
-class PolyToolsPage : public TabPage {
-    Q_OBJECT
-
+class BlankPage : public TabPage {
 public:
-    explicit PolyToolsPage(QWidget* parent = nullptr);
-
     void selectInput() override {}
     void selectOutput() override {}
     void scan() override {}
@@ -19,4 +15,4 @@ public:
     void acceptDrop(const QStringList&) override {}
 };
 
-} // namespace ostrel
+} // namespace ostrel::testing
