@@ -36,6 +36,9 @@ QStringList manifestCandidates(const QString& isoURL);
 // "T1_a.wav", "T1_b.wav" -> "T1_poly". Without files "output_poly", without anything in common "joined_poly".
 QString derivePolyName(const QStringList& urls, bool keepOriginalName);
 
+// What stands against joining a file with the reference, for the file's own row.
+QStringList isoMarks(const ISOFile& file, const ISOFile& reference);
+
 // What stands against a join, one sentence each; the engine has the last word.
 QStringList isoMismatches(const std::vector<ISOFile>& files);
 

@@ -34,7 +34,12 @@ void PolyJoinFlow::selectISOFiles() {
     request.message = QStringLiteral("Select mono WAV files to join into a poly file");
     request.allowedExtensions = {QStringLiteral("wav")};
     const QStringList chosen = services_.desktop().showOpenPanel(request);
-    if (!chosen.isEmpty()) analyzeISOFiles(chosen);
+    if (chosen.isEmpty()) return;
+    QStringList urls = urlsOf(state_.isoFiles);
+    for (const QString& url : chosen) {
+        if (!urls.contains(url)) urls << url;
+    }
+    analyzeISOFiles(urls);
 }
 
 void PolyJoinFlow::applyJoinModeDetection(const QStringList& folders, const QStringList& files) {
@@ -93,9 +98,11 @@ QCoro::Task<> PolyJoinFlow::load(QStringList urls, TaskHandle handle) {
 
 void PolyJoinFlow::showLoaded(const LoadedISOs& loaded) {
     state_.batchJoinMode = false;
+    state_.showGroupReview = false;
+    state_.usedSmartShortcut = false;
     setISOFiles(loaded.files);
     state_.isoOrderingMethod = loaded.ordering;
-    state_.joinOutputName = derivePolyName(urlsOf(state_.isoFiles), state_.joinKeepOriginalName.value());
+    state_.joinOutputName = suggestedName();
     validateISOFiles();
     services_.success(kScan, QStringLiteral("Loaded %1 files for joining").arg(loaded.files.size()));
     logOrdering(loaded);
@@ -122,6 +129,7 @@ void PolyJoinFlow::logOrdering(const LoadedISOs& loaded) {
 
 void PolyJoinFlow::setISOFiles(std::vector<ISOFile> files) {
     numberChannels(files);
+    state_.referenceISOIndex = 0;
     if (!files.empty() && state_.joinOutputFolder.value().isEmpty()) {
         state_.joinOutputFolder = paths::parent(files.front().url);
     }
@@ -143,18 +151,28 @@ void PolyJoinFlow::validateISOFiles() {
                                  .arg(seconds % 60, 2, 10, QLatin1Char('0')));
 }
 
-void PolyJoinFlow::swapISOs(int row, int other) {
+void PolyJoinFlow::moveISO(int row, int to) {
     const int count = static_cast<int>(state_.isoFiles.size());
-    if (row < 0 || other < 0 || row >= count || other >= count) return;
+    if (row < 0 || to < 0 || row >= count || to >= count || row == to) return;
     std::vector<ISOFile> files = state_.isoFiles.rows();
-    std::swap(files[static_cast<std::size_t>(row)], files[static_cast<std::size_t>(other)]);
+    const auto from = files.begin() + row;
+    row < to ? std::rotate(from, from + 1, files.begin() + to + 1) : std::rotate(files.begin() + to, from, from + 1);
+    numberChannels(files);
+    // The metadata goes on coming from the same file.
+    const int reference = state_.referenceISOIndex.value();
+    if (reference == row) {
+        state_.referenceISOIndex = to;
+    } else if (row < reference && reference <= to) {
+        state_.referenceISOIndex = reference - 1;
+    } else if (to <= reference && reference < row) {
+        state_.referenceISOIndex = reference + 1;
+    }
     state_.isoFiles.assign(std::move(files));
-    updateChannelIndices();
     preview_.updatePreviewMix();
 }
 
-void PolyJoinFlow::moveISOUp(int row) { swapISOs(row, row - 1); }
-void PolyJoinFlow::moveISODown(int row) { swapISOs(row, row + 1); }
+void PolyJoinFlow::moveISOUp(int row) { moveISO(row, row - 1); }
+void PolyJoinFlow::moveISODown(int row) { moveISO(row, row + 1); }
 
 void PolyJoinFlow::updateChannelIndices() {
     int number = 0;
@@ -179,6 +197,33 @@ void PolyJoinFlow::selectOutputFolder() {
     request.message = QStringLiteral("Select folder where poly files will be created");
     const QStringList chosen = services_.desktop().showOpenPanel(request);
     if (!chosen.isEmpty()) state_.joinOutputFolder = chosen.first();
+}
+
+void PolyJoinFlow::clearOutputFolder() {
+    const auto& isos = state_.isoFiles;
+    state_.joinOutputFolder = isos.empty() ? QString() : paths::parent(isos[0].url);
+}
+
+QString PolyJoinFlow::suggestedName() const {
+    const bool keep = state_.joinKeepOriginalName.value();
+    if (state_.usedSmartShortcut.value() && state_.groupingResult.value()) {
+        return groupOutputName(state_.groupingResult.value()->groups.front(), keep);
+    }
+    return derivePolyName(urlsOf(state_.isoFiles), keep);
+}
+
+// A name that was suggested follows; one that a person typed stays.
+void PolyJoinFlow::setKeepOriginalName(bool keep) {
+    const bool isSuggested = state_.joinOutputName.value() == suggestedName();
+    state_.joinKeepOriginalName = keep;
+    if (isSuggested) state_.joinOutputName = suggestedName();
+}
+
+void PolyJoinFlow::setReviewsGroups(bool isOn) {
+    if (isOn == state_.showGroupReview.value() || !state_.usedSmartShortcut.value()) return;
+    state_.showGroupReview = isOn;
+    state_.batchJoinMode = isOn;
+    preview_.clearPlaybackState(); // it held the other list
 }
 
 bool PolyJoinFlow::canRunJoin() const {
@@ -303,6 +348,7 @@ void PolyJoinFlow::startBatchJoin() {
         return services_.error(kProcess, QStringLiteral("Output folder required"));
     if (!requireFFmpeg()) return;
     resetTotals();
+    state_.isProcessing = true;
     state_.isBatchJoining = true;
     state_.batchJoinProgress = std::nullopt;
     state_.batchJoinResults = std::nullopt;
@@ -334,13 +380,14 @@ QCoro::Task<> PolyJoinFlow::batchJoin(std::vector<ISOGroupCandidate> groups, Joi
         if (result && state_.isCancelled.value()) countBatchJoin(*result); // what was made until the stop
         co_return;
     }
-    state_.isBatchJoining = false;
     if (result) {
         showBatchJoin(*result, groups);
     } else {
         services_.error(kProcess, QStringLiteral("Batch join failed: ") + failure);
         state_.errorCount = 1;
     }
+    state_.isBatchJoining = false;
+    state_.isProcessing = false;
 }
 
 void PolyJoinFlow::countBatchJoin(const BatchJoinResult& result) {

@@ -18,13 +18,17 @@ public:
 
     // Folders win over files. One file is loaded, anything more is grouped.
     void applyJoinModeDetection(const QStringList& folders, const QStringList& files);
-    void selectISOFiles();
+    void selectISOFiles(); // in addition to those that are loaded
     void analyzeISOFiles(const QStringList& urls);
     void scanAndGroupISOs();
     void selectOutputFolder();
+    void clearOutputFolder(); // back to that of the loaded ISOs
+    void setKeepOriginalName(bool keep);
+    void setReviewsGroups(bool isOn); // of the one group that the shortcut took
 
     void moveISOUp(int row);
     void moveISODown(int row);
+    void moveISO(int row, int to);
     void updateChannelIndices();
     void setAllSelected(bool isSelected);
     void setSelected(int row, bool isSelected);
@@ -41,6 +45,7 @@ private:
     void showLoaded(const LoadedISOs& loaded);
     void logOrdering(const LoadedISOs& loaded);
     void validateISOFiles();
+    QString suggestedName() const;
     QCoro::Task<> group(TaskHandle handle);
     void showGroups(const GroupingResult& result);
     void takeShortcut(const ISOGroupCandidate& group);
@@ -54,7 +59,6 @@ private:
     void resetTotals();
     void noteReport(const QString& path);
     bool requireFFmpeg();
-    void swapISOs(int row, int other);
 
     PolyToolsState& state_;
     PolyToolsServices& services_;

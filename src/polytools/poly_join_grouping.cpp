@@ -107,7 +107,7 @@ void PolyJoinFlow::showGroups(const GroupingResult& result) {
 // One take beyond doubt: nothing to review, so it goes the way of a single join.
 void PolyJoinFlow::takeShortcut(const ISOGroupCandidate& group) {
     setISOFiles(group.sortedISOs());
-    state_.joinOutputName = groupOutputName(group, state_.joinKeepOriginalName.value());
+    state_.joinOutputName = suggestedName();
     const QString take = !group.scene.isEmpty() && !group.take.isEmpty()
                              ? QStringLiteral("%1-T%2").arg(group.scene, group.take)
                              : group.suggestedOutputName();

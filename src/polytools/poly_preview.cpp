@@ -122,6 +122,15 @@ void PolyPreview::playWhole(QProperty<std::optional<int>>& selection) {
     mixer_->play();
 }
 
+// The source alone, or the whole again; where it plays it plays on.
+void PolyPreview::toggleSolo(QProperty<std::optional<int>>& selection, int index, const QString& url) {
+    const auto source = static_cast<int>(mixer_->sourceURLs().indexOf(url));
+    if (source < 0) return; // could not be loaded
+    selection = selection.value() == index ? std::nullopt : std::optional(index);
+    mixer_->toggleSolo(source);
+    mixer_->play();
+}
+
 void PolyPreview::selectChannelForPlayback(int channelIndex) {
     if (!isEnabled()) return;
     const QString url = channelURL(state_.extractedChannelURLs.value(), channelIndex);
@@ -203,6 +212,7 @@ void PolyPreview::clearPlaybackState() {
     state_.selectedBatchChannelForPlayback = std::nullopt;
     state_.selectedISOForPlayback = std::nullopt;
     state_.selectedPreviewISOIndex = std::nullopt;
+    state_.previewedGroupID = QUuid();
 }
 
 void PolyPreview::cleanupPreviewTempFiles() {

@@ -42,10 +42,15 @@ public:
     void loadAllISOsForPreview();
     void updatePreviewMix(); // after a change of selection or order
     void selectISOForPlayback(int row);
+    void toggleISOSolo(int row);
     void playJoinPolySource();
     void loadGroupForPreview(const ISOGroupCandidate& group);
     void selectPreviewISO(int row);
+    // These two load the group first where it isn't loaded.
+    void previewGroupISO(const ISOGroupCandidate& group, int row);
+    void playGroup(const ISOGroupCandidate& group);
     void playPreviewPolySource();
+    void groupsChanged(); // a loaded group that is no more what it was is unloaded
 
     // For the transports. Numbers are 1-based; nothing where no single channel is heard.
     QString playbackDisplayLabel() const;
@@ -83,9 +88,11 @@ private:
     void loadISOs(const QStringList& urls, int bitDepth, const QString& what);
     void listenTo(QProperty<std::optional<int>>& selection, int index, const QString& url, const QString& logLine);
     void playWhole(QProperty<std::optional<int>>& selection);
+    void toggleSolo(QProperty<std::optional<int>>& selection, int index, const QString& url);
     void togglePlay();
     QString channelURL(const QStringList& urls, int channelIndex) const;
     QStringList selectedISOs() const;
+    bool holdsGroup(const QUuid& group) const;
     bool validRow(int row) const;
     void log(LogLevel level, const QString& message) { services_.log(level, LogCategory::process, message); }
 

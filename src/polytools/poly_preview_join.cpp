@@ -2,6 +2,8 @@
 #include "platform/files.h"
 #include "polytools/poly_preview.h"
 
+#include <algorithm>
+
 namespace ostrel {
 namespace {
 
@@ -80,7 +82,18 @@ void PolyPreview::selectISOForPlayback(int row) {
     listenTo(state_.selectedISOForPlayback, row, iso.url, QStringLiteral("Selected ISO %1").arg(row + 1));
 }
 
-void PolyPreview::playJoinPolySource() { playWhole(state_.selectedISOForPlayback); }
+void PolyPreview::toggleISOSolo(int row) {
+    if (!isEnabled() || row < 0 || static_cast<std::size_t>(row) >= state_.isoFiles.size()) return;
+    if (mixer_->sourceURLs() != selectedISOs()) loadAllISOsForPreview();
+    toggleSolo(state_.selectedISOForPlayback, row, state_.isoFiles[static_cast<std::size_t>(row)].url);
+}
+
+// After the preview was cleared, or another mode had the mixer, the ISOs are loaded again.
+void PolyPreview::playJoinPolySource() {
+    if (!isEnabled()) return;
+    if (mixer_->sourceURLs() != selectedISOs()) loadAllISOsForPreview();
+    playWhole(state_.selectedISOForPlayback);
+}
 
 void PolyPreview::loadGroupForPreview(const ISOGroupCandidate& group) {
     const std::vector<ISOFile> isos = group.sortedISOs();
@@ -93,17 +106,39 @@ void PolyPreview::loadGroupForPreview(const ISOGroupCandidate& group) {
     const QStringList urls = urlsOf(isos);
     loadISOs(urls, isos.front().bitDepth,
              QStringLiteral("Loaded %1 ISOs for group preview — generating poly source...").arg(urls.size()));
+    state_.previewedGroupID = group.id;
 }
 
 void PolyPreview::selectPreviewISO(int row) {
     const std::vector<ISOFile>& isos = state_.previewedGroupISOs.value();
     if (!isEnabled() || row < 0 || static_cast<std::size_t>(row) >= isos.size()) return;
-    const auto source = static_cast<int>(mixer_->sourceURLs().indexOf(isos[static_cast<std::size_t>(row)].url));
-    if (source < 0) return;
-    const bool wasSelected = state_.selectedPreviewISOIndex.value() == row;
-    state_.selectedPreviewISOIndex = wasSelected ? std::nullopt : std::optional(row);
-    mixer_->toggleSolo(source);
-    mixer_->play();
+    toggleSolo(state_.selectedPreviewISOIndex, row, isos[static_cast<std::size_t>(row)].url);
+}
+
+bool PolyPreview::holdsGroup(const QUuid& group) const {
+    return isEnabled() && state_.previewedGroupID.value() == group &&
+           mixer_->sourceURLs() == urlsOf(state_.previewedGroupISOs.value());
+}
+
+void PolyPreview::previewGroupISO(const ISOGroupCandidate& group, int row) {
+    if (!holdsGroup(group.id)) loadGroupForPreview(group);
+    selectPreviewISO(row);
+}
+
+void PolyPreview::playGroup(const ISOGroupCandidate& group) {
+    if (!holdsGroup(group.id)) loadGroupForPreview(group);
+    playPreviewPolySource();
+}
+
+void PolyPreview::groupsChanged() {
+    const QUuid id = state_.previewedGroupID.value();
+    if (id.isNull()) return;
+    const std::vector<ISOGroupCandidate>& groups = state_.reviewedGroups.rows();
+    const auto group = std::ranges::find(groups, id, &ISOGroupCandidate::id);
+    if (group != groups.end() && group->sortedISOs() == state_.previewedGroupISOs.value()) return;
+    state_.previewedGroupISOs = std::vector<ISOFile>();
+    state_.previewedGroupOutputName = QString();
+    clearPlaybackState();
 }
 
 void PolyPreview::playPreviewPolySource() { playWhole(state_.selectedPreviewISOIndex); }

@@ -123,6 +123,7 @@ struct PolyToolsState {
     QProperty<std::optional<int>> selectedISOForPlayback;
     QProperty<std::vector<ISOFile>> previewedGroupISOs;
     QProperty<QString> previewedGroupOutputName;
+    QProperty<QUuid> previewedGroupID; // null while the mixer holds something else
     QProperty<std::optional<int>> selectedPreviewISOIndex;
     QProperty<std::set<int>> previewIncludedIndices;
 

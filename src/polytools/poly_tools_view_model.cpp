@@ -9,7 +9,7 @@ PolyToolsViewModel::PolyToolsViewModel(DesktopServices& desktop, AudioOutput* au
                                        std::unique_ptr<ExternalToolDetector> detector)
     : services_(*this, *this, desktop, std::move(detector), [this] { Q_EMIT taskEnded(); }),
       preview_(*this, services_, audioOutput), selection_(*this, services_, preview_),
-      split_(*this, services_, selection_), join_(*this, services_, preview_),
+      split_(*this, services_, selection_), join_(*this, services_, preview_), review_(*this, services_, preview_),
       edit_(*this, services_, selection_, preview_) {
     checkTools();
 }
@@ -76,6 +76,8 @@ void PolyToolsViewModel::stopProcessing() {
     previewPreparationProgress = std::nullopt;
     services_.warning(LogCategory::process, QStringLiteral("Operation cancelled by user"));
 }
+
+void PolyToolsViewModel::revealInFinder(const QString& url) { services_.desktop().openFolder(paths::parent(url)); }
 
 QString PolyToolsViewModel::exportLogs() const {
     QStringList lines;

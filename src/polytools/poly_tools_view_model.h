@@ -6,6 +6,7 @@
 //     PolySourceSelection  choosing polys, one file or a batch            (poly_source_selection.h)
 //     PolySplitFlow        the Split mode's runs                          (poly_split_flow.h)
 //     PolyJoinFlow         the Join mode: loading, grouping, runs         (poly_join_flow.h)
+//     PolyJoinReview       a person's changes to the groups               (poly_join_review.h)
 //     PolyEditFlow         the Edit mode                                  (poly_edit_flow.h)
 //     PolyPreview          what can be heard in all three                 (poly_preview.h)
 //     PolyToolsServices    tools, log and tasks, shared by all of them    (poly_tools_services.h)
@@ -13,6 +14,7 @@
 
 #include "polytools/poly_edit_flow.h"
 #include "polytools/poly_join_flow.h"
+#include "polytools/poly_join_review.h"
 #include "polytools/poly_preview.h"
 #include "polytools/poly_source_selection.h"
 #include "polytools/poly_split_flow.h"
@@ -69,6 +71,7 @@ public:
     void scanAndGroupISOs() { join_.scanAndGroupISOs(); }
     void moveISOUp(int row) { join_.moveISOUp(row); }
     void moveISODown(int row) { join_.moveISODown(row); }
+    void moveISO(int row, int to) { join_.moveISO(row, to); }
     void updateChannelIndices() { join_.updateChannelIndices(); }
     void selectAllISOs() { join_.setAllSelected(true); }
     void deselectAllISOs() { join_.setAllSelected(false); }
@@ -77,9 +80,13 @@ public:
     bool canRunBatchJoin() const { return join_.canRunBatchJoin(); }
     bool hasJoinSourceContent() const { return join_.hasJoinSourceContent(); }
     void selectJoinOutputFolder() { join_.selectOutputFolder(); }
+    void clearJoinOutputFolder() { join_.clearOutputFolder(); }
+    void setJoinKeepOriginalName(bool keep) { join_.setKeepOriginalName(keep); }
     void runJoin() { join_.runJoin(); }
     void startBatchJoin() { join_.startBatchJoin(); }
     void clearJoinData() { join_.clearJoinData(); }
+    void setReviewsGroups(bool isOn) { join_.setReviewsGroups(isOn); }
+    PolyJoinReview& review() { return review_; }
 
     // Edit
     bool hasAdvancedConfig() const { return edit_.hasAdvancedConfig(); }
@@ -94,6 +101,7 @@ public:
 
     // All modes
     void stopProcessing();
+    void revealInFinder(const QString& url); // the folder that a file is in
     void addLog(const QString& message, LogLevel level, LogCategory category) {
         services_.log(level, category, message);
     }
@@ -116,6 +124,7 @@ private:
     PolySourceSelection selection_;
     PolySplitFlow split_;
     PolyJoinFlow join_;
+    PolyJoinReview review_;
     PolyEditFlow edit_;
 };
 

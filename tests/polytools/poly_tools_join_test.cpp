@@ -194,6 +194,7 @@ TEST_F(JoinFace, RowsMoveAndAreSelected) {
     controller_->moveISODown(0);
     EXPECT_EQ(namesOf(controller_->isoFiles.rows()), QStringLiteral("b.wav a.wav"));
     EXPECT_EQ(controller_->isoFiles[0].channelIndex, 1);
+    EXPECT_EQ(controller_->referenceISOIndex.value(), 1) << "the metadata still comes from a.wav";
     controller_->deselectAllISOs();
     EXPECT_FALSE(controller_->canRunJoin());
     controller_->selectAllISOs();
@@ -319,6 +320,38 @@ TEST_F(JoinFace, SeveralFoldersAreOnePile) {
     ASSERT_EQ(controller_->reviewedGroups.size(), 1u);
     EXPECT_EQ(controller_->reviewedGroups[0].isoFiles.size(), 2u);
     EXPECT_TRUE(controller_->showGroupReview.value()) << "medium confidence is reviewed";
+}
+
+TEST_F(JoinFace, FilesAreAddedToThoseThatAreLoaded) {
+    desktop_.openPanelAnswer = {iso(QStringLiteral("T1_a.wav")).url, iso(QStringLiteral("T1_b.wav")).url};
+    controller_->selectISOFiles();
+    ASSERT_TRUE(settled());
+    desktop_.openPanelAnswer = {path("T1_b.wav"), iso(QStringLiteral("T1_c.wav")).url};
+    controller_->selectISOFiles();
+    ASSERT_TRUE(settled());
+    EXPECT_EQ(namesOf(controller_->isoFiles.rows()), QStringLiteral("T1_a.wav T1_b.wav T1_c.wav"));
+}
+
+TEST_F(JoinFace, ASuggestedNameFollowsTheSuffixAndATypedOneStays) {
+    controller_->analyzeISOFiles({iso(QStringLiteral("T1_a.wav")).url, iso(QStringLiteral("T1_b.wav")).url});
+    ASSERT_TRUE(settled());
+    controller_->setJoinKeepOriginalName(true);
+    EXPECT_EQ(controller_->joinOutputName.value(), QStringLiteral("T1"));
+    controller_->joinOutputName = QStringLiteral("Mine");
+    controller_->setJoinKeepOriginalName(false);
+    EXPECT_EQ(controller_->joinOutputName.value(), QStringLiteral("Mine"));
+}
+
+TEST_F(JoinFace, LoadedFilesTakeThePlaceOfAReview) {
+    iso(QStringLiteral("in/12AT3_Boom.wav"));
+    iso(QStringLiteral("in/12AT3_Lav.wav"), 1);
+    controller_->applyIntelligentModeDetection({path("in")}, PolyMode::join);
+    ASSERT_TRUE(settled());
+    EXPECT_TRUE(controller_->showGroupReview.value());
+    controller_->applyIntelligentModeDetection({path("in/12AT3_Boom.wav")}, PolyMode::join);
+    ASSERT_TRUE(settled());
+    EXPECT_FALSE(controller_->showGroupReview.value());
+    EXPECT_FALSE(controller_->batchJoinMode.value());
 }
 
 TEST_F(JoinFace, AFolderThatCannotBeReadFailsTheGrouping) {
