@@ -4,28 +4,36 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <algorithm>
 #include <cstdio>
+#include <optional>
+#include <string_view>
 
 namespace {
 
+constexpr int kNoDisplay = 1;
 constexpr int kBadUsage = 2;
 
-int fail(const QString& message) {
+struct Request {
+    ostrel::AppTab tab;
+    QStringList paths; // absolute, each there
+};
+
+std::nullopt_t fail(const QString& message) {
     std::fprintf(stderr, "ostrel: %s\n", qUtf8Printable(message));
-    return kBadUsage;
+    return std::nullopt;
 }
 
-} // namespace
+void nameProgram() {
+    QCoreApplication::setOrganizationName(QStringLiteral("Ostrel"));
+    QCoreApplication::setApplicationName(QStringLiteral("Ostrel"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(OSTREL_VERSION));
+}
 
-int main(int argc, char** argv) {
-    QApplication application(argc, argv);
-    QApplication::setOrganizationName(QStringLiteral("Ostrel"));
-    QApplication::setApplicationName(QStringLiteral("Ostrel"));
-    QApplication::setApplicationVersion(QStringLiteral(OSTREL_VERSION));
-    ostrel::OstrelApp::prepare();
-
+// Nothing for bad usage, which is told on stderr. --help and --version end the program.
+std::optional<Request> readArguments() {
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Interleaves, splits and checks Broadcast WAV recordings."));
+    parser.setApplicationDescription(QStringLiteral("Interleaves, splits, joins and checks Broadcast WAV recordings."));
     parser.addHelpOption();
     parser.addVersionOption();
     const QCommandLineOption tabOption(QStringLiteral("tab"),
@@ -34,20 +42,52 @@ int main(int argc, char** argv) {
     parser.addOption(tabOption);
     parser.addPositionalArgument(QStringLiteral("paths"), QStringLiteral("Files and folders to select."),
                                  QStringLiteral("[PATH...]"));
-    parser.process(application);
+    if (!parser.parse(QCoreApplication::arguments())) return fail(parser.errorText());
+    if (parser.isSet(QStringLiteral("version"))) parser.showVersion();
+    if (parser.isSet(QStringLiteral("help"))) parser.showHelp();
 
     const auto tab = ostrel::tabNamed(parser.value(tabOption));
     if (!tab) return fail(QStringLiteral("no such tab: ") + parser.value(tabOption));
-    QStringList paths;
+    Request request{*tab, {}};
     for (const QString& argument : parser.positionalArguments()) {
         const QString path = ostrel::paths::absolute(argument);
         if (!ostrel::paths::exists(path)) return fail(QStringLiteral("no such file or folder: ") + argument);
-        paths << path;
+        request.paths << path;
     }
+    return request;
+}
+
+// Qt ends a program that finds no display with an abort, so this is asked before it can.
+bool hasDisplay(int argc, char** argv) {
+    const auto isSet = [](const char* name) { return !qEnvironmentVariableIsEmpty(name); };
+    const auto choosesPlatform = [](std::string_view argument) {
+        return argument == "-platform" || argument == "--platform";
+    };
+    return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM") ||
+           std::any_of(argv + 1, argv + argc, choosesPlatform);
+}
+
+int tellWithoutDisplay(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    nameProgram();
+    if (!readArguments()) return kBadUsage;
+    fail(QStringLiteral("there is no display to open a window on; ostrel-cli does the same jobs on a terminal"));
+    return kNoDisplay;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (!hasDisplay(argc, argv)) return tellWithoutDisplay(argc, argv);
+    QApplication application(argc, argv);
+    nameProgram();
+    ostrel::OstrelApp::prepare();
+    const std::optional<Request> request = readArguments();
+    if (!request) return kBadUsage;
 
     const ostrel::ProductSettings settings{QStringLiteral(OSTREL_VERSION), QStringLiteral(OSTREL_WEBSITE),
                                            QStringLiteral(OSTREL_SUPPORT_ADDRESS), QStringLiteral(OSTREL_UPDATE_FEED)};
     ostrel::OstrelApp app(settings);
-    app.show(*tab, paths);
+    app.show(request->tab, request->paths);
     return QApplication::exec();
 }

@@ -56,15 +56,22 @@ void PlaybackTransport::showPlaying(bool isPlaying) {
           isPlaying ? QStringLiteral("Pause (Space)") : QStringLiteral("Play (Space)"));
 }
 
-void PlaybackTransport::showLoaded(bool isLoaded) {
+void PlaybackTransport::showLoaded(bool isLoaded, bool isLoading) {
     for (QWidget* widget : std::initializer_list<QWidget*>{play_, stop_, scrubber_}) widget->setEnabled(isLoaded);
+    isLoading_ = isLoading;
+    writeTime();
 }
 
 void PlaybackTransport::showTime(double seconds, double duration) {
     const int maximum = static_cast<int>(duration * kTicks);
     if (scrubber_->maximum() != maximum) scrubber_->setMaximum(maximum);
     if (!scrubber_->isSliderDown()) scrubber_->setValue(static_cast<int>(seconds * kTicks));
-    const QString text = clockText(seconds) + QStringLiteral(" / ") + clockText(duration);
+    clock_ = clockText(seconds) + QStringLiteral(" / ") + clockText(duration);
+    writeTime();
+}
+
+void PlaybackTransport::writeTime() {
+    const QString text = isLoading_ ? QStringLiteral("Loading...") : clock_;
     if (time_->text() != text) time_->setText(text);
 }
 
@@ -77,7 +84,9 @@ SimplePlaybackTransport::SimplePlaybackTransport(AudioPlaybackEngine& engine, QW
     : PlaybackTransport(QStringLiteral("Scrub playback position (Ctrl+← Ctrl+→ to jump)"), parent), engine_(engine) {
     const auto time = [this] { showTime(engine_.currentTime.value(), engine_.duration.value()); };
     bindings_.bind(engine.isPlaying, [this] { showPlaying(engine_.isPlaying.value()); });
-    bindings_.bind(engine.isLoaded, [this] { showLoaded(engine_.isLoaded.value()); });
+    const auto loaded = [this] { showLoaded(engine_.isLoaded.value(), engine_.isLoading.value()); };
+    bindings_.bind(engine.isLoaded, loaded);
+    bindings_.watch(engine.isLoading, loaded);
     bindings_.bind(engine.currentTime, time);
     bindings_.watch(engine.duration, time);
 }
@@ -97,7 +106,9 @@ PolyToolsPlaybackTransport::PolyToolsPlaybackTransport(PreviewMixer& mixer, QWid
     insertBadge(badge_);
     const auto time = [this] { showTime(mixer_.currentTime.value(), mixer_.duration.value()); };
     bindings_.bind(mixer.isPlaying, [this] { showPlaying(mixer_.isPlaying.value()); });
-    bindings_.bind(mixer.isLoaded, [this] { showLoaded(mixer_.isLoaded.value()); });
+    const auto loaded = [this] { showLoaded(mixer_.isLoaded.value(), mixer_.isLoading.value()); };
+    bindings_.bind(mixer.isLoaded, loaded);
+    bindings_.watch(mixer.isLoading, loaded);
     bindings_.bind(mixer.currentTime, time);
     bindings_.watch(mixer.duration, time);
 }

@@ -33,16 +33,20 @@ protected:
     virtual void seekTo(double seconds) = 0;
 
     void showPlaying(bool isPlaying);
-    void showLoaded(bool isLoaded);
+    void showLoaded(bool isLoaded, bool isLoading); // the second while a file is still being decoded
     void showTime(double seconds, double duration);
     void insertBadge(QWidget* badge);
 
 private:
+    void writeTime();
+
     SymbolButton* play_;
     SymbolButton* stop_;
     QSlider* scrubber_;
     QLabel* time_;
     TruncatingText* label_;
+    QString clock_;
+    bool isLoading_ = false;
 };
 
 class SimplePlaybackTransport : public PlaybackTransport {

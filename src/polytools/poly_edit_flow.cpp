@@ -134,16 +134,11 @@ QCoro::Task<> PolyEditFlow::run(BatchEditOptions options, QString folder, TaskHa
         services_.error(LogCategory::system, QStringLiteral("ffmpeg/ffprobe not available"));
         co_return;
     }
+    state_.resetTotals();
     state_.isBatchProcessing = true;
     state_.isProcessing = true;
-    state_.isCancelled = false;
     state_.batchProgress = std::nullopt;
     state_.batchResults = std::nullopt;
-    state_.successCount = 0;
-    state_.skipCount = 0;
-    state_.errorCount = 0;
-    state_.createdFiles = QStringList();
-    state_.reportPath = QString();
     logRun(options);
     co_await edit(options, handle);
 }
@@ -189,19 +184,14 @@ void PolyEditFlow::logRun(const BatchEditOptions& options) {
 }
 
 QCoro::Task<> PolyEditFlow::edit(BatchEditOptions options, TaskHandle handle) {
-    const auto progress = [hop = services_.hop(), state = &state_, handle](const BatchProgress& step) {
-        hop([state, handle, step] {
-            if (handle.isCancelled()) return;
-            state->batchProgress = step;
-            state->currentProcessingItem = step.currentFile;
-        });
-    };
+    const auto progress =
+        services_.follow(handle, [state = &state_](const BatchProgress& step) { state->showBatchProgress(step); });
     const auto work = [options, progress, tools = services_.engineTools(), hooks = services_.hooks(handle)] {
         return batchEdit(options, tools, hooks, progress);
     };
     const BatchSplitResult result = co_await inBackground(services_.owner(), work);
     if (handle.isCancelled()) {
-        if (state_.isCancelled.value()) countResults(result); // what was made until the stop
+        if (state_.isCancelled.value()) state_.count(result); // what was made until the stop
         co_return;
     }
     state_.isBatchProcessing = false;
@@ -209,27 +199,14 @@ QCoro::Task<> PolyEditFlow::edit(BatchEditOptions options, TaskHandle handle) {
     showResults(result, options);
 }
 
-void PolyEditFlow::countResults(const BatchSplitResult& result) {
-    state_.batchResults = result;
-    state_.successCount = result.successCount;
-    state_.skipCount = result.skipCount;
-    state_.errorCount = result.errorCount;
-    QStringList created;
-    for (const PolyFileResult& row : result.fileResults) created << row.createdFiles;
-    state_.createdFiles = created;
-}
-
 void PolyEditFlow::showResults(const BatchSplitResult& result, const BatchEditOptions& options) {
-    countResults(result);
+    state_.count(result);
     services_.info(kProcess, QStringLiteral("━━━ BATCH COMPLETE ━━━"));
     services_.success(kProcess, QStringLiteral("%1 files").arg(result.successCount));
     if (!state_.generateCSV.value()) return;
     const QString folder =
         options.inPlace || options.outputFolder.isEmpty() ? paths::parent(options.files.first()) : options.outputFolder;
-    const QString report = writeEditReport(state_, options.files, result, folder);
-    state_.reportPath = report;
-    if (!report.isEmpty())
-        services_.info(LogCategory::system, QStringLiteral("CSV report saved: ") + paths::lastComponent(report));
+    services_.noteReport(writeEditReport(state_, options.files, result, folder));
 }
 
 void PolyEditFlow::clearEditPolyData() {

@@ -38,7 +38,6 @@ private:
     QCoro::Task<> run(BatchEditOptions options, QString folder, TaskHandle handle);
     QCoro::Task<QStringList> findFiles(QString folder, TaskHandle handle);
     QCoro::Task<> edit(BatchEditOptions options, TaskHandle handle);
-    void countResults(const BatchSplitResult& result);
     void showResults(const BatchSplitResult& result, const BatchEditOptions& options);
     void swapChannels(int row, int other);
 

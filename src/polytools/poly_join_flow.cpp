@@ -67,10 +67,7 @@ void PolyJoinFlow::applyJoinModeDetection(const QStringList& folders, const QStr
 
 void PolyJoinFlow::analyzeISOFiles(const QStringList& urls) {
     state_.isAnalyzing = true;
-    if (state_.ffprobePath.value().isEmpty()) {
-        services_.error(
-            LogCategory::system,
-            QStringLiteral("ffprobe not available - Install ffmpeg from ffmpeg.org or use: brew install ffmpeg"));
+    if (!services_.requireFFprobe()) {
         state_.isAnalyzing = false;
         return;
     }
@@ -80,13 +77,7 @@ void PolyJoinFlow::analyzeISOFiles(const QStringList& urls) {
 QCoro::Task<> PolyJoinFlow::load(QStringList urls, TaskHandle handle) {
     const auto work = [urls, autoOrder = state_.autoOrderChannels.value(), tools = services_.engineTools(),
                        hooks = services_.hooks(handle)] { return loadISOs(urls, autoOrder, tools, hooks); };
-    std::optional<LoadedISOs> loaded;
-    QString failure;
-    try {
-        loaded = co_await inBackground(services_.owner(), work);
-    } catch (const std::exception& error) {
-        failure = describe(error);
-    }
+    const auto [loaded, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) co_return;
     state_.isAnalyzing = false;
     if (loaded) {
@@ -190,13 +181,8 @@ void PolyJoinFlow::setSelected(int row, bool isSelected) {
 }
 
 void PolyJoinFlow::selectOutputFolder() {
-    OpenPanelRequest request;
-    request.canChooseFiles = false;
-    request.canChooseFolders = true;
-    request.canCreateFolders = true;
-    request.message = QStringLiteral("Select folder where poly files will be created");
-    const QStringList chosen = services_.desktop().showOpenPanel(request);
-    if (!chosen.isEmpty()) state_.joinOutputFolder = chosen.first();
+    const QString folder = services_.chooseFolder(QStringLiteral("Select folder where poly files will be created"));
+    if (!folder.isEmpty()) state_.joinOutputFolder = folder;
 }
 
 void PolyJoinFlow::clearOutputFolder() {
@@ -242,22 +228,6 @@ bool PolyJoinFlow::hasJoinSourceContent() const {
     return !state_.joinSourceFolder.value().isEmpty() || (selected && !selected->isEmpty()) || !state_.isoFiles.empty();
 }
 
-bool PolyJoinFlow::requireFFmpeg() {
-    if (state_.ffmpegAvailable.value()) return true;
-    services_.error(LogCategory::system,
-                    QStringLiteral("ffmpeg not available - Install from ffmpeg.org or use: brew install ffmpeg"));
-    return false;
-}
-
-void PolyJoinFlow::resetTotals() {
-    state_.isCancelled = false;
-    state_.successCount = 0;
-    state_.skipCount = 0;
-    state_.errorCount = 0;
-    state_.createdFiles = QStringList();
-    state_.reportPath = QString();
-}
-
 JoinOptions PolyJoinFlow::joinOptions() const {
     JoinOptions options;
     options.channelLayout = state_.joinChannelLayout.value();
@@ -278,8 +248,8 @@ void PolyJoinFlow::runJoin() {
     if (isos.size() < 2) return services_.error(kProcess, QStringLiteral("Need at least 2 files to join"));
     if (name.isEmpty()) return services_.error(kProcess, QStringLiteral("Output name required"));
     if (folder.isEmpty()) return services_.error(kProcess, QStringLiteral("Output folder required"));
-    if (!requireFFmpeg()) return;
-    resetTotals();
+    if (!services_.requireFFmpeg()) return;
+    state_.resetTotals();
     state_.isProcessing = true;
     state_.isJoining = true;
     state_.joinProgress = 0;
@@ -297,24 +267,15 @@ void PolyJoinFlow::runJoin() {
 
 QCoro::Task<> PolyJoinFlow::join(std::vector<ISOFile> isos, QString outputURL, JoinOptions options, TaskHandle handle) {
     const PolyJoinEngine engine(services_.engineTools(), services_.hooks(handle));
-    const auto progress = [hop = services_.hop(), state = &state_, handle](double fraction, const QString& step) {
-        hop([state, handle, fraction, step] {
-            if (handle.isCancelled()) return;
-            state->joinProgress = fraction;
-            state->currentProcessingItem = step;
-        });
-    };
+    const auto progress = services_.follow(handle, [state = &state_](double fraction, const QString& step) {
+        state->joinProgress = fraction;
+        state->currentProcessingItem = step;
+    });
     const auto work = [engine, isos, outputURL, options, progress] {
         files::createFolder(paths::parent(outputURL));
         return engine.join(isos, outputURL, options, progress);
     };
-    std::optional<JoinResult> result;
-    QString failure;
-    try {
-        result = co_await inBackground(services_.owner(), work);
-    } catch (const std::exception& error) {
-        failure = describe(error);
-    }
+    const auto [result, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) co_return;
     if (!failure.isEmpty()) services_.error(kProcess, failure);
     showJoin(result.value_or(JoinResult()), isos, outputURL);
@@ -338,7 +299,7 @@ void PolyJoinFlow::showJoin(const JoinResult& result, const std::vector<ISOFile>
         services_.error(kProcess, QStringLiteral("Join failed"));
     }
     if (state_.generateCSV.value())
-        noteReport(writeJoinReport(state_, isos, outputURL, status, paths::parent(outputURL)));
+        services_.noteReport(writeJoinReport(state_, isos, outputURL, status, paths::parent(outputURL)));
 }
 
 void PolyJoinFlow::startBatchJoin() {
@@ -346,8 +307,8 @@ void PolyJoinFlow::startBatchJoin() {
     if (groups.empty()) return services_.error(kProcess, QStringLiteral("No groups to process"));
     if (state_.joinOutputFolder.value().isEmpty())
         return services_.error(kProcess, QStringLiteral("Output folder required"));
-    if (!requireFFmpeg()) return;
-    resetTotals();
+    if (!services_.requireFFmpeg()) return;
+    state_.resetTotals();
     state_.isProcessing = true;
     state_.isBatchJoining = true;
     state_.batchJoinProgress = std::nullopt;
@@ -358,24 +319,15 @@ void PolyJoinFlow::startBatchJoin() {
 
 QCoro::Task<> PolyJoinFlow::batchJoin(std::vector<ISOGroupCandidate> groups, JoinOptions options, TaskHandle handle) {
     const PolyJoinEngine engine(services_.engineTools(), services_.hooks(handle));
-    const auto progress = [hop = services_.hop(), state = &state_, handle](const BatchJoinProgress& step) {
-        hop([state, handle, step] {
-            if (handle.isCancelled()) return;
-            state->batchJoinProgress = step;
-            state->currentProcessingItem = step.currentGroup;
-        });
-    };
+    const auto progress = services_.follow(handle, [state = &state_](const BatchJoinProgress& step) {
+        state->batchJoinProgress = step;
+        state->currentProcessingItem = step.currentGroup;
+    });
     const auto work = [engine, groups, folder = state_.joinOutputFolder.value(), options, progress] {
         files::createFolder(folder);
         return engine.batchJoin(groups, folder, options, progress);
     };
-    std::optional<BatchJoinResult> result;
-    QString failure;
-    try {
-        result = co_await inBackground(services_.owner(), work);
-    } catch (const std::exception& error) {
-        failure = describe(error);
-    }
+    const auto [result, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) {
         if (result && state_.isCancelled.value()) countBatchJoin(*result); // what was made until the stop
         co_return;
@@ -410,14 +362,8 @@ void PolyJoinFlow::showBatchJoin(const BatchJoinResult& result, const std::vecto
     if (result.errorCount > 0)
         services_.warning(kProcess, QStringLiteral("%1 groups had errors").arg(result.errorCount));
     if (state_.generateCSV.value()) {
-        noteReport(writeBatchJoinReport(state_, groups, result, state_.joinOutputFolder.value()));
+        services_.noteReport(writeBatchJoinReport(state_, groups, result, state_.joinOutputFolder.value()));
     }
-}
-
-void PolyJoinFlow::noteReport(const QString& path) {
-    state_.reportPath = path;
-    if (!path.isEmpty())
-        services_.info(LogCategory::system, QStringLiteral("CSV report saved: ") + paths::lastComponent(path));
 }
 
 void PolyJoinFlow::clearJoinData() {

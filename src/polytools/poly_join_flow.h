@@ -56,9 +56,6 @@ private:
     void countBatchJoin(const BatchJoinResult& result);
     void showBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups);
     JoinOptions joinOptions() const;
-    void resetTotals();
-    void noteReport(const QString& path);
-    bool requireFFmpeg();
 
     PolyToolsState& state_;
     PolyToolsServices& services_;

@@ -60,22 +60,13 @@ void PolyJoinFlow::scanAndGroupISOs() {
 QCoro::Task<> PolyJoinFlow::group(TaskHandle handle) {
     GroupingHooks hooks;
     hooks.isStopped = [handle] { return handle.isCancelled(); };
-    hooks.onFile = [hop = services_.hop(), state = &state_, handle](int done, int total) {
-        hop([state, handle, done, total] {
-            if (!handle.isCancelled()) state->groupingProgress = std::pair(done, total);
-        });
-    };
+    hooks.onFile = services_.follow(
+        handle, [state = &state_](int done, int total) { state->groupingProgress = std::pair(done, total); });
     const ISOGroupingEngine engine(state_.ffprobePath.value(), state_.bwfmetaeditPath.value(), hooks);
     const Pile pile{state_.joinSourceFolder.value(), state_.selectedJoinFiles.value().value_or(QStringList()),
                     state_.joinRecursiveScan.value()};
     const auto work = [engine, pile] { return groupPile(engine, pile); };
-    std::optional<GroupingResult> result;
-    QString failure;
-    try {
-        result = co_await inBackground(services_.owner(), work);
-    } catch (const std::exception& error) {
-        failure = describe(error);
-    }
+    const auto [result, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) co_return;
     state_.isScanningJoinISOs = false;
     state_.groupingProgress = std::nullopt;

@@ -131,10 +131,7 @@ void PolySourceSelection::selectPolyFile() {
 void PolySourceSelection::analyzePolyFile(const QString& url) {
     state_.isAnalyzing = true;
     services_.info(kScan, QStringLiteral("🔴 analyzePolyFile START for: ") + paths::lastComponent(url));
-    if (state_.ffprobePath.value().isEmpty()) {
-        services_.error(
-            LogCategory::system,
-            QStringLiteral("ffprobe not available - Install ffmpeg from ffmpeg.org or use: brew install ffmpeg"));
+    if (!services_.requireFFprobe()) {
         state_.isAnalyzing = false;
         return;
     }
@@ -145,13 +142,7 @@ QCoro::Task<> PolySourceSelection::analyze(QString url, TaskHandle handle) {
     const auto work = [url, ffprobe = state_.ffprobePath.value(), bwfmetaedit = state_.bwfmetaeditPath.value()] {
         return std::pair(readPolyFile(url, ffprobe), readTrackInfo(url, bwfmetaedit));
     };
-    std::optional<std::pair<PolyFile, TrackReading>> loaded;
-    QString failure;
-    try {
-        loaded = co_await inBackground(services_.owner(), work);
-    } catch (const std::exception& error) {
-        failure = describe(error);
-    }
+    const auto [loaded, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) co_return; // stopped, or another file was chosen
     if (!loaded) {
         services_.error(kScan, QStringLiteral("Analysis failed: ") + failure);

@@ -29,30 +29,13 @@ bool PolySplitFlow::canRunBatchSplit() const {
 }
 
 void PolySplitFlow::selectOutputFolder() {
-    OpenPanelRequest request;
-    request.canChooseFiles = false;
-    request.canChooseFolders = true;
-    request.canCreateFolders = true;
-    request.message = QStringLiteral("Select output folder");
-    const QStringList chosen = services_.desktop().showOpenPanel(request);
-    if (!chosen.isEmpty()) state_.splitOutputFolder = chosen.first();
-}
-
-bool PolySplitFlow::requireFFmpeg() {
-    if (state_.ffmpegAvailable.value()) return true;
-    services_.error(LogCategory::system,
-                    QStringLiteral("ffmpeg not available - Install from ffmpeg.org or use: brew install ffmpeg"));
-    return false;
+    const QString folder = services_.chooseFolder(QStringLiteral("Select output folder"));
+    if (!folder.isEmpty()) state_.splitOutputFolder = folder;
 }
 
 void PolySplitFlow::beginRun() {
+    state_.resetTotals();
     state_.isProcessing = true;
-    state_.isCancelled = false;
-    state_.successCount = 0;
-    state_.skipCount = 0;
-    state_.errorCount = 0;
-    state_.createdFiles = QStringList();
-    state_.reportPath = QString();
 }
 
 SplitOptions PolySplitFlow::splitOptions() const {
@@ -67,13 +50,10 @@ SplitOptions PolySplitFlow::splitOptions() const {
 }
 
 PolySplitEngine::Progress PolySplitFlow::channelProgress(const TaskHandle& handle) const {
-    return [hop = services_.hop(), state = &state_, handle](double fraction, const QString& name) {
-        hop([state, handle, fraction, name] {
-            if (handle.isCancelled()) return;
-            state->splitProgress = fraction;
-            state->currentProcessingItem = name;
-        });
-    };
+    return services_.follow(handle, [state = &state_](double fraction, const QString& name) {
+        state->splitProgress = fraction;
+        state->currentProcessingItem = name;
+    });
 }
 
 void PolySplitFlow::runSplit() {
@@ -81,7 +61,7 @@ void PolySplitFlow::runSplit() {
     if (!poly) return services_.error(kProcess, QStringLiteral("No valid poly file selected"));
     if (state_.splitOutputFolder.value().isEmpty())
         return services_.error(kProcess, QStringLiteral("No output folder selected"));
-    if (!requireFFmpeg()) return;
+    if (!services_.requireFFmpeg()) return;
     beginRun();
     state_.isSplitting = true;
     state_.splitProgress = 0;
@@ -149,13 +129,7 @@ QCoro::Task<> PolySplitFlow::splitInto(PolyFile poly, QString folder, TaskHandle
     const auto work = [engine, poly, folder, options, progress = channelProgress(handle)] {
         return engine.split(poly, folder, options, progress);
     };
-    std::optional<SplitResult> result;
-    QString failure;
-    try {
-        result = co_await inBackground(services_.owner(), work);
-    } catch (const std::exception& error) {
-        failure = describe(error);
-    }
+    const auto [result, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) {
         if (result && isOfLastRun()) countSplit(*result);
         co_return;
@@ -196,7 +170,7 @@ void PolySplitFlow::showSplit(const SplitResult& result, const QString& folder) 
     } else {
         services_.success(kProcess, QStringLiteral("Split complete: %1 files created").arg(result.createdCount));
     }
-    if (state_.generateCSV.value()) noteReport(writeSplitReport(state_, folder));
+    if (state_.generateCSV.value()) services_.noteReport(writeSplitReport(state_, folder));
 }
 
 void PolySplitFlow::startSingleSplit() {
@@ -204,7 +178,7 @@ void PolySplitFlow::startSingleSplit() {
     if (!poly) return services_.error(kProcess, QStringLiteral("No poly file selected"));
     if (state_.splitOutputFolder.value().isEmpty())
         return services_.error(kProcess, QStringLiteral("Output folder required"));
-    if (!requireFFmpeg()) return;
+    if (!services_.requireFFmpeg()) return;
     beginRun();
     services_.info(kProcess, QStringLiteral("Starting split: ") + poly->fileName);
     services_.run(splitPolyFile(*poly, state_.splitOutputFolder.value(), services_.begin(Task::split)));
@@ -216,13 +190,7 @@ QCoro::Task<> PolySplitFlow::splitPolyFile(PolyFile poly, QString folder, TaskHa
         files::createFolder(folder);
         return engine.split(poly, folder, options, progress);
     };
-    QString failure;
-    std::optional<SplitResult> result;
-    try {
-        result = co_await inBackground(services_.owner(), work);
-    } catch (const std::exception& error) {
-        failure = describe(error);
-    }
+    const auto [result, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) {
         if (result && isOfLastRun()) countSplit(*result);
         co_return;
@@ -244,7 +212,7 @@ void PolySplitFlow::startBatchSplit() {
     if (state_.sourceFolder.value().isEmpty() && !selected) {
         return services_.error(kProcess, QStringLiteral("Select files or folder to process"));
     }
-    if (!requireFFmpeg()) return;
+    if (!services_.requireFFmpeg()) return;
     beginRun();
     state_.isBatchProcessing = true;
     state_.batchProgress = std::nullopt;
@@ -274,23 +242,12 @@ void PolySplitFlow::startBatchSplit() {
 
 QCoro::Task<> PolySplitFlow::batchSplit(BatchSplitOptions options, TaskHandle handle) {
     const PolySplitEngine engine(services_.engineTools(), services_.hooks(handle));
-    const auto progress = [hop = services_.hop(), state = &state_, handle](const BatchProgress& step) {
-        hop([state, handle, step] {
-            if (handle.isCancelled()) return;
-            state->batchProgress = step;
-            state->currentProcessingItem = step.currentFile;
-        });
-    };
+    const auto progress =
+        services_.follow(handle, [state = &state_](const BatchProgress& step) { state->showBatchProgress(step); });
     const auto work = [engine, options, progress] { return engine.batchSplit(options, progress); };
-    std::optional<BatchSplitResult> result;
-    QString failure;
-    try {
-        result = co_await inBackground(services_.owner(), work);
-    } catch (const std::exception& error) {
-        failure = describe(error);
-    }
+    const auto [result, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) {
-        if (result && isOfLastRun()) countBatch(*result);
+        if (result && isOfLastRun()) state_.count(*result);
         co_return;
     }
     state_.isBatchProcessing = false;
@@ -303,28 +260,12 @@ QCoro::Task<> PolySplitFlow::batchSplit(BatchSplitOptions options, TaskHandle ha
     }
 }
 
-void PolySplitFlow::countBatch(const BatchSplitResult& result) {
-    state_.batchResults = result;
-    state_.successCount = result.successCount;
-    state_.skipCount = result.skipCount;
-    state_.errorCount = result.errorCount;
-    QStringList created;
-    for (const PolyFileResult& row : result.fileResults) created << row.createdFiles;
-    state_.createdFiles = created;
-}
-
 void PolySplitFlow::showBatch(const BatchSplitResult& result, const QString& folder) {
-    countBatch(result);
+    state_.count(result);
     services_.success(kProcess, QStringLiteral("Batch complete: %1 poly files → %2 ISOs")
                                     .arg(result.processedFiles)
                                     .arg(result.totalISOsCreated));
-    if (state_.generateCSV.value()) noteReport(writeBatchSplitReport(state_, folder));
-}
-
-void PolySplitFlow::noteReport(const QString& path) {
-    state_.reportPath = path;
-    if (!path.isEmpty())
-        services_.info(LogCategory::system, QStringLiteral("CSV report saved: ") + paths::lastComponent(path));
+    if (state_.generateCSV.value()) services_.noteReport(writeBatchSplitReport(state_, folder));
 }
 
 } // namespace ostrel

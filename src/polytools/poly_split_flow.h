@@ -32,10 +32,7 @@ private:
     void showSplit(const SplitResult& result, const QString& folder);
     QCoro::Task<> splitPolyFile(PolyFile poly, QString folder, TaskHandle handle);
     QCoro::Task<> batchSplit(BatchSplitOptions options, TaskHandle handle);
-    void countBatch(const BatchSplitResult& result);
     void showBatch(const BatchSplitResult& result, const QString& folder);
-    void noteReport(const QString& path);
-    bool requireFFmpeg();
 
     PolyToolsState& state_;
     PolyToolsServices& services_;

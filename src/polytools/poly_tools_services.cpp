@@ -1,6 +1,7 @@
 #include "polytools/poly_tools_services.h"
 
 #include "platform/diagnostics.h"
+#include "platform/paths.h"
 
 namespace ostrel {
 namespace {
@@ -62,6 +63,34 @@ const MetadataManifestExtractor* PolyToolsServices::manifestExtractor() const {
 
 void PolyToolsServices::log(LogLevel level, LogCategory category, const QString& message) {
     state_.logEntries.append(entryOf(level, category, message));
+}
+
+bool PolyToolsServices::requireFFmpeg() {
+    if (state_.ffmpegAvailable.value()) return true;
+    error(LogCategory::system,
+          QStringLiteral("ffmpeg not available - Install from ffmpeg.org or use: brew install ffmpeg"));
+    return false;
+}
+
+bool PolyToolsServices::requireFFprobe() {
+    if (!state_.ffprobePath.value().isEmpty()) return true;
+    error(LogCategory::system,
+          QStringLiteral("ffprobe not available - Install ffmpeg from ffmpeg.org or use: brew install ffmpeg"));
+    return false;
+}
+
+QString PolyToolsServices::chooseFolder(const QString& message) {
+    OpenPanelRequest request;
+    request.canChooseFiles = false;
+    request.canChooseFolders = true;
+    request.canCreateFolders = true;
+    request.message = message;
+    return desktop_.showOpenPanel(request).value(0);
+}
+
+void PolyToolsServices::noteReport(const QString& path) {
+    state_.reportPath = path;
+    if (!path.isEmpty()) info(LogCategory::system, QStringLiteral("CSV report saved: ") + paths::lastComponent(path));
 }
 
 TaskHandle PolyToolsServices::begin(Task task) {

@@ -18,6 +18,13 @@
 
 namespace ostrel {
 
+// What work in the background gave, or the sentence that says why it gave nothing.
+template <class Result>
+struct Attempt {
+    std::optional<Result> result;
+    QString failure;
+};
+
 class PolyToolsServices {
 public:
     // `owner` is the controller: background work is never resumed once it is gone. `onTaskEnded` tells it of every end.
@@ -39,6 +46,14 @@ public:
     void success(LogCategory category, const QString& message) { log(LogLevel::success, category, message); }
     void warning(LogCategory category, const QString& message) { log(LogLevel::warning, category, message); }
     void error(LogCategory category, const QString& message) { log(LogLevel::error, category, message); }
+
+    // Says so in the log where they are missing.
+    bool requireFFmpeg();
+    bool requireFFprobe();
+    // A folder that a person chose; empty: none.
+    QString chooseFolder(const QString& message);
+    // Keeps the path of a CSV report that was written; empty: it was not.
+    void noteReport(const QString& path);
 
     // One handle an action, so that a stop reaches each of them.
     enum class Task {
@@ -63,6 +78,28 @@ public:
     // running child process finishes by itself.
     void run(QCoro::Task<> task);
     bool hasRunningTask() const { return runningTasks_ > 0; }
+
+    // Runs blocking work; its exceptions come as a failure.
+    template <class Work>
+    QCoro::Task<Attempt<std::invoke_result_t<Work&>>> attempt(Work work) {
+        Attempt<std::invoke_result_t<Work&>> attempt;
+        try {
+            attempt.result = co_await inBackground(&owner_, work);
+        } catch (const std::exception& error) {
+            attempt.failure = describe(error);
+        }
+        co_return attempt;
+    }
+
+    // For an engine on another thread to report its steps: `show` runs here, unless the job was stopped meanwhile.
+    template <class Show>
+    auto follow(const TaskHandle& handle, Show show) const {
+        return [hop = hop(), handle, show](const auto&... step) {
+            hop([handle, show, ... step = step] {
+                if (!handle.isCancelled()) show(step...);
+            });
+        };
+    }
 
     // For an engine on another thread: its log entries arrive here, and it stops when the handle says so.
     PolyEngineHooks hooks(const TaskHandle& handle) const;

@@ -127,6 +127,32 @@ struct PolyToolsState {
     QProperty<std::optional<int>> selectedPreviewISOIndex;
     QProperty<std::set<int>> previewIncludedIndices;
 
+    // A run begins.
+    void resetTotals() {
+        isCancelled = false;
+        successCount = 0;
+        skipCount = 0;
+        errorCount = 0;
+        createdFiles = QStringList();
+        reportPath = QString();
+    }
+
+    void showBatchProgress(const BatchProgress& step) {
+        batchProgress = step;
+        currentProcessingItem = step.currentFile;
+    }
+
+    // The totals of a batch of splits or edits.
+    void count(const BatchSplitResult& result) {
+        batchResults = result;
+        successCount = result.successCount;
+        skipCount = result.skipCount;
+        errorCount = result.errorCount;
+        QStringList created;
+        for (const PolyFileResult& row : result.fileResults) created << row.createdFiles;
+        createdFiles = created;
+    }
+
     // Fresh numbers for the file list, the channel list and the whole of the split side.
     void refreshSplitSections() {
         splitSourceSectionID = QUuid::createUuid();

@@ -5,7 +5,10 @@
 #include "support/sound.h"
 
 #include <QComboBox>
+#include <QLabel>
+#include <QProcess>
 #include <QSlider>
+#include <QStandardPaths>
 
 namespace ostrel::testing {
 namespace {
@@ -133,6 +136,22 @@ TEST_F(PreviewPanelTest, AFileThatCannotBePlayedSaysWhy) {
     EXPECT_TRUE(waitUntil([this] { return !playback_.isGeneratingWaveform.value(); }));
     EXPECT_TRUE(panel_.waveform().accessibleDescription().startsWith(QStringLiteral("Cannot preview: ")))
         << panel_.waveform().accessibleDescription().toStdString();
+}
+
+TEST_F(PreviewPanelTest, WhileAFileIsDecodedTheTransportSaysSoInPlaceOfTheTime) {
+    const QString ffmpeg = QStandardPaths::findExecutable(QStringLiteral("ffmpeg"));
+    const QString compressed = folder_.path(QStringLiteral("a.m4a"));
+    ASSERT_EQ(QProcess::execute(ffmpeg, {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"),
+                                         writeSound(folder_.path(QStringLiteral("a.wav")), 1, 48000), compressed}),
+              0);
+    AudioPlaybackEngine engine(audio_);
+    engine.setFFmpegPath(ffmpeg);
+    SimplePlaybackTransport transport(engine);
+    const auto* time = find<QLabel>(transport, QStringLiteral("Playback time"));
+    engine.load(compressed);
+    EXPECT_EQ(time->text(), QStringLiteral("Loading..."));
+    ASSERT_TRUE(waitUntil([&] { return engine.isLoaded.value(); }));
+    EXPECT_TRUE(time->text().startsWith(QStringLiteral("00:00"))) << time->text().toStdString();
 }
 
 TEST(PolyToolsTransport, TellsWhatIsHeard) {
