@@ -44,7 +44,7 @@ TEST(Program, BadUsageIsToldWithOrWithoutADisplay) {
             const Ended ended = runWithoutDisplay(platform + arguments);
             EXPECT_EQ(ended.how, QProcess::NormalExit);
             EXPECT_EQ(ended.status, 2);
-            EXPECT_EQ(ended.errors, message);
+            EXPECT_TRUE(ended.errors.endsWith(message)) << ended.errors.toStdString(); // Qt may complain before
         }
     }
 }

@@ -1,0 +1,32 @@
+// What every test program runs in: folders that belong to it alone, so that no test reads or leaves anything in the
+// person's own cache or settings or meets another test's temporary files, and no need of a sound card or a display.
+#pragma once
+
+#include <QDir>
+#include <QTemporaryDir>
+
+namespace ostrel::testing {
+
+class OwnEnvironment {
+public:
+    OwnEnvironment() {
+        for (const char* name : {"XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "TMPDIR"}) own(name);
+        setDefault("SDL_AUDIODRIVER", "dummy");
+        setDefault("QT_QPA_PLATFORM", "offscreen");
+    }
+    QString home() const { return home_.path(); }
+
+private:
+    void own(const char* name) {
+        const QString folder = home_.filePath(QString::fromLatin1(name));
+        QDir().mkpath(folder);
+        qputenv(name, folder.toUtf8());
+    }
+    static void setDefault(const char* name, const char* value) {
+        if (!qEnvironmentVariableIsSet(name)) qputenv(name, value);
+    }
+
+    const QTemporaryDir home_;
+};
+
+} // namespace ostrel::testing
