@@ -127,14 +127,10 @@ QString derivePolyName(const QStringList& urls, bool keepOriginalName) {
 QStringList isoMarks(const ISOFile& file, const ISOFile& reference) {
     QStringList marks;
     if (file.channelCount > 1) marks << QStringLiteral("Not a mono file (%1 channels)").arg(file.channelCount);
-    if (file.sampleRate != reference.sampleRate) {
-        marks
-            << QStringLiteral("Sample rate mismatch: %1 Hz, not %2 Hz").arg(file.sampleRate).arg(reference.sampleRate);
-    }
-    if (std::abs(file.duration - reference.duration) > kSameDuration) {
-        marks << QStringLiteral("Duration mismatch: %1, not %2")
-                     .arg(minutesAndSeconds(file.duration), minutesAndSeconds(reference.duration));
-    }
+    if (file.sampleRate != reference.sampleRate)
+        marks << QStringLiteral("Sample rate mismatch: %1 Hz").arg(file.sampleRate);
+    if (std::abs(file.duration - reference.duration) > kSameDuration)
+        marks << QStringLiteral("Duration mismatch: ") + minutesAndSeconds(file.duration);
     return marks;
 }
 

@@ -3,13 +3,20 @@
 #include "app/activity_footer.h"
 #include "app/alert_dialog.h"
 #include "app/clean_export_dialog_view.h"
+#include "app/group_picker.h"
+#include "app/group_review_view.h"
+#include "app/group_tree.h"
+#include "app/group_tree_model.h"
 #include "app/help_texts.h"
+#include "app/iso_list_section.h"
 #include "app/item_roles.h"
 #include "app/items_section.h"
 #include "app/log_popover_view.h"
 #include "app/main_tab_view.h"
 #include "app/open_panel.h"
 #include "app/ostrel_app.h"
+#include "app/poly_join_view.h"
+#include "app/poly_tools_tab_view.h"
 #include "app/record_table.h"
 #include "app/stereo_validator_tab_view.h"
 #include "app/validator_settings.h"
@@ -44,6 +51,7 @@ public:
         shade_ = shade;
         interleaver();
         deinterleave();
+        join();
         validator();
         dialogs();
     }
@@ -110,6 +118,53 @@ private:
         if (!interleaverModel().deinterleaveSources.empty()) preview(QStringLiteral("Crowd 5.1-film.wav"));
         take(QStringLiteral("deinterleave"));
         interleaverModel().currentMode = AppMode::interleave;
+    }
+
+    PolyToolsViewModel& polyTools() { return app_.polyTools(); }
+    void waitForPolyTools() {
+        waitUntil([this] { return !polyTools().hasRunningTask(); });
+    }
+
+    void join() {
+        app_.window().selectedTab = AppTab::polyTools;
+        polyTools().mode = PolyMode::join;
+        take(QStringLiteral("join-empty"));
+        QStringList isos;
+        for (const auto* track : {u"MixL", u"MixR", u"Boom", u"Lav1"})
+            isos << QStringLiteral("%1/isos/14A-T1_%2.wav").arg(samples_, QString::fromUtf16(track));
+        app_.window().handleGlobalDrop(isos);
+        waitForPolyTools();
+        auto* view = app_.window().findChild<PolyJoinView*>();
+        view->isos().table().selectRow(2);
+        polyTools().preview().selectISOForPlayback(2);
+        polyTools().previewMixer()->pause();
+        polyTools().isoFiles.update(3, [](ISOFile& file) { file.sampleRate = 96000; });
+        take(QStringLiteral("join"));
+        polyTools().clearJoinData();
+        app_.window().handleGlobalDrop({samples_ + QStringLiteral("/isos"), samples_ + QStringLiteral("/pile")});
+        waitForPolyTools();
+        take(QStringLiteral("join-review"));
+        joinReviewed(view->review());
+    }
+
+    void joinReviewed(GroupReviewView& review) {
+        GroupTreeModel& groups = review.groups();
+        const QModelIndex last = groups.index(groups.rowCount() - 1, 0);
+        polyTools().review().deleteGroups({groups.group(last).id});
+        const QModelIndex first = groups.index(0, 0);
+        review.tree().unfold(first, true);
+        polyTools().preview().previewGroupISO(groups.group(first), 1);
+        polyTools().previewMixer()->pause();
+        review.tree().setCurrentIndex(groups.index(2, 0, first));
+        polyTools().joinOutputFolder = samples_ + QStringLiteral("/joined");
+        app_.window().currentPage().run();
+        waitForPolyTools();
+        take(QStringLiteral("join-reviewed"));
+        for (auto* button : review.findChildren<QAbstractButton*>()) {
+            if (button->accessibleName() == QStringLiteral("Move to Group...")) button->click();
+        }
+        take(QStringLiteral("join-picker"), review.picker());
+        if (review.picker()) review.picker()->close();
     }
 
     void validator() {
