@@ -1,6 +1,7 @@
 #include "metadata/metadata_engine.h"
 
 #include "metadata/core_document.h"
+#include "metadata/header_room.h"
 #include "platform/child_process.h"
 #include "platform/files.h"
 #include "platform/paths.h"
@@ -89,21 +90,27 @@ MetadataResult MetadataEngine::copyMetadata(const QString& source, const QString
 QMap<QString, MetadataResult> MetadataEngine::copyMetadataToMultiple(const QString& source,
                                                                      const QStringList& targets) const {
     QMap<QString, MetadataResult> results;
-    try {
-        const BWFMetadata metadata = extractBWFFields(source);
-        for (const QString& target : targets) {
-            try {
-                results.insert(target, applyBWFFields(metadata, target));
-            } catch (const MetadataError& error) {
-                results.insert(target, {false, QStringLiteral("Error: ") + error.errorDescription()});
-            }
-        }
-    } catch (const MetadataError&) {
-        for (const QString& target : targets) {
-            results.insert(target, {false, QStringLiteral("Failed to extract metadata")});
-        }
-    }
+    const std::optional<BWFMetadata> fields = readFields(source);
+    for (const QString& target : targets) results.insert(target, writeFields(fields, target));
     return results;
+}
+
+std::optional<BWFMetadata> MetadataEngine::readFields(const QString& source) const {
+    try {
+        return extractBWFFields(source);
+    } catch (const MetadataError&) {
+        return std::nullopt;
+    }
+}
+
+MetadataResult MetadataEngine::writeFields(const std::optional<BWFMetadata>& fields, const QString& target) const {
+    if (!fields) return {false, QStringLiteral("Failed to extract metadata")};
+    try {
+        makeRoomFor(target, *fields);
+        return applyBWFFields(*fields, target);
+    } catch (const MetadataError& error) {
+        return {false, QStringLiteral("Error: ") + error.errorDescription()};
+    }
 }
 
 void MetadataEngine::cleanup() const { files::removeFolderQuietly(sessionTempFolder_); }

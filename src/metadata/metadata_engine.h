@@ -7,6 +7,7 @@
 #include <QMap>
 #include <QString>
 #include <QStringList>
+#include <optional>
 #include <stdexcept>
 
 namespace ostrel {
@@ -43,6 +44,11 @@ public:
 
     // Copies a fixed set of fields (all of the table but CodingHistory), one target after the other: one result each.
     QMap<QString, MetadataResult> copyMetadataToMultiple(const QString& source, const QStringList& targets) const;
+
+    // The two halves of that. A target is a file that can be made again: room for the fields is made in place. Fields
+    // that could not be read (nothing) can't be written either, which the result then says.
+    std::optional<BWFMetadata> readFields(const QString& source) const;
+    MetadataResult writeFields(const std::optional<BWFMetadata>& fields, const QString& target) const;
 
     // Removes the session folder. Called by the owner at the end of a job.
     void cleanup() const;

@@ -18,6 +18,7 @@ namespace {
 constexpr qint64 kHeaderSize = 12;
 constexpr qint64 kChunkHeaderSize = 8;
 constexpr qint64 kMostChunkBytes = 256LL << 20;
+constexpr qint64 kMostListBytes = 1 << 20;
 constexpr qint64 kMoveBuffer = 256 << 10;
 
 bool isPreservable(const QByteArray& id) {
@@ -167,6 +168,20 @@ std::vector<RIFFChunk> RIFFChunkReader::extractPreservableChunks(const QString& 
         if (isPreservable(header->id)) chunks.push_back(readChunk(file, *header));
     }
     return chunks;
+}
+
+std::optional<std::vector<RIFFHeadChunk>> RIFFChunkReader::chunksAheadOfAudio(const QString& url) {
+    QFile file(url);
+    if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
+    const QByteArray start = file.read(kHeaderSize);
+    if (!start.startsWith("RIFF") || start.mid(8) != "WAVE") return std::nullopt;
+    std::vector<RIFFHeadChunk> chunks;
+    for (auto header = headerAt(file, kHeaderSize); header; header = headerAt(file, header->next())) {
+        if (header->id == "data") return chunks;
+        const bool isList = header->id == "LIST" && header->size <= kMostListBytes;
+        chunks.push_back({header->id, header->size, isList ? readChunk(file, *header).data : QByteArray()});
+    }
+    return std::nullopt;
 }
 
 void RIFFChunkWriter::injectPreservedChunks(const QString& url, const std::vector<RIFFChunk>& preservedChunks) {

@@ -7,6 +7,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <optional>
 #include <stdexcept>
 #include <vector>
 
@@ -18,6 +19,13 @@ struct RIFFChunk {
     qint64 position = 0; // where the chunk's id stood in its source; for information only
 
     bool operator==(const RIFFChunk&) const = default;
+};
+
+// A chunk that stands ahead of a file's audio.
+struct RIFFHeadChunk {
+    QByteArray id;
+    qint64 size = 0; // of the payload, without its pad byte
+    QByteArray list; // the payload of a LIST of usual size
 };
 
 class RIFFError : public std::runtime_error {
@@ -37,6 +45,9 @@ public:
     // Throws RIFFError for what is no RIFF/WAVE (RF64 included) and for a chunk too large to hold (256 MiB), FileError
     // for what can't be read.
     static std::vector<RIFFChunk> extractPreservableChunks(const QString& url);
+
+    // In file order. Nothing for what can't be read, is no RIFF/WAVE (RF64 included) or has no audio.
+    static std::optional<std::vector<RIFFHeadChunk>> chunksAheadOfAudio(const QString& url);
 };
 
 class RIFFChunkWriter {

@@ -2,6 +2,7 @@
 
 #include "foundation/debug_log.h"
 #include "foundation/domain_error.h"
+#include "metadata/header_room.h"
 #include "metadata/ixml_surgery.h"
 #include "platform/child_process.h"
 #include "platform/diagnostics.h"
@@ -66,12 +67,15 @@ void readChunks(const QString& url, MetadataPreservationResult& result) {
     }
 }
 
-QString injectChunks(const QString& target, const std::vector<RIFFChunk>& chunks) {
+// Together with the room for the fields that come next, so that the audio moves once.
+QString injectChunks(const QString& target, std::vector<RIFFChunk> chunks, const std::optional<BWFMetadata>& fields) {
     const QString name = paths::lastComponent(target);
     const auto failure = [&](const QString& reason) {
         return QStringLiteral("⚠️  RIFF chunk injection failed for %1: %2").arg(name, reason);
     };
     try {
+        const std::optional<RIFFChunk> filler = fields ? fillerFor(target, *fields) : std::nullopt;
+        if (filler) chunks.insert(chunks.begin(), *filler);
         RIFFChunkWriter::injectPreservedChunks(target, chunks);
     } catch (const RIFFError& error) {
         return failure(error.errorDescription());
@@ -157,11 +161,13 @@ QStringList UniversalMetadataEngine::applyMetadata(const QStringList& targets, c
     QStringList log;
     for (const QString& target : targets) {
         const QString name = paths::lastComponent(target);
+        const bool writesFields = enableBWF && preservationResult.hasBWF;
+        const std::optional<BWFMetadata> fields = writesFields ? metadataEngine_.readFields(source) : std::nullopt;
         if (enableRIFFChunks && !preservationResult.riffChunks.empty()) {
-            log << injectChunks(target, preservationResult.riffChunks);
+            log << injectChunks(target, preservationResult.riffChunks, fields);
         }
-        if (enableBWF && preservationResult.hasBWF) {
-            const MetadataResult copied = metadataEngine_.copyMetadataToMultiple(source, {target}).value(target);
+        if (writesFields) {
+            const MetadataResult copied = metadataEngine_.writeFields(fields, target);
             log << (copied.success ? QStringLiteral("✅ BWF metadata copied: ") + name
                                    : QStringLiteral("⚠️  BWF copy failed for %1: %2").arg(name, copied.message));
         }
