@@ -115,13 +115,19 @@ TEST(DeclaredSpeakers, EditsKeepTheSamplesWhateverTheLayout) {
 // Real recordings of recorders and workstations, their channels' checksums known from elsewhere.
 class RealRecordings : public ::testing::Test {
 protected:
-    static QByteArray channelChecksum(const QString& file, int channel, int channels, int bytesPerSample) {
+    static QList<QByteArray> channelChecksums(const QString& file, int channels, int bytesPerSample) {
         const QByteArray data = testing::chunkOf(testing::readAll(file), "data");
-        QByteArray bytes;
         const qsizetype frame = static_cast<qsizetype>(channels) * bytesPerSample;
-        for (qsizetype at = 0; at + frame <= data.size(); at += frame)
-            bytes += data.mid(at + channel * bytesPerSample, bytesPerSample);
-        return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
+        QList<QByteArray> result;
+        for (int channel = 0; channel < channels; ++channel) {
+            QByteArray bytes;
+            bytes.reserve(data.size() / channels);
+            for (const char* at = data.constData() + channel * bytesPerSample;
+                 at - channel * bytesPerSample + frame <= data.constData() + data.size(); at += frame)
+                bytes.append(at, bytesPerSample);
+            result << QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
+        }
+        return result;
     }
 };
 
@@ -139,10 +145,10 @@ TEST_F(RealRecordings, PolyToIsosToPolyKeepsEveryChannel) {
         if (!isRecording || !file.contains("channel_sha256") || file["channel_sha256"].size() < 2) continue;
         const int channels = static_cast<int>(file["channel_sha256"].size());
         const int bytes = file["fmt"]["bits_per_sample"].get<int>() / 8;
-        const auto checksum = [&](int channel) {
-            return QByteArray::fromStdString(
-                file["channel_sha256"][static_cast<std::size_t>(channel)].get<std::string>());
-        };
+        QList<QByteArray> checksums;
+        for (const auto& checksum : file["channel_sha256"]) {
+            checksums << QByteArray::fromStdString(checksum.get<std::string>());
+        }
 
         const TestFolder folder;
         const QString source = paths::append(samples, name);
@@ -151,12 +157,16 @@ TEST_F(RealRecordings, PolyToIsosToPolyKeepsEveryChannel) {
         if (poly.codecName.contains(QStringLiteral("f32"))) continue; // a split writes integers
         SplitOptions options;
         options.namingPattern = SplitNamingPattern::channelNumber;
-        const SplitResult split = PolySplitEngine(tools).split(poly, folder.path(), options);
+        PolyEngineTools quick = tools;
+        quick.ffprobePath.clear(); // that an ISO is mono is seen below
+        const SplitResult split = PolySplitEngine(quick).split(poly, folder.path(), options);
         ASSERT_EQ(split.createdFiles.size(), channels)
             << name.toStdString() << testing::messages(split.logEntries).join(u'\n').toStdString();
         std::vector<ISOFile> isos;
         for (int i = 0; i < channels; ++i) {
-            EXPECT_EQ(channelChecksum(split.createdFiles[i], 0, 1, bytes), checksum(i))
+            EXPECT_EQ(testing::chunkOf(testing::readAll(split.createdFiles[i]), "fmt ").mid(2, 2),
+                      QByteArray("\1\0", 2));
+            EXPECT_EQ(channelChecksums(split.createdFiles[i], 1, bytes), QList{checksums[i]})
                 << name.toStdString() << " channel " << i + 1;
             ISOFile iso;
             iso.url = split.createdFiles[i];
@@ -166,8 +176,7 @@ TEST_F(RealRecordings, PolyToIsosToPolyKeepsEveryChannel) {
         }
         const QString joined = folder.path(QStringLiteral("joined.wav"));
         ASSERT_TRUE(PolyJoinEngine(tools).join(isos, joined, {}).success) << name.toStdString();
-        for (int i = 0; i < channels; ++i)
-            EXPECT_EQ(channelChecksum(joined, i, channels, bytes), checksum(i)) << name.toStdString();
+        EXPECT_EQ(channelChecksums(joined, channels, bytes), checksums) << name.toStdString();
 
         const auto oldTracks = parseTrackBlocks(QString::fromUtf8(testing::ixmlOfFile(source)));
         const auto newTracks = parseTrackBlocks(QString::fromUtf8(testing::ixmlOfFile(joined)));
