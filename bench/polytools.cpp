@@ -74,7 +74,7 @@ void benchSplit(const PolyEngineTools& tools, const PolyFile& poly, const QTempo
                         files::removeFolderQuietly(bareIsos);
                         files::createFolder(bareIsos);
                     }};
-    bench::compare(QStringLiteral("split 8 ch, 10 min : ffmpeg"), kGoal, ours, bare, 3);
+    bench::compare(QStringLiteral("split 8 ch, 10 min : ffmpeg"), kGoal, ours, bare);
 }
 
 void benchJoin(const PolyEngineTools& tools, const PolyFile& poly, const QTemporaryDir& folder) {
@@ -99,7 +99,7 @@ void benchJoin(const PolyEngineTools& tools, const PolyFile& poly, const QTempor
     const Side bare{QStringLiteral("ffmpeg"),
                     [&] { bench::runBare(tools.ffmpegPath, PolyJoinEngine::buildJoinCommand(sources, bareOutput)); },
                     [&] { files::removeQuietly(bareOutput); }};
-    bench::compare(QStringLiteral("join 8 ISOs, 10 min : ffmpeg"), kGoal, ours, bare, 3);
+    bench::compare(QStringLiteral("join 8 ISOs, 10 min : ffmpeg"), kGoal, ours, bare);
 }
 
 void benchEdit(const PolyEngineTools& tools, const PolyFile& poly, const QTemporaryDir& folder) {
@@ -131,7 +131,7 @@ void benchEdit(const PolyEngineTools& tools, const PolyFile& poly, const QTempor
             }
         },
         [&] { fresh(bareEdited); }};
-    bench::compare(QStringLiteral("edit, 7 of 8 ch, 10 min : ffmpeg"), kGoal, ours, bare, 3);
+    bench::compare(QStringLiteral("edit, 7 of 8 ch, 10 min : ffmpeg"), kGoal, ours, bare);
 }
 
 } // namespace
