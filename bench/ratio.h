@@ -16,9 +16,10 @@ struct Side {
     std::function<void()> before = [] {};
 };
 
-// Prints one row: median seconds of both sides, the median of the ratios of neighbouring runs, the goal, the same ratio
-// of processor time (what waiting for the disk and for other programs doesn't touch), and the peak memory of our side
-// in MiB. Each side runs once unmeasured, to fill the page cache, then `runs` times in a process of its own.
+// Prints one row: median seconds of both sides, the median of the ratios of neighbouring runs, the goal, the ratio of
+// the least processor time that either side took in a run, its tools included (which waiting for the disk doesn't
+// touch, and other programs the least), and the peak memory of our side in MiB. Each side runs once unmeasured, to fill
+// the page cache, then `runs` times in a process of its own.
 void compare(const QString& title, double goal, const Side& ours, const Side& bare, int runs = 5);
 
 // Runs a command line, dropping what it prints; ends the benchmark if it fails.
