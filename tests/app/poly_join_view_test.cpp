@@ -319,5 +319,30 @@ TEST_F(PolyJoinViewTest, ARealTakeGoesTheShortcut) {
     EXPECT_EQ(decodedByFfmpeg(model_.createdFiles.value().first()), expected);
 }
 
+using JoinInWindow = WindowTest;
+
+TEST_F(JoinInWindow, ADroppedFolderIsReviewedAndJoinedByKeys) {
+    show(AppTab::polyTools);
+    press(Qt::Key_Period);
+    const QString isos = samples() + QStringLiteral("/isos");
+    const QStringList before = fingerprint(isos);
+    drop({isos});
+    ASSERT_TRUE(waitForPolyTools());
+    EXPECT_TRUE(polyToolsView_->joinView().review().isVisible());
+    press(Qt::Key_R);
+    EXPECT_EQ(messages(polyTools_.logEntries).back(), QStringLiteral("⌘R: Can't join — select an output folder first"));
+    const QString out = folder_.path(QStringLiteral("out/x"));
+    desktop_.openPanelAnswer = {paths::parent(out)};
+    press(Qt::Key_O);
+    press(Qt::Key_R);
+    EXPECT_TRUE(polyTools_.isProcessing.value()) << "what the window looks at while a job runs";
+    ASSERT_TRUE(waitForPolyTools());
+    const QStringList made = QDir(paths::parent(out)).entryList(QDir::Files, QDir::Name);
+    EXPECT_EQ(made.join(u' '), QStringLiteral("14A-T1_poly.wav 14A-T2_poly.wav 14A-T3_poly.wav"));
+    for (const QString& name : made)
+        EXPECT_EQ(decodedByFfmpeg(paths::append(paths::parent(out), name)).size(), 4U) << name.toStdString();
+    EXPECT_EQ(fingerprint(isos), before);
+}
+
 } // namespace
 } // namespace ostrel::testing
