@@ -31,17 +31,6 @@ QString helpOf(OutputFormatPolicy policy) {
                           "lose quality.");
 }
 
-// A note keeps its place while it has nothing to say.
-template <class Label>
-Label* note(Label* label) {
-    label->setWordWrap(true);
-    scaleFont(*label, 0.92);
-    QSizePolicy policy = label->sizePolicy();
-    policy.setRetainSizeWhenHidden(true);
-    label->setSizePolicy(policy);
-    return label;
-}
-
 } // namespace
 
 OptionsHeaderRow::OptionsHeaderRow(AppViewModel& viewModel, QWidget* parent)

@@ -53,11 +53,27 @@ void StatusBadge::paint(QPainter* painter, const QStyleOptionViewItem& option, c
     QStyleOptionViewItem cell = option;
     initStyleOption(&cell, index);
     paintEmptyCell(painter, cell);
+    const QVariant badge = index.data(BadgeRole);
+    if (!badge.isValid()) return; // a row without a state
     painter->save();
     painter->setClipRect(cell.rect);
     painter->setFont(cell.font);
-    paintBadge(*painter, cell.rect.adjusted(kCellMargin, 0, -kCellMargin, 0), index.data(BadgeRole).value<Badge>(),
+    paintBadge(*painter, cell.rect.adjusted(kCellMargin, 0, -kCellMargin, 0), badge.value<Badge>(),
                themeOf(cell.palette));
+    painter->restore();
+}
+
+void ExpanderDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {
+    QStyleOptionViewItem cell = option;
+    initStyleOption(&cell, index);
+    paintEmptyCell(painter, cell);
+    const QVariant isExpanded = index.data(ExpandedRole);
+    if (!isExpanded.isValid()) return;
+    const QString symbol = isExpanded.toBool() ? QStringLiteral("chevron.down") : QStringLiteral("chevron.right");
+    const QPointF middle = QRectF(cell.rect).center();
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    paintSymbol(*painter, symbol, QRectF(middle.x() - 7, middle.y() - 7, 14, 14), themeOf(cell.palette).secondaryText);
     painter->restore();
 }
 

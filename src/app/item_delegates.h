@@ -28,6 +28,13 @@ public:
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 };
 
+// The chevron of a row that expands.
+class ExpanderDelegate : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+};
+
 // One channel's tag as a chip.
 struct ChannelBadge {
     enum class Style { indicator, selector };

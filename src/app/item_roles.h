@@ -24,7 +24,8 @@ struct ChannelChips {
     bool isSelector = false; // a click on a chip switches it
 };
 
-enum ItemRole { BadgeRole = Qt::UserRole + 1, ChannelChipsRole, ElideMiddleRole };
+// ExpandedRole is a Boolean in rows that expand, and nothing in others.
+enum ItemRole { BadgeRole = Qt::UserRole + 1, ChannelChipsRole, ElideMiddleRole, ExpandedRole };
 
 // The columns that the Interleaver's two tables share, in their order.
 enum ItemColumn {

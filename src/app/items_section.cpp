@@ -38,10 +38,7 @@ ItemsSection::ItemsSection(AppViewModel& viewModel, QWidget* parent)
 }
 
 QWidget* ItemsSection::makeHeading() {
-    heading_ = new QLabel;
-    QFont font = heading_->font();
-    font.setWeight(QFont::DemiBold);
-    heading_->setFont(font);
+    heading_ = boldLabel();
     selectAll_ = pushButton(QStringLiteral("Select All"));
     deselectAll_ = pushButton(QStringLiteral("Deselect All"));
     clear_ = pushButton(QStringLiteral("Clear Items"), QString(),

@@ -33,6 +33,23 @@ inline void scaleFont(QWidget& widget, double factor, QFont::Weight weight = QFo
     widget.setFont(font);
 }
 
+inline QLabel* boldLabel(const QString& text = QString()) {
+    auto* label = new QLabel(text);
+    scaleFont(*label, 1, QFont::DemiBold);
+    return label;
+}
+
+// Small print below a control, which keeps its place while it has nothing to say.
+template <class Label>
+Label* note(Label* label) {
+    label->setWordWrap(true);
+    scaleFont(*label, 0.92);
+    QSizePolicy policy = label->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    label->setSizePolicy(policy);
+    return label;
+}
+
 // The words by which assistive technology and tests know a control; the help text shows under the pointer too.
 template <class Widget>
 Widget* named(Widget* widget, const QString& name, const QString& help = QString()) {

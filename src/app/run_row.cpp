@@ -13,7 +13,7 @@
 namespace ostrel {
 namespace {
 
-constexpr int kNarrow = 150; // average characters
+constexpr int kNarrow = 160; // average characters
 enum OutcomePage { statusPage, resultsPage };
 
 // Of items that are worked on one after the other, the one under way is not done yet.

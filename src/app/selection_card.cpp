@@ -16,6 +16,9 @@ void SelectionCard::addRow(SelectionRow* row, QWidget* beside) {
     auto* line = rowLayout(12);
     line->addWidget(row, 1);
     QWidget* end = beside ? beside : new QWidget;
+    QSizePolicy policy = end->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    end->setSizePolicy(policy);
     line->addWidget(end);
     static_cast<QVBoxLayout*>(layout())->addLayout(line);
     rows_.push_back(row);

@@ -137,10 +137,7 @@ QWidget* StereoValidatorTabView::makeSummary() {
 }
 
 QWidget* StereoValidatorTabView::makeResults() {
-    auto* title = new QLabel(QStringLiteral("Detailed Results"));
-    QFont bold = title->font();
-    bold.setWeight(QFont::DemiBold);
-    title->setFont(bold);
+    auto* title = boldLabel(QStringLiteral("Detailed Results"));
     table_ = new RecordTable(QStringLiteral("Detailed Results"));
     table_->setModel(results_);
     table_->setEmptyText(QStringLiteral("Analyze files to see what they really are."));

@@ -64,7 +64,7 @@ QCoro::Task<> PolyPreview::extractAllChannelsForPreview() {
         log(LogLevel::warning, QStringLiteral("Cannot prepare preview: missing poly file or ffmpeg"));
         co_return;
     }
-    const TaskHandle handle = services_.begin(Task::preview);
+    const TaskHandle handle = beginPreview();
     cleanupPreviewTempFiles();
     state_.isPreparingPreview = true;
     state_.previewPreparationProgress = std::pair(0, poly->channelCount);
@@ -91,6 +91,15 @@ QCoro::Task<> PolyPreview::extractAllChannelsForPreview() {
     mixer_->loadMix(*urls, poly->url);
     log(LogLevel::success,
         QStringLiteral("Preview %1 channels loaded into mixer + poly %2").arg(urls->size()).arg(poly->fileName));
+}
+
+// A preparation that another one takes the place of ends without a word.
+TaskHandle PolyPreview::beginPreview() {
+    state_.isPreparingPreview = false;
+    state_.previewPreparationProgress = std::nullopt;
+    state_.isExtractingBatchPreview = false;
+    state_.isLoadingAllPreviews = false;
+    return services_.begin(Task::preview);
 }
 
 QString PolyPreview::channelURL(const QStringList& urls, int channelIndex) const {
@@ -138,11 +147,7 @@ void PolyPreview::selectChannelForPlayback(int channelIndex) {
     if (!isReady && !state_.isPreparingPreview.value() && state_.extractedChannelURLs.value().isEmpty()) {
         return services_.run(extractThenSelect(channelIndex));
     }
-    if (!isReady && !state_.extractedChannelURLs.value().isEmpty() && state_.polyFile.value()) {
-        mixer_->loadMix(state_.extractedChannelURLs.value(),
-                        state_.polyFile.value()->url); // another mode had the mixer
-        state_.selectedChannelForPlayback = std::nullopt;
-    }
+    if (!isReady) loadPolyUnlessLoaded();
     listenTo(state_.selectedChannelForPlayback, channelIndex, url,
              QStringLiteral("Selected channel %1").arg(channelIndex + 1));
 }
@@ -152,7 +157,21 @@ QCoro::Task<> PolyPreview::extractThenSelect(int channelIndex) {
     if (!state_.extractedChannelURLs.value().isEmpty()) selectChannelForPlayback(channelIndex);
 }
 
-void PolyPreview::playPolySource() { playWhole(state_.selectedChannelForPlayback); }
+// Another mode may have had the mixer.
+void PolyPreview::loadPolyUnlessLoaded() {
+    const QStringList& urls = state_.extractedChannelURLs.value();
+    const auto& poly = state_.polyFile.value();
+    if (urls.isEmpty() || !poly) return;
+    if (mixer_->polySourceURL() == poly->url && mixer_->sourceURLs() == urls) return;
+    mixer_->loadMix(urls, poly->url);
+    state_.selectedChannelForPlayback = std::nullopt;
+}
+
+void PolyPreview::playPolySource() {
+    if (!isEnabled()) return;
+    loadPolyUnlessLoaded();
+    playWhole(state_.selectedChannelForPlayback);
+}
 
 QString PolyPreview::playbackDisplayLabel() const {
     if (const auto& index = state_.selectedChannelForPlayback.value()) {

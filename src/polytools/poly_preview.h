@@ -37,6 +37,10 @@ public:
     void populateBatchChannelItems(const BatchPolyMetadata& poly);
     void selectBatchChannelForPlayback(int channelIndex);
     void playBatchMix();
+    // A click on a row, or on a channel below it: loads what is not loaded yet, then plays. What is heard already
+    // pauses and goes on; from a channel to its poly and back nothing is started anew.
+    void playBatchPoly(int row);
+    void playBatchChannel(int row, int channelIndex);
 
     // ISOs of a join, and of a group under review
     void loadAllISOsForPreview();
@@ -80,10 +84,14 @@ private:
                                                             QString logStart, TaskHandle handle, bool showsProgress);
     QCoro::Task<> extractThenSelect(int channelIndex);
     QCoro::Task<> extractBatchPoly(int row, bool autoPlay, TaskHandle handle);
+    QCoro::Task<> extractBatchThenSelect(int row, int channelIndex, TaskHandle handle);
     QCoro::Task<bool> extractRow(int row, QString logStart, TaskHandle handle);
     QCoro::Task<> extractSilently(int row, TaskHandle handle);
     QCoro::Task<> extractAllRows(TaskHandle handle);
     void loadRow(int row);
+    bool isInMixer(int row) const;
+    void loadPolyUnlessLoaded();
+    TaskHandle beginPreview();
     QCoro::Task<> addPolySource(QStringList urls, int bitDepth, TaskHandle handle);
     void loadISOs(const QStringList& urls, int bitDepth, const QString& what);
     void listenTo(QProperty<std::optional<int>>& selection, int index, const QString& url, const QString& logLine);

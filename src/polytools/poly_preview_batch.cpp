@@ -4,12 +4,6 @@
 #include "polytools/poly_preview.h"
 
 namespace ostrel {
-namespace {
-
-using Task = PolyToolsServices::Task;
-
-} // namespace
-
 bool PolyPreview::validRow(int row) const {
     return row >= 0 && static_cast<std::size_t>(row) < state_.batchPolyMetadata.size();
 }
@@ -19,7 +13,7 @@ void PolyPreview::extractBatchPolyForPreview(int row, bool autoPlay) {
     if (!validRow(row)) return log(LogLevel::warning, QStringLiteral("Invalid batch poly index: %1").arg(row));
     if (state_.ffmpegPath.value().isEmpty())
         return log(LogLevel::error, QStringLiteral("Cannot extract: ffmpeg not available"));
-    services_.run(extractBatchPoly(row, autoPlay, services_.begin(Task::preview)));
+    services_.run(extractBatchPoly(row, autoPlay, beginPreview()));
 }
 
 QCoro::Task<> PolyPreview::extractBatchPoly(int row, bool autoPlay, TaskHandle handle) {
@@ -73,7 +67,7 @@ void PolyPreview::loadRow(int row) {
 void PolyPreview::extractBatchPolyForPreviewSilent(int row) {
     if (!isEnabled()) return;
     if (!validRow(row)) return log(LogLevel::warning, QStringLiteral("Silent extract: invalid index %1").arg(row));
-    services_.run(extractSilently(row, services_.begin(Task::preview)));
+    services_.run(extractSilently(row, beginPreview()));
 }
 
 QCoro::Task<> PolyPreview::extractSilently(int row, TaskHandle handle) {
@@ -97,7 +91,7 @@ void PolyPreview::loadAllPreviews() {
     if (!isEnabled()) return;
     if (state_.ffmpegPath.value().isEmpty())
         return log(LogLevel::error, QStringLiteral("Cannot extract: ffmpeg not available"));
-    services_.run(extractAllRows(services_.begin(Task::preview)));
+    services_.run(extractAllRows(beginPreview()));
 }
 
 QCoro::Task<> PolyPreview::extractAllRows(TaskHandle handle) {
@@ -130,10 +124,38 @@ void PolyPreview::selectBatchChannelForPlayback(int channelIndex) {
     const auto& row = state_.selectedBatchPreviewIndex.value();
     if (!isEnabled() || !row || !validRow(*row)) return;
     const BatchPolyMetadata& poly = state_.batchPolyMetadata[static_cast<std::size_t>(*row)];
-    if (!poly.isPreviewReady) return extractBatchPolyForPreview(*row);
+    if (!poly.isPreviewReady) {
+        if (state_.ffmpegPath.value().isEmpty()) return extractBatchPolyForPreview(*row); // which tells
+        return services_.run(extractBatchThenSelect(*row, channelIndex, beginPreview()));
+    }
     if (mixer_->sourceURLs() != poly.extractedChannelURLs) loadRow(*row);
     listenTo(state_.selectedBatchChannelForPlayback, channelIndex, channelURL(poly.extractedChannelURLs, channelIndex),
              QStringLiteral("Selected batch channel %1").arg(channelIndex + 1));
+}
+
+QCoro::Task<> PolyPreview::extractBatchThenSelect(int row, int channelIndex, TaskHandle handle) {
+    co_await extractBatchPoly(row, false, handle);
+    if (handle.isCancelled() || !isInMixer(row)) co_return;
+    selectBatchChannelForPlayback(channelIndex);
+}
+
+bool PolyPreview::isInMixer(int row) const {
+    if (!validRow(row) || state_.selectedBatchPreviewIndex.value() != row) return false;
+    const BatchPolyMetadata& poly = state_.batchPolyMetadata[static_cast<std::size_t>(row)];
+    return poly.isPreviewReady && mixer_->sourceURLs() == poly.extractedChannelURLs;
+}
+
+void PolyPreview::playBatchPoly(int row) {
+    if (!isEnabled()) return;
+    if (!isInMixer(row)) return loadCachedPreviewAndPlay(row);
+    state_.selectedBatchChannelForPlayback.value() ? playBatchMix() : togglePlay();
+}
+
+void PolyPreview::playBatchChannel(int row, int channelIndex) {
+    if (!isEnabled() || !validRow(row)) return;
+    if (state_.selectedBatchPreviewIndex.value() != row) state_.selectedBatchChannelForPlayback = std::nullopt;
+    state_.selectedBatchPreviewIndex = row;
+    selectBatchChannelForPlayback(channelIndex);
 }
 
 void PolyPreview::playBatchMix() { playWhole(state_.selectedBatchChannelForPlayback); }

@@ -7,8 +7,6 @@
 namespace ostrel {
 namespace {
 
-using Task = PolyToolsServices::Task;
-
 QStringList urlsOf(const std::vector<ISOFile>& isos) {
     QStringList urls;
     for (const ISOFile& iso : isos) urls << iso.url;
@@ -34,7 +32,7 @@ void PolyPreview::loadAllISOsForPreview() {
 
 // The ISOs can be heard at once; their poly joins them when it is made.
 void PolyPreview::loadISOs(const QStringList& urls, int bitDepth, const QString& what) {
-    const TaskHandle handle = services_.begin(Task::preview);
+    const TaskHandle handle = beginPreview();
     clearPlaybackState();
     mixer_->loadMix(urls);
     log(LogLevel::info, what);

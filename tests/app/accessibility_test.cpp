@@ -39,7 +39,10 @@ void expectNames(const QWidget& root) {
     }
 }
 
-using AccessibilityTest = WindowTest;
+class AccessibilityTest : public WindowTest {
+protected:
+    void expectTabGoesDown(QWidget* first);
+};
 
 TEST_F(AccessibilityTest, EveryControlHasAName) {
     show();
@@ -47,6 +50,20 @@ TEST_F(AccessibilityTest, EveryControlHasAName) {
     interleaver_.selectedLayout = ChannelLayout::stereo;
     EXPECT_TRUE(waitForInterleaver());
     expectNames(window_);
+}
+
+TEST_F(AccessibilityTest, EveryControlOfPolyToolsHasANameInEveryMode) {
+    show(AppTab::polyTools);
+    const QString recordings = samples();
+    for (const PolyMode mode : kAllPolyModes) {
+        polyTools_.mode = mode;
+        const bool isJoin = mode == PolyMode::join;
+        drop({recordings + (isJoin ? QStringLiteral("/isos") : QStringLiteral("/polys"))});
+        EXPECT_TRUE(waitForPolyTools());
+        if (isJoin) press(Qt::Key_S);
+        EXPECT_TRUE(waitForPolyTools());
+        expectNames(*polyToolsView_);
+    }
 }
 
 TEST_F(AccessibilityTest, EveryControlOfTheDialogsHasAName) {
@@ -60,10 +77,8 @@ TEST_F(AccessibilityTest, EveryControlOfTheDialogsHasAName) {
 }
 
 // From control to control by Tab: down the page, and round to the first again.
-TEST_F(AccessibilityTest, TabGoesDownThePage) {
-    show();
+void AccessibilityTest::expectTabGoesDown(QWidget* first) {
     std::vector<int> heights;
-    QWidget* const first = find<QAbstractButton>(*mainView_, QStringLiteral("Source: Select..."));
     first->setFocus();
     for (int step = 0; step < 60; ++step) {
         const QWidget* focus = QApplication::focusWidget();
@@ -76,6 +91,16 @@ TEST_F(AccessibilityTest, TabGoesDownThePage) {
     int upwards = 0;
     for (std::size_t i = 1; i < heights.size(); ++i) upwards += heights[i] < heights[i - 1] - 40;
     EXPECT_LE(upwards, 3) << "once round the window, and between the columns of the options";
+}
+
+TEST_F(AccessibilityTest, TabGoesDownThePage) {
+    show();
+    expectTabGoesDown(find<QAbstractButton>(*mainView_, QStringLiteral("Source: Select...")));
+}
+
+TEST_F(AccessibilityTest, TabGoesDownThePageOfASplit) {
+    show(AppTab::polyTools);
+    expectTabGoesDown(find<QAbstractButton>(*polyToolsView_, QStringLiteral("Source Poly File(s): Choose File(s)...")));
 }
 
 } // namespace

@@ -44,6 +44,14 @@ void WindowTest::click(const QString& accessibleName) {
     settle();
 }
 
+void WindowTest::clickRow(QTableView& table, int row, int column) {
+    const QModelIndex index = table.model()->index(row, column);
+    ASSERT_TRUE(index.isValid()) << row << ", " << column;
+    table.scrollTo(index);
+    QTest::mouseClick(table.viewport(), Qt::LeftButton, {}, table.visualRect(index).center());
+    settle();
+}
+
 void WindowTest::drop(const QStringList& urls) {
     QMimeData data;
     QList<QUrl> list;

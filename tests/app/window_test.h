@@ -38,6 +38,7 @@ protected:
     void show(AppTab tab = AppTab::interleave);
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::ControlModifier);
     void click(const QString& accessibleName);
+    void clickRow(QTableView& table, int row, int column);
     void drop(const QStringList& urls);
 
     // Runs the event loop until nothing is under way.

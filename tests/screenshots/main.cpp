@@ -2,6 +2,8 @@
 // SAMPLES is a folder made by `ostrel-cli samples`, which the jobs that are shown write into.
 #include "app/activity_footer.h"
 #include "app/alert_dialog.h"
+#include "app/batch_poly_list.h"
+#include "app/batch_poly_model.h"
 #include "app/clean_export_dialog_view.h"
 #include "app/group_picker.h"
 #include "app/group_review_view.h"
@@ -16,6 +18,7 @@
 #include "app/open_panel.h"
 #include "app/ostrel_app.h"
 #include "app/poly_join_view.h"
+#include "app/poly_split_view.h"
 #include "app/poly_tools_tab_view.h"
 #include "app/record_table.h"
 #include "app/stereo_validator_tab_view.h"
@@ -51,6 +54,7 @@ public:
         shade_ = shade;
         interleaver();
         deinterleave();
+        polySplit();
         join();
         validator();
         dialogs();
@@ -125,6 +129,50 @@ private:
         waitUntil([this] { return !polyTools().hasRunningTask(); });
     }
 
+    PolySplitView& splitView() { return app_.window().findChild<PolyToolsTabView*>()->splitView(); }
+    void openPolys(const QString& path) {
+        app_.window().handleGlobalDrop({samples_ + path});
+        waitForPolyTools();
+        polyTools().splitOutputFolder = samples_ + QStringLiteral("/ISOs");
+    }
+
+    void polySplit() {
+        app_.window().selectedTab = AppTab::polyTools;
+        polyTools().mode = PolyMode::split;
+        take(QStringLiteral("split-empty"));
+        openPolys(QStringLiteral("/polys/7C-T01.wav"));
+        take(QStringLiteral("split-loaded"));
+        polyTools().splitKeepOriginalName = true;
+        take(QStringLiteral("split-kept-name"));
+        polyTools().splitKeepOriginalName = false;
+        polyTools().runSplit();
+        waitUntil([this] { return polyTools().splitProgress.value() > 0.3; });
+        take(QStringLiteral("split-running"));
+        waitForPolyTools();
+        polyTools().preview().selectChannelForPlayback(2);
+        polyTools().previewMixer()->pause();
+        polyTools().previewMixer()->seek(0.8);
+        take(QStringLiteral("split"));
+        splitBatch();
+    }
+
+    void splitBatch() {
+        openPolys(QStringLiteral("/polys"));
+        take(QStringLiteral("split-batch-loaded"));
+        polyTools().startBatchSplit();
+        waitUntil([this] {
+            return polyTools().batchProgress.value() && polyTools().batchProgress.value()->currentIndex > 1;
+        });
+        take(QStringLiteral("split-batch-running"));
+        waitForPolyTools();
+        splitView().batch().model().setExpanded(1, true);
+        polyTools().preview().playBatchChannel(1, 2);
+        waitForPolyTools();
+        polyTools().previewMixer()->pause();
+        polyTools().previewMixer()->seek(0.8);
+        take(QStringLiteral("split-batch"));
+    }
+
     void join() {
         app_.window().selectedTab = AppTab::polyTools;
         polyTools().mode = PolyMode::join;
@@ -168,8 +216,6 @@ private:
     }
 
     void validator() {
-        app_.window().selectedTab = AppTab::polyTools;
-        take(QStringLiteral("poly"));
         app_.window().selectedTab = AppTab::stereoValidator;
         take(QStringLiteral("validator-empty"));
         app_.window().handleGlobalDrop({samples_ + QStringLiteral("/validator")});
