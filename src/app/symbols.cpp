@@ -277,6 +277,10 @@ const QHash<QString, Drawing>& drawings() {
         {QStringLiteral("chevron.down"), [](const Pen& pen) { pen.line(kDown); }},
         {QStringLiteral("chevron.up"), [](const Pen& pen) { pen.line(kUp); }},
         {QStringLiteral("chevron.right"), [](const Pen& pen) { pen.line(kRight); }},
+        {QStringLiteral("line.3.horizontal"),
+         [](const Pen& pen) {
+             for (const double y : {7.0, 12.0, 17.0}) pen.line({{5, y}, {19, y}});
+         }},
         {QStringLiteral("xmark"),
          [](const Pen& pen) {
              pen.line({{6.5, 6.5}, {17.5, 17.5}});

@@ -1,7 +1,9 @@
 #include "app/window_test.h"
 
+#include "app/batch_channel_removal_config_view.h"
 #include "app/clean_export_dialog_view.h"
 #include "app/open_panel.h"
+#include "app/poly_edit_view.h"
 
 #include <QAbstractSlider>
 #include <QCheckBox>
@@ -69,6 +71,10 @@ TEST_F(AccessibilityTest, EveryControlOfPolyToolsHasANameInEveryMode) {
 TEST_F(AccessibilityTest, EveryControlOfTheDialogsHasAName) {
     CleanExportDialogView dialog(validator_, 0, {}, {}, &window_);
     expectNames(dialog);
+    ChannelEdits edits;
+    edits.tracks = sequentialTracks(4);
+    BatchChannelRemovalConfigView removal(edits, &window_);
+    expectNames(removal);
     OpenPanelRequest request;
     request.canChooseFolders = true;
     request.canCreateFolders = true;
@@ -101,6 +107,14 @@ TEST_F(AccessibilityTest, TabGoesDownThePage) {
 TEST_F(AccessibilityTest, TabGoesDownThePageOfASplit) {
     show(AppTab::polyTools);
     expectTabGoesDown(find<QAbstractButton>(*polyToolsView_, QStringLiteral("Source Poly File(s): Choose File(s)...")));
+}
+
+TEST_F(AccessibilityTest, TabGoesDownThePageOfAnEdit) {
+    show(AppTab::polyTools);
+    press(Qt::Key_Slash);
+    drop({samples() + QStringLiteral("/polys")});
+    EXPECT_TRUE(waitForPolyTools());
+    expectTabGoesDown(find<QAbstractButton>(polyToolsView_->editView(), QStringLiteral("Source: Select...")));
 }
 
 } // namespace

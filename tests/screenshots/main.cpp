@@ -2,6 +2,7 @@
 // SAMPLES is a folder made by `ostrel-cli samples`, which the jobs that are shown write into.
 #include "app/activity_footer.h"
 #include "app/alert_dialog.h"
+#include "app/batch_channel_removal_config_view.h"
 #include "app/batch_poly_list.h"
 #include "app/batch_poly_model.h"
 #include "app/clean_export_dialog_view.h"
@@ -18,6 +19,7 @@
 #include "app/open_panel.h"
 #include "app/ostrel_app.h"
 #include "app/poly_join_view.h"
+#include "app/poly_edit_view.h"
 #include "app/poly_split_view.h"
 #include "app/poly_tools_tab_view.h"
 #include "app/record_table.h"
@@ -56,6 +58,7 @@ public:
         deinterleave();
         polySplit();
         join();
+        polyEdit();
         validator();
         dialogs();
     }
@@ -213,6 +216,42 @@ private:
         }
         take(QStringLiteral("join-picker"), review.picker());
         if (review.picker()) review.picker()->close();
+    }
+
+    void polyEdit() {
+        PolyToolsViewModel& model = polyTools();
+        model.mode = PolyMode::editPoly;
+        model.clearSplitData();
+        model.clearEditPolyData();
+        take(QStringLiteral("edit-empty"));
+        openPolys(QStringLiteral("/polys"));
+        model.splitOutputFolder = samples_ + QStringLiteral("/Edited");
+        PolyEditView& view = app_.window().findChild<PolyToolsTabView*>()->editView();
+        PublishedEdits& edits = view.edits();
+        edits.numbersText = QStringLiteral("1, 2");
+        edits.removes = true;
+        edits.reorders = true;
+        model.moveChannelUp(2);
+        take(QStringLiteral("edit-reorder"));
+        edits.reorders = false;
+        edits.newNames = ChannelEdits::NewNames{{3, QStringLiteral("Room Left")}, {5, QStringLiteral("Kick In")}};
+        edits.renames = true;
+        edits.namesText = QStringLiteral("Mix");
+        edits.filterMode = FilterMode::byName;
+        take(QStringLiteral("edit-rename"));
+        BatchChannelRemovalConfigView dialog(edits, &app_.window());
+        dialog.show();
+        take(QStringLiteral("edit-dialog"), &dialog);
+        dialog.hide();
+        model.editPolyEditInPlace = true;
+        take(QStringLiteral("edit-in-place"));
+        model.editPolyEditInPlace = false;
+        model.startEditPolyProcessing();
+        waitUntil([&] { return model.batchProgress.value() && model.batchProgress.value()->currentIndex > 1; });
+        take(QStringLiteral("edit-running"));
+        waitForPolyTools();
+        view.polys().model().setExpanded(0, true);
+        take(QStringLiteral("edit"));
     }
 
     void validator() {
