@@ -167,7 +167,7 @@ int main(int argc, char** argv) {
     ostrel::OstrelApp app({QStringLiteral("0"), {}, {}, {}});
     ostrel::PaintMeter meter;
     app.window().centralWidget()->installEventFilter(&meter);
-    app.show(ostrel::AppTab::interleave, {});
+    app.show(ostrel::AppTab::interleave);
     while (meter.paints == 0) QCoreApplication::processEvents();
     ostrel::report("start of the process to first paint", ostrel::processAge() * 1000, "500 ms");
 

@@ -15,5 +15,7 @@ QString symbol(AppTab tab);
 
 // As the command line names them: "interleaver", "poly", "validator".
 std::optional<AppTab> tabNamed(const QString& argument);
+// "interleave" or "deinterleave"; "split", "join" or "edit". Its place among the tab's modes, from 0.
+std::optional<int> modeNamed(AppTab tab, const QString& argument);
 
 } // namespace ostrel

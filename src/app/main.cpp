@@ -16,6 +16,7 @@ constexpr int kBadUsage = 2;
 
 struct Request {
     ostrel::AppTab tab;
+    std::optional<int> mode;
     QStringList paths; // absolute, each there
 };
 
@@ -39,7 +40,11 @@ std::optional<Request> readArguments() {
     const QCommandLineOption tabOption(QStringLiteral("tab"),
                                        QStringLiteral("Open on a tab: interleaver, poly, validator."),
                                        QStringLiteral("name"), QStringLiteral("interleaver"));
-    parser.addOption(tabOption);
+    const QCommandLineOption modeOption(
+        QStringLiteral("mode"),
+        QStringLiteral("Open on a mode of that tab: interleave, deinterleave; split, join, edit."),
+        QStringLiteral("name"));
+    parser.addOptions({tabOption, modeOption});
     parser.addPositionalArgument(QStringLiteral("paths"), QStringLiteral("Files and folders to select."),
                                  QStringLiteral("[PATH...]"));
     if (!parser.parse(QCoreApplication::arguments())) return fail(parser.errorText());
@@ -48,7 +53,11 @@ std::optional<Request> readArguments() {
 
     const auto tab = ostrel::tabNamed(parser.value(tabOption));
     if (!tab) return fail(QStringLiteral("no such tab: ") + parser.value(tabOption));
-    Request request{*tab, {}};
+    Request request{*tab, {}, {}};
+    if (const QString name = parser.value(modeOption); !name.isEmpty()) {
+        request.mode = ostrel::modeNamed(*tab, name);
+        if (!request.mode) return fail(QStringLiteral("no such mode on that tab: ") + name);
+    }
     for (const QString& argument : parser.positionalArguments()) {
         const QString path = ostrel::paths::absolute(argument);
         if (!ostrel::paths::exists(path)) return fail(QStringLiteral("no such file or folder: ") + argument);
@@ -88,6 +97,6 @@ int main(int argc, char** argv) {
     const ostrel::ProductSettings settings{QStringLiteral(OSTREL_VERSION), QStringLiteral(OSTREL_WEBSITE),
                                            QStringLiteral(OSTREL_SUPPORT_ADDRESS), QStringLiteral(OSTREL_UPDATE_FEED)};
     ostrel::OstrelApp app(settings);
-    app.show(request->tab, request->paths);
+    app.show(request->tab, request->mode, request->paths);
     return QApplication::exec();
 }

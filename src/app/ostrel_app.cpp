@@ -36,8 +36,9 @@ OstrelApp::OstrelApp(const ProductSettings& settings)
 
 OstrelApp::~OstrelApp() = default;
 
-void OstrelApp::show(AppTab tab, const QStringList& paths) {
+void OstrelApp::show(AppTab tab, std::optional<int> mode, const QStringList& paths) {
     window_->selectedTab = tab;
+    if (mode) window_->page(tab).setModeIndex(*mode);
     window_->show();
     if (!paths.isEmpty()) window_->handleGlobalDrop(paths);
 }

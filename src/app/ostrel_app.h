@@ -25,7 +25,8 @@ public:
     AppViewModel& appViewModel() { return appViewModel_; }
     PolyToolsViewModel& polyTools() { return polyToolsVM_; }
     StereoValidatorViewModel& stereoValidator() { return stereoValidatorVM_; }
-    void show(AppTab tab, const QStringList& paths);
+    // Opens the window on a tab, and on one of its modes where one is given; `paths` are selected as if dropped.
+    void show(AppTab tab, std::optional<int> mode = {}, const QStringList& paths = {});
 
     // Style, font-independent settings and the name under which settings are kept. Before the first OstrelApp.
     static void prepare();

@@ -35,6 +35,8 @@ TEST(Program, WithoutADisplayItSaysSoAndEnds) {
 TEST(Program, BadUsageIsToldWithOrWithoutADisplay) {
     const QList<std::pair<QStringList, QString>> cases{
         {{QStringLiteral("--tab"), QStringLiteral("mixer")}, QStringLiteral("ostrel: no such tab: mixer\n")},
+        {{QStringLiteral("--mode"), QStringLiteral("split")},
+         QStringLiteral("ostrel: no such mode on that tab: split\n")},
         {{QStringLiteral("/no/such/take.wav")}, QStringLiteral("ostrel: no such file or folder: /no/such/take.wav\n")},
         {{QStringLiteral("--loud")}, QStringLiteral("ostrel: Unknown option 'loud'.\n")},
     };

@@ -47,7 +47,7 @@ public:
     Photographer(const QString& samples, const QString& output, const QSize& size, const QStringList& states)
         : app_({QStringLiteral("0.1.0"), {}, {}, {}}), samples_(samples), output_(output), states_(states) {
         app_.window().resize(size);
-        app_.show(AppTab::interleave, {});
+        app_.show(AppTab::interleave);
     }
 
     void run() {
