@@ -11,14 +11,6 @@
 namespace ostrel {
 namespace {
 
-QLabel* heading(const QString& text) {
-    auto* label = new QLabel(text);
-    QFont font = label->font();
-    font.setWeight(QFont::DemiBold);
-    label->setFont(font);
-    return label;
-}
-
 SecondaryLabel* remark(const QString& text) {
     auto* label = new SecondaryLabel(text);
     scaleFont(*label, 0.92);
@@ -90,7 +82,7 @@ QWidget* CleanExportDialogView::makeScope(int selectedCount) {
     });
     show();
     auto* row = rowLayout();
-    row->addWidget(heading(QStringLiteral("Scope:")));
+    row->addWidget(boldLabel(QStringLiteral("Scope:")));
     row->addWidget(picker);
     row->addWidget(none, 1);
     auto* widget = new QWidget;
@@ -113,7 +105,7 @@ void CleanExportDialogView::addConversions(QVBoxLayout& column) {
         viewModel_.dualMonoSideSelection = kAllDualMonoSideSelections[static_cast<std::size_t>(index)];
     });
     auto* row = rowLayout();
-    row->addWidget(heading(QStringLiteral("Side Selection:")));
+    row->addWidget(boldLabel(QStringLiteral("Side Selection:")));
     row->addWidget(picker);
     row->addStretch();
     column.addSpacing(4);
@@ -124,7 +116,7 @@ void CleanExportDialogView::addConversions(QVBoxLayout& column) {
 }
 
 void CleanExportDialogView::addOutputOptions(QVBoxLayout& column) {
-    column.addWidget(heading(QStringLiteral("Output Options:")));
+    column.addWidget(boldLabel(QStringLiteral("Output Options:")));
     column.addWidget(toggle(QStringLiteral("Add \"_mono\" suffix to filenames"), viewModel_.addMonoSuffix,
                             QStringLiteral("Recommended: prevents overwriting source files")));
     noSuffix_ = new ToneLabel(QStringLiteral("⚠️ Without suffix: files may overwrite originals or auto-number"),

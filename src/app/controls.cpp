@@ -210,11 +210,7 @@ void WarningBanner::paintEvent(QPaintEvent*) {
 OptionSection::OptionSection(const QString& title, QWidget* parent) : QWidget(parent) {
     auto* layout = columnLayout(5);
     layout->setAlignment(Qt::AlignTop);
-    auto* heading = new QLabel(title);
-    QFont font = heading->font();
-    font.setWeight(QFont::DemiBold);
-    heading->setFont(font);
-    layout->addWidget(heading);
+    layout->addWidget(boldLabel(title));
     setLayout(layout);
     setAccessibleName(title);
 }

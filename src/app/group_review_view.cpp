@@ -12,17 +12,6 @@
 #include <QSplitter>
 
 namespace ostrel {
-namespace {
-
-QLabel* heading(const QString& text) {
-    auto* label = new QLabel(text);
-    QFont font = label->font();
-    font.setWeight(QFont::DemiBold);
-    label->setFont(font);
-    return label;
-}
-
-} // namespace
 
 GroupReviewView::GroupReviewView(PolyToolsViewModel& viewModel, QWidget* parent)
     : QWidget(parent), viewModel_(viewModel), groups_(new GroupTreeModel(viewModel, this)),
@@ -76,7 +65,7 @@ QWidget* GroupReviewView::makeHeading() {
     connect(expandAll_, &QPushButton::clicked, this, [this] { tree_->unfoldAll(true); });
     connect(collapseAll_, &QPushButton::clicked, this, [this] { tree_->unfoldAll(false); });
     auto* row = rowLayout();
-    row->addWidget(heading(QStringLiteral("Group Review")));
+    row->addWidget(boldLabel(QStringLiteral("Group Review")));
     row->addSpacing(8);
     row->addWidget(total_);
     row->addWidget(ungroupedCount_);
@@ -133,7 +122,7 @@ QWidget* GroupReviewView::makeUngrouped() {
     ungrouped_->setDefaultDropAction(Qt::MoveAction);
     ungroupedNote_ = new SecondaryLabel;
     auto* head = rowLayout(12);
-    head->addWidget(heading(QStringLiteral("Ungrouped Files")));
+    head->addWidget(boldLabel(QStringLiteral("Ungrouped Files")));
     head->addWidget(ungroupedNote_);
     head->addStretch();
     auto* column = columnLayout(5);

@@ -32,10 +32,7 @@ IsoListSection::IsoListSection(PolyToolsViewModel& viewModel, QWidget* parent)
 }
 
 QWidget* IsoListSection::makeHeading() {
-    count_ = new QLabel;
-    QFont font = count_->font();
-    font.setWeight(QFont::DemiBold);
-    count_->setFont(font);
+    count_ = boldLabel();
     order_ = new SecondaryLabel;
     addFiles_ = action(QStringLiteral("Add Files..."), QStringLiteral("Add mono files to the list"),
                        [this] { viewModel_.selectISOFiles(); });

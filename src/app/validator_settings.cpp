@@ -27,10 +27,7 @@ ValidatorSettings::ValidatorSettings(StereoValidatorViewModel& viewModel, QWidge
 }
 
 QWidget* ValidatorSettings::makePresetRow() {
-    auto* title = new QLabel(QStringLiteral("Analysis Settings"));
-    QFont bold = title->font();
-    bold.setWeight(QFont::DemiBold);
-    title->setFont(bold);
+    auto* title = boldLabel(QStringLiteral("Analysis Settings"));
     auto* picker = named(new QComboBox, QStringLiteral("Detection Preset"));
     for (const AnalysisPreset preset : kAllAnalysisPresets) picker->addItem(rawText(preset));
     auto* shown = new SecondaryLabel;
