@@ -58,8 +58,8 @@ protected:
         const QString failure = QStringLiteral("Failed to create %1 ISOs").arg(errors);
         const ProcessingStatus status =
             statusOf(controller_.successCount.value(), controller_.skipCount.value(), errors, failure);
-        return nlohmann::json::array({item(poly->fileName, {poly->url}, controller_.createdFiles.value(), status,
-                                           errors > 0 ? failure : QString())});
+        return nlohmann::json::array({jobItem(poly->fileName, {poly->url}, controller_.createdFiles.value(), status,
+                                              errors > 0 ? failure : QString())});
     }
 
 private:

@@ -120,9 +120,9 @@ protected:
             const int errors = controller_.errorCount.value();
             const QString failure = QStringLiteral("Join operation failed");
             result.push_back(
-                item(controller_.joinOutputName.value(), urlsOf(controller_.isoFiles.rows()), created,
-                     statusOf(static_cast<int>(created.size()), controller_.skipCount.value(), errors, failure),
-                     errors > 0 ? failure : QString()));
+                jobItem(controller_.joinOutputName.value(), urlsOf(controller_.isoFiles.rows()), created,
+                        statusOf(static_cast<int>(created.size()), controller_.skipCount.value(), errors, failure),
+                        errors > 0 ? failure : QString()));
             return result;
         }
         for (const ISOGroupCandidate& group : controller_.reviewedGroups) result.push_back(groupItem(group));
@@ -166,7 +166,7 @@ private:
                 status = tooFew ? ProcessingStatus::failed(message) : ProcessingStatus::skipped(message);
             }
         }
-        return item(name, urlsOf(group.sortedISOs()), outputs, status, message);
+        return jobItem(name, urlsOf(group.sortedISOs()), outputs, status, message);
     }
 
     void printGroup(const ISOGroupCandidate& group) {

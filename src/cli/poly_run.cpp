@@ -80,22 +80,12 @@ QString PolyRun::defaultFolder(const QStringList& paths) const {
     return paths::isFolder(paths.first()) ? paths.first() : paths::parent(paths.first());
 }
 
-nlohmann::json PolyRun::item(const QString& name, const QStringList& sources, const QStringList& outputs,
-                             const ProcessingStatus& status, const QString& message) {
-    return {{"name", jsonText(name)},
-            {"sources", jsonList(sources)},
-            {"outputs", jsonList(outputs)},
-            {"status", jsonText(status.caseName())},
-            {"statusText", jsonText(status.displayText())},
-            {"message", jsonText(message)}};
-}
-
 nlohmann::json PolyRun::batchItems() const {
     nlohmann::json result = nlohmann::json::array();
     const auto& results = controller_.batchResults.value();
     if (!results) return result;
     for (const PolyFileResult& row : results->fileResults) {
-        result.push_back(item(row.fileName, {row.sourceURL}, row.createdFiles, row.status, row.errorMessage));
+        result.push_back(jobItem(row.fileName, {row.sourceURL}, row.createdFiles, row.status, row.errorMessage));
     }
     return result;
 }

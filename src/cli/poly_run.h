@@ -49,8 +49,6 @@ protected:
     // The folder that a batch writes into where none was given: the source folder, or that of the first file.
     QString defaultFolder(const QStringList& paths) const;
 
-    static nlohmann::json item(const QString& name, const QStringList& sources, const QStringList& outputs,
-                               const ProcessingStatus& status, const QString& message);
     nlohmann::json batchItems() const; // of `batchResults`
 
     const PolyOptions& options_;
