@@ -8,6 +8,7 @@
 #include "app/channel_reorder_section.h"
 #include "app/flag_box.h"
 #include "app/layouts.h"
+#include "app/overwrite_box.h"
 #include "app/page_stack.h"
 #include "app/record_table.h"
 #include "app/run_row.h"
@@ -92,7 +93,12 @@ QWidget* PolyEditView::makeOutputMode() {
     connect(outputModes_, &SegmentedControl::chosen, this,
             [this](int index) { viewModel_.editPolyEditInPlace = index == inPlaceMode; });
     modeNotes_ = new PageStack;
-    modeNotes_->addPage(new SecondaryLabel(QStringLiteral("All metadata preserved (iXML, BWF, SMED)")));
+    auto* rebuilt = rowLayout();
+    rebuilt->addWidget(new SecondaryLabel(QStringLiteral("All metadata preserved (iXML, BWF, SMED)")), 1);
+    rebuilt->addWidget(overwriteBox(bindings_, viewModel_));
+    auto* rebuildPage = new QWidget;
+    rebuildPage->setLayout(rebuilt);
+    modeNotes_->addPage(rebuildPage);
     auto* careful = new ToneLabel(QStringLiteral("Edits original files directly. Only metadata rename is supported in "
                                                  "this mode (no channel removal or reorder)."),
                                   ProcessingStatus::Color::orange);

@@ -7,6 +7,7 @@
 #include "app/iso_list_section.h"
 #include "app/iso_table_model.h"
 #include "app/layouts.h"
+#include "app/overwrite_box.h"
 #include "app/record_table.h"
 #include "app/run_row.h"
 #include "app/selection_card.h"
@@ -121,12 +122,6 @@ QWidget* PolyJoinView::makeCommonOptions() {
         new SecondaryLabel(QStringLiteral("✓ Output files will include '_poly' suffix (e.g., 14A-T03_poly.wav)"));
     noSuffixNote_ = new ToneLabel(QString(), ProcessingStatus::Color::orange);
     noSuffixNote_->setWordWrap(false);
-    const QString overwrite = QStringLiteral("Overwrite existing");
-    overwrite_ = named(new QCheckBox(overwrite), overwrite, QStringLiteral("Replace existing outputs"));
-    connect(overwrite_, &QCheckBox::toggled, this, [this](bool isOn) {
-        viewModel_.overwriteExisting = isOn;
-        viewModel_.skipIfExists = !isOn; // an output that is skipped is never replaced
-    });
     auto* preserved = new SecondaryLabel(QStringLiteral("Always preserved (iXML, BWF, SMED)"));
     auto* first = rowLayout();
     first->addWidget(keepName_);
@@ -136,7 +131,7 @@ QWidget* PolyJoinView::makeCommonOptions() {
     auto* second = rowLayout();
     withLabel(*second, QStringLiteral("Layout:"), layouts_);
     second->addSpacing(8);
-    second->addWidget(overwrite_);
+    second->addWidget(overwriteBox(bindings_, viewModel_));
     second->addStretch();
     second->addWidget(preserved);
     auto* column = columnLayout(6);
@@ -197,8 +192,7 @@ void PolyJoinView::connectController() {
     sourceSoon->follow(viewModel_.isoFiles);
     auto* optionsSoon = new Coalesced(this, [this] { refreshOptions(); });
     const auto options = [optionsSoon] { optionsSoon->request(); };
-    for (QProperty<bool>* flag :
-         {&viewModel_.joinKeepOriginalName, &viewModel_.overwriteExisting, &viewModel_.showGroupReview})
+    for (QProperty<bool>* flag : {&viewModel_.joinKeepOriginalName, &viewModel_.showGroupReview})
         bindings_.watch(*flag, options);
     bindings_.watch(viewModel_.joinOutputName, options);
     bindings_.watch(viewModel_.joinChannelLayout, options);
@@ -266,7 +260,6 @@ void PolyJoinView::refreshOptions() {
                                ? QStringLiteral("⚠️ Output files will use ISO base name (no '_poly' suffix)")
                                : QStringLiteral("⚠️ Output file will use ISO base name (no '_poly' suffix)"));
     noSuffixNote_->setVisible(keeps);
-    overwrite_->setChecked(viewModel_.overwriteExisting.value());
     singleOptions_->setVisible(!isReview());
 }
 

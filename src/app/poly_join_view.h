@@ -56,7 +56,6 @@ private:
     QComboBox* reference_ = nullptr;
     QComboBox* layouts_ = nullptr;
     QCheckBox* keepName_ = nullptr;
-    QCheckBox* overwrite_ = nullptr;
     SecondaryLabel* suffixNote_ = nullptr;
     ToneLabel* noSuffixNote_ = nullptr;
     QWidget* shortcut_ = nullptr;

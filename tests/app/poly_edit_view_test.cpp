@@ -114,6 +114,23 @@ TEST_F(EditViewTest, ReordersByButtonsAndKeys) {
     EXPECT_EQ(order(), (Order{1, 2, 3, 4}));
 }
 
+TEST_F(EditViewTest, AnEditedPolyThatIsThereIsSkippedOrReplaced) {
+    open();
+    load({poly("12AT3.wav")});
+    chooseOutput();
+    clickEdit("Enable Channel Removal");
+    typeInto(view(), "Channel numbers to remove", "1");
+    run();
+    ASSERT_EQ(channelsOf(out("12AT3.wav"), poly("12AT3.wav")), (Order{2, 3, 4}));
+    typeInto(view(), "Channel numbers to remove", "4");
+    run();
+    EXPECT_EQ(polyTools_.skipCount.value(), 1);
+    EXPECT_EQ(channelsOf(out("12AT3.wav"), poly("12AT3.wav")), (Order{2, 3, 4}));
+    clickEdit("Overwrite existing");
+    run();
+    EXPECT_EQ(channelsOf(out("12AT3.wav"), poly("12AT3.wav")), (Order{1, 2, 3}));
+}
+
 TEST_F(EditViewTest, ReordersByDragging) {
     open();
     load({poly("12AT3.wav")});
