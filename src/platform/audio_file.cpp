@@ -133,9 +133,9 @@ SpeakerPosition speaker(int mapped) {
 }
 
 std::vector<SpeakerPosition> readSpeakerPositions(SNDFILE* file, const SF_INFO& info) {
-    // libsndfile makes its map of an RF64 file before it knows the channels, too short, and reads past its end when
-    // asked.
-    if ((info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_RF64) return {};
+    // Elsewhere libsndfile's map may be shorter than the file has channels (RF64: made before they are known; AIFF and
+    // CAF: as long as the layout that the file names), and it reads past the end of it when asked.
+    if ((info.format & SF_FORMAT_TYPEMASK) != SF_FORMAT_WAVEX) return {};
     std::vector<int> map(static_cast<std::size_t>(info.channels));
     const int bytes = static_cast<int>(map.size() * sizeof(int));
     if (::sf_command(file, SFC_GET_CHANNEL_MAP_INFO, map.data(), bytes) != SF_TRUE) return {};

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QTemporaryDir>
+#include <sys/stat.h>
 
 namespace ostrel::testing {
 
@@ -11,6 +12,9 @@ class OwnEnvironment {
 public:
     OwnEnvironment() {
         for (const char* name : {"XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "TMPDIR"}) own(name);
+        // As open as the shared temporary folder is: some tests go on as another user.
+        ::chmod(home_.path().toUtf8().constData(), 0755);
+        ::chmod(qgetenv("TMPDIR").constData(), 01777);
         setDefault("SDL_AUDIODRIVER", "dummy");
         setDefault("QT_QPA_PLATFORM", "offscreen");
     }
