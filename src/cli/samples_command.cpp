@@ -3,12 +3,18 @@
 #include "cli/samples.h"
 #include "platform/files.h"
 
+#include <QDir>
+
 namespace ostrel::cli {
 namespace {
 
 int runSamples(const std::string& folder, const TerminalOptions& options) {
     Terminal terminal(options);
     const QString path = paths::absolute(QString::fromStdString(folder));
+    if (!QDir(path).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)) {
+        terminal.error(QStringLiteral("%1 holds something already; name a new or an empty folder").arg(path));
+        return badUsage;
+    }
     try {
         QStringList written;
         const SampleWriter writer{path, [&](const QString& file) { written << file; }};
@@ -36,7 +42,7 @@ void addSamplesCommand(CLI::App& parser, ChosenCommand& chosen) {
                       "  ostrel-cli samples ~/ostrel-samples\n  ostrel-cli interleave ~/ostrel-samples/pairs");
     const auto folder = std::make_shared<std::string>();
     const auto options = std::make_shared<TerminalOptions>();
-    command->add_option("FOLDER", *folder, "Where to write them; files of the same names are replaced")->required();
+    command->add_option("FOLDER", *folder, "Where to write them: a new or an empty folder")->required();
     addTerminalOptions(*command, *options);
     command->callback([=, &chosen] { chosen.run = [=] { return runSamples(*folder, *options); }; });
 }

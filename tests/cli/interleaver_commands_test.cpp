@@ -256,6 +256,18 @@ TEST(Samples, AreWrittenAndDoWhatTheyAreFor) {
     }
 }
 
+TEST(Samples, NeverReplaceARecording) {
+    TestFolder folder;
+    folder.write(QStringLiteral("pairs/Street_L.wav"), "a day's work");
+    const CliRun run = runCli({QStringLiteral("samples"), folder.path()});
+    EXPECT_EQ(run.exitStatus, 2);
+    EXPECT_TRUE(run.err.contains(QStringLiteral("holds something already"))) << run.err.toStdString();
+    QFile kept(folder.path(QStringLiteral("pairs/Street_L.wav")));
+    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+    EXPECT_EQ(kept.readAll(), QByteArray("a day's work"));
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
+}
+
 TEST(RealRecordings, AMonoSetOf51Interleaves) {
     const QString samples = samplesFolder();
     if (samples.isEmpty()) GTEST_SKIP() << "the folder of real recordings is not here";
