@@ -75,6 +75,12 @@ struct ProcessingStatus {
     // A job takes items in these states, and in no other.
     bool isProcessable() const { return kind == Kind::pending || kind == Kind::ready || kind == Kind::readyLRMerge; }
 
+    // The item's audio output stands, whatever else is to be said of it.
+    bool stands() const {
+        return kind == Kind::completed || kind == Kind::completedWithWarning || kind == Kind::completedUncertified ||
+               kind == Kind::completedCarbonCopyCertified;
+    }
+
     QString caseName() const;
     QString displayText() const;
     QString shortDisplayText() const;

@@ -31,6 +31,7 @@ struct OpenedFile {
     SoundFile file;
     SF_INFO info{};
     QString error;
+    bool isDecodedCopy = false;
 };
 
 // Not sf_open: its descriptor would be inherited by every child process, and it would wait for a writer at a FIFO.
@@ -90,6 +91,7 @@ OpenedFile decodeWithFfmpeg(const QString& path, const QString& ffmpegPath) {
              QStringLiteral("-f"), QStringLiteral("caf"), decoded});
         if (!result.succeeded()) throw AudioFileError(reasonOf(result, input));
         OpenedFile opened = openWithSndfile(decoded);
+        opened.isDecodedCopy = true;
         files::removeQuietly(decoded);
         return opened;
     } catch (const FileError& error) {
@@ -146,6 +148,23 @@ std::vector<SpeakerPosition> readSpeakerPositions(SNDFILE* file, const SF_INFO& 
     return says ? result : std::vector<SpeakerPosition>();
 }
 
+bool keepsNoSamples(const SF_INFO& info) {
+    switch (info.format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+    case SF_FORMAT_PCM_16:
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_PCM_32:
+    case SF_FORMAT_FLOAT:
+    case SF_FORMAT_DOUBLE:
+    case SF_FORMAT_ALAC_16:
+    case SF_FORMAT_ALAC_20:
+    case SF_FORMAT_ALAC_24:
+    case SF_FORMAT_ALAC_32: return false;
+    default: return true;
+    }
+}
+
 // With the width known to the compiler, it finds vector instructions for the usual few channels.
 template <int width>
 void takeChannel(const float* interleaved, int frames, float* target) {
@@ -174,12 +193,14 @@ void deinterleave(const float* interleaved, int frames, AudioBuffer& into, int a
 
 struct AudioFile::Source {
     explicit Source(OpenedFile opened)
-        : file(std::move(opened.file)), info(opened.info), positions(readSpeakerPositions(file.get(), opened.info)),
+        : file(std::move(opened.file)), info(opened.info), isLossy(opened.isDecodedCopy || keepsNoSamples(opened.info)),
+          positions(readSpeakerPositions(file.get(), opened.info)),
           blockFrames(std::max(1, kBlockSamples / opened.info.channels)),
           scratch(static_cast<std::size_t>(blockFrames * opened.info.channels)) {}
 
     SoundFile file;
     SF_INFO info;
+    bool isLossy;
     std::vector<SpeakerPosition> positions;
     int blockFrames;
     std::vector<float> scratch; // one block, interleaved
@@ -208,6 +229,7 @@ AudioFile& AudioFile::operator=(AudioFile&&) noexcept = default;
 qint64 AudioFile::lengthInFrames() const { return source_->info.frames; }
 int AudioFile::sampleRate() const { return source_->info.samplerate; }
 int AudioFile::channelCount() const { return source_->info.channels; }
+bool AudioFile::isLossy() const { return source_->isLossy; }
 const std::vector<SpeakerPosition>& AudioFile::speakerPositions() const { return source_->positions; }
 qint64 AudioFile::position() const { return source_->position; }
 

@@ -62,6 +62,9 @@ public:
     int channelCount() const;
     double duration() const { return static_cast<double>(lengthInFrames()) / sampleRate(); } // seconds
 
+    // Whether the codec keeps no exact samples (Vorbis, ADPCM; and what ffmpeg had to decode, of which nothing is known).
+    bool isLossy() const;
+
     // One a channel where the file declares them, otherwise empty.
     const std::vector<SpeakerPosition>& speakerPositions() const;
 

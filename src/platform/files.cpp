@@ -1,5 +1,6 @@
 #include "platform/files.h"
 
+#include "platform/new_file.h"
 #include "platform/paths.h"
 #include "platform/standard_folders.h"
 #include "platform/text.h"
@@ -25,29 +26,73 @@ QString reason() { return QString::fromLocal8Bit(std::strerror(errno)); }
     throw FileError(QStringLiteral("%1 %2: %3").arg(what, path, why));
 }
 
-// A copy for a move between file systems: written beside the target under a name of its own, flushed to the disk, then
-// linked into place, which refuses an existing target.
-void copyInto(const QString& from, const QString& to) {
-    const QString partial = to + QStringLiteral(".") + freshUuid() + QStringLiteral(".part");
-    QFile copy(partial);
-    if (!QFile::copy(from, partial) || !copy.open(QIODevice::ReadWrite) || ::fsync(copy.handle()) != 0) {
-        const QString why = reason();
-        QFile::remove(partial);
-        fail(QStringLiteral("Could not copy"), from, why);
+class Descriptor {
+public:
+    Descriptor(const QString& path, int flags) : number(::open(QFile::encodeName(path).constData(), flags | O_CLOEXEC)) {}
+    ~Descriptor() {
+        if (number >= 0) ::close(number);
     }
-    copy.close();
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    const int number;
+};
+
+// For a move between file systems. The original goes when its copy is on the disk, was compared, and stands under its
+// name; and only if it still is what was copied.
+void copyAndRemove(const QString& from, const QString& to) {
+    const std::optional<FileStamp> before = FileStamp::of(from);
+    NewFile copy(to);
+    if (!before || !QFile::copy(from, copy.path())) fail(QStringLiteral("Could not copy"), from, reason());
     struct stat source;
     if (::stat(QFile::encodeName(from).constData(), &source) == 0) {
         const timespec times[2] = {source.st_atim, source.st_mtim};
-        ::utimensat(AT_FDCWD, QFile::encodeName(partial).constData(), times, 0);
+        ::utimensat(AT_FDCWD, QFile::encodeName(copy.path()).constData(), times, 0);
     }
-    const int linked = ::renameat2(AT_FDCWD, QFile::encodeName(partial).constData(), AT_FDCWD,
-                                   QFile::encodeName(to).constData(), RENAME_NOREPLACE);
-    if (linked != 0) {
-        const QString why = reason();
-        QFile::remove(partial);
-        fail(QStringLiteral("Could not create"), to, why);
+    flush(copy.path());
+    if (!sameBytes(from, copy.path())) fail(QStringLiteral("Could not copy"), from, QStringLiteral("the copy differs"));
+    copy.publish(NewFile::Over::nothing, true);
+    try {
+        if (FileStamp::of(from) != before)
+            fail(QStringLiteral("Could not move"), from, QStringLiteral("it was changed meanwhile"));
+        remove(from);
+    } catch (const FileError&) {
+        copy.withdraw();
+        throw;
     }
+}
+
+// Whether a file system says that it does not know this way of renaming.
+bool isUnknownHere(int error) {
+    return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP || error == EPERM || error == EMLINK;
+}
+
+// For file systems without RENAME_NOREPLACE. 0, or the error's number.
+int renameByLink(const char* from, const char* to) {
+    if (::link(from, to) != 0) return errno;
+    if (::unlink(from) == 0) return 0;
+    const int error = errno;
+    ::unlink(to); // the file stands under its old name still
+    return error;
+}
+
+// For those without hard links, too. The placeholder keeps everybody else from the name for a moment.
+int renameByPlaceholder(const char* from, const char* to) {
+    const int placeholder = ::open(to, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (placeholder < 0) return errno;
+    ::close(placeholder);
+    if (::rename(from, to) == 0) return 0;
+    const int error = errno;
+    ::unlink(to);
+    return error;
+}
+
+int renameOverNothing(const QString& from, const QString& to) {
+    const QByteArray source = QFile::encodeName(from);
+    const QByteArray target = QFile::encodeName(to);
+    if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE) == 0) return 0;
+    if (!isUnknownHere(errno)) return errno;
+    const int error = renameByLink(source.constData(), target.constData());
+    return isUnknownHere(error) ? renameByPlaceholder(source.constData(), target.constData()) : error;
 }
 
 struct CloseDirectory {
@@ -90,9 +135,8 @@ public:
     }
 
 private:
-    bool isWalked(const char* name) const {
-        if (name[0] != '.') return true;
-        return hidden_ == HiddenEntries::included && std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0;
+    static bool isWalked(const char* name) {
+        return std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0;
     }
 
     void take(const QByteArray& folder, const QByteArray& name, unsigned char type) {
@@ -100,6 +144,11 @@ private:
         const Kind kind = kindOf(path, type);
         if (kind == Kind::other || (kind == Kind::folder && !recursive_)) return;
         const std::optional<QString> text = decodeUtf8(path);
+        if (kind == Kind::file && text && name[0] == '.' && isPrivateName(QString::fromUtf8(name))) {
+            listing_.unfinished << *text;
+            return;
+        }
+        if (name[0] == '.' && hidden_ == HiddenEntries::leftOut) return;
         if (!text) {
             if (kind == Kind::folder || wanted(QString::fromLatin1(name))) {
                 listing_.unreadable
@@ -135,18 +184,42 @@ void createFolder(const QString& path) {
 }
 
 void move(const QString& from, const QString& to) {
-    const QByteArray source = QFile::encodeName(from);
-    const QByteArray target = QFile::encodeName(to);
-    if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE) == 0) return;
-    if (errno == EINVAL) { // a file system without that flag: a hard link refuses an existing target just as well
-        if (::link(source.constData(), target.constData()) == 0 && ::unlink(source.constData()) == 0) return;
+    const int error = renameOverNothing(from, to);
+    if (error == EXDEV) return copyAndRemove(from, to);
+    errno = error;
+    if (error != 0) fail(QStringLiteral("Could not move"), QStringLiteral("%1 to %2").arg(from, to), reason());
+}
+
+void renameWithoutReplacing(const QString& from, const QString& to) {
+    errno = renameOverNothing(from, to);
+    if (errno != 0) fail(QStringLiteral("Could not create"), to, reason());
+}
+
+void renameOver(const QString& from, const QString& to) {
+    if (::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) != 0) {
+        fail(QStringLiteral("Could not replace"), to, reason());
     }
-    if (errno == EXDEV || errno == EPERM || errno == EOPNOTSUPP) {
-        copyInto(from, to);
-        remove(from);
-        return;
+}
+
+void flush(const QString& path) {
+    const Descriptor file(path, O_RDONLY);
+    if (file.number < 0 || ::fsync(file.number) != 0) fail(QStringLiteral("Could not write"), path, reason());
+}
+
+bool sameBytes(const QString& a, const QString& b) {
+    QFile left(a);
+    QFile right(b);
+    if (!left.open(QIODevice::ReadOnly)) fail(QStringLiteral("Could not read"), a, left.errorString());
+    if (!right.open(QIODevice::ReadOnly)) fail(QStringLiteral("Could not read"), b, right.errorString());
+    if (left.size() != right.size()) return false;
+    constexpr qint64 kBlock = 1 << 20;
+    for (qint64 done = 0; done < left.size(); done += kBlock) {
+        const qint64 wanted = std::min(kBlock, left.size() - done);
+        const QByteArray block = left.read(wanted);
+        if (block.size() != wanted) fail(QStringLiteral("Could not read"), a, left.errorString());
+        if (block != right.read(wanted)) return false;
     }
-    fail(QStringLiteral("Could not move"), QStringLiteral("%1 to %2").arg(from, to), reason());
+    return true;
 }
 
 void remove(const QString& path) {
@@ -184,19 +257,5 @@ std::optional<Listing> list(const QString& folder, bool recursive, const QString
 }
 
 } // namespace files
-
-PartialOutput::PartialOutput(const QString& path) : path_(path), before_(stamp(path)) {}
-
-void PartialOutput::discard() const {
-    const std::optional<Stamp> now = stamp(path_);
-    if (now && now != before_) files::removeQuietly(path_);
-}
-
-std::optional<PartialOutput::Stamp> PartialOutput::stamp(const QString& path) {
-    struct stat found;
-    if (::stat(QFile::encodeName(path).constData(), &found) != 0 || !S_ISREG(found.st_mode)) return std::nullopt;
-    return Stamp{found.st_dev, found.st_ino, static_cast<quint64>(found.st_size),
-                 found.st_mtim.tv_sec * 1'000'000'000LL + found.st_mtim.tv_nsec};
-}
 
 } // namespace ostrel

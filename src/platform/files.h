@@ -21,8 +21,21 @@ namespace files {
 // With its parents. No error if it is there already.
 void createFolder(const QString& path);
 
-// Moves a file, across file systems too. Never replaces what stands at `to`: that is an error, and both files stay.
+// Moves a file, across file systems too: there the copy is on the disk and was compared byte for byte before the original
+// goes. Never replaces what stands at `to`: that is an error, and both files stay.
 void move(const QString& from, const QString& to);
+
+// A new name in one step, on one file system. Without replacing, a name that is taken is an error. Where the file system
+// can't do that itself, a hard link or a placeholder does.
+void renameWithoutReplacing(const QString& from, const QString& to);
+void renameOver(const QString& from, const QString& to);
+
+// Waits until the disk has the contents of a file or the names in a folder. A failure is an error: the disk may not have
+// them.
+void flush(const QString& path);
+
+// Whole contents, byte for byte, through fixed buffers. A file that can't be read to its end is an error.
+bool sameBytes(const QString& a, const QString& b);
 
 // Removes one file. A missing file is an error.
 void remove(const QString& path);
@@ -41,6 +54,7 @@ QString temporaryPath(const QString& extension);
 struct Listing {
     QStringList files;      // regular files with one of the extensions, in natural order of their paths
     QStringList unreadable; // one sentence each: folders that could not be opened, names that are not UTF-8
+    QStringList unfinished; // files under private names: never recordings, whatever was asked for
 };
 
 // Regular files below `folder` whose extension, in lower case, is in `extensions`; an empty list takes every file.
@@ -51,25 +65,5 @@ std::optional<Listing> list(const QString& folder, bool recursive, const QString
                             HiddenEntries hidden = HiddenEntries::leftOut);
 
 } // namespace files
-
-// Takes back what a failed job left at its output path. Made before the job: what stood there untouched stays there.
-class PartialOutput {
-public:
-    explicit PartialOutput(const QString& path);
-
-    // Removes the file if the job made or changed it.
-    void discard() const;
-
-private:
-    struct Stamp {
-        quint64 device = 0, inode = 0, size = 0;
-        qint64 modifiedNanoseconds = 0;
-        bool operator==(const Stamp&) const = default;
-    };
-    static std::optional<Stamp> stamp(const QString& path);
-
-    QString path_;
-    std::optional<Stamp> before_;
-};
 
 } // namespace ostrel

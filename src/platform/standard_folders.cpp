@@ -19,6 +19,13 @@ QString cacheFolder() {
                          QStringLiteral("Ostrel"));
 }
 
+QString stateFolder() {
+    // Qt knows this place from 6.7 on. A relative path there is invalid, says the standard.
+    const QString chosen = qEnvironmentVariable("XDG_STATE_HOME");
+    const QString base = chosen.startsWith(u'/') ? chosen : QDir::homePath() + QStringLiteral("/.local/state");
+    return paths::append(base, QStringLiteral("Ostrel"));
+}
+
 QString temporaryFolder() { return QDir::tempPath(); }
 
 } // namespace ostrel

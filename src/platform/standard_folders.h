@@ -12,6 +12,9 @@ QString resourceFolder();
 // `{caches}/Ostrel`, under the XDG cache folder. Not created here.
 QString cacheFolder();
 
+// `{state}/Ostrel`, under the XDG state folder: what has to outlive caches and belongs to no document. Not created here.
+QString stateFolder();
+
 // The system's folder for temporary files.
 QString temporaryFolder();
 

@@ -1,0 +1,156 @@
+#include "foundation/source_steps.h"
+
+#include "platform/files.h"
+#include "platform/new_file.h"
+#include "platform/paths.h"
+
+#include <algorithm>
+
+namespace ostrel {
+namespace {
+
+using Kind = SourceFate::Kind;
+
+// A step under way, or done and still to be taken back.
+struct Step {
+    SourceOrder order;
+    QString now; // where the source stands: its own name, a private one, its destination
+    int number = 0;
+    std::optional<FileStamp> stamp;
+};
+
+class Steps {
+public:
+    Steps(const std::vector<SourceOrder>& orders, Journal& journal) : journal_(journal) {
+        for (const SourceOrder& order : orders) {
+            steps_.push_back({order, order.source, 0, FileStamp::of(order.source)});
+        }
+    }
+
+    SourceStepsResult run() {
+        std::size_t done = 0;
+        try {
+            for (; done < steps_.size(); ++done) take(steps_[done]);
+        } catch (const FileError& error) {
+            result_.failure = error.description;
+            while (done > 0) takeBack(steps_[--done]);
+            return finished();
+        }
+        std::for_each(steps_.begin(), steps_.end(), [this](Step& step) { complete(step); });
+        return finished();
+    }
+
+private:
+    static bool isDeletion(const Step& step) { return step.order.destination.isEmpty(); }
+
+    // A deletion gets no further here than to a private name.
+    void take(Step& step) {
+        const QString& source = step.order.source;
+        const QString target = isDeletion(step) ? privatePath(paths::parent(source), paths::extension(source))
+                                                : step.order.destination;
+        if (!step.stamp || FileStamp::of(source) != step.stamp) {
+            throw FileError(QStringLiteral("%1 was changed meanwhile").arg(source));
+        }
+        if (isDeletion(step)) {
+            holds_.push_back(std::make_unique<FolderHold>(paths::parent(source)));
+            step.number = journal_.begin(JournalOperation::remove, source, QString(), target);
+        } else {
+            files::createFolder(paths::parent(target));
+            step.number = journal_.begin(JournalOperation::move, source, target);
+        }
+        try {
+            isDeletion(step) ? files::renameWithoutReplacing(source, target) : files::move(source, target);
+        } catch (const FileError& error) {
+            journal_.fail(step.number, error.description);
+            throw;
+        }
+        step.now = target;
+        if (!isDeletion(step)) note(journal_.end(step.number));
+    }
+
+    void takeBack(Step& step) {
+        try {
+            files::move(step.now, step.order.source);
+            step.now = step.order.source;
+            note(journal_.markUndone(step.number));
+        } catch (const FileError& error) {
+            result_.failure += QStringLiteral("; %1 is at %2 (%3)")
+                                   .arg(paths::lastComponent(step.order.source), step.now, error.description);
+        }
+    }
+
+    void complete(Step& step) {
+        if (!isDeletion(step)) return;
+        try {
+            files::remove(step.now);
+            step.now.clear();
+            note(journal_.end(step.number));
+        } catch (const FileError& error) {
+            result_.failure = error.description;
+            takeBack(step);
+        }
+    }
+
+    // The step itself stands: that its end could not be written down is only to be told.
+    void note(bool isWritten) {
+        if (!isWritten) result_.failure += QStringLiteral("The end of a step could not be written into the journal");
+    }
+
+    SourceStepsResult finished() {
+        for (const Step& step : steps_) {
+            if (step.now == step.order.source) {
+                result_.fates.push_back({step.order.source, Kind::kept, QString()});
+            } else if (step.now.isEmpty()) {
+                result_.fates.push_back({step.order.source, Kind::deleted, QString()});
+            } else {
+                result_.fates.push_back({step.order.source, Kind::moved, step.now});
+            }
+        }
+        return std::move(result_);
+    }
+
+    Journal& journal_;
+    std::vector<Step> steps_;
+    std::vector<std::unique_ptr<FolderHold>> holds_; // private names are not to be cleared away meanwhile
+    SourceStepsResult result_;
+};
+
+} // namespace
+
+SourceStepsResult takeSourcesAway(const std::vector<SourceOrder>& orders, const AudioProof& proof, Journal& journal) {
+    const QString objection = proof.objection();
+    if (objection.isEmpty()) return Steps(orders, journal).run();
+    SourceStepsResult result;
+    for (const SourceOrder& order : orders) result.fates.push_back({order.source, Kind::kept, QString()});
+    result.failure = objection;
+    return result;
+}
+
+UndoResult undoMoves(const QString& run) {
+    UndoResult result;
+    std::vector<JournalStep> steps = Journal::read();
+    std::erase_if(steps, [&](const JournalStep& step) { return step.run != run; });
+    for (auto step = steps.rbegin(); step != steps.rend(); ++step) {
+        if (step->operation != JournalOperation::move || step->state == JournalStep::State::failed ||
+            step->state == JournalStep::State::undone) {
+            continue;
+        }
+        const std::optional<FileStamp> there = FileStamp::of(step->to);
+        if (!there || (step->stamp && (there->size != step->stamp->size || there->modified != step->stamp->modified))) {
+            result.failures << QStringLiteral("%1: %2").arg(
+                step->to, there ? QStringLiteral("changed since it was moved") : QStringLiteral("not there"));
+            continue;
+        }
+        try {
+            files::createFolder(paths::parent(step->from));
+            files::move(step->to, step->from);
+            result.undone.push_back({step->from, Kind::moved, step->to});
+            Journal(step->job, step->run, step->number).markUndone(step->number);
+        } catch (const FileError& error) {
+            result.failures << error.description;
+        }
+    }
+    return result;
+}
+
+} // namespace ostrel
