@@ -51,14 +51,32 @@ nlohmann::json toolsDocument(const ExternalToolDetector& detector) {
             {"bwfmetaedit", jsonTextOrNull(detector.bwfmetaeditPath.value())}};
 }
 
-nlohmann::json jobItem(const QString& name, const QStringList& sources, const QStringList& outputs,
-                       const ProcessingStatus& status, const QString& message) {
+nlohmann::json jobItem(const QString& name, const ItemOutcome& outcome) {
+    QStringList sources;
+    nlohmann::json fates = nlohmann::json::array();
+    for (const SourceFate& source : outcome.sources) {
+        sources << source.source;
+        fates.push_back({{"source", jsonText(source.source)},
+                         {"fate", jsonText(caseName(source.kind))},
+                         {"movedTo", jsonTextOrNull(source.movedTo)}});
+    }
     return {{"name", jsonText(name)},
             {"sources", jsonList(sources)},
-            {"outputs", jsonList(outputs)},
-            {"status", jsonText(status.caseName())},
-            {"statusText", jsonText(status.displayText())},
-            {"message", jsonText(message)}};
+            {"outputs", jsonList(outcome.outputs)},
+            {"status", jsonText(outcome.status.caseName())},
+            {"statusText", jsonText(outcome.status.displayText())},
+            {"message", jsonText(outcome.message)},
+            {"warnings", jsonList(outcome.warnings)},
+            {"fates", fates}};
+}
+
+nlohmann::json jobItem(const QString& name, const QStringList& sources, const ProcessingStatus& status) {
+    return jobItem(name, ItemOutcome{status, {}, {}, QString(), ItemOutcome::allKept(sources)});
+}
+
+nlohmann::json jobItem(const QString& name, const QStringList& sources, const QStringList& outputs,
+                       const ProcessingStatus& status, const QString& message) {
+    return jobItem(name, ItemOutcome{status, outputs, {}, message, ItemOutcome::allKept(sources)});
 }
 
 } // namespace ostrel::cli

@@ -4,7 +4,7 @@
 
 #include "cli/exit_status.h"
 #include "cli/terminal.h"
-#include "foundation/processing_status.h"
+#include "foundation/item_outcome.h"
 #include "platform/paths.h"
 
 #include <CLI/CLI.hpp>
@@ -39,7 +39,10 @@ bool requireFFmpeg(const ExternalToolDetector& detector, Terminal& terminal);
 
 nlohmann::json toolsDocument(const ExternalToolDetector& detector);
 
-// One item of a job's document.
+// One item of a job's document: what became of it, and of each source. An item that no run took has the status that it
+// was found in, and nothing else.
+nlohmann::json jobItem(const QString& name, const ItemOutcome& outcome);
+nlohmann::json jobItem(const QString& name, const QStringList& sources, const ProcessingStatus& status);
 nlohmann::json jobItem(const QString& name, const QStringList& sources, const QStringList& outputs,
                        const ProcessingStatus& status, const QString& message);
 

@@ -67,15 +67,6 @@ ProcessingOptions processingOptions(const JobOptions& job, AppMode mode) {
     return options;
 }
 
-// What the log last said of each item.
-std::map<QString, QString> lastMessages(const AppViewModel& controller) {
-    std::map<QString, QString> result;
-    for (const ProcessingLogEntry& entry : controller.logEntries) {
-        if (!entry.baseName.isEmpty()) result[entry.baseName] = entry.message;
-    }
-    return result;
-}
-
 class InterleaverRun {
 public:
     InterleaverRun(const JobOptions& job, AppMode mode)
@@ -91,8 +82,11 @@ public:
         }
         if (!requireFFmpeg(controller_.toolDetector(), terminal_)) return toolMissing;
         prepare(*paths);
+        if (!knowsChannels()) return badUsage;
         controller_.scan();
         waitForTasks(controller_);
+        if (!job_.channels.empty()) selectChannels();
+        tellForeseen();
         if (!job_.dryRun && !interrupt_.happened()) process();
         if (terminal_.isJson()) terminal_.document(document());
         if (interrupt_.happened()) return interrupted;
@@ -108,7 +102,10 @@ private:
                          [this](int, int last) {
                              const ProcessingLogEntry& entry = controller_.logEntries[static_cast<std::size_t>(last)];
                              // A scan that fails, or finds files it can't use, leaves no item to tell it by.
-                             if (entry.category == LogCategory::scan && entry.level == LogLevel::error) failed_ = true;
+                             // Nor does a report that could not be written.
+                             const bool ofScan = entry.category == LogCategory::scan;
+                             const bool ofReport = entry.category == LogCategory::system;
+                             if ((ofScan || ofReport) && entry.level == LogLevel::error) failed_ = true;
                          });
         statusWatch_ = controller_.statusMessage.addNotifier([this] { showProgress(); });
         progressWatch_ = controller_.progress.addNotifier([this] { showProgress(); });
@@ -124,9 +121,34 @@ private:
     }
 
     void process() {
-        if (!job_.channels.empty()) selectChannels();
         controller_.startProcessing();
         waitForTasks(controller_);
+    }
+
+    // A channel that the layout has not would be written nowhere, and nobody would miss it.
+    bool knowsChannels() {
+        const QStringList known = controller_.selectedLayout.value().channelTags;
+        for (const std::string& tag : job_.channels) {
+            if (known.contains(QString::fromStdString(tag))) continue;
+            terminal_.error(QStringLiteral("--channels: %1 has no channel %2; it has %3")
+                                .arg(controller_.selectedLayout.value().displayName, QString::fromStdString(tag),
+                                     known.join(QStringLiteral(", "))));
+            return false;
+        }
+        return true;
+    }
+
+    // What a run would refuse; a dry run ends with it.
+    void tellForeseen() {
+        controller_.foreseeCollisions();
+        if (!job_.dryRun) return;
+        const auto tell = [this](const QString& name, const QString& foreseen) {
+            if (!foreseen.isEmpty()) terminal_.line(QStringLiteral("%1: %2").arg(name, foreseen));
+        };
+        for (const InterleaveGroup& group : controller_.interleaveGroups) tell(group.baseName, group.foreseen);
+        for (const MultiChannelSource& source : controller_.deinterleaveSources) {
+            tell(paths::lastComponent(source.sourceURL), source.foreseen);
+        }
     }
 
     void selectChannels() {
@@ -141,26 +163,25 @@ private:
     }
 
     nlohmann::json items() const {
-        const auto messages = lastMessages(controller_);
-        const auto message = [&](const QString& name) {
-            const auto found = messages.find(name);
-            return found == messages.end() ? QString() : found->second;
-        };
         nlohmann::json result = nlohmann::json::array();
+        const auto add = [&](const QString& name, const QStringList& sources, const auto& record) {
+            result.push_back(record.outcome ? jobItem(name, *record.outcome)
+                                            : foreseenItem(name, sources, record.status, record.foreseen));
+        };
         for (const InterleaveGroup& group : controller_.interleaveGroups) {
-            const QStringList outputs = group.outputURL.isEmpty() ? QStringList() : QStringList{group.outputURL};
-            result.push_back(
-                jobItem(group.baseName, group.channelFiles.values(), outputs, group.status, message(group.baseName)));
+            add(group.baseName, group.channelFiles.values(), group);
         }
         for (const MultiChannelSource& source : controller_.deinterleaveSources) {
-            const QString name = paths::lastComponent(source.sourceURL);
-            const ProcessingOptions& options = controller_.options.value();
-            const QString folder = job_.output.empty() ? QString() : output();
-            const auto outputs = source.outputURLs(rawText(options.channelSeparator), folder,
-                                                   source.outputFormat(options.outputFormatPolicy));
-            result.push_back(jobItem(name, {source.sourceURL}, outputs.values(), source.status, message(name)));
+            add(paths::lastComponent(source.sourceURL), {source.sourceURL}, source);
         }
         return result;
+    }
+
+    static nlohmann::json foreseenItem(const QString& name, const QStringList& sources, const ProcessingStatus& status,
+                                       const QString& foreseen) {
+        nlohmann::json item = jobItem(name, sources, status);
+        item["message"] = jsonText(foreseen);
+        return item;
     }
 
     nlohmann::json document() const {

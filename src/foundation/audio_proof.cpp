@@ -343,6 +343,12 @@ QStringList Glance::names(ChannelFinding::Kind kind, bool ofOutputs) const {
     return result;
 }
 
+QString misreadSentence(const QStringList& sources) {
+    return QStringLiteral("ffmpeg misread %1, whose samples stand in more bytes than they need: the new file has not "
+                          "got its sound")
+        .arg(sources.join(QStringLiteral(", ")));
+}
+
 Glance glanceAt(const std::vector<ChannelPair>& pairs) { return GlanceWork(pairs).run(); }
 
 } // namespace ostrel

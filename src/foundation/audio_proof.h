@@ -65,9 +65,14 @@ struct Glance {
     QStringList oddSources;               // files whose samples stand in more bytes than they need
 
     bool has(ChannelFinding::Kind kind) const;
+    // A source of an odd container whose samples the output hardly has: the tool took them for something else.
+    bool misread() const { return has(ChannelFinding::Kind::unlike) && !oddSources.isEmpty(); }
     // The last components of the sources or outputs (whichever files are mono) with a finding of that kind.
     QStringList names(ChannelFinding::Kind kind, bool ofOutputs) const;
 };
+
+// Why an output of which `misread` is true fails its item.
+QString misreadSentence(const QStringList& sources);
 
 // Compares the lengths and some blocks spread over the files, in a few milliseconds whatever their length. Pairs with a
 // lossy side, or a source that can't be decoded here, are left out. Integer samples have to be equal bit for bit; a

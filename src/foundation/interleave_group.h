@@ -3,6 +3,7 @@
 
 #include "foundation/channel_layout.h"
 #include "foundation/container_kind.h"
+#include "foundation/item_outcome.h"
 #include "foundation/processing_options.h"
 #include "foundation/processing_status.h"
 
@@ -26,6 +27,8 @@ struct InterleaveGroup {
     std::optional<double> duration; // seconds
     std::optional<MetadataTier> metadataTier;
     std::optional<ContainerKind> containerKind;
+    QString foreseen; // why a run would refuse it; empty where nothing stands against it
+    std::optional<ItemOutcome> outcome; // of the last run that took it; `status` is the same as its own then
 
     bool operator==(const InterleaveGroup&) const = default;
 

@@ -104,12 +104,7 @@ int AppViewModel::completedCount() const {
 }
 
 int AppViewModel::successCount() const {
-    using Kind = ProcessingStatus::Kind;
-    const auto stands = [](const auto& item) {
-        const Kind kind = item.status.kind;
-        return kind == Kind::completed || kind == Kind::completedWithWarning || kind == Kind::completedUncertified ||
-               kind == Kind::completedCarbonCopyCertified;
-    };
+    const auto stands = [](const auto& item) { return item.status.stands(); };
     return currentMode.value() == AppMode::interleave ? count(interleaveGroups, stands)
                                                       : count(deinterleaveSources, stands);
 }

@@ -10,14 +10,13 @@
 #include "foundation/multi_channel_source.h"
 #include "foundation/processing_log.h"
 #include "foundation/record_list.h"
-#include "metadata/metadata_engine.h"
+#include "interleaver/item_job.h"
 #include "platform/background.h"
 #include "platform/desktop_services.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
 #include <QProperty>
-#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <memory>
@@ -26,8 +25,6 @@
 namespace ostrel {
 
 class AudioOutput;
-class InterleaveEngine;
-struct InterleaveResult;
 class LibraryScanner;
 class PlaybackManager;
 struct ScanRequest;
@@ -93,6 +90,8 @@ public:
     void triggerAutoDetectLayout();
     void clearResults();
     void scan();
+    // Writes into each item what a run would refuse it for: two items with one output, an output that is a source.
+    void foreseeCollisions();
     void startProcessing();
     void stopProcessing();
     void confirmDelete();
@@ -114,19 +113,11 @@ Q_SIGNALS:
 private:
     // What one run of the loop needs, taken when it starts.
     struct Job {
+        explicit Job(AppMode runMode) : mode(runMode), run(runMode == AppMode::interleave ? QStringLiteral("interleave")
+                                                                                           : QStringLiteral("deinterleave")) {}
         TaskHandle handle;
-        QString ffmpegPath;
-        QString ffprobePath;
-        QString bwfmetaeditPath;
-        std::optional<MetadataEngine> metadataEngine;
-        ChannelLayout layout;
-        ProcessingOptions options;
-        QString outputFolder;  // empty: beside the sources
-        QSet<QString> sources; // of every item in the list, selected or not: no output may replace one
-        QSet<QString> written; // outputs of this run: none of them may be overwritten by a later item
-
-        // Why these outputs must not be written; empty if they may.
-        QString refusal(const QStringList& outputs) const;
+        AppMode mode;
+        RunContext run;
     };
 
     void log(LogLevel level, LogCategory category, const QString& message, const QString& baseName = QString());
@@ -147,22 +138,20 @@ private:
     void reportSources();
 
     // Process phase, in app_view_model_process.cpp
+    std::shared_ptr<Job> makeJob() const;
+    QStringList sourcesOfItems() const;
     QCoro::Task<> runProcessing(std::shared_ptr<Job> job);
+    QCoro::Task<> openLedger(std::shared_ptr<Job> job);
     QCoro::Task<> processInterleave(std::shared_ptr<Job> job);
     QCoro::Task<> processGroup(std::shared_ptr<Job> job, std::size_t row);
-    QCoro::Task<> finishVerified(std::shared_ptr<Job> job, std::size_t row, InterleaveGroup group, QString output);
-    QCoro::Task<> cleanUpCertified(std::shared_ptr<Job> job, std::size_t row, InterleaveGroup group);
-    QCoro::Task<> finishWithMetadata(std::shared_ptr<Job> job, std::size_t row, InterleaveGroup group, QString output,
-                                     bool isFaithful);
     QCoro::Task<> processDeinterleave(std::shared_ptr<Job> job);
     QCoro::Task<> processSource(std::shared_ptr<Job> job, std::size_t row);
-    QCoro::Task<> handleCleanup(std::shared_ptr<Job> job, InterleaveGroup group);
-    QCoro::Task<> handleDeinterleaveCleanup(std::shared_ptr<Job> job, MultiChannelSource source);
-    QCoro::Task<QStringList> moveOrDelete(QStringList sources, bool move);
-    void keepOriginals(const QString& name);
-    void setGroupStatus(std::size_t row, const QUuid& id, const ProcessingStatus& status);
-    void setSourceStatus(std::size_t row, const QUuid& id, const ProcessingStatus& status);
-    void generateProcessingCSV(int successes);
+    void beginItem(const QString& name);
+    template <class Records>
+    void setStatus(Records& records, std::size_t row, const QUuid& id, const ProcessingStatus& status);
+    template <class Records>
+    void takeReport(Records& records, std::size_t row, const QUuid& id, ItemReport report);
+    void generateProcessingCSV(const Job& job, int successes);
 
     DesktopServices& desktop_;
     std::unique_ptr<ExternalToolDetector> toolDetector_;

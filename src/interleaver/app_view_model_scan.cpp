@@ -99,6 +99,7 @@ QCoro::Task<> AppViewModel::runScan(TaskHandle handle) {
         reportSources();
         statusMessage = QStringLiteral("Scan complete");
     }
+    foreseeCollisions();
     isScanning = false;
     endTask();
 }

@@ -2,15 +2,18 @@
 
 #include "foundation/debug_log.h"
 #include "foundation/ffmpeg_command.h"
-#include "interleaver/channel_comparison.h"
+#include "foundation/unexplained_bytes.h"
 #include "interleaver/chunk_carrying.h"
 #include "interleaver/interleave_command.h"
 #include "platform/child_process.h"
 #include "platform/diagnostics.h"
 #include "platform/files.h"
+#include "platform/new_file.h"
 #include "platform/paths.h"
 
 #include <QThreadPool>
+#include <map>
+#include <memory>
 
 namespace ostrel {
 namespace {
@@ -22,14 +25,6 @@ QStringList namesOf(const QMap<QString, QString>& outputs, const MultiChannelSou
         if (outputs.contains(tag)) names << paths::lastComponent(outputs.value(tag));
     }
     return names;
-}
-
-QStringList existing(const QMap<QString, QString>& outputs, const MultiChannelSource& source) {
-    QMap<QString, QString> found;
-    for (auto output = outputs.begin(); output != outputs.end(); ++output) {
-        if (paths::exists(output.value())) found.insert(output.key(), output.value());
-    }
-    return namesOf(found, source);
 }
 
 // Why outputs that are there already stop the job; empty if they don't.
@@ -68,6 +63,15 @@ void verifyMetadataPreserved(const QString& ffprobePath, const MultiChannelSourc
 
 } // namespace
 
+std::vector<ChannelPair> channelPairs(const MultiChannelSource& source, const QMap<QString, QString>& files) {
+    std::vector<ChannelPair> pairs;
+    const QStringList tags = ffmpegLayoutOf(source.layout).tags;
+    for (int channel = 0; channel < tags.size(); ++channel) {
+        if (files.contains(tags[channel])) pairs.push_back({{source.sourceURL, channel}, {files.value(tags[channel]), 0}});
+    }
+    return pairs;
+}
+
 QString DeinterleaveError::errorDescription() const {
     switch (kind) {
     case Kind::processLaunchFailure: return QStringLiteral("Failed to launch ffmpeg: ") + text;
@@ -81,83 +85,160 @@ DeinterleaveEngine::DeinterleaveEngine(const QString& ffmpegPath, const QString&
                                        StatusUpdate onStatusUpdate)
     : ffmpegPath_(ffmpegPath), ffprobePath_(ffprobePath), onStatusUpdate_(std::move(onStatusUpdate)) {}
 
-DeinterleaveResult DeinterleaveEngine::deinterleave(const MultiChannelSource& source, const ProcessingOptions& options,
-                                                    const QString& outputDirectory) const {
-    const std::vector<RIFFChunk> chunks = extractChunksOrExplain(source.sourceURL);
-    const QString format = source.outputFormat(options.outputFormatPolicy);
+// One job on its way.
+struct DeinterleaveEngine::Work {
+    const MultiChannelSource& source;
+    std::vector<RIFFChunk> chunks;
+    std::map<QString, std::unique_ptr<NewFile>> files; // by tag
+    bool replaces = false;
     DeinterleaveResult result;
-    result.outputURLs = source.outputURLs(rawText(options.channelSeparator), outputDirectory, format);
-    if (result.outputURLs.isEmpty()) throw DeinterleaveError(DeinterleaveError::Kind::noChannelsSelected);
-    try {
-        files::createFolder(paths::parent(result.outputURLs.first()));
-    } catch (const FileError& error) {
-        result.message = QStringLiteral("Failed to create output directory: ") + error.description;
-        return result;
-    }
-    result.message = refusal(existing(result.outputURLs, source), options);
-    if (!result.message.isEmpty()) return result;
+    bool hasFailed = false;
 
-    const QStringList arguments = buildDeinterleaveCommand(source, options, format, result.outputURLs) +
-                                  unselectedChannelSinks(source, result.outputURLs);
-    result.ffmpegCommand = arguments.join(u' ');
-    std::vector<PartialOutput> partial;
-    for (const QString& output : result.outputURLs) {
-        if (paths::isSameFile(output, source.sourceURL)) {
-            result.message = QStringLiteral("An output is the source itself: ") + output;
-            return result;
-        }
-        partial.emplace_back(output);
+    void fail(const QString& message) {
+        hasFailed = true;
+        result.outcome.status = ProcessingStatus::failed(message);
+        result.outcome.message = message;
     }
-    appendToDebugLog(QStringLiteral("DeinterleaveEngine"), result.ffmpegCommand);
-    ProcessResult run;
+    QMap<QString, QString> unfinished() const {
+        QMap<QString, QString> paths;
+        for (const auto& [tag, file] : files) paths.insert(tag, file->path());
+        return paths;
+    }
+};
+
+DeinterleaveResult DeinterleaveEngine::deinterleave(const MultiChannelSource& source, const ProcessingOptions& options,
+                                                    const QString& outputDirectory, RunLedger* ledger,
+                                                    const BeforePublishingAll& complete, bool isDurable) const {
+    RunLedger ownLedger(QStringList(source.sourceURL));
+    if (!ledger) ledger = &ownLedger;
+    Work work{source, extractChunksOrExplain(source.sourceURL)};
+    ItemOutcome& outcome = work.result.outcome;
+    outcome.sources = ItemOutcome::allKept({source.sourceURL});
+    const QString format = source.outputFormat(options.outputFormatPolicy);
+    work.result.outputURLs = source.outputURLs(rawText(options.channelSeparator), outputDirectory, format);
+    if (work.result.outputURLs.isEmpty()) throw DeinterleaveError(DeinterleaveError::Kind::noChannelsSelected);
     try {
-        run = ChildProcess::runForResult(ffmpegPath_, arguments);
+        outcome.warnings << ledger->prepareFolder(paths::parent(work.result.outputURLs.first()));
+    } catch (const FileError& error) {
+        work.fail(QStringLiteral("Failed to create output directory: ") + error.description);
+        return std::move(work.result);
+    }
+    if (!mayWriteAll(work, options, *ledger)) return std::move(work.result);
+
+    outcome.warnings << unexplainedBytesWarnings({source.sourceURL});
+    for (auto output = work.result.outputURLs.begin(); output != work.result.outputURLs.end(); ++output) {
+        work.files[output.key()] = std::make_unique<NewFile>(output.value());
+    }
+    runFFmpeg(work, buildDeinterleaveCommand(source, options, format, work.unfinished()) +
+                        unselectedChannelSinks(source, work.unfinished()));
+    if (!work.hasFailed) {
+        addChunks(work);
+        if (complete) complete(work.unfinished().values());
+        check(work);
+    }
+    if (!work.hasFailed) publish(work, isDurable);
+    for (const QString& output : outcome.outputs) ledger->noteWritten(output);
+    report(source.id, outcome.status);
+    if (outcome.succeeded()) lookAtMetadata(work);
+    return std::move(work.result);
+}
+
+bool DeinterleaveEngine::mayWriteAll(Work& work, const ProcessingOptions& options, RunLedger& ledger) const {
+    const QStringList tags = ffmpegLayoutOf(work.source.layout).tags;
+    for (const QString& tag : work.result.outputURLs.keys()) {
+        if (!tags.contains(tag)) work.fail(QStringLiteral("The source has no channel %1").arg(tag));
+    }
+    QMap<QString, QString> existing;
+    for (auto output = work.result.outputURLs.begin(); output != work.result.outputURLs.end() && !work.hasFailed;
+         ++output) {
+        const auto isEarlierOutput = [&] {
+            return AudioProof::of({}, channelPairs(work.source, {{output.key(), output.value()}})).holds();
+        };
+        const auto rule = options.overwriteExisting ? ExistingOutput::replaced : ExistingOutput::skipped;
+        const WritePermission permission = ledger.mayWrite(output.value(), rule, isEarlierOutput);
+        if (permission.kind == WritePermission::Kind::refused) work.fail(permission.reason);
+        if (permission.kind == WritePermission::Kind::exists) existing.insert(output.key(), output.value());
+        work.replaces = work.replaces || permission.replaces;
+    }
+    if (work.hasFailed) return false;
+    const QString why = refusal(namesOf(existing, work.source), options);
+    if (!why.isEmpty()) work.fail(why);
+    return !work.hasFailed;
+}
+
+void DeinterleaveEngine::runFFmpeg(Work& work, const QStringList& arguments) const {
+    work.result.ffmpegCommand = arguments.join(u' ');
+    appendToDebugLog(QStringLiteral("DeinterleaveEngine"), work.result.ffmpegCommand);
+    try {
+        const ProcessResult run = ChildProcess::runForResult(ffmpegPath_, arguments);
+        if (!run.succeeded()) work.fail(QStringLiteral("ffmpeg error: ") + extractFFmpegError(run.errorText()));
     } catch (const ProcessLaunchError& error) {
         throw DeinterleaveError(DeinterleaveError::Kind::processLaunchFailure, error.description);
     }
-    if (!run.succeeded()) {
-        const QString reason = extractFFmpegError(run.errorText());
-        for (const PartialOutput& output : partial) output.discard();
-        report(source.id, ProcessingStatus::failed(reason));
-        result.message = QStringLiteral("ffmpeg error: ") + reason;
-        return result;
+    for (const auto& [tag, file] : work.files) {
+        if (!work.hasFailed && !paths::exists(file->path())) {
+            work.fail(QStringLiteral("ffmpeg failed to create %1").arg(paths::lastComponent(file->finalPath())));
+        }
     }
-    finish(source, chunks, result);
-    return result;
 }
 
-void DeinterleaveEngine::finish(const MultiChannelSource& source, const std::vector<RIFFChunk>& chunks,
-                                DeinterleaveResult& result) const {
-    for (const QString& output : result.outputURLs) {
-        const QString name = paths::lastComponent(output);
-        if (chunks.empty()) continue;
-        if (!paths::exists(output)) {
-            printDiagnostic(QStringLiteral("⚠️  Cannot inject chunks - file doesn't exist: ") + name);
-            continue;
-        }
-        if (const QString why = injectChunks(output, chunks); !why.isEmpty()) {
-            printDiagnostic(QStringLiteral("⚠️  Failed to inject chunks into %1: %2").arg(name, why));
+void DeinterleaveEngine::addChunks(Work& work) const {
+    for (const auto& [tag, file] : work.files) {
+        if (work.chunks.empty()) continue;
+        if (const QString why = injectChunks(file->path(), work.chunks); !why.isEmpty()) {
+            printDiagnostic(QStringLiteral("⚠️  Failed to inject chunks into %1: %2")
+                                .arg(paths::lastComponent(file->finalPath()), why));
         }
     }
-    report(source.id, ProcessingStatus::completed());
-    if (!ffprobePath_.isEmpty()) {
-        // Detached: the job doesn't wait for it.
-        QThreadPool::globalInstance()->start([ffprobe = ffprobePath_, source, outputs = result.outputURLs.values()] {
-            verifyMetadataPreserved(ffprobe, source, outputs);
-        });
+    work.result.outcome.message = QStringLiteral("Successfully created: %1%2")
+                                      .arg(namesOf(work.result.outputURLs, work.source).join(QStringLiteral(", ")),
+                                           work.chunks.empty() ? QString() : QStringLiteral(" (with SMED preservation)"));
+}
+
+void DeinterleaveEngine::check(Work& work) const {
+    using Kind = ChannelFinding::Kind;
+    const Glance glance = glanceAt(channelPairs(work.source, work.unfinished()));
+    const QString name = paths::lastComponent(work.source.sourceURL);
+    if (!glance.shortOutputs.isEmpty()) return work.fail(glance.shortOutputs.first());
+    if (glance.has(Kind::unread)) return work.fail(QStringLiteral("The new files of %1 can't be read back").arg(name));
+    if (glance.misread()) return work.fail(misreadSentence({name}));
+    QStringList differing;
+    for (const ChannelFinding& finding : glance.findings) {
+        if (finding.kind != Kind::different && finding.kind != Kind::unlike) continue;
+        const QString tag = work.unfinished().key(finding.pair.output.file);
+        differing << paths::lastComponent(work.result.outputURLs.value(tag));
     }
-    QStringList inChannelOrder;
-    for (const QString& tag : ffmpegLayoutOf(source.layout).tags) inChannelOrder << result.outputURLs.value(tag);
-    const QStringList differing = differingChannels(inChannelOrder, source.sourceURL);
-    if (!differing.isEmpty()) {
-        result.warnings << QStringLiteral("%1: ffmpeg converted or remixed the channels on the way, so the samples "
-                                          "of %2 are not those of the source")
-                               .arg(paths::lastComponent(source.sourceURL), differing.join(QStringLiteral(", ")));
+    if (differing.isEmpty()) return;
+    work.result.outcome.warnings << QStringLiteral("%1: ffmpeg converted or remixed the channels on the way, so the "
+                                                   "samples of %2 are not those of the source")
+                                        .arg(name, differing.join(QStringLiteral(", ")));
+}
+
+// All of the set or none of it: a part of it would keep a later run from making the rest.
+void DeinterleaveEngine::publish(Work& work, bool isDurable) const {
+    try {
+        for (const auto& [tag, file] : work.files) {
+            file->publish(work.replaces ? NewFile::Over::oldFile : NewFile::Over::nothing, isDurable);
+        }
+        work.result.outcome.status = ProcessingStatus::completed();
+    } catch (const FileError& error) {
+        for (const auto& [tag, file] : work.files) file->withdraw();
+        work.fail(error.description);
     }
-    result.success = true;
-    result.message = QStringLiteral("Successfully created: %1%2")
-                         .arg(namesOf(result.outputURLs, source).join(QStringLiteral(", ")),
-                              chunks.empty() ? QString() : QStringLiteral(" (with SMED preservation)"));
+    for (const QString& tag : ffmpegLayoutOf(work.source.layout).tags) {
+        const auto file = work.files.find(tag);
+        if (file != work.files.end() && file->second->isPublished()) {
+            work.result.outcome.outputs << file->second->finalPath();
+        }
+    }
+}
+
+void DeinterleaveEngine::lookAtMetadata(const Work& work) const {
+    if (ffprobePath_.isEmpty()) return;
+    // Detached: the job doesn't wait for it.
+    QThreadPool::globalInstance()->start([ffprobe = ffprobePath_, source = work.source, outputs = work.result.outcome.outputs] {
+        verifyMetadataPreserved(ffprobe, source, outputs);
+    });
 }
 
 void DeinterleaveEngine::report(const QUuid& sourceId, const ProcessingStatus& status) const {

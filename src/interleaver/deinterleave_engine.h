@@ -3,8 +3,11 @@
 // Made per job, holds nothing but tool paths. Blocks; for any thread but the main one.
 #pragma once
 
+#include "foundation/audio_proof.h"
+#include "foundation/item_outcome.h"
 #include "foundation/multi_channel_source.h"
 #include "foundation/processing_options.h"
+#include "foundation/run_ledger.h"
 #include "metadata/riff_chunks.h"
 
 #include <QMap>
@@ -16,12 +19,16 @@
 namespace ostrel {
 
 struct DeinterleaveResult {
-    bool success = false;
-    QMap<QString, QString> outputURLs; // by tag
-    QString message;
+    ItemOutcome outcome;
+    QMap<QString, QString> outputURLs; // by tag, as they were to be; the outcome tells which stand
     QString ffmpegCommand;
-    QStringList warnings; // what the person should know although the job succeeded
 };
+
+// Completes the files, which stand under private names still, ahead of their publication.
+using BeforePublishingAll = std::function<void(const QStringList& unfinished)>;
+
+// Where the job puts each selected channel. `files` maps tags to mono files.
+std::vector<ChannelPair> channelPairs(const MultiChannelSource& source, const QMap<QString, QString>& files);
 
 class DeinterleaveError : public std::runtime_error {
 public:
@@ -41,14 +48,22 @@ public:
     // An empty ffprobePath: not known; outputs are then not looked at afterwards.
     DeinterleaveEngine(const QString& ffmpegPath, const QString& ffprobePath, StatusUpdate onStatusUpdate = {});
 
-    // Outputs go below `outputDirectory`, or beside the source if that is empty. Throws DeinterleaveError if no channel
-    // is selected or ffmpeg can't be started; all else is a result. What a failed run left is removed.
+    // Outputs go below `outputDirectory`, or beside the source if that is empty. All of them stand under their names when
+    // they are complete and checked, on the disk where `isDurable`; a failed run leaves none. Throws DeinterleaveError if
+    // no channel is selected or ffmpeg can't be started; all else is a result. Without a ledger the source is protected
+    // alone.
     DeinterleaveResult deinterleave(const MultiChannelSource& source, const ProcessingOptions& options,
-                                    const QString& outputDirectory) const;
+                                    const QString& outputDirectory, RunLedger* ledger = nullptr,
+                                    const BeforePublishingAll& complete = {}, bool isDurable = false) const;
 
 private:
-    void finish(const MultiChannelSource& source, const std::vector<RIFFChunk>& chunks,
-                DeinterleaveResult& result) const;
+    struct Work;
+    bool mayWriteAll(Work& work, const ProcessingOptions& options, RunLedger& ledger) const;
+    void runFFmpeg(Work& work, const QStringList& arguments) const;
+    void addChunks(Work& work) const;
+    void check(Work& work) const;
+    void publish(Work& work, bool isDurable) const;
+    void lookAtMetadata(const Work& work) const;
     void report(const QUuid& sourceId, const ProcessingStatus& status) const;
 
     QString ffmpegPath_;

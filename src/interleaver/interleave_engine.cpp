@@ -3,18 +3,32 @@
 #include "foundation/debug_log.h"
 #include "foundation/ffmpeg_command.h"
 #include "foundation/ffprobe_parser.h"
-#include "interleaver/channel_comparison.h"
+#include "foundation/unexplained_bytes.h"
 #include "interleaver/chunk_carrying.h"
 #include "interleaver/interleave_command.h"
 #include "metadata/core_document.h"
+#include "metadata/csv_table.h"
 #include "platform/child_process.h"
 #include "platform/diagnostics.h"
 #include "platform/files.h"
+#include "platform/new_file.h"
 #include "platform/paths.h"
 #include "platform/text.h"
 
+#include <array>
+
 namespace ostrel {
 namespace {
+
+// One of these has to say something, or a file has no identity that could be preserved.
+constexpr std::array kIdentity{"Description", "Originator", "OriginatorReference"};
+
+InterleaveResult skipped(InterleaveResult result) {
+    result.outcome.message = QStringLiteral("Output already exists (skipped)");
+    result.outcome.status = ProcessingStatus::skipped(result.outcome.message);
+    result.ffmpegCommand.clear();
+    return result;
+}
 
 // " (with SMED preservation)", or what became of it instead.
 QString chunkSuffix(const QString& output, const std::vector<RIFFChunk>& chunks) {
@@ -23,18 +37,6 @@ QString chunkSuffix(const QString& output, const std::vector<RIFFChunk>& chunks)
     if (why.isEmpty()) return QStringLiteral(" (with SMED preservation)");
     printDiagnostic(QStringLiteral("⚠️  Failed to inject chunks: ") + why);
     return QStringLiteral(" (SMED injection failed)");
-}
-
-QStringList filesInOrder(const InterleaveGroup& group, const ChannelLayout& layout) {
-    QStringList files;
-    for (const QString& tag : layout.channelTags) files << group.channelFiles.value(tag);
-    return files;
-}
-
-// Overwriting goes through ffmpeg's -y, and ffmpeg would truncate a source that the output's name leads to.
-bool isOneOfTheSources(const QString& output, const InterleaveGroup& group) {
-    return std::any_of(group.channelFiles.begin(), group.channelFiles.end(),
-                       [&](const QString& file) { return paths::isSameFile(file, output); });
 }
 
 } // namespace
@@ -50,6 +52,22 @@ QString InterleaveError::errorDescription() const {
     return QStringLiteral("bwfmetaedit not found (metadata preservation disabled)");
 }
 
+QStringList filesInOrder(const InterleaveGroup& group, const ChannelLayout& layout) {
+    QStringList files;
+    for (const QString& tag : layout.channelTags) {
+        if (group.channelFiles.contains(tag)) files << group.channelFiles.value(tag);
+    }
+    return files;
+}
+
+std::vector<ChannelPair> channelPairs(const QStringList& monoFiles, const QString& multichannelFile) {
+    std::vector<ChannelPair> pairs;
+    for (int channel = 0; channel < monoFiles.size(); ++channel) {
+        pairs.push_back({{monoFiles[channel], 0}, {multichannelFile, channel}});
+    }
+    return pairs;
+}
+
 InterleaveEngine::InterleaveEngine(const QString& ffmpegPath, const QString& bwfmetaeditPath,
                                    StatusUpdate onStatusUpdate)
     : ffmpegPath_(ffmpegPath), bwfmetaeditPath_(bwfmetaeditPath), onStatusUpdate_(std::move(onStatusUpdate)) {}
@@ -61,49 +79,67 @@ QString InterleaveEngine::generateOutputURL(const InterleaveGroup& group, const 
     return paths::append(paths::append(paths::parent(first), QStringLiteral("Interleaved")), name);
 }
 
-InterleaveResult InterleaveEngine::interleave(const InterleaveGroup& group, const ChannelLayout& layout,
-                                              const QString& outputURL, const ProcessingOptions& options) const {
-    const QString metadataSource = group.firstFile();
-    const std::vector<RIFFChunk> chunks = extractChunksOrExplain(metadataSource);
-    const QString format = group.outputFormat(options.outputFormatPolicy);
-    const QStringList arguments = buildInterleaveCommand(group, layout, format, outputURL);
-    try {
-        files::createFolder(paths::parent(outputURL));
-    } catch (const FileError& error) {
-        return {false, outputURL, QStringLiteral("Failed to create output directory: ") + error.description,
-                arguments.join(u' ')};
-    }
-    if (paths::exists(outputURL) && options.skipIfExists) {
-        return {false, outputURL, QStringLiteral("Output already exists (skipped)")};
-    }
-    if (isOneOfTheSources(outputURL, group)) {
-        return {false, outputURL, QStringLiteral("The output is one of the sources: ") + outputURL};
-    }
+// One job on its way: what it needs at every step, and what it gives in the end.
+struct InterleaveEngine::Work {
+    const InterleaveGroup& group;
+    QStringList sources; // in channel order
+    std::vector<RIFFChunk> chunks;
+    std::optional<NewFile> file;
+    InterleaveResult result;
+    bool hasFailed = false;
 
-    InterleaveResult result = runFFmpeg(group, arguments, outputURL, chunks);
-    if (!result.success) return result;
-    const QStringList differing = differingChannels(filesInOrder(group, layout), outputURL);
-    if (!differing.isEmpty()) {
-        result.warnings << QStringLiteral("%1: the samples of %2 are not those of the source: ffmpeg converted or "
-                                          "reordered the channels on the way")
-                               .arg(paths::lastComponent(outputURL), differing.join(QStringLiteral(", ")));
+    void fail(const QString& message) {
+        hasFailed = true;
+        result.outcome.status = ProcessingStatus::failed(message);
+        result.outcome.message = message;
     }
-    if (chunks.empty()) {
-        try {
-            cloneMetadata(metadataSource, outputURL);
-        } catch (const InterleaveError& error) {
-            result.message = QStringLiteral("Audio OK, metadata warning: ") + error.errorDescription();
-        }
+};
+
+InterleaveResult InterleaveEngine::interleave(const InterleaveGroup& group, const ChannelLayout& layout,
+                                              const QString& outputURL, const ProcessingOptions& options,
+                                              RunLedger* ledger, const BeforePublishing& complete,
+                                              bool isDurable) const {
+    const QStringList sources = filesInOrder(group, layout);
+    RunLedger ownLedger(group.channelFiles.values());
+    if (!ledger) ledger = &ownLedger;
+    Work work{group, sources, extractChunksOrExplain(group.firstFile())};
+    ItemOutcome& outcome = work.result.outcome;
+    outcome.sources = ItemOutcome::allKept(sources);
+    const auto command = [&, format = group.outputFormat(options.outputFormatPolicy)](const QString& output) {
+        return buildInterleaveCommand(group, layout, format, output);
+    };
+    try {
+        outcome.warnings << ledger->prepareFolder(paths::parent(outputURL));
+    } catch (const FileError& error) {
+        work.result.ffmpegCommand = command(outputURL).join(u' ');
+        work.fail(QStringLiteral("Failed to create output directory: ") + error.description);
+        return work.result;
     }
-    return result;
+    const auto isEarlierOutput = [&] { return AudioProof::of(sources, channelPairs(sources, outputURL)).holds(); };
+    const auto rule = options.skipIfExists ? ExistingOutput::skipped : ExistingOutput::replaced;
+    const WritePermission permission = ledger->mayWrite(outputURL, rule, isEarlierOutput);
+    if (permission.kind == WritePermission::Kind::exists) return skipped(std::move(work.result));
+    if (!permission.isGranted()) work.fail(permission.reason);
+    if (work.hasFailed) return work.result;
+
+    outcome.warnings << unexplainedBytesWarnings(sources);
+    work.file.emplace(outputURL);
+    runFFmpeg(work, command(work.file->path()));
+    if (!work.hasFailed) {
+        addMetadata(work);
+        if (complete) complete(work.file->path());
+        check(work);
+    }
+    if (!work.hasFailed) publish(work, permission, isDurable);
+    if (outcome.succeeded()) ledger->noteWritten(outputURL);
+    if (outcome.succeeded() || work.hasFailed) report(group.id, outcome.status);
+    return work.result;
 }
 
-InterleaveResult InterleaveEngine::runFFmpeg(const InterleaveGroup& group, const QStringList& arguments,
-                                             const QString& outputURL, const std::vector<RIFFChunk>& chunks) const {
-    InterleaveResult result{false, outputURL, QString(), arguments.join(u' ')};
-    const PartialOutput partial(outputURL);
-    report(group.id, ProcessingStatus::processing());
-    appendToDebugLog(QStringLiteral("InterleaveEngine"), result.ffmpegCommand);
+void InterleaveEngine::runFFmpeg(Work& work, const QStringList& arguments) const {
+    work.result.ffmpegCommand = arguments.join(u' ');
+    report(work.group.id, ProcessingStatus::processing());
+    appendToDebugLog(QStringLiteral("InterleaveEngine"), work.result.ffmpegCommand);
     ProcessResult run;
     try {
         run = ChildProcess::runForResult(ffmpegPath_, arguments);
@@ -111,23 +147,52 @@ InterleaveResult InterleaveEngine::runFFmpeg(const InterleaveGroup& group, const
         throw InterleaveError(InterleaveError::Kind::processLaunchFailure, error.description);
     }
     if (!run.succeeded()) {
-        const QString reason = extractFFmpegError(run.errorText());
-        partial.discard();
-        report(group.id, ProcessingStatus::failed(reason));
-        result.message = QStringLiteral("ffmpeg error: ") + reason;
-        return result;
+        return work.fail(QStringLiteral("ffmpeg error: ") + extractFFmpegError(run.errorText()));
     }
-    if (!paths::exists(outputURL)) {
-        printDiagnostic(QStringLiteral("⚠️  Cannot inject chunks - output file doesn't exist: ") +
-                        paths::lastComponent(outputURL));
-        result.message = QStringLiteral("ffmpeg failed to create output file");
-        return result;
+    if (paths::exists(work.file->path())) return;
+    printDiagnostic(QStringLiteral("⚠️  Cannot inject chunks - output file doesn't exist: ") +
+                    paths::lastComponent(work.file->finalPath()));
+    work.fail(QStringLiteral("ffmpeg failed to create output file"));
+}
+
+void InterleaveEngine::check(Work& work) const {
+    using Kind = ChannelFinding::Kind;
+    const Glance glance = glanceAt(channelPairs(work.sources, work.file->path()));
+    const QString name = paths::lastComponent(work.file->finalPath());
+    if (!glance.shortOutputs.isEmpty()) return work.fail(glance.shortOutputs.first());
+    if (glance.has(Kind::unread)) return work.fail(QStringLiteral("%1 can't be read back").arg(name));
+    if (glance.misread()) return work.fail(misreadSentence(glance.names(Kind::unlike, false)));
+    const QStringList differing = glance.names(Kind::different, false) + glance.names(Kind::unlike, false);
+    work.result.isFaithful = differing.isEmpty() && glance.unequalSources.isEmpty();
+    work.result.outcome.warnings << glance.unequalSources;
+    if (differing.isEmpty()) return;
+    work.result.outcome.warnings << QStringLiteral("%1: the samples of %2 are not those of the source: ffmpeg "
+                                                   "converted or reordered the channels on the way")
+                                        .arg(name, differing.join(QStringLiteral(", ")));
+}
+
+void InterleaveEngine::addMetadata(Work& work) const {
+    QString& message = work.result.outcome.message;
+    message = QStringLiteral("Successfully created: %1%2")
+                  .arg(paths::lastComponent(work.file->finalPath()), chunkSuffix(work.file->path(), work.chunks));
+    if (!work.chunks.empty()) return;
+    try {
+        cloneMetadata(work.group.firstFile(), work.file->path());
+    } catch (const InterleaveError& error) {
+        message = QStringLiteral("Audio OK, metadata warning: ") + error.errorDescription();
     }
-    const QString suffix = chunkSuffix(outputURL, chunks);
-    report(group.id, ProcessingStatus::completed());
-    result.success = true;
-    result.message = QStringLiteral("Successfully created: %1%2").arg(paths::lastComponent(outputURL), suffix);
-    return result;
+}
+
+void InterleaveEngine::publish(Work& work, const WritePermission& permission, bool isDurable) const {
+    try {
+        work.file->publish(permission.replaces ? NewFile::Over::oldFile : NewFile::Over::nothing, isDurable);
+        work.result.outcome.outputs = QStringList(work.file->finalPath());
+        work.result.outcome.status = ProcessingStatus::completed();
+    } catch (const NameTakenError&) {
+        work.result = skipped(std::move(work.result)); // another program was faster
+    } catch (const FileError& error) {
+        work.fail(error.description);
+    }
 }
 
 void InterleaveEngine::cloneMetadata(const QString& from, const QString& to) const {
@@ -185,25 +250,45 @@ ProcessingStatus InterleaveEngine::verifyInterleavedOutput(const QString& output
                : ProcessingStatus::completedUncertified(QStringLiteral("Metadata verification uncertain"));
 }
 
-bool InterleaveEngine::verifyMetadataPresent(const QString& path) const {
-    if (bwfmetaeditPath_.isEmpty()) return false;
+std::optional<QMap<QString, QString>> InterleaveEngine::identityFields(const QString& path) const {
+    if (bwfmetaeditPath_.isEmpty()) return std::nullopt;
     const QString document = files::temporaryPath(QStringLiteral("csv"));
     try {
         const ProcessResult exported = ChildProcess::runSilently(
             bwfmetaeditPath_, {QStringLiteral("--out-core=") + document, path}, ChildProcess::StandardError::dropped);
         const std::optional<QString> text = exported.succeeded() ? decodeUtf8(files::read(document)) : std::nullopt;
         files::removeQuietly(document);
-        const QStringList lines = text.value_or(QString()).split(u'\n');
-        if (lines.size() < 2) return false;
-        // Cut at every comma, quotes are not looked at: description, originator, originator reference.
-        const QStringList cells = lines[1].split(u',');
-        return cells.size() >= 4 && std::any_of(cells.begin() + 1, cells.begin() + 4,
-                                                [](const QString& cell) { return !cell.trimmed().isEmpty(); });
+        const std::vector<QStringList> rows = parseCSV(text.value_or(QString()));
+        if (rows.size() < 2) return std::nullopt;
+        QMap<QString, QString> fields;
+        for (const char* name : {"Description", "Originator", "OriginatorReference", "OriginationDate",
+                                 "OriginationTime", "TimeReference"}) {
+            const qsizetype column = rows[0].indexOf(QString::fromLatin1(name));
+            fields.insert(QString::fromLatin1(name), column < 0 ? QString() : rows[1].value(column).trimmed());
+        }
+        return fields;
     } catch (const FileError&) {
-        return false; // no document: nothing is known, so nothing is certified
+        return std::nullopt; // no document: nothing is known, so nothing is certified
     } catch (const ProcessLaunchError& error) {
         throw InterleaveError(InterleaveError::Kind::processLaunchFailure, error.description);
     }
+}
+
+bool InterleaveEngine::verifyMetadataPresent(const QString& path) const {
+    const auto fields = identityFields(path);
+    return fields && std::any_of(kIdentity.begin(), kIdentity.end(),
+                                 [&](const char* name) { return !fields->value(QString::fromLatin1(name)).isEmpty(); });
+}
+
+std::optional<QStringList> InterleaveEngine::differingIdentity(const QString& source, const QString& output) const {
+    const auto wanted = identityFields(source);
+    const auto found = identityFields(output);
+    if (!wanted || !found) return std::nullopt;
+    QStringList names;
+    for (auto field = wanted->begin(); field != wanted->end(); ++field) {
+        if (found->value(field.key()) != field.value()) names << field.key();
+    }
+    return names;
 }
 
 void InterleaveEngine::report(const QUuid& groupId, const ProcessingStatus& status) const {

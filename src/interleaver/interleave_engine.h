@@ -3,8 +3,11 @@
 // Made per job, holds nothing but tool paths. Blocks; for any thread but the main one.
 #pragma once
 
+#include "foundation/audio_proof.h"
 #include "foundation/interleave_group.h"
+#include "foundation/item_outcome.h"
 #include "foundation/processing_options.h"
+#include "foundation/run_ledger.h"
 #include "metadata/riff_chunks.h"
 
 #include <QString>
@@ -16,11 +19,9 @@
 namespace ostrel {
 
 struct InterleaveResult {
-    bool success = false;
-    QString outputURL;
-    QString message;
-    QString ffmpegCommand; // the arguments joined with blanks; empty if ffmpeg was not to run
-    QStringList warnings;  // what the person should know although the job succeeded
+    ItemOutcome outcome;
+    QString ffmpegCommand;   // the arguments joined with blanks; empty if ffmpeg was not to run
+    bool isFaithful = false; // the blocks that were looked at are those of the sources
 };
 
 class InterleaveError : public std::runtime_error {
@@ -40,6 +41,15 @@ public:
     QString text;
 };
 
+// Completes a file that stands under its private name still: what a caller has to add ahead of its publication.
+using BeforePublishing = std::function<void(const QString& unfinished)>;
+
+// The files that take part in the output, in the layout's order; what else a hand-picked set holds takes no part.
+QStringList filesInOrder(const InterleaveGroup& group, const ChannelLayout& layout);
+
+// Where the job puts each of them: file i is channel i.
+std::vector<ChannelPair> channelPairs(const QStringList& monoFiles, const QString& multichannelFile);
+
 class InterleaveEngine {
 public:
     // Called on the engine's thread.
@@ -51,21 +61,30 @@ public:
     // "{folder of the group's first file}/Interleaved/{baseName}.{format}"; empty for a group without files.
     static QString generateOutputURL(const InterleaveGroup& group, const ProcessingOptions& options);
 
-    // A failed audio step is a result; only a failed launch throws InterleaveError. What a failed run left at the
-    // output path is removed.
+    // The output stands under its name when it is complete and checked, and on the disk where `isDurable`; a failed run
+    // leaves nothing. A failed audio step is a result; only a failed launch throws InterleaveError. Without a ledger the
+    // group's own files are protected alone.
     InterleaveResult interleave(const InterleaveGroup& group, const ChannelLayout& layout, const QString& outputURL,
-                                const ProcessingOptions& options) const;
+                                const ProcessingOptions& options, RunLedger* ledger = nullptr,
+                                const BeforePublishing& complete = {}, bool isDurable = false) const;
 
     // What stands between a stereo merge and the removal of its sources: channels, duration (0.01 s) and the presence
     // of BEXT identity fields. Throws FFProbeError, and InterleaveError if bwfmetaedit can't be started.
     ProcessingStatus verifyInterleavedOutput(const QString& outputURL, int expectedChannels,
                                              std::optional<double> expectedDuration, const QString& ffprobePath) const;
 
+    // The names of the BEXT identity fields in which the output is not its source; nothing if one of them can't be read.
+    std::optional<QStringList> differingIdentity(const QString& source, const QString& output) const;
+
 private:
-    InterleaveResult runFFmpeg(const InterleaveGroup& group, const QStringList& arguments, const QString& outputURL,
-                               const std::vector<RIFFChunk>& chunks) const;
+    struct Work;
+    void runFFmpeg(Work& work, const QStringList& arguments) const;
+    void addMetadata(Work& work) const;
+    void check(Work& work) const;
+    void publish(Work& work, const WritePermission& permission, bool isDurable) const;
     void cloneMetadata(const QString& from, const QString& to) const;
     void cloneMetadataViaExtraction(const QString& from, const QString& to) const;
+    std::optional<QMap<QString, QString>> identityFields(const QString& path) const;
     bool verifyMetadataPresent(const QString& path) const;
     void report(const QUuid& groupId, const ProcessingStatus& status) const;
 

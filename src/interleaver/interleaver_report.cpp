@@ -15,28 +15,20 @@ QString tierWord(std::optional<MetadataTier> tier) { return reportName(tier.valu
 
 QString number(std::optional<int> value) { return value ? QString::number(*value) : kNotKnown; }
 
-// What became of the sources, by the options of the mode; those of items that gave no output were not touched.
-QString originalsWord(const ProcessingStatus& status, bool moved, bool deleted) {
-    using Kind = ProcessingStatus::Kind;
-    const bool done = status.kind == Kind::completed || status.kind == Kind::completedWithWarning;
-    if (done && moved) return QStringLiteral("Moved");
-    if (done && deleted) return QStringLiteral("Deleted");
-    return QStringLiteral("Kept");
+// As it happened; nothing has happened to the sources of an item that no run took.
+QString originalsWord(const std::optional<ItemOutcome>& outcome) {
+    return outcome ? outcome->sourcesText() : reportName(SourceFate::Kind::kept);
 }
 
-QString originalsWord(const InterleaveGroup& group, const ProcessingOptions& options) {
-    // A certified merge went through the L/R clean-up and not through the options for originals.
-    if (group.status == ProcessingStatus::completedCarbonCopyCertified()) {
-        if (options.lrCleanupMode == LRCleanupMode::verifiedConsolidation) return QStringLiteral("Moved");
-        if (options.lrCleanupMode == LRCleanupMode::hardDelete) return QStringLiteral("Deleted");
-    }
-    return originalsWord(group.status, options.moveOriginalsInterleave, options.deleteOriginalsInterleave);
+QStringList outputNames(const std::optional<ItemOutcome>& outcome) {
+    QStringList names;
+    for (const QString& output : outcome ? outcome->outputs : QStringList()) names << paths::lastComponent(output);
+    return names;
 }
 
 } // namespace
 
-ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const ChannelLayout& layout,
-                            const ProcessingOptions& options) {
+ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const ChannelLayout& layout) {
     ReportTable table;
     table.headers = columns(u"Group|Channels|Source Files|Output File|Layout|Format|Metadata Tier|Sample Rate|"
                             u"Bit Depth|Duration|Originals|Status");
@@ -46,30 +38,24 @@ ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const Ch
         table.rows << QStringList{group.baseName,
                                   QStringLiteral("%1ch").arg(group.channelFiles.size()),
                                   tags.join(u'+'),
-                                  group.outputURL.isEmpty() ? kNotKnown : paths::lastComponent(group.outputURL),
+                                  outputNames(group.outcome).value(0, kNotKnown),
                                   layout.displayName,
                                   formatWord(group.containerKind),
                                   tierWord(group.metadataTier),
                                   number(group.sampleRate),
                                   number(group.bitDepth),
                                   group.duration ? CSVReportGenerator::formatDuration(*group.duration) : kNotKnown,
-                                  originalsWord(group, options),
+                                  originalsWord(group.outcome),
                                   CSVReportGenerator::statusString(group.status)};
     }
     return table;
 }
 
-ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources, const ProcessingOptions& options) {
+ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources) {
     ReportTable table;
     table.headers = columns(u"Source File|Source Path|Channels|Layout|Format|Metadata Tier|Sample Rate|Bit Depth|"
                             u"Duration|ISOs Created|Originals|Status");
     for (const MultiChannelSource& source : sources) {
-        QStringList names;
-        const auto outputs = source.outputURLs(rawText(options.channelSeparator), QString(),
-                                               source.outputFormat(options.outputFormatPolicy));
-        for (const QString& tag : source.layout.channelTags) {
-            if (outputs.contains(tag)) names << paths::lastComponent(outputs.value(tag));
-        }
         table.rows << QStringList{
             paths::lastComponent(source.sourceURL),
             source.sourceURL,
@@ -80,8 +66,8 @@ ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources, co
             QString::number(source.sampleRate),
             QString::number(source.bitDepth),
             CSVReportGenerator::formatDuration(source.duration),
-            names.join(QStringLiteral(" | ")),
-            originalsWord(source.status, options.moveOriginalsDeinterleave, options.deleteOriginalsDeinterleave),
+            outputNames(source.outcome).join(QStringLiteral(" | ")),
+            originalsWord(source.outcome),
             CSVReportGenerator::statusString(source.status)};
     }
     return table;

@@ -15,9 +15,8 @@ struct ReportTable {
     QVector<QStringList> rows; // one an item, whatever its status
 };
 
-ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const ChannelLayout& layout,
-                            const ProcessingOptions& options);
-ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources, const ProcessingOptions& options);
+ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const ChannelLayout& layout);
+ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources);
 
 // What a report tells of the run around its table.
 struct InterleaverReport {

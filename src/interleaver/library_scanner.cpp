@@ -1,8 +1,8 @@
 #include "interleaver/library_scanner.h"
 
+#include "foundation/recording_list.h"
 #include "interleaver/library_safety.h"
 #include "metadata/asset_descriptor.h"
-#include "platform/files.h"
 #include "platform/paths.h"
 
 #include <QSet>
@@ -28,10 +28,15 @@ void say(const std::function<void(const QString&)>& handler, const QString& text
 bool isCancelled(const ScanRequest& request) { return request.isCancelled && request.isCancelled(); }
 
 QStringList collectFolder(const QString& folder, const ScanRequest& request, bool wavOnly) {
-    const auto listing = files::list(folder, request.includeSubfolders, wantedExtensions(wavOnly));
+    const auto listing = listRecordings(folder, request.includeSubfolders, wantedExtensions(wavOnly));
     if (!listing) throw ScanError(ScanError::Kind::cannotEnumerate, folder);
     for (const QString& sentence : listing->unreadable) say(request.warn, sentence);
-    return listing->files;
+    // Sources of earlier jobs are kept there: to take them again would make everything twice.
+    QStringList files;
+    for (const QString& file : listing->files) {
+        if (!file.mid(folder.size()).contains(QStringLiteral("/Originals/"))) files << file;
+    }
+    return files;
 }
 
 // Every file once, although folders and files of a selection may lie in each other.

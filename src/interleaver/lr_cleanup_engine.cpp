@@ -1,27 +1,30 @@
 #include "interleaver/lr_cleanup_engine.h"
 
-#include "platform/files.h"
 #include "platform/paths.h"
 
 namespace ostrel {
+namespace {
 
-void LRCleanupEngine::moveToBackupFolder(const QString& leftURL, const QString& rightURL, const QString& libraryRoot) {
-    const QString backup = paths::append(libraryRoot, QStringLiteral("Originals"));
-    files::createFolder(backup);
-    const auto destination = [&](QString file) {
-        return paths::append(backup, file.remove(libraryRoot + QLatin1Char('/')));
-    };
-    const QString left = destination(leftURL);
-    const QString right = destination(rightURL);
-    files::createFolder(paths::parent(left));
-    files::createFolder(paths::parent(right));
-    files::move(leftURL, left);
-    files::move(rightURL, right);
+QString backupOf(const QString& file, const QString& libraryRoot) {
+    const QString root = libraryRoot.endsWith(u'/') ? libraryRoot : libraryRoot + QLatin1Char('/');
+    const bool isInside = file.startsWith(root);
+    const QString folder = isInside ? libraryRoot : paths::parent(file);
+    const QString relative = isInside ? file.mid(root.size()) : paths::lastComponent(file);
+    return paths::append(paths::append(folder, QStringLiteral("Originals")), relative);
 }
 
-void LRCleanupEngine::deleteFiles(const QString& leftURL, const QString& rightURL) {
-    if (paths::exists(leftURL)) files::remove(leftURL);
-    if (paths::exists(rightURL)) files::remove(rightURL);
+} // namespace
+
+SourceStepsResult LRCleanupEngine::moveToBackupFolder(const QString& leftURL, const QString& rightURL,
+                                                      const QString& libraryRoot, const AudioProof& proof,
+                                                      Journal& journal) {
+    return takeSourcesAway({{leftURL, backupOf(leftURL, libraryRoot)}, {rightURL, backupOf(rightURL, libraryRoot)}},
+                           proof, journal);
+}
+
+SourceStepsResult LRCleanupEngine::deleteFiles(const QString& leftURL, const QString& rightURL, const AudioProof& proof,
+                                               Journal& journal) {
+    return takeSourcesAway({{leftURL, QString()}, {rightURL, QString()}}, proof, journal);
 }
 
 } // namespace ostrel

@@ -1,5 +1,9 @@
-// Removes the two mono sources of a certified stereo merge from the library. Makes no check of its own.
+// Takes the two mono sources of a certified stereo merge out of the library: both, or neither.
+//
+// Block; for any thread. Nothing is ever replaced, and nothing goes that the proof does not cover.
 #pragma once
+
+#include "foundation/source_steps.h"
 
 #include <QString>
 
@@ -7,12 +11,13 @@ namespace ostrel {
 
 class LRCleanupEngine {
 public:
-    // Into "{libraryRoot}/Originals", the library's folders mirrored below. Throws FileError; nothing is ever replaced,
-    // and a left file that was moved before the right one failed stays moved.
-    static void moveToBackupFolder(const QString& leftURL, const QString& rightURL, const QString& libraryRoot);
+    // Into "{libraryRoot}/Originals", the library's folders mirrored below. A pair outside the root goes to "Originals"
+    // beside it.
+    static SourceStepsResult moveToBackupFolder(const QString& leftURL, const QString& rightURL,
+                                                const QString& libraryRoot, const AudioProof& proof, Journal& journal);
 
-    // A file already gone is no error. Throws FileError; if the left file fails, the right one is not tried.
-    static void deleteFiles(const QString& leftURL, const QString& rightURL);
+    static SourceStepsResult deleteFiles(const QString& leftURL, const QString& rightURL, const AudioProof& proof,
+                                         Journal& journal);
 };
 
 } // namespace ostrel

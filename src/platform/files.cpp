@@ -192,6 +192,7 @@ void move(const QString& from, const QString& to) {
 
 void renameWithoutReplacing(const QString& from, const QString& to) {
     errno = renameOverNothing(from, to);
+    if (errno == EEXIST) throw NameTakenError(QStringLiteral("Could not create %1: %2").arg(to, reason()));
     if (errno != 0) fail(QStringLiteral("Could not create"), to, reason());
 }
 

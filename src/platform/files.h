@@ -16,6 +16,12 @@ public:
     QString description;
 };
 
+// The name for a new file is taken by another one.
+class NameTakenError : public FileError {
+public:
+    using FileError::FileError;
+};
+
 namespace files {
 
 // With its parents. No error if it is there already.
@@ -25,7 +31,7 @@ void createFolder(const QString& path);
 // goes. Never replaces what stands at `to`: that is an error, and both files stay.
 void move(const QString& from, const QString& to);
 
-// A new name in one step, on one file system. Without replacing, a name that is taken is an error. Where the file system
+// A new name in one step, on one file system. Without replacing, a name that is taken is a NameTakenError. Where the file system
 // can't do that itself, a hard link or a placeholder does.
 void renameWithoutReplacing(const QString& from, const QString& to);
 void renameOver(const QString& from, const QString& to);

@@ -1,6 +1,7 @@
 #include "polytools/iso_grouping_engine.h"
 
 #include "foundation/domain_error.h"
+#include "foundation/recording_list.h"
 #include "platform/child_process.h"
 #include "platform/files.h"
 #include "platform/parallel.h"
@@ -115,7 +116,7 @@ GroupingResult ISOGroupingEngine::groupISOFilesInFolder(const QString& folderURL
 }
 
 std::vector<ISOFile> ISOGroupingEngine::scanForISOFiles(const QString& folderURL, bool recursive) const {
-    const std::optional<files::Listing> listing = files::list(folderURL, recursive, {QStringLiteral("wav")});
+    const std::optional<files::Listing> listing = listRecordings(folderURL, recursive, {QStringLiteral("wav")});
     if (!listing) throw DomainError(QStringLiteral("ScanError"), 1, QStringLiteral("Failed to enumerate folder"));
     for (const QString& sentence : listing->unreadable) logGrouping(QStringLiteral("⚠️ [Scan] ") + sentence);
     std::vector<ISOFile> files = readMonoFiles(listing->files, QStringLiteral("Scan"));

@@ -214,10 +214,8 @@ private:
         const QString layout = panLayout(static_cast<int>(final_.size()), poly_.channelCount, poly_.channelLayout);
         const QString filter = panFilter(final_, layout);
         log_.info(kProcess, QStringLiteral("🔧 Pan filter: ") + filter);
-        const PartialOutput partial(output);
         const ProcessResult ffmpeg = runFFmpeg(filter, output);
         if (!ffmpeg.succeeded()) {
-            partial.discard();
             const QString text = QStringLiteral("❌ ffmpeg failed: ") +
                                  decodeUtf8(ffmpeg.standardError).value_or(QStringLiteral("Unknown error"));
             log_.error(kProcess, text);

@@ -1,5 +1,6 @@
 #include "polytools/poly_edit_flow.h"
 
+#include "foundation/recording_list.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "polytools/poly_preview.h"
@@ -146,7 +147,7 @@ QCoro::Task<> PolyEditFlow::run(BatchEditOptions options, QString folder, TaskHa
 QCoro::Task<QStringList> PolyEditFlow::findFiles(QString folder, TaskHandle handle) {
     services_.info(LogCategory::scan, QStringLiteral("Scanning folder for WAV files..."));
     const auto work = [folder, recursive = state_.recursiveScan.value()] {
-        return files::list(folder, recursive, {QStringLiteral("wav")});
+        return listRecordings(folder, recursive, {QStringLiteral("wav")});
     };
     const std::optional<files::Listing> found = co_await inBackground(services_.owner(), work);
     if (handle.isCancelled()) co_return QStringList();

@@ -1,6 +1,7 @@
 #include "polytools/poly_file_reader.h"
 
 #include "foundation/domain_error.h"
+#include "foundation/recording_list.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "polytools/engine_services.h"
@@ -35,7 +36,7 @@ int integer(const QString& text, const char* what) {
 } // namespace
 
 PolyFileReader::Scan PolyFileReader::scan(const QString& folder, bool recursive) const {
-    const std::optional<files::Listing> listing = files::list(folder, recursive, {QStringLiteral("wav")});
+    const std::optional<files::Listing> listing = listRecordings(folder, recursive, {QStringLiteral("wav")});
     if (!listing) throw DomainError(QStringLiteral("ScanError"), 1, QStringLiteral("Failed to enumerate folder"));
     Scan result;
     result.unreadable = listing->unreadable;

@@ -1,5 +1,6 @@
 #include "polytools/poly_source_selection.h"
 
+#include "foundation/recording_list.h"
 #include "platform/files.h"
 #include "platform/parallel.h"
 #include "platform/paths.h"
@@ -82,7 +83,7 @@ QCoro::Task<> PolySourceSelection::listFolders(QStringList folders, TaskHandle h
     const auto work = [folders, recursive] {
         files::Listing found;
         for (const QString& folder : folders) {
-            const auto listing = files::list(folder, recursive, {QStringLiteral("wav")});
+            const auto listing = listRecordings(folder, recursive, {QStringLiteral("wav")});
             if (!listing) {
                 found.unreadable << QStringLiteral("Folder can't be read: ") + folder;
                 continue;
@@ -114,7 +115,7 @@ QCoro::Task<> PolySourceSelection::listFolders(QStringList folders, TaskHandle h
 
 QCoro::Task<> PolySourceSelection::showFolder(QString folder, TaskHandle handle) {
     const auto work = [folder, recursive = state_.recursiveScan.value()] {
-        return files::list(folder, recursive, {QStringLiteral("wav")}).value_or(files::Listing());
+        return listRecordings(folder, recursive, {QStringLiteral("wav")}).value_or(files::Listing());
     };
     const files::Listing found = co_await inBackground(services_.owner(), work);
     if (!handle.isCancelled()) populateBatchPolyMetadata(found.files);

@@ -1,4 +1,5 @@
 // The analysis side of the Stereo Validator's controller.
+#include "foundation/recording_list.h"
 #include "platform/audio_file.h"
 #include "platform/paths.h"
 #include "stereovalidator/stereo_validator_engine.h"
@@ -20,7 +21,7 @@ bool isMono(const QString& file, const QString& ffmpegPath) {
 } // namespace
 
 files::Listing StereoValidatorViewModel::scanForAudioFiles(const QString& folder, bool recursive) {
-    const auto found = files::list(folder, recursive, validatorExtensions(), files::HiddenEntries::included);
+    const auto found = listRecordings(folder, recursive, validatorExtensions(), files::HiddenEntries::included);
     return found ? *found : files::Listing{{}, {QStringLiteral("Folder can't be read: ") + folder}};
 }
 

@@ -1,0 +1,66 @@
+#include "interleaver/deinterleave_job.h"
+
+#include "interleaver/interleave_command.h"
+#include "platform/paths.h"
+
+#include <algorithm>
+
+namespace ostrel {
+
+DeinterleaveJob::DeinterleaveJob(const RunContext& run, const MultiChannelSource& source,
+                                 DeinterleaveEngine::StatusUpdate onStatusUpdate)
+    : run_(run), source_(source), name_(paths::lastComponent(source.sourceURL)),
+      engine_(run.ffmpegPath, run.ffprobePath, std::move(onStatusUpdate)) {}
+
+ItemReport DeinterleaveJob::run() {
+    const DeinterleaveResult result = makeOutputs();
+    report_.outcome = result.outcome;
+    const auto say = [this](LogLevel level, const QString& message) {
+        report_.say(level, LogCategory::process, message, name_);
+    };
+    for (const QString& warning : result.outcome.warnings) say(LogLevel::warning, warning);
+    if (!result.outcome.succeeded()) {
+        say(LogLevel::error, QStringLiteral("%1: %2").arg(name_, result.outcome.message));
+        return std::move(report_);
+    }
+    if (metadataFailures_ > 0) {
+        report_.outcome.status =
+            ProcessingStatus::completedWithWarning(QStringLiteral("%1 metadata failures").arg(metadataFailures_));
+    }
+    say(LogLevel::success, result.outcome.message);
+    if (originals() != Originals::keep) settle(result);
+    return std::move(report_);
+}
+
+Originals DeinterleaveJob::originals() const {
+    if (run_.options.moveOriginalsDeinterleave) return Originals::move;
+    return run_.options.deleteOriginalsDeinterleave ? Originals::remove : Originals::keep;
+}
+
+DeinterleaveResult DeinterleaveJob::makeOutputs() {
+    try {
+        return engine_.deinterleave(
+            source_, run_.options, run_.outputFolder, run_.ledger.get(),
+            [this](const QStringList& unfinished) { copyMetadata(unfinished); }, originals() != Originals::keep);
+    } catch (const DeinterleaveError& error) {
+        return {ItemOutcome::failure(error.errorDescription(), {source_.sourceURL})};
+    } catch (const std::exception& error) { // memory, most likely: this item fails, the batch goes on
+        return {ItemOutcome::failure(QString::fromUtf8(error.what()), {source_.sourceURL})};
+    }
+}
+
+void DeinterleaveJob::copyMetadata(const QStringList& unfinished) {
+    if (!run_.metadataEngine || unfinished.isEmpty()) return;
+    const QMap<QString, MetadataResult> copied =
+        run_.metadataEngine->copyMetadataToMultiple(source_.sourceURL, unfinished);
+    metadataFailures_ =
+        std::count_if(copied.begin(), copied.end(), [](const MetadataResult& one) { return !one.success; });
+}
+
+void DeinterleaveJob::settle(const DeinterleaveResult& result) {
+    const AudioProof proof = AudioProof::of({source_.sourceURL}, channelPairs(source_, result.outputURLs),
+                                            {{source_.sourceURL, ffmpegLayoutOf(source_.layout).tags}});
+    settleOriginals(originals(), {source_.sourceURL}, proof, run_, name_, report_);
+}
+
+} // namespace ostrel

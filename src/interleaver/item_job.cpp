@@ -1,0 +1,59 @@
+#include "interleaver/item_job.h"
+
+#include "foundation/source_steps.h"
+#include "platform/paths.h"
+
+namespace ostrel {
+namespace {
+
+std::vector<SourceOrder> ordersFor(Originals originals, const QStringList& sources) {
+    const QString folder = paths::append(paths::parent(sources.value(0)), QStringLiteral("Originals"));
+    std::vector<SourceOrder> orders;
+    for (const QString& source : sources) {
+        const bool moves = originals == Originals::move;
+        orders.push_back({source, moves ? paths::append(folder, paths::lastComponent(source)) : QString()});
+    }
+    return orders;
+}
+
+} // namespace
+
+void ItemReport::say(LogLevel level, LogCategory category, const QString& message, const QString& item) {
+    ProcessingLogEntry entry;
+    entry.level = level;
+    entry.category = category;
+    entry.message = message;
+    entry.baseName = item;
+    log.push_back(std::move(entry));
+}
+
+void settleOriginals(Originals originals, const QStringList& sources, const AudioProof& proof, const RunContext& run,
+                     const QString& item, ItemReport& report) {
+    if (originals == Originals::keep || sources.isEmpty()) return;
+    const SourceStepsResult result = takeSourcesAway(ordersFor(originals, sources), proof, run.journal);
+    report.outcome.sources = result.fates;
+    if (!result.failure.isEmpty()) return keepOriginals(result.failure, item, report);
+    const bool isOne = sources.size() == 1;
+    if (originals == Originals::move) {
+        // The folder is called "Originals" in either case; the words of sets are older than its name and stay.
+        report.say(LogLevel::info, LogCategory::cleanup,
+                   isOne ? QStringLiteral("Moved original to Originals/")
+                         : QStringLiteral("Moved originals to ORIGINALS_MONO/"),
+                   item);
+    } else {
+        report.say(LogLevel::warning, LogCategory::cleanup,
+                   isOne ? QStringLiteral("Deleted original multichannel file")
+                         : QStringLiteral("Deleted original mono files"),
+                   item);
+    }
+}
+
+void keepOriginals(const QString& why, const QString& item, ItemReport& report) {
+    const QString sentence = QStringLiteral("Originals kept: ") + why;
+    report.say(LogLevel::warning, LogCategory::cleanup, sentence, item);
+    report.outcome.status = ProcessingStatus::completedWithWarning(sentence);
+    report.outcome.warnings << sentence;
+    report.outcome.message = sentence;
+}
+
+} // namespace ostrel

@@ -1,0 +1,57 @@
+// What one run of the Interleaver gives each of its items to work with, and what an item gives back.
+#pragma once
+
+#include "foundation/item_outcome.h"
+#include "foundation/journal.h"
+#include "foundation/multi_channel_source.h"
+#include "foundation/processing_log.h"
+#include "foundation/run_ledger.h"
+#include "metadata/metadata_engine.h"
+
+#include <QString>
+#include <QStringList>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace ostrel {
+
+class AudioProof;
+
+// Taken when the run starts; its ledger and its journal live as long as the run.
+struct RunContext {
+    QString ffmpegPath;
+    QString ffprobePath;
+    QString bwfmetaeditPath;
+    std::optional<MetadataEngine> metadataEngine;
+    ChannelLayout layout;
+    ProcessingOptions options;
+    QString outputFolder;  // empty: beside the sources
+    QStringList selection; // the files and folders that the run began with
+    std::unique_ptr<RunLedger> ledger = std::make_unique<RunLedger>();
+    mutable Journal journal;
+
+    explicit RunContext(const QString& job) : journal(job) {}
+};
+
+// What became of the item, and what to say of it, in order.
+struct ItemReport {
+    ItemOutcome outcome;
+    std::vector<ProcessingLogEntry> log;
+
+    void say(LogLevel level, LogCategory category, const QString& message, const QString& item);
+};
+
+// Whether the options ask for sources to go after a success.
+enum class Originals { keep, move, remove };
+
+// "Originals" beside the first source, or away. Writes fates, log and (where they stay although that was asked for) the
+// status into the report; `proof` says whether they may go.
+void settleOriginals(Originals originals, const QStringList& sources, const AudioProof& proof, const RunContext& run,
+                     const QString& item, ItemReport& report);
+
+// Originals that stay although their removal was asked for: why, in the log, the status and the message.
+void keepOriginals(const QString& why, const QString& item, ItemReport& report);
+
+} // namespace ostrel
