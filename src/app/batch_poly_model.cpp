@@ -144,7 +144,7 @@ void BatchPolyModel::announcePoly(int index) {
 void BatchPolyModel::takeResults() {
     results_.clear();
     if (const auto& results = viewModel_.batchResults.value()) {
-        for (const PolyFileResult& file : results->fileResults) results_.insert(file.sourceURL, file.status);
+        for (const PolyFileResult& file : results->fileResults) results_.insert(file.sourceURL, file.outcome.status);
     }
     if (rowCount() > 0) Q_EMIT dataChanged(index(0, StatusColumn), index(rowCount() - 1, StatusColumn));
 }

@@ -124,7 +124,7 @@ void GroupCardView::paintHeadline(QPainter& painter, const QRect& line, const QS
     const Badge confidence = badgeOf(model_.group(index));
     const GroupJoinResult* result = model_.result(index);
     const int confidenceWidth = option.fontMetrics.horizontalAdvance(confidence.word) + 20;
-    const QString outcome = result ? result->status.shortDisplayText() : QString();
+    const QString outcome = result ? result->outcome.status.shortDisplayText() : QString();
     const int outcomeWidth = result ? option.fontMetrics.horizontalAdvance(outcome) + 38 : 0;
     QFont bold = option.font;
     bold.setWeight(QFont::DemiBold);
@@ -138,7 +138,7 @@ void GroupCardView::paintHeadline(QPainter& painter, const QRect& line, const QS
     QRect rest = line;
     rest.setLeft(line.left() + metrics.horizontalAdvance(name) + 18);
     rest.setLeft(rest.left() + paintBadge(painter, rest, confidence, theme) + 18);
-    if (result) paintBadge(painter, rest, {result->status.icon(), outcome, result->status.statusColor()}, theme);
+    if (result) paintBadge(painter, rest, {result->outcome.status.icon(), outcome, result->outcome.status.statusColor()}, theme);
 }
 
 void GroupCardView::paintActions(QPainter& painter, const QStyleOptionViewItem& option,

@@ -182,7 +182,7 @@ QString GroupTreeModel::description(const QModelIndex& index) const {
     QStringList words{outputName(index), rawText(group.confidence), rawText(group.groupingMethod)};
     if (!group.timecode.isEmpty()) words << QStringLiteral("Timecode: ") + group.timecode;
     words << QString::number(group.isoFiles.size()) + QStringLiteral(" channels");
-    if (const GroupJoinResult* result = this->result(index)) words << result->status.displayText();
+    if (const GroupJoinResult* result = this->result(index)) words << result->outcome.status.displayText();
     return words.join(QStringLiteral(", "));
 }
 

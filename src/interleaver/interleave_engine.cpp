@@ -3,6 +3,7 @@
 #include "foundation/debug_log.h"
 #include "foundation/ffmpeg_command.h"
 #include "foundation/ffprobe_parser.h"
+#include "foundation/output_file.h"
 #include "foundation/unexplained_bytes.h"
 #include "interleaver/chunk_carrying.h"
 #include "interleaver/interleave_command.h"
@@ -11,7 +12,6 @@
 #include "platform/child_process.h"
 #include "platform/diagnostics.h"
 #include "platform/files.h"
-#include "platform/new_file.h"
 #include "platform/paths.h"
 #include "platform/text.h"
 
@@ -82,9 +82,8 @@ QString InterleaveEngine::generateOutputURL(const InterleaveGroup& group, const 
 // One job on its way: what it needs at every step, and what it gives in the end.
 struct InterleaveEngine::Work {
     const InterleaveGroup& group;
-    QStringList sources; // in channel order
     std::vector<RIFFChunk> chunks;
-    std::optional<NewFile> file;
+    std::optional<OutputFile> file;
     InterleaveResult result;
     bool hasFailed = false;
 
@@ -102,7 +101,7 @@ InterleaveResult InterleaveEngine::interleave(const InterleaveGroup& group, cons
     const QStringList sources = filesInOrder(group, layout);
     RunLedger ownLedger(group.channelFiles.values());
     if (!ledger) ledger = &ownLedger;
-    Work work{group, sources, extractChunksOrExplain(group.firstFile())};
+    Work work{group, extractChunksOrExplain(group.firstFile())};
     ItemOutcome& outcome = work.result.outcome;
     outcome.sources = ItemOutcome::allKept(sources);
     const auto command = [&, format = group.outputFormat(options.outputFormatPolicy)](const QString& output) {
@@ -116,23 +115,21 @@ InterleaveResult InterleaveEngine::interleave(const InterleaveGroup& group, cons
         return work.result;
     }
     const auto isEarlierOutput = [&] { return AudioProof::of(sources, channelPairs(sources, outputURL)).holds(); };
-    const auto rule = options.skipIfExists ? ExistingOutput::skipped : ExistingOutput::replaced;
-    const WritePermission permission = ledger->mayWrite(outputURL, rule, isEarlierOutput);
+    work.file.emplace(*ledger, outputURL,
+                      options.skipIfExists ? ExistingOutput::skipped : ExistingOutput::replaced, isEarlierOutput);
+    const WritePermission& permission = work.file->permission();
     if (permission.kind == WritePermission::Kind::exists) return skipped(std::move(work.result));
     if (!permission.isGranted()) work.fail(permission.reason);
     if (work.hasFailed) return work.result;
 
     outcome.warnings << unexplainedBytesWarnings(sources);
-    work.file.emplace(outputURL);
-    runFFmpeg(work, command(work.file->path()));
+    runFFmpeg(work, command(work.file->unfinished()));
     if (!work.hasFailed) {
         addMetadata(work);
-        if (complete) complete(work.file->path());
-        check(work);
+        if (complete) complete(work.file->unfinished());
+        publish(work, channelPairs(sources, work.file->unfinished()), isDurable);
     }
-    if (!work.hasFailed) publish(work, permission, isDurable);
-    if (outcome.succeeded()) ledger->noteWritten(outputURL);
-    if (outcome.succeeded() || work.hasFailed) report(group.id, outcome.status);
+    if (!outcome.skipped()) report(group.id, outcome.status);
     return work.result;
 }
 
@@ -149,49 +146,36 @@ void InterleaveEngine::runFFmpeg(Work& work, const QStringList& arguments) const
     if (!run.succeeded()) {
         return work.fail(QStringLiteral("ffmpeg error: ") + extractFFmpegError(run.errorText()));
     }
-    if (paths::exists(work.file->path())) return;
+    if (paths::exists(work.file->unfinished())) return;
     printDiagnostic(QStringLiteral("⚠️  Cannot inject chunks - output file doesn't exist: ") +
-                    paths::lastComponent(work.file->finalPath()));
+                    paths::lastComponent(work.file->path()));
     work.fail(QStringLiteral("ffmpeg failed to create output file"));
-}
-
-void InterleaveEngine::check(Work& work) const {
-    using Kind = ChannelFinding::Kind;
-    const Glance glance = glanceAt(channelPairs(work.sources, work.file->path()));
-    const QString name = paths::lastComponent(work.file->finalPath());
-    if (!glance.shortOutputs.isEmpty()) return work.fail(glance.shortOutputs.first());
-    if (glance.has(Kind::unread)) return work.fail(QStringLiteral("%1 can't be read back").arg(name));
-    if (glance.misread()) return work.fail(misreadSentence(glance.names(Kind::unlike, false)));
-    const QStringList differing = glance.names(Kind::different, false) + glance.names(Kind::unlike, false);
-    work.result.isFaithful = differing.isEmpty() && glance.unequalSources.isEmpty();
-    work.result.outcome.warnings << glance.unequalSources;
-    if (differing.isEmpty()) return;
-    work.result.outcome.warnings << QStringLiteral("%1: the samples of %2 are not those of the source: ffmpeg "
-                                                   "converted or reordered the channels on the way")
-                                        .arg(name, differing.join(QStringLiteral(", ")));
 }
 
 void InterleaveEngine::addMetadata(Work& work) const {
     QString& message = work.result.outcome.message;
     message = QStringLiteral("Successfully created: %1%2")
-                  .arg(paths::lastComponent(work.file->finalPath()), chunkSuffix(work.file->path(), work.chunks));
+                  .arg(paths::lastComponent(work.file->path()), chunkSuffix(work.file->unfinished(), work.chunks));
     if (!work.chunks.empty()) return;
     try {
-        cloneMetadata(work.group.firstFile(), work.file->path());
+        cloneMetadata(work.group.firstFile(), work.file->unfinished());
     } catch (const InterleaveError& error) {
         message = QStringLiteral("Audio OK, metadata warning: ") + error.errorDescription();
     }
 }
 
-void InterleaveEngine::publish(Work& work, const WritePermission& permission, bool isDurable) const {
-    try {
-        work.file->publish(permission.replaces ? NewFile::Over::oldFile : NewFile::Over::nothing, isDurable);
-        work.result.outcome.outputs = QStringList(work.file->finalPath());
-        work.result.outcome.status = ProcessingStatus::completed();
-    } catch (const NameTakenError&) {
+void InterleaveEngine::publish(Work& work, const std::vector<ChannelPair>& pairs, bool isDurable) const {
+    const OutputFile::End end = work.file->finish(pairs, OutputFile::Check::tolerant, isDurable);
+    ItemOutcome& outcome = work.result.outcome;
+    outcome.warnings << end.warnings;
+    work.result.isFaithful = end.isFaithful;
+    if (end.nameWasTaken) {
         work.result = skipped(std::move(work.result)); // another program was faster
-    } catch (const FileError& error) {
-        work.fail(error.description);
+    } else if (!end.failure.isEmpty()) {
+        work.fail(end.failure);
+    } else {
+        outcome.outputs = QStringList(work.file->path());
+        outcome.status = ProcessingStatus::completed();
     }
 }
 

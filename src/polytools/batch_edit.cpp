@@ -1,11 +1,11 @@
 #include "polytools/batch_edit.h"
 
+#include "foundation/run_ledger.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "polytools/poly_channel_filter_engine.h"
 #include "polytools/poly_track_reading.h"
 
-#include <QSet>
 #include <algorithm>
 
 namespace ostrel {
@@ -16,8 +16,8 @@ constexpr LogCategory kProcess = LogCategory::process;
 class BatchEdit {
 public:
     BatchEdit(const BatchEditOptions& options, const PolyEngineTools& tools, const PolyEngineHooks& hooks)
-        : options_(options), tools_(tools), hooks_(hooks), engine_(tools, hooks),
-          log_(hooks, QStringLiteral("PolyToolsVM"), QString()) {}
+        : options_(options), tools_(tools), hooks_(withLedger(hooks, options)), engine_(tools, hooks_),
+          log_(hooks_, QStringLiteral("PolyToolsVM"), QString()) {}
 
     BatchSplitResult run(const std::function<void(const BatchProgress&)>& progress) {
         const int total = static_cast<int>(options_.files.size());
@@ -36,6 +36,12 @@ public:
     }
 
 private:
+    // Every file of the selection is a source: none is written over by the edit of another.
+    static PolyEngineHooks withLedger(PolyEngineHooks hooks, const BatchEditOptions& options) {
+        if (!hooks.ledger) hooks.ledger = std::make_shared<RunLedger>(options.files);
+        return hooks;
+    }
+
     void editOne(const QString& url) {
         PolyFileResult row;
         row.sourceURL = url;
@@ -62,57 +68,30 @@ private:
     ChannelFilterResult rebuild(const PolyFile& poly) {
         const QString folder = options_.outputFolder.isEmpty() ? paths::parent(poly.url) : options_.outputFolder;
         files::createFolder(folder);
-        refused_.clear();
         const QString name = options_.files.size() == 1 ? options_.customName : QString();
         return engine_.removeChannelsFromPoly(poly, options_.filter, folder, name, options_.preserveMetadata,
                                               options_.renames, options_.reorder,
-                                              [this](const QString& output) { return mayWrite(output); });
-    }
-
-    bool mayWrite(const QString& output) {
-        if (!paths::exists(output)) return true;
-        const QString file = paths::lastComponent(output);
-        const bool isSource = std::ranges::any_of(
-            options_.files, [&](const QString& source) { return paths::isSameFile(source, output); });
-        if (options_.skipIfExists && !isSource && !written_.contains(output)) {
-            log_.info(kProcess, QStringLiteral("Skipped (exists): ") + file);
-            refused_ = QStringLiteral("exists");
-            return false;
-        }
-        if (options_.overwriteExisting && !isSource && !written_.contains(output)) return true;
-        throw FileError(isSource ? QStringLiteral("Output is a file of this selection: ") + file
-                                 : QStringLiteral("Output exists, overwrite disabled: ") + file);
+                                              existingOutputRule(options_.skipIfExists, options_.overwriteExisting));
     }
 
     void succeed(PolyFileResult& row, const ChannelFilterResult& edited) {
-        row.createdFiles = edited.outputFiles;
+        row.outcome = edited.outcome;
         row.resultChannels = edited.channelCount;
         row.trackNames = edited.trackNames;
-        if (edited.filesProcessed > 0) {
-            ++result_.successCount;
-            row.status = ProcessingStatus::completed();
-            for (const QString& output : edited.outputFiles) written_.insert(output);
-        } else {
-            ++result_.skipCount;
-            row.status =
-                ProcessingStatus::skipped(refused_.isEmpty() ? QStringLiteral("No matching channels") : refused_);
-        }
+        row.outcome.skipped() ? ++result_.skipCount : ++result_.successCount;
         result_.fileResults.push_back(std::move(row));
     }
 
     void fail(PolyFileResult& row, const QString& reason) {
         ++result_.errorCount;
-        row.status = ProcessingStatus::failed(reason);
-        row.errorMessage = reason;
+        row.outcome = ItemOutcome::failure(reason, {row.sourceURL});
         result_.fileResults.push_back(std::move(row));
     }
 
     const BatchEditOptions& options_;
     const PolyEngineTools& tools_;
-    const PolyEngineHooks& hooks_;
+    const PolyEngineHooks hooks_; // with the batch's ledger
     const PolyChannelFilterEngine engine_;
-    QSet<QString> written_;
-    QString refused_; // why the file at hand was not written; empty: it was
     EngineLog log_;
     BatchSplitResult result_;
 };

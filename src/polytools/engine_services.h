@@ -12,6 +12,8 @@
 
 namespace ostrel {
 
+class Journal;
+class RunLedger;
 class UniversalMetadataEngine;
 struct MetadataPreservationResult;
 
@@ -27,6 +29,10 @@ struct PolyEngineTools {
 struct PolyEngineHooks {
     std::function<void(const ProcessingLogEntry&)> onLogEntry; // each entry, as it comes about
     std::function<bool()> isStopped;                           // asked ahead of every file and channel
+    // Of the run: what it must not write over, and the record of what it replaces. An engine that is called by itself
+    // goes without: it then protects its own sources alone.
+    std::shared_ptr<RunLedger> ledger;
+    std::shared_ptr<Journal> journal;
 
     bool stopped() const { return isStopped && isStopped(); }
 };

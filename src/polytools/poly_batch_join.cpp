@@ -1,4 +1,5 @@
 // The batch layer of the join: one poly a group.
+#include "foundation/run_ledger.h"
 #include "platform/paths.h"
 #include "polytools/poly_join_engine.h"
 
@@ -9,10 +10,10 @@ constexpr LogCategory kProcess = LogCategory::process;
 
 class BatchJoin {
 public:
-    BatchJoin(const PolyJoinEngine& engine, const PolyEngineHooks& hooks, const QString& outputFolder,
-              const JoinOptions& options)
-        : engine_(engine), hooks_(hooks), outputFolder_(outputFolder), options_(options),
-          log_(hooks, QStringLiteral("PolyJoinEngine"), QString()) {}
+    BatchJoin(const PolyEngineTools& tools, const PolyEngineHooks& hooks,
+              const std::vector<ISOGroupCandidate>& groups, const QString& outputFolder, const JoinOptions& options)
+        : hooks_(withLedger(hooks, groups)), engine_(tools, hooks_), outputFolder_(outputFolder), options_(options),
+          log_(hooks_, QStringLiteral("PolyJoinEngine"), QString()) {}
 
     BatchJoinResult run(const std::vector<ISOGroupCandidate>& groups, const PolyJoinEngine::OnBatchProgress& progress) {
         log_.debug(QStringLiteral("🔵 [BatchJoin] Starting batch join: %1 groups").arg(groups.size()));
@@ -37,72 +38,75 @@ public:
     }
 
 private:
+    // Every ISO of every group is a source: none becomes the poly of another group.
+    static PolyEngineHooks withLedger(PolyEngineHooks hooks, const std::vector<ISOGroupCandidate>& groups) {
+        QStringList sources;
+        for (const ISOGroupCandidate& group : groups) {
+            for (const ISOFile& iso : group.isoFiles) sources << iso.url;
+        }
+        if (!hooks.ledger) hooks.ledger = std::make_shared<RunLedger>(sources);
+        return hooks;
+    }
+
     void joinOne(const ISOGroupCandidate& group, const QString& name) {
         const std::vector<ISOFile> isos = group.sortedISOs();
+        GroupJoinResult row{group.id, name, static_cast<int>(isos.size())};
+        for (const ISOFile& iso : isos) row.outcome.sources.push_back({iso.url});
         if (isos.size() < 2) {
             log_.debug(QStringLiteral("⚠️ [BatchJoin] Group '%1' has <2 files, skipping").arg(name));
             log_.warning(kProcess,
                          QStringLiteral("Group '%1' has only %2 file(s), need at least 2").arg(name).arg(isos.size()));
-            ++result_.errorCount;
-            return;
+            row.outcome.message = QStringLiteral("need at least 2 files");
+            row.outcome.status = ProcessingStatus::failed(row.outcome.message);
+        } else {
+            join(isos, row);
         }
-        const QString output = paths::append(outputFolder_, name + QStringLiteral(".wav"));
-        if (!mayWrite(output, name)) return;
+        count(row.outcome);
+        result_.groupResults.push_back(std::move(row));
+    }
 
-        GroupJoinResult row{group.id, name, static_cast<int>(isos.size())};
+    void join(const std::vector<ISOFile>& isos, GroupJoinResult& row) {
+        const QString output = paths::append(outputFolder_, row.outputName + QStringLiteral(".wav"));
         JoinOptions options = options_;
         options.referenceISO = isos.front();
         try {
             JoinResult joined = engine_.join(isos, output, options);
             append(result_.logMessages, std::move(joined.logMessages));
-            joined.success ? succeed(row, output) : fail(row, QStringLiteral("Join operation failed"));
+            row.outcome = std::move(joined.outcome);
+            row.isReported = !row.outcome.skipped();
+            if (row.outcome.failed()) {
+                row.outcome.status = ProcessingStatus::failed(QStringLiteral("Join operation failed"));
+            }
         } catch (const std::exception& error) {
             const QString reason = describe(error);
-            log_.debug(QStringLiteral("❌ [BatchJoin] Error joining '%1': %2").arg(name, reason));
-            log_.error(kProcess, QStringLiteral("Failed to join group '%1': %2").arg(name, reason));
-            fail(row, reason);
+            log_.debug(QStringLiteral("❌ [BatchJoin] Error joining '%1': %2").arg(row.outputName, reason));
+            log_.error(kProcess, QStringLiteral("Failed to join group '%1': %2").arg(row.outputName, reason));
+            row.outcome.status = ProcessingStatus::failed(reason);
+            row.outcome.message = reason;
+            row.isReported = true;
         }
-        result_.groupResults.push_back(std::move(row));
-    }
-
-    bool mayWrite(const QString& output, const QString& name) {
-        if (!paths::exists(output)) return true;
-        if (options_.skipIfExists) {
-            log_.debug(QStringLiteral("⏭️ [BatchJoin] Skipping '%1' (exists)").arg(name));
-            log_.info(kProcess, QStringLiteral("Skipped (exists): %1.wav").arg(name));
-            ++result_.skipCount;
-            return false;
+        if (row.outcome.succeeded()) {
+            log_.debug(QStringLiteral("✅ [BatchJoin] Created: %1.wav (%2 channels)")
+                           .arg(row.outputName)
+                           .arg(row.channelCount));
+        } else if (row.outcome.failed()) {
+            log_.debug(QStringLiteral("❌ [BatchJoin] Failed: %1.wav").arg(row.outputName));
+        } else {
+            log_.debug(QStringLiteral("⏭️ [BatchJoin] Skipping '%1' (exists)").arg(row.outputName));
         }
-        // Two groups of one name: overwriting is for what earlier runs left, not for the poly made a moment ago.
-        if (options_.overwriteExisting && !madeHere_.contains(output)) return true;
-        log_.debug(QStringLiteral("❌ [BatchJoin] Output exists for '%1', overwrite disabled").arg(name));
-        log_.error(kProcess, QStringLiteral("Output exists, overwrite disabled: %1.wav").arg(name));
-        ++result_.errorCount;
-        return false;
     }
 
-    void succeed(GroupJoinResult& row, const QString& output) {
-        log_.debug(
-            QStringLiteral("✅ [BatchJoin] Created: %1.wav (%2 channels)").arg(row.outputName).arg(row.channelCount));
-        row.status = ProcessingStatus::completed();
-        row.outputURL = output;
-        madeHere_.insert(output);
-        ++result_.successCount;
-        ++result_.totalPolysCreated;
+    void count(const ItemOutcome& outcome) {
+        result_.successCount += outcome.succeeded() ? 1 : 0;
+        result_.totalPolysCreated += outcome.succeeded() ? 1 : 0;
+        result_.skipCount += outcome.skipped() ? 1 : 0;
+        result_.errorCount += outcome.failed() ? 1 : 0;
     }
 
-    void fail(GroupJoinResult& row, const QString& reason) {
-        log_.debug(QStringLiteral("❌ [BatchJoin] Failed: %1.wav").arg(row.outputName));
-        row.status = ProcessingStatus::failed(reason);
-        row.errorMessage = reason;
-        ++result_.errorCount;
-    }
-
-    const PolyJoinEngine& engine_;
-    const PolyEngineHooks& hooks_;
+    PolyEngineHooks hooks_; // with the batch's ledger
+    const PolyJoinEngine engine_;
     const QString outputFolder_;
     const JoinOptions& options_;
-    QSet<QString> madeHere_;
     EngineLog log_;
     BatchJoinResult result_;
 };
@@ -124,7 +128,7 @@ QString groupOutputName(const ISOGroupCandidate& group, bool keepOriginalName) {
 
 BatchJoinResult PolyJoinEngine::batchJoin(const std::vector<ISOGroupCandidate>& groups, const QString& outputFolder,
                                           const JoinOptions& options, const OnBatchProgress& progress) const {
-    return BatchJoin(*this, hooks_, outputFolder, options).run(groups, progress);
+    return BatchJoin(tools_, hooks_, groups, outputFolder, options).run(groups, progress);
 }
 
 } // namespace ostrel

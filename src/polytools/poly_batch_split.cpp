@@ -1,5 +1,6 @@
 // The batch layer of the split: which polys, which folders, and the manifests that travel along.
 #include "foundation/domain_error.h"
+#include "foundation/run_ledger.h"
 #include "metadata/metadata_manifest.h"
 #include "metadata/metadata_manifest_extractor.h"
 #include "platform/files.h"
@@ -19,13 +20,13 @@ DomainError batchError(int code, const char* description) {
 
 class BatchSplit {
 public:
-    BatchSplit(const PolySplitEngine& engine, const PolyEngineTools& tools, const PolyEngineHooks& hooks,
-               const BatchSplitOptions& options)
-        : engine_(engine), tools_(tools), hooks_(hooks), options_(options),
+    BatchSplit(const PolyEngineTools& tools, const PolyEngineHooks& hooks, const BatchSplitOptions& options)
+        : tools_(tools), hooks_(hooks), options_(options),
           log_(hooks, QStringLiteral("PolySplitEngine"), QString()) {}
 
     BatchSplitResult run(const PolySplitEngine::OnBatchProgress& progress) {
         const std::vector<PolyFile> polys = findPolys();
+        openLedger(polys);
         log_.info(LogCategory::scan, QStringLiteral("Found %1 poly files to process").arg(polys.size()));
         takeLog();
         if (polys.empty()) throw batchError(2, "No valid poly files found");
@@ -54,6 +55,14 @@ public:
     }
 
 private:
+    // Every poly of the batch is a source: none becomes an output of another.
+    void openLedger(const std::vector<PolyFile>& polys) {
+        QStringList sources;
+        for (const PolyFile& poly : polys) sources << poly.url;
+        if (!hooks_.ledger) hooks_.ledger = std::make_shared<RunLedger>(sources);
+        splitter_.emplace(tools_, hooks_);
+    }
+
     std::vector<PolyFile> findPolys() {
         const PolyFileReader reader(tools_.ffprobePath, [this](const QString& line) { log_.debug(line); });
         if (options_.selectedFiles) return readSelection(reader, *options_.selectedFiles);
@@ -107,13 +116,13 @@ private:
         options.skipIfExists = options_.skipIfExists;
         options.overwriteExisting = options_.overwriteExisting;
         options.keepOriginalName = options_.keepOriginalName;
-        SplitResult split = engine_.split(poly, folder, options);
+        SplitResult split = splitter_->split(poly, folder, options);
         if (manifest) copyManifest(poly, folder);
 
         row.trackNames = options.trackNames.value_or(QStringList());
         row.outputFolder = paths::lastComponent(folder);
         row.isosCreated = split.createdCount;
-        row.createdFiles = split.createdFiles;
+        row.outcome = split.outcome;
         count(row, split);
         append(result_.logMessages, std::move(split.logEntries));
         log_.debug(
@@ -126,12 +135,10 @@ private:
         result_.skipCount += split.skippedCount;
         if (split.errorCount == 0) {
             ++result_.successCount;
-            row.status = ProcessingStatus::completed();
+            row.outcome.status = ProcessingStatus::completed();
             return;
         }
         ++result_.errorCount;
-        row.errorMessage = QStringLiteral("Failed to create %1 ISOs").arg(split.errorCount);
-        row.status = ProcessingStatus::failed(row.errorMessage);
     }
 
     void fail(PolyFileResult& row, const QString& reason) {
@@ -141,8 +148,7 @@ private:
         ++result_.errorCount;
         row.isosCreated = 0;
         row.outputFolder.clear();
-        row.errorMessage = reason;
-        row.status = ProcessingStatus::failed(reason);
+        row.outcome = ItemOutcome::failure(reason, {row.sourceURL});
     }
 
     std::optional<MetadataManifest> loadOrCreateManifest(const PolyFile& poly) const {
@@ -215,9 +221,9 @@ private:
     // The entries so far go ahead of those of the next split.
     void takeLog() { append(result_.logMessages, log_.take()); }
 
-    const PolySplitEngine& engine_;
     const PolyEngineTools& tools_;
-    const PolyEngineHooks& hooks_;
+    PolyEngineHooks hooks_; // with the batch's ledger
+    std::optional<PolySplitEngine> splitter_;
     const BatchSplitOptions& options_;
     EngineLog log_;
     BatchSplitResult result_;
@@ -226,7 +232,7 @@ private:
 } // namespace
 
 BatchSplitResult PolySplitEngine::batchSplit(const BatchSplitOptions& options, const OnBatchProgress& progress) const {
-    return BatchSplit(*this, tools_, hooks_, options).run(progress);
+    return BatchSplit(tools_, hooks_, options).run(progress);
 }
 
 } // namespace ostrel

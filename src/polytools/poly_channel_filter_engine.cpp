@@ -1,6 +1,8 @@
 #include "polytools/poly_channel_filter_engine.h"
 
 #include "foundation/domain_error.h"
+#include "foundation/output_file.h"
+#include "foundation/unexplained_bytes.h"
 #include "metadata/ixml_text.h"
 #include "metadata/universal_metadata_engine.h"
 #include "platform/child_process.h"
@@ -8,6 +10,7 @@
 #include "platform/paths.h"
 #include "platform/standard_folders.h"
 #include "platform/text.h"
+#include "platform/tool_limits.h"
 
 #include <QElapsedTimer>
 #include <algorithm>
@@ -47,27 +50,36 @@ public:
     Edit(const PolyChannelFilterEngine& engine, const PolyEngineTools& tools, const PolyEngineHooks& hooks,
          const PolyFile& poly, const RenameMap& renames, const ReorderList& reorder)
         : engine_(engine), tools_(tools), poly_(poly), renames_(renames), reorder_(reorder),
-          reordered_(reorder && !reorder->empty()),
+          reordered_(reorder && !reorder->empty()), ownLedger_(QStringList(poly.url)),
+          ledger_(hooks.ledger ? *hooks.ledger : ownLedger_),
           log_(hooks, QStringLiteral("PolyChannelFilterEngine"), paths::stem(poly.url)) {}
 
     ChannelFilterResult run(const ChannelFilterOptions& filter, const QString& outputFolder, const QString& outputName,
-                            const PolyChannelFilterEngine::MayWrite& mayWrite) {
+                            ExistingOutput rule) {
         QElapsedTimer clock;
         clock.start();
         log_.info(kProcess, QStringLiteral("━━━ REMOVE CHANNELS: %1 ━━━").arg(poly_.fileName));
         const std::vector<SourceTrack> tracks = readTracks();
         const Removal removal = decide(filter, tracks);
-        if (nothingMatched(removal)) return finished(0, {});
+        if (nothingMatched(removal)) return skipped(QStringLiteral("No matching channels"));
         if (poly_.channelCount <= static_cast<int>(removal.numbers.size())) {
             throw filterError(2, QStringLiteral("Cannot remove ALL channels. At least 1 channel must remain."));
         }
         plan(tracks, removal);
-        const QString output = chooseOutput(outputFolder, outputName);
-        if (mayWrite && !mayWrite(output)) return finished(0, {});
-        build(output);
-        restoreMetadata(output);
+        const QString path = chooseOutput(outputFolder, outputName);
+        for (const QString& warning : ledger_.prepareFolder(outputFolder)) warn(warning);
+        OutputFile output(ledger_, path, rule);
+        if (output.permission().kind == WritePermission::Kind::exists) {
+            log_.info(kProcess, QStringLiteral("Skipped (exists): ") + paths::lastComponent(path));
+            return skipped(QStringLiteral("exists"));
+        }
+        if (!output.permission().isGranted()) throw FileError(output.permission().reason);
+        for (const QString& warning : unexplainedBytesWarnings({poly_.url})) warn(warning);
+        build(output.unfinished(), paths::lastComponent(path));
+        restoreMetadata(output.unfinished());
+        publish(output);
         log_.success(kProcess, QStringLiteral("━━━ COMPLETE in %1s ━━━").arg(fixed(clock.elapsed() / 1000.0, 2)));
-        return finished(1, {output});
+        return finished(ProcessingStatus::completed(), {path});
     }
 
 private:
@@ -207,8 +219,7 @@ private:
                paths::isSameFile(output, poly_.url);
     }
 
-    void build(const QString& output) {
-        const QString file = paths::lastComponent(output);
+    void build(const QString& output, const QString& file) {
         log_.info(kProcess, QStringLiteral("💾 Output: ") + file);
         log_.info(kProcess, QStringLiteral("🔨 Building new poly with ffmpeg pan filter..."));
         const QString layout = panLayout(static_cast<int>(final_.size()), poly_.channelCount, poly_.channelLayout);
@@ -216,8 +227,7 @@ private:
         log_.info(kProcess, QStringLiteral("🔧 Pan filter: ") + filter);
         const ProcessResult ffmpeg = runFFmpeg(filter, output);
         if (!ffmpeg.succeeded()) {
-            const QString text = QStringLiteral("❌ ffmpeg failed: ") +
-                                 decodeUtf8(ffmpeg.standardError).value_or(QStringLiteral("Unknown error"));
+            const QString text = QStringLiteral("❌ ffmpeg failed: ") + faultText(ffmpeg);
             log_.error(kProcess, text);
             throw filterError(3, text);
         }
@@ -233,7 +243,7 @@ private:
             command = command.mid(0, command.size() - 2)
                       << QStringLiteral("-rf64") << QStringLiteral("auto") << command.mid(command.size() - 2);
         }
-        return ChildProcess::runSilently(tools_.ffmpegPath, command);
+        return ChildProcess::runSilently(tools_.ffmpegPath, command, limitsByProgress({output}));
     }
 
     void restoreMetadata(const QString& output) {
@@ -313,11 +323,27 @@ private:
         importIXML(tools_.bwfmetaeditPath, xml, iso);
     }
 
-    ChannelFilterResult finished(int files, const QStringList& outputs) {
+    void publish(OutputFile& output) {
+        std::vector<ChannelPair> pairs;
+        for (const FinalTrack& track : final_) {
+            const int channel = static_cast<int>(&track - final_.data());
+            pairs.push_back({{poly_.url, track.originalInterleaveIndex - 1}, {output.unfinished(), channel}});
+        }
+        const OutputFile::End end = output.finish(pairs, OutputFile::Check::strict);
+        if (!end.failure.isEmpty()) throw FileError(end.failure);
+        for (const QString& warning : end.warnings) warn(warning);
+    }
+
+    void warn(const QString& warning) {
+        log_.warning(kProcess, warning);
+        warnings_ << warning;
+    }
+
+    ChannelFilterResult skipped(const QString& why) { return finished(ProcessingStatus::skipped(why), {}); }
+
+    ChannelFilterResult finished(const ProcessingStatus& status, const QStringList& outputs) {
         ChannelFilterResult result;
-        result.success = true;
-        result.filesProcessed = files;
-        result.outputFiles = outputs;
+        result.outcome = {status, outputs, warnings_, status.text, ItemOutcome::allKept({poly_.url})};
         result.channelCount = static_cast<int>(final_.size());
         for (const FinalTrack& track : final_) result.trackNames << track.name;
         result.logEntries = log_.take();
@@ -330,8 +356,11 @@ private:
     const RenameMap& renames_;
     const ReorderList& reorder_;
     const bool reordered_;
+    RunLedger ownLedger_; // of an edit by itself
+    RunLedger& ledger_;
     EngineLog log_;
     std::vector<FinalTrack> final_;
+    QStringList warnings_;
 };
 
 } // namespace
@@ -343,9 +372,9 @@ ChannelFilterResult
 PolyChannelFilterEngine::removeChannelsFromPoly(const PolyFile& polyFile, const ChannelFilterOptions& filter,
                                                 const QString& outputFolder, const QString& outputFileName, bool,
                                                 const RenameMap& batchRenameMap, const ReorderList& channelReorderMap,
-                                                const MayWrite& mayWrite) const {
+                                                ExistingOutput rule) const {
     return Edit(*this, tools_, hooks_, polyFile, batchRenameMap, channelReorderMap)
-        .run(filter, outputFolder, outputFileName, mayWrite);
+        .run(filter, outputFolder, outputFileName, rule);
 }
 
 std::vector<SourceTrack> PolyChannelFilterEngine::extractTrackListFromPoly(const QString& polyURL, int channelCount,

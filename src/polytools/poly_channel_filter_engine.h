@@ -4,6 +4,8 @@
 // Blocks its caller; for the thread pool. The source poly is only read, except by `renameTracksInPlace`.
 #pragma once
 
+#include "foundation/item_outcome.h"
+#include "foundation/run_ledger.h"
 #include "polytools/channel_plan.h"
 #include "polytools/engine_services.h"
 #include "polytools/poly_file.h"
@@ -15,11 +17,8 @@
 namespace ostrel {
 
 struct ChannelFilterResult {
-    bool success = false;
-    int filesProcessed = 0;
-    QStringList outputFiles;
+    ItemOutcome outcome; // skipped: nothing matched, or the output is there
     std::vector<ProcessingLogEntry> logEntries;
-    QString errorMessage;
     int channelCount = 0; // of what was written
     QStringList trackNames;
 };
@@ -28,19 +27,16 @@ class PolyChannelFilterEngine {
 public:
     explicit PolyChannelFilterEngine(PolyEngineTools tools, PolyEngineHooks hooks = {});
 
-    // Asked with the output's path ahead of ffmpeg. False ends the call as a success that made nothing.
-    using MayWrite = std::function<bool(const QString& output)>;
-
-    // Writes `{outputFolder}/{name}.wav`; an existing file is replaced unless `mayWrite` says otherwise. Without a name
+    // Writes `{outputFolder}/{name}.wav`; what an existing file means is the rule's. Without a name
     // it is the poly's own, and "_{k}ch" is added where that would be the poly itself; a given name that leads to the
     // poly is refused. `preserveMetadata` has no effect: metadata is restored wherever the tools allow it. Throws
     // DomainError "ChannelFilter" 1 (nothing to do), 2 (no channel would stay), 3 (ffmpeg failed), 4 (the output is the
-    // source), ProcessLaunchError, and what `mayWrite` throws. Failed metadata is a log line.
+    // source), ProcessLaunchError and FileError. Failed metadata is a log line.
     ChannelFilterResult removeChannelsFromPoly(const PolyFile& polyFile, const ChannelFilterOptions& filter,
                                                const QString& outputFolder, const QString& outputFileName,
                                                bool preserveMetadata, const RenameMap& batchRenameMap,
                                                const ReorderList& channelReorderMap,
-                                               const MayWrite& mayWrite = {}) const;
+                                               ExistingOutput rule = ExistingOutput::replaced) const;
 
     // Changes track names in the poly itself and nothing else: a copy beside it gets the new iXML, is compared with the
     // old file and takes its place in one step. Whatever fails before leaves the old file whole.

@@ -1,8 +1,12 @@
 #include "polytools/poly_join_engine.h"
 
+#include "foundation/output_file.h"
+#include "foundation/unexplained_bytes.h"
 #include "metadata/universal_metadata_engine.h"
 #include "platform/child_process.h"
 #include "platform/paths.h"
+#include "platform/tool_limits.h"
+#include "polytools/iso_raggedness.h"
 #include "polytools/merge_graph.h"
 
 #include <algorithm>
@@ -18,44 +22,55 @@ class Join {
 public:
     Join(const PolyEngineTools& tools, const PolyEngineHooks& hooks, const std::vector<ISOFile>& isoFiles,
          const QString& output, const JoinOptions& options, const PolyJoinEngine::Progress& progress)
-        : tools_(tools), isos_(isoFiles), output_(output), file_(paths::lastComponent(output)), options_(options),
-          progress_(progress), log_(hooks, QStringLiteral("PolyJoinEngine"), paths::stem(output)) {}
+        : tools_(tools), isos_(isoFiles), path_(output), file_(paths::lastComponent(output)), options_(options),
+          progress_(progress), ownLedger_(urls()), ledger_(hooks.ledger ? *hooks.ledger : ownLedger_),
+          log_(hooks, QStringLiteral("PolyJoinEngine"), paths::stem(output)) {}
 
     JoinResult run() {
-        JoinResult result;
-        result.success = perform();
-        result.skipped = skipped_;
-        if (result.success) result.outputURL = output_;
-        result.logMessages = log_.take();
-        return result;
+        outcome_.sources = ItemOutcome::allKept(urls());
+        perform();
+        return {std::move(outcome_), log_.take()};
     }
 
 private:
-    bool perform() {
+    void perform() {
         if (isos_.size() < 2) return refuse(QStringLiteral("Need at least 2 files to join"));
-        if (!mayWrite()) return false;
+        for (const QString& warning : ledger_.prepareFolder(paths::parent(path_))) warn(warning);
+        OutputFile output(ledger_, path_, existingOutputRule(options_.skipIfExists, options_.overwriteExisting));
+        if (!output.permission().isGranted()) return leave(output.permission());
         tell(0.1, "Validating files...");
         sortByInterleaveIndex();
-        if (!agree()) return false;
+        if (!agree()) return;
         tell(0.2, "Building poly file...");
-        if (!runFFmpeg()) return false;
-        restoreMetadata();
-        log_.success(kProcess, QStringLiteral("Created: %1 (%2 channels)").arg(file_).arg(isos_.size()));
-        tell(1.0, "Complete");
-        return true;
+        if (!runFFmpeg(output.unfinished())) return;
+        restoreMetadata(output.unfinished());
+        publish(output);
     }
 
-    bool mayWrite() {
-        if (!paths::exists(output_)) return true;
-        if (options_.skipIfExists) {
-            log_.info(kProcess, QStringLiteral("Skipped (exists): ") + file_);
-            skipped_ = true;
-            return false;
+    void publish(OutputFile& output) {
+        std::vector<ChannelPair> pairs;
+        for (const ISOFile& iso : isos_) {
+            const int channel = static_cast<int>(&iso - isos_.data());
+            // A mix of two channels is no channel of its source.
+            if (iso.channelCount <= 1) pairs.push_back({{iso.url, 0}, {output.unfinished(), channel}});
         }
-        if (!options_.overwriteExisting) return refuse(QStringLiteral("Output exists, overwrite disabled"));
-        const bool isSource = std::any_of(isos_.begin(), isos_.end(),
-                                          [&](const ISOFile& iso) { return paths::isSameFile(iso.url, output_); });
-        return !isSource || refuse(QStringLiteral("Output is one of the source files: ") + file_);
+        const OutputFile::End end = output.finish(pairs, OutputFile::Check::strict);
+        if (end.nameWasTaken) return refuse(end.failure);
+        if (!end.failure.isEmpty()) return refuse(end.failure);
+        for (const QString& warning : end.warnings) {
+            if (!outcome_.warnings.contains(warning)) warn(warning);
+        }
+        outcome_.status = ProcessingStatus::completed();
+        outcome_.outputs = QStringList(path_);
+        log_.success(kProcess, QStringLiteral("Created: %1 (%2 channels)").arg(file_).arg(isos_.size()));
+        tell(1.0, "Complete");
+    }
+
+    void leave(const WritePermission& permission) {
+        if (permission.kind == WritePermission::Kind::refused) return refuse(permission.reason);
+        log_.info(kProcess, QStringLiteral("Skipped (exists): ") + file_);
+        outcome_.message = QStringLiteral("exists");
+        outcome_.status = ProcessingStatus::skipped(outcome_.message);
     }
 
     // A stable sort: ISOs of a split all carry index 1 and keep the order they came in.
@@ -104,28 +119,39 @@ private:
     bool agree() {
         for (const ISOFile& iso : isos_) {
             if (iso.sampleRate != isos_.front().sampleRate) {
-                return refuse(QStringLiteral("Sample rate mismatch: ") + iso.fileName);
+                return refused(QStringLiteral("Sample rate mismatch: ") + iso.fileName);
             }
             if (iso.bitDepth != isos_.front().bitDepth) {
-                return refuse(QStringLiteral("Bit depth mismatch: ") + iso.fileName);
+                return refused(QStringLiteral("Bit depth mismatch: ") + iso.fileName);
+            }
+            if (iso.channelCount > 1 && !options_.downmix) {
+                return refused(QStringLiteral("%1 has %2 channels, and a join takes mono files: mix them to one only on "
+                                              "purpose")
+                                   .arg(iso.fileName)
+                                   .arg(iso.channelCount));
             }
         }
+        for (const QString& warning : unexplainedBytesWarnings(urls())) warn(warning);
+        const QStringList ragged = raggedness(urls());
+        if (options_.strict && !ragged.isEmpty()) return refused(ragged.join(QStringLiteral("; ")));
+        for (const QString& warning : ragged) warn(warning);
         return true;
     }
 
-    bool runFFmpeg() {
+    bool runFFmpeg(const QString& output) {
         try {
             const ProcessResult ffmpeg = ChildProcess::runSilently(
-                tools_.ffmpegPath, PolyJoinEngine::buildJoinCommand(isos_, output_, anyNamesSpeakers(urls())));
+                tools_.ffmpegPath, PolyJoinEngine::buildJoinCommand(isos_, output, anyNamesSpeakers(urls())),
+                limitsByProgress({output}));
             tell(0.8, "Finalizing...");
-            if (ffmpeg.succeeded()) return true;
-            return refuse(QStringLiteral("ffmpeg error: ") + startOfErrorText(ffmpeg.standardError, kErrorTextLength));
+            return ffmpeg.succeeded() ||
+                   refused(QStringLiteral("ffmpeg error: ") + faultText(ffmpeg, kErrorTextLength));
         } catch (const ProcessLaunchError& error) {
-            return refuse(QStringLiteral("Process error: ") + error.description);
+            return refused(QStringLiteral("Process error: ") + error.description);
         }
     }
 
-    void restoreMetadata() {
+    void restoreMetadata(const QString& output) {
         if (!tools_.universalEngine) {
             log_.debug(QStringLiteral("❌ [UniversalEngine] METADATA ENGINE UNAVAILABLE — bwfmetaedit not found"));
             log_.error(kMetadata, QStringLiteral("❌ METADATA ENGINE UNAVAILABLE — bwfmetaedit not found. Output will "
@@ -134,7 +160,7 @@ private:
         }
         tell(0.9, "Restoring metadata...");
         try {
-            carryMetadata(*tools_.universalEngine);
+            carryMetadata(*tools_.universalEngine, output);
         } catch (const std::exception& error) {
             const QString reason = describe(error);
             log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata restoration failed: ") + reason);
@@ -142,17 +168,17 @@ private:
         }
     }
 
-    void carryMetadata(const UniversalMetadataEngine& engine) {
+    void carryMetadata(const UniversalMetadataEngine& engine, const QString& output) {
         const QString first = isos_.front().url;
         log_.debug(QStringLiteral("🔵 [UniversalEngine] Starting metadata restoration for joined poly"));
         log_.debug(QStringLiteral("🔵 [UniversalEngine] Extracting metadata from: ") + paths::lastComponent(first));
         const MetadataPreservationResult capture = engine.extractMetadata(first, true);
         for (const QString& message : capture.logMessages) log_.debug(message);
-        for (const QString& message : engine.applyMetadata({output_}, first, withoutIXML(capture), true, true, true)) {
+        for (const QString& message : engine.applyMetadata({output}, first, withoutIXML(capture), true, true, true)) {
             log_.debug(message);
             log_.success(kMetadata, message);
         }
-        rebuildTrackList(engine);
+        rebuildTrackList(engine, output);
         if (!capture.sceneInfo) return;
         const QString scene =
             QStringLiteral("(Scene: %1, Take: %2)").arg(capture.sceneInfo->scene, capture.sceneInfo->take);
@@ -161,9 +187,9 @@ private:
     }
 
     // Takes the place of the single-track iXML that came with the first ISO's chunks.
-    void rebuildTrackList(const UniversalMetadataEngine& engine) {
+    void rebuildTrackList(const UniversalMetadataEngine& engine, const QString& output) {
         log_.debug(QStringLiteral("🔵 [UniversalEngine] Rebuilding multi-track iXML from %1 ISOs...").arg(isos_.size()));
-        const QStringList lost = engine.rebuildMultiTrackiXML(urls(), output_);
+        const QStringList lost = engine.rebuildMultiTrackiXML(urls(), output);
         if (lost.size() == static_cast<qsizetype>(isos_.size())) {
             log_.warning(kMetadata, QStringLiteral("⚠️ The ISOs' iXML lists no tracks, and so does the poly's"));
             return;
@@ -185,9 +211,18 @@ private:
         return result;
     }
 
-    bool refuse(const QString& message) {
+    void refuse(const QString& message) {
         log_.error(kProcess, message);
+        outcome_.message = message;
+        outcome_.status = ProcessingStatus::failed(message);
+    }
+    bool refused(const QString& message) {
+        refuse(message);
         return false;
+    }
+    void warn(const QString& warning) {
+        log_.warning(kProcess, warning);
+        outcome_.warnings << warning;
     }
 
     void tell(double fraction, const char* step) const {
@@ -196,12 +231,14 @@ private:
 
     const PolyEngineTools& tools_;
     std::vector<ISOFile> isos_;
-    const QString output_;
+    const QString path_;
     const QString file_;
     const JoinOptions& options_;
     const PolyJoinEngine::Progress& progress_;
+    RunLedger ownLedger_; // of a join by itself
+    RunLedger& ledger_;
     EngineLog log_;
-    bool skipped_ = false;
+    ItemOutcome outcome_;
 };
 
 } // namespace

@@ -3,7 +3,7 @@
 // Blocks its caller; for the thread pool. The ISOs are only read. Failed metadata never fails a join: the log tells.
 #pragma once
 
-#include "foundation/processing_status.h"
+#include "foundation/item_outcome.h"
 #include "polytools/engine_services.h"
 #include "polytools/iso_group.h"
 
@@ -30,12 +30,12 @@ struct JoinOptions {
     bool skipIfExists = true;
     bool overwriteExisting = false;
     bool keepOriginalName = false; // of a batch: names without "_poly" at their end
+    bool strict = false;           // refuses ISOs of unequal length or start instead of warning of them
+    bool downmix = false;          // takes files of more than one channel, mixed to one
 };
 
 struct JoinResult {
-    bool success = false;
-    bool skipped = false; // the output was there already
-    QString outputURL;    // empty without success
+    ItemOutcome outcome;
     std::vector<ProcessingLogEntry> logMessages;
 };
 
@@ -43,9 +43,8 @@ struct GroupJoinResult {
     QUuid groupId;
     QString outputName;
     int channelCount = 0;
-    ProcessingStatus status;
-    QString errorMessage;
-    QString outputURL; // empty without success
+    ItemOutcome outcome;
+    bool isReported = false; // in the CSV report: groups that are too small or were skipped are not
 };
 
 struct BatchJoinProgress {
@@ -67,7 +66,7 @@ struct BatchJoinResult {
     int skipCount = 0;
     int totalPolysCreated = 0;
     std::vector<ProcessingLogEntry> logMessages;
-    std::vector<GroupJoinResult> groupResults; // of the groups that reached ffmpeg
+    std::vector<GroupJoinResult> groupResults; // of every group that was reached
 };
 
 class PolyJoinEngine {

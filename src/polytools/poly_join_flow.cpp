@@ -235,6 +235,8 @@ JoinOptions PolyJoinFlow::joinOptions() const {
     options.skipIfExists = state_.skipIfExists.value();
     options.overwriteExisting = state_.overwriteExisting.value();
     options.keepOriginalName = state_.joinKeepOriginalName.value();
+    options.strict = state_.joinStrict.value();
+    options.downmix = state_.joinDownmix.value();
     return options;
 }
 
@@ -278,28 +280,26 @@ QCoro::Task<> PolyJoinFlow::join(std::vector<ISOFile> isos, QString outputURL, J
     const auto [result, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) co_return;
     if (!failure.isEmpty()) services_.error(kProcess, failure);
-    showJoin(result.value_or(JoinResult()), isos, outputURL);
+    showJoin(result ? result->outcome : ItemOutcome::failure(failure, {}), isos, outputURL);
     state_.isProcessing = false;
     state_.isJoining = false;
 }
 
-void PolyJoinFlow::showJoin(const JoinResult& result, const std::vector<ISOFile>& isos, const QString& outputURL) {
-    const QString name = paths::lastComponent(outputURL);
-    ProcessingStatus status = ProcessingStatus::completed();
-    if (result.success) {
+void PolyJoinFlow::showJoin(ItemOutcome outcome, const std::vector<ISOFile>& isos, const QString& outputURL) {
+    if (outcome.succeeded()) {
         state_.successCount = 1;
-        state_.createdFiles = QStringList{outputURL};
-        services_.success(kProcess, QStringLiteral("Join complete: ") + name);
-    } else if (result.skipped) {
+        services_.success(kProcess, QStringLiteral("Join complete: ") + paths::lastComponent(outputURL));
+    } else if (outcome.skipped()) {
         state_.skipCount = 1;
-        status = ProcessingStatus::skipped(QStringLiteral("exists"));
     } else {
         state_.errorCount = 1;
-        status = ProcessingStatus::failed(QStringLiteral("Join operation failed"));
+        outcome.status = ProcessingStatus::failed(QStringLiteral("Join operation failed"));
         services_.error(kProcess, QStringLiteral("Join failed"));
     }
+    state_.createdFiles = outcome.outputs;
+    state_.lastOutcome = outcome;
     if (state_.generateCSV.value())
-        services_.noteReport(writeJoinReport(state_, isos, outputURL, status, paths::parent(outputURL)));
+        services_.noteReport(writeJoinReport(state_, isos, outputURL, outcome, paths::parent(outputURL)));
 }
 
 void PolyJoinFlow::startBatchJoin() {
@@ -349,7 +349,7 @@ void PolyJoinFlow::countBatchJoin(const BatchJoinResult& result) {
     state_.errorCount = result.errorCount;
     QStringList created;
     for (const GroupJoinResult& row : result.groupResults) {
-        if (!row.outputURL.isEmpty()) created << row.outputURL;
+        created << row.outcome.outputs;
     }
     state_.createdFiles = created;
 }

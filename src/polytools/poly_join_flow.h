@@ -51,7 +51,7 @@ private:
     void takeShortcut(const ISOGroupCandidate& group);
     void setISOFiles(std::vector<ISOFile> files);
     QCoro::Task<> join(std::vector<ISOFile> isos, QString outputURL, JoinOptions options, TaskHandle handle);
-    void showJoin(const JoinResult& result, const std::vector<ISOFile>& isos, const QString& outputURL);
+    void showJoin(ItemOutcome outcome, const std::vector<ISOFile>& isos, const QString& outputURL);
     QCoro::Task<> batchJoin(std::vector<ISOGroupCandidate> groups, JoinOptions options, TaskHandle handle);
     void countBatchJoin(const BatchJoinResult& result);
     void showBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups);

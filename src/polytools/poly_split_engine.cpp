@@ -1,8 +1,11 @@
 #include "polytools/poly_split_engine.h"
 
+#include "foundation/output_file.h"
+#include "foundation/unexplained_bytes.h"
 #include "metadata/universal_metadata_engine.h"
 #include "platform/child_process.h"
 #include "platform/paths.h"
+#include "platform/tool_limits.h"
 #include "polytools/iso_file_names.h"
 
 namespace ostrel {
@@ -46,10 +49,12 @@ public:
     Split(const PolyEngineTools& tools, const PolyEngineHooks& hooks, const PolyFile& poly, const QString& outputFolder,
           const SplitOptions& options)
         : tools_(tools), hooks_(hooks), poly_(poly), baseName_(paths::stem(poly.url)), outputFolder_(outputFolder),
-          options_(options), log_(hooks, QStringLiteral("PolySplitEngine"), baseName_) {}
+          options_(options), ownLedger_(QStringList(poly.url)), ledger_(hooks.ledger ? *hooks.ledger : ownLedger_),
+          log_(hooks, QStringLiteral("PolySplitEngine"), baseName_) {}
 
     SplitResult run(const PolySplitEngine::Progress& progress) {
         logRequest();
+        prepare();
         const Capture capture = captureMetadata();
         const std::vector<ChannelTrack> tracks = channelTracks(poly_, capture, options_.trackNames);
         const QStringList names = outputNames(tracks);
@@ -60,11 +65,41 @@ public:
             splitChannel(i, track, paths::append(outputFolder_, names[i]), capture);
         }
         if (progress) progress(1.0, QStringLiteral("Complete"));
+        conclude();
         result_.logEntries = log_.take();
         return std::move(result_);
     }
 
 private:
+    void prepare() {
+        for (const QString& warning : ledger_.prepareFolder(outputFolder_) + unexplainedBytesWarnings({poly_.url})) {
+            log_.warning(kProcess, warning);
+            result_.outcome.warnings << warning;
+        }
+    }
+
+    // The poly's outcome is that of its channels.
+    void conclude() {
+        ItemOutcome& outcome = result_.outcome;
+        outcome.sources = ItemOutcome::allKept({poly_.url});
+        for (const ItemOutcome& channel : result_.channels) {
+            outcome.outputs << channel.outputs;
+            outcome.warnings << channel.warnings;
+            result_.createdCount += channel.succeeded() ? 1 : 0;
+            result_.skippedCount += channel.skipped() ? 1 : 0;
+            result_.errorCount += channel.failed() ? 1 : 0;
+        }
+        if (result_.errorCount > 0) {
+            outcome.message = QStringLiteral("Failed to create %1 ISOs").arg(result_.errorCount);
+            outcome.status = ProcessingStatus::failed(outcome.message);
+        } else if (result_.createdCount > 0) {
+            outcome.status = ProcessingStatus::completed();
+        } else if (result_.skippedCount > 0) {
+            outcome.message = QStringLiteral("exists");
+            outcome.status = ProcessingStatus::skipped(outcome.message);
+        }
+    }
+
     void logRequest() {
         log_.info(kProcess, QStringLiteral("Engine received pattern: ") + rawText(options_.namingPattern));
         if (options_.trackNames) {
@@ -189,44 +224,51 @@ private:
         }
     }
 
-    void splitChannel(int channel, const ChannelTrack& track, const QString& output, const Capture& capture) {
-        const QString file = paths::lastComponent(output);
-        if (!mayWrite(output, file)) return;
+    void splitChannel(int channel, const ChannelTrack& track, const QString& path, const Capture& capture) {
+        const QString file = paths::lastComponent(path);
+        OutputFile output(ledger_, path, existingOutputRule(options_.skipIfExists, options_.overwriteExisting));
+        if (!output.permission().isGranted()) return refuse(output.permission(), file);
         try {
-            if (!runFFmpeg(channel, output, file)) return;
-            verifyMono(output, file);
+            if (!runFFmpeg(channel, output.unfinished(), file)) return;
+            verifyMono(output.unfinished(), file);
         } catch (const ProcessLaunchError& error) {
-            log_.error(kProcess, QStringLiteral("Process error for %1: %2").arg(file, error.description));
-            ++result_.errorCount;
-            return;
+            return fail(QStringLiteral("Process error for %1: %2").arg(file, error.description));
         }
-        applyMetadata(output, file, track, capture);
-        log_.success(kProcess, QStringLiteral("Created: ") + file);
-        ++result_.createdCount;
-        result_.createdFiles << output;
+        applyMetadata(output.unfinished(), file, track, capture);
+        publish(output, channel, file);
     }
 
-    bool mayWrite(const QString& output, const QString& file) {
-        if (!paths::exists(output)) return true;
-        if (options_.skipIfExists) {
-            log_.info(kProcess, QStringLiteral("Skipped (exists): ") + file);
-            ++result_.skippedCount;
-            return false;
-        }
-        // A link may lead from the output's name to the poly, which is never written.
-        if (options_.overwriteExisting && !paths::isSameFile(output, poly_.url)) return true;
-        log_.error(kProcess, QStringLiteral("Output exists, overwrite disabled: ") + file);
-        ++result_.errorCount;
-        return false;
+    void publish(OutputFile& output, int channel, const QString& file) {
+        const OutputFile::End end =
+            output.finish({{{poly_.url, channel}, {output.unfinished(), 0}}}, OutputFile::Check::strict);
+        if (end.nameWasTaken) return refuse({WritePermission::Kind::refused, end.failure}, file);
+        if (!end.failure.isEmpty()) return fail(end.failure);
+        for (const QString& warning : end.warnings) log_.warning(kProcess, warning);
+        log_.success(kProcess, QStringLiteral("Created: ") + file);
+        note({ProcessingStatus::completed(), {output.path()}, end.warnings});
+    }
+
+    void refuse(const WritePermission& permission, const QString& file) {
+        if (permission.kind == WritePermission::Kind::refused) return fail(permission.reason);
+        log_.info(kProcess, QStringLiteral("Skipped (exists): ") + file);
+        note({ProcessingStatus::skipped(QStringLiteral("exists"))});
+    }
+
+    void fail(const QString& message) {
+        log_.error(kProcess, message);
+        note({ProcessingStatus::failed(message), {}, {}, message});
+    }
+
+    void note(ItemOutcome outcome) {
+        outcome.sources = ItemOutcome::allKept({poly_.url});
+        result_.channels.push_back(std::move(outcome));
     }
 
     bool runFFmpeg(int channel, const QString& output, const QString& file) {
-        const ProcessResult ffmpeg =
-            ChildProcess::runSilently(tools_.ffmpegPath, PolySplitEngine::buildSplitCommand(poly_, channel, output));
+        const ProcessResult ffmpeg = ChildProcess::runSilently(
+            tools_.ffmpegPath, PolySplitEngine::buildSplitCommand(poly_, channel, output), limitsByProgress({output}));
         if (ffmpeg.succeeded()) return true;
-        log_.error(kProcess, QStringLiteral("ffmpeg error for %1: %2")
-                                 .arg(file, startOfErrorText(ffmpeg.standardError, kErrorTextLength)));
-        ++result_.errorCount;
+        fail(QStringLiteral("ffmpeg error for %1: %2").arg(file, faultText(ffmpeg, kErrorTextLength)));
         return false;
     }
 
@@ -235,7 +277,8 @@ private:
         const ProcessResult probe = ChildProcess::runForResult(
             tools_.ffprobePath,
             {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
-             QStringLiteral("stream=channels"), QStringLiteral("-of"), QStringLiteral("csv=p=0"), output});
+             QStringLiteral("stream=channels"), QStringLiteral("-of"), QStringLiteral("csv=p=0"), output},
+            limitsByFileSize({output}));
         if (probe.outputText().trimmed() == QStringLiteral("1")) return;
         log_.warning(kProcess, QStringLiteral("Warning: Output may not be true mono: ") + file);
     }
@@ -295,6 +338,8 @@ private:
     const QString baseName_;
     const QString outputFolder_;
     const SplitOptions& options_;
+    RunLedger ownLedger_; // of a split by itself
+    RunLedger& ledger_;
     EngineLog log_;
     SplitResult result_;
 };

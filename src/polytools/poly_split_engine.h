@@ -5,7 +5,7 @@
 // metadata never fails an ISO: the log tells.
 #pragma once
 
-#include "foundation/processing_status.h"
+#include "foundation/item_outcome.h"
 #include "polytools/engine_services.h"
 #include "polytools/ixml_track_list.h"
 #include "polytools/poly_file.h"
@@ -27,11 +27,12 @@ struct SplitOptions {
 };
 
 struct SplitResult {
+    ItemOutcome outcome;               // of the poly
+    std::vector<ItemOutcome> channels; // of each channel that was reached, in order
     int createdCount = 0;
     int skippedCount = 0;
     int errorCount = 0;
     std::vector<ProcessingLogEntry> logEntries;
-    QStringList createdFiles;
 };
 
 struct BatchSplitOptions {
@@ -64,10 +65,8 @@ struct PolyFileResult {
     int channelCount = 0;
     int isosCreated = 0;
     QString outputFolder; // its last component
-    ProcessingStatus status;
-    QString errorMessage;
+    ItemOutcome outcome;
     QString sourceURL;
-    QStringList createdFiles;
     PolyFile poly;
     QStringList trackNames;
     int resultChannels = 0; // of an edit

@@ -149,21 +149,19 @@ void PolySplitFlow::countSplit(const SplitResult& result) {
     state_.successCount = result.createdCount;
     state_.skipCount = result.skippedCount;
     state_.errorCount = result.errorCount;
-    state_.createdFiles = result.createdFiles;
+    state_.createdFiles = result.outcome.outputs;
+    state_.lastOutcome = result.outcome;
 }
 
 void PolySplitFlow::showSplit(const SplitResult& result, const QString& folder) {
     countSplit(result);
-    int row = 0;
+    std::size_t row = 0;
     state_.channelItems.updateAll([&](ChannelItem& item) {
-        if (row < result.createdCount) {
-            item.status = ItemStatus::complete;
-        } else if (row < result.createdCount + result.skippedCount) {
-            item.status = ItemStatus::skipped;
-        } else {
-            item.status = ItemStatus::error;
-        }
-        ++row;
+        if (row >= result.channels.size()) return; // stopped ahead of it
+        const ItemOutcome& channel = result.channels[row++];
+        item.status = channel.succeeded() ? ItemStatus::complete
+                      : channel.skipped() ? ItemStatus::skipped
+                                          : ItemStatus::error;
     });
     if (result.errorCount > 0) {
         services_.warning(kProcess, QStringLiteral("Split finished with %1 errors").arg(result.errorCount));

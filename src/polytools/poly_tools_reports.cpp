@@ -174,8 +174,8 @@ QString writeBatchSplitReport(const PolyToolsState& state, const QString& output
                             depthText(row.poly.bitDepth),
                             CSVReportGenerator::formatDuration(row.poly.duration),
                             row.outputFolder,
-                            CSVReportGenerator::statusString(row.status),
-                            row.errorMessage};
+                            CSVReportGenerator::statusString(row.outcome.status),
+                            row.outcome.message};
     }
     const Pairs summary{{QStringLiteral("Total Poly Files"), number(results.processedFiles)},
                         {QStringLiteral("Success"), number(results.successCount)},
@@ -185,14 +185,14 @@ QString writeBatchSplitReport(const PolyToolsState& state, const QString& output
 }
 
 QString writeJoinReport(const PolyToolsState& state, const std::vector<ISOFile>& joined, const QString& outputURL,
-                        const ProcessingStatus& status, const QString& outputFolder) {
+                        const ItemOutcome& outcome, const QString& outputFolder) {
     ISOGroupCandidate group;
     group.isoFiles = joined;
     group.groupingMethod = GroupingMethod::manual;
-    const bool made = status == ProcessingStatus::completed();
-    const bool failed = status.kind == ProcessingStatus::Kind::failed;
-    const QStringList row = joinRow(1, group, confidenceText(group), paths::lastComponent(outputURL), status,
-                                    failed ? status.text : QString());
+    const bool made = outcome.succeeded();
+    const bool failed = outcome.failed();
+    const QStringList row = joinRow(1, group, confidenceText(group), paths::lastComponent(outputURL), outcome.status,
+                                    failed ? outcome.message : QString());
     const ISOFile first = joined.empty() ? ISOFile() : joined.front();
     return writeJoin(state, first, static_cast<qsizetype>(joined.size()), {1, made, made, failed}, {row}, outputFolder);
 }
@@ -206,10 +206,10 @@ QString writeBatchJoinReport(const PolyToolsState& state, const std::vector<ISOG
         if (isoCount == 0 && !group.isoFiles.empty()) first = group.isoFiles.front();
         isoCount += static_cast<qsizetype>(group.isoFiles.size());
         const auto result = std::ranges::find(results.groupResults, group.id, &GroupJoinResult::groupId);
-        if (result == results.groupResults.end()) continue; // skipped, or too small to join
+        if (result == results.groupResults.end() || !result->isReported) continue;
         const int groupNumber = static_cast<int>(&group - groups.data()) + 1;
         rows << joinRow(groupNumber, group, confidenceText(group), result->outputName + QStringLiteral(".wav"),
-                        result->status, result->errorMessage);
+                        result->outcome.status, result->outcome.message);
     }
     const JoinCounts counts{results.processedGroups, results.totalPolysCreated, results.successCount,
                             results.errorCount};
@@ -251,9 +251,9 @@ QString writeEditReport(const PolyToolsState& state, const QStringList& files, c
                             row.trackNames.join(QStringLiteral(" | ")),
                             rateText(row.poly.sampleRate),
                             CSVReportGenerator::formatDuration(row.poly.duration),
-                            namesOf(row.createdFiles),
-                            CSVReportGenerator::statusString(row.status),
-                            row.errorMessage};
+                            namesOf(row.outcome.outputs),
+                            CSVReportGenerator::statusString(row.outcome.status),
+                            row.outcome.message};
     }
     const Pairs summary{{QStringLiteral("Total Files"), number(results.processedFiles)},
                         {QStringLiteral("Success"), number(results.successCount)},

@@ -13,7 +13,7 @@ QString writeBatchSplitReport(const PolyToolsState& state, const QString& output
 
 // The ISOs of a single join count as one group that the person made.
 QString writeJoinReport(const PolyToolsState& state, const std::vector<ISOFile>& joined, const QString& outputURL,
-                        const ProcessingStatus& status, const QString& outputFolder);
+                        const ItemOutcome& outcome, const QString& outputFolder);
 QString writeBatchJoinReport(const PolyToolsState& state, const std::vector<ISOGroupCandidate>& groups,
                              const BatchJoinResult& results, const QString& outputFolder);
 

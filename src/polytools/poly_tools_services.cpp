@@ -1,5 +1,6 @@
 #include "polytools/poly_tools_services.h"
 
+#include "foundation/journal.h"
 #include "platform/diagnostics.h"
 #include "platform/paths.h"
 
@@ -90,6 +91,7 @@ QString PolyToolsServices::chooseFolder(const QString& message) {
 
 void PolyToolsServices::noteReport(const QString& path) {
     state_.reportPath = path;
+    if (path.isEmpty()) error(LogCategory::system, QStringLiteral("The CSV report could not be saved"));
     if (!path.isEmpty()) info(LogCategory::system, QStringLiteral("CSV report saved: ") + paths::lastComponent(path));
 }
 
@@ -121,6 +123,7 @@ PolyEngineHooks PolyToolsServices::hooks(const TaskHandle& handle) const {
         hop([state, entry] { state->logEntries.append(entry); });
     };
     hooks.isStopped = [handle] { return handle.isCancelled(); };
+    hooks.journal = std::make_shared<Journal>(rawText(state_.mode.value()));
     return hooks;
 }
 

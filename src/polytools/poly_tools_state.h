@@ -73,6 +73,8 @@ struct PolyToolsState {
     QProperty<QString> joinOutputFolder;
     QProperty<QString> joinOutputName;
     QProperty<bool> joinKeepOriginalName{false};
+    QProperty<bool> joinStrict{false};  // unequal lengths or starts are refused
+    QProperty<bool> joinDownmix{false}; // files of several channels may be mixed to one
     QProperty<JoinChannelLayout> joinChannelLayout{JoinChannelLayout::automatic};
     QProperty<int> referenceISOIndex{0};
     QProperty<double> joinProgress{0}; // 0 to 1
@@ -115,6 +117,7 @@ struct PolyToolsState {
     QProperty<int> skipCount{0};
     QProperty<int> errorCount{0};
     QProperty<QStringList> createdFiles;
+    QProperty<std::optional<ItemOutcome>> lastOutcome; // of a run over one file or one take
     QProperty<QString> reportPath; // of the last CSV report
     RecordList<ProcessingLogEntry> logEntries;
 
@@ -134,6 +137,7 @@ struct PolyToolsState {
         skipCount = 0;
         errorCount = 0;
         createdFiles = QStringList();
+        lastOutcome = std::nullopt;
         reportPath = QString();
     }
 
@@ -149,7 +153,7 @@ struct PolyToolsState {
         skipCount = result.skipCount;
         errorCount = result.errorCount;
         QStringList created;
-        for (const PolyFileResult& row : result.fileResults) created << row.createdFiles;
+        for (const PolyFileResult& row : result.fileResults) created << row.outcome.outputs;
         createdFiles = created;
     }
 

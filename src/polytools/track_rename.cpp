@@ -1,17 +1,16 @@
 // Renaming tracks in the poly itself.
 #include "foundation/domain_error.h"
+#include "foundation/journal.h"
+#include "foundation/unexplained_bytes.h"
 #include "platform/files.h"
 #include "platform/paths.h"
+#include "platform/replacement.h"
 #include "platform/text.h"
 #include "polytools/poly_channel_filter_engine.h"
 #include "polytools/wave_data.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <cerrno>
-#include <cstring>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace ostrel {
 namespace {
@@ -21,43 +20,26 @@ DomainError renameError(const QString& description) {
 }
 
 // The copy that is worked on, hidden beside the recording so that it can take its place in one step.
-class WorkingCopy {
-public:
-    explicit WorkingCopy(const QString& original)
-        : original_(original),
-          path(paths::append(paths::parent(original), QStringLiteral(".%1.wav").arg(freshUuid()))) {
-        QFile source(original);
-        if (source.copy(path)) return;
-        files::removeQuietly(path);
-        throw FileError(QStringLiteral("Could not copy %1: %2").arg(original, source.errorString()));
+void copyTo(const QString& copy, const QString& recording) {
+    QFile source(recording);
+    if (!source.copy(copy)) {
+        throw FileError(QStringLiteral("Could not copy %1: %2").arg(recording, source.errorString()));
     }
-    ~WorkingCopy() { files::removeQuietly(path); }
-    WorkingCopy(const WorkingCopy&) = delete;
-    WorkingCopy& operator=(const WorkingCopy&) = delete;
+    // A read-only recording is refused later on; its copy has to be written to meanwhile.
+    QFile::setPermissions(copy, QFile::permissions(copy) | QFileDevice::WriteUser);
+}
 
-    // On the disk first, so that a power loss leaves one whole file or the other.
-    void replaceOriginal() const {
-        flush(path, O_RDWR);
-        if (std::rename(QFile::encodeName(path).constData(), QFile::encodeName(original_).constData()) != 0) {
-            throw FileError(QStringLiteral("Could not replace %1: %2")
-                                .arg(original_, QString::fromLocal8Bit(std::strerror(errno))));
-        }
-        flush(paths::parent(original_), O_RDONLY);
+// Written down ahead of the step and after it.
+void takePlace(NewFile& copy, const FileStamp& before, Journal& journal) {
+    const int step = journal.begin(JournalOperation::replace, copy.finalPath(), copy.finalPath(), copy.path());
+    try {
+        replaceRecording(copy, before);
+    } catch (const FileError& error) {
+        journal.fail(step, error.description);
+        throw;
     }
-
-private:
-    static void flush(const QString& what, int mode) {
-        const int descriptor = ::open(QFile::encodeName(what).constData(), mode | O_CLOEXEC);
-        if (descriptor < 0) return; // a folder that can't be opened for reading has no other way to be flushed
-        ::fsync(descriptor);
-        ::close(descriptor);
-    }
-
-    const QString original_;
-
-public:
-    const QString path;
-};
+    journal.end(step);
+}
 
 QString trackElement(const SourceTrack& track) {
     return QStringLiteral("<TRACK><CHANNEL_INDEX>%1</CHANNEL_INDEX><INTERLEAVE_INDEX>%2</INTERLEAVE_INDEX>"
@@ -113,22 +95,32 @@ ChannelFilterResult PolyChannelFilterEngine::renameTracksInPlace(const PolyFile&
     }
 
     const QString recording = QFileInfo(polyFile.url).canonicalFilePath(); // a link stays a link to the new file
+    const std::optional<FileStamp> before = FileStamp::of(recording); // ahead of the first look at its contents
+    if (!before) throw renameError(QStringLiteral("The recording is not there"));
+    requireReplaceable(recording);
+    if (const QString why = unexplainedBytesOf(recording); !why.isEmpty()) {
+        throw renameError(QStringLiteral("The recording is not replaced: ") + why);
+    }
     const std::optional<QString> old = exportIXML(tools_.bwfmetaeditPath, recording);
-    if (recording.isEmpty() || !old) throw renameError(QStringLiteral("bwfmetaedit could not read the iXML"));
+    if (!old) throw renameError(QStringLiteral("bwfmetaedit could not read the iXML"));
     const bool hasTracks = !parseTrackBlocks(*old).empty();
     const QString renamed =
         hasTracks ? replaceTrackNames(*old, names) : withNewTrackList(*old, polyFile.channelCount, names);
 
-    const WorkingCopy copy(recording);
-    if (!importIXML(tools_.bwfmetaeditPath, renamed, copy.path)) {
+    NewFile copy(recording);
+    copyTo(copy.path(), recording);
+    if (!importIXML(tools_.bwfmetaeditPath, renamed, copy.path())) {
         throw renameError(QStringLiteral("bwfmetaedit could not write the iXML"));
     }
-    const std::optional<QString> written = exportIXML(tools_.bwfmetaeditPath, copy.path);
+    const std::optional<QString> written = exportIXML(tools_.bwfmetaeditPath, copy.path());
     if (!written || namesByNumber(*written) != namesByNumber(renamed)) {
         throw renameError(QStringLiteral("The new track names could not be read back"));
     }
-    if (!sameWaveData(recording, copy.path)) throw renameError(QStringLiteral("The audio of the edited copy differs"));
-    copy.replaceOriginal();
+    if (!sameWaveData(recording, copy.path())) {
+        throw renameError(QStringLiteral("The audio of the edited copy differs"));
+    }
+    const auto journal = hooks_.journal ? hooks_.journal : std::make_shared<Journal>(QStringLiteral("edit"));
+    takePlace(copy, *before, *journal);
 
     const std::map<int, QString> present = namesByNumber(*written);
     for (const auto& [number, name] : names) {
@@ -140,9 +132,9 @@ ChannelFilterResult PolyChannelFilterEngine::renameTracksInPlace(const PolyFile&
                 QStringLiteral("✏️ Batch rename applied: ") + applied.join(QStringLiteral(", ")));
 
     ChannelFilterResult result;
-    result.success = true;
-    result.filesProcessed = 1;
-    result.outputFiles = {polyFile.url};
+    result.outcome.status = ProcessingStatus::completed();
+    result.outcome.outputs = {polyFile.url};
+    result.outcome.sources = {{polyFile.url, SourceFate::Kind::replaced, QString()}};
     result.channelCount = polyFile.channelCount;
     for (const auto& [number, name] : present) result.trackNames << name;
     result.logEntries = log.take();

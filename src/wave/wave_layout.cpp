@@ -181,6 +181,19 @@ std::optional<WaveLayout> readWaveLayout(const std::string& path) {
     return layout;
 }
 
+std::optional<std::uint64_t> readTimeReference(const WaveLayout& layout, const std::string& path) {
+    constexpr std::uint64_t kField = 338; // behind description, originator, reference, date and time
+    const auto bext = std::find_if(layout.chunks.begin(), layout.chunks.end(),
+                                   [](const WaveChunk& chunk) { return chunk.id == "bext"; });
+    if (bext == layout.chunks.end() || bext->size < kField + 8) return std::nullopt;
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) return std::nullopt;
+    const auto bytes = Bytes(descriptor, layout.fileSize).at<8>(bext->payload + kField);
+    ::close(descriptor);
+    if (!bytes) return std::nullopt;
+    return number(bytes->data(), 8);
+}
+
 std::uint64_t unexplainedBytes(const WaveLayout& layout, int descriptor) {
     if (!layout.data) return 0;
     const Bytes file(descriptor, layout.fileSize);

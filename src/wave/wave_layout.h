@@ -58,6 +58,9 @@ struct WaveLayout {
 std::optional<WaveLayout> readWaveLayout(const std::string& path);
 std::optional<WaveLayout> readWaveLayout(int descriptor);
 
+// TimeReference of the bext chunk (EBU Tech 3285): samples since midnight. Nothing without one.
+std::optional<std::uint64_t> readTimeReference(const WaveLayout& layout, const std::string& path);
+
 // Bytes behind the declared end of the audio that are no chain of chunks up to the end of the file: audio, perhaps, of a
 // recording that was never closed. 0 for a healthy file.
 std::uint64_t unexplainedBytes(const WaveLayout& layout, int descriptor);
