@@ -3,6 +3,7 @@
 #include "metadata/universal_metadata_engine.h"
 #include "platform/child_process.h"
 #include "platform/paths.h"
+#include "platform/tool_limits.h"
 #include "polytools/merge_graph.h"
 
 #include <algorithm>
@@ -116,10 +117,11 @@ private:
     bool runFFmpeg() {
         try {
             const ProcessResult ffmpeg = ChildProcess::runSilently(
-                tools_.ffmpegPath, PolyJoinEngine::buildJoinCommand(isos_, output_, anyNamesSpeakers(urls())));
+                tools_.ffmpegPath, PolyJoinEngine::buildJoinCommand(isos_, output_, anyNamesSpeakers(urls())),
+                limitsByProgress({output_}));
             tell(0.8, "Finalizing...");
             if (ffmpeg.succeeded()) return true;
-            return refuse(QStringLiteral("ffmpeg error: ") + startOfErrorText(ffmpeg.standardError, kErrorTextLength));
+            return refuse(QStringLiteral("ffmpeg error: ") + faultText(ffmpeg, kErrorTextLength));
         } catch (const ProcessLaunchError& error) {
             return refuse(QStringLiteral("Process error: ") + error.description);
         }

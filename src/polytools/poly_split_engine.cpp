@@ -3,6 +3,7 @@
 #include "metadata/universal_metadata_engine.h"
 #include "platform/child_process.h"
 #include "platform/paths.h"
+#include "platform/tool_limits.h"
 #include "polytools/iso_file_names.h"
 
 namespace ostrel {
@@ -221,11 +222,10 @@ private:
     }
 
     bool runFFmpeg(int channel, const QString& output, const QString& file) {
-        const ProcessResult ffmpeg =
-            ChildProcess::runSilently(tools_.ffmpegPath, PolySplitEngine::buildSplitCommand(poly_, channel, output));
+        const ProcessResult ffmpeg = ChildProcess::runSilently(
+            tools_.ffmpegPath, PolySplitEngine::buildSplitCommand(poly_, channel, output), limitsByProgress({output}));
         if (ffmpeg.succeeded()) return true;
-        log_.error(kProcess, QStringLiteral("ffmpeg error for %1: %2")
-                                 .arg(file, startOfErrorText(ffmpeg.standardError, kErrorTextLength)));
+        log_.error(kProcess, QStringLiteral("ffmpeg error for %1: %2").arg(file, faultText(ffmpeg, kErrorTextLength)));
         ++result_.errorCount;
         return false;
     }
@@ -235,7 +235,8 @@ private:
         const ProcessResult probe = ChildProcess::runForResult(
             tools_.ffprobePath,
             {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
-             QStringLiteral("stream=channels"), QStringLiteral("-of"), QStringLiteral("csv=p=0"), output});
+             QStringLiteral("stream=channels"), QStringLiteral("-of"), QStringLiteral("csv=p=0"), output},
+            limitsByFileSize({output}));
         if (probe.outputText().trimmed() == QStringLiteral("1")) return;
         log_.warning(kProcess, QStringLiteral("Warning: Output may not be true mono: ") + file);
     }
