@@ -9,6 +9,7 @@
 #include "platform/diagnostics.h"
 #include "platform/files.h"
 #include "platform/paths.h"
+#include "platform/tool_limits.h"
 
 #include <QThreadPool>
 
@@ -48,7 +49,8 @@ void verifyMetadataPreserved(const QString& ffprobePath, const MultiChannelSourc
             const ProcessResult probe = ChildProcess::runForResult(
                 ffprobePath, {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
                               QStringLiteral("stream=sample_rate,bits_per_sample,channels"), QStringLiteral("-of"),
-                              QStringLiteral("csv=p=0"), output});
+                              QStringLiteral("csv=p=0"), output},
+                limitsByFileSize({output}));
             if (!probe.succeeded()) continue; // moved or removed since
             const QString values = probe.outputText().trimmed();
             // ffprobe prints fields in the order of its own, not of the request.
@@ -111,7 +113,7 @@ DeinterleaveResult DeinterleaveEngine::deinterleave(const MultiChannelSource& so
     appendToDebugLog(QStringLiteral("DeinterleaveEngine"), result.ffmpegCommand);
     ProcessResult run;
     try {
-        run = ChildProcess::runForResult(ffmpegPath_, arguments);
+        run = ChildProcess::runForResult(ffmpegPath_, arguments, limitsByProgress(result.outputURLs.values()));
     } catch (const ProcessLaunchError& error) {
         throw DeinterleaveError(DeinterleaveError::Kind::processLaunchFailure, error.description);
     }

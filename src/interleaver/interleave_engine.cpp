@@ -12,6 +12,7 @@
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/text.h"
+#include "platform/tool_limits.h"
 
 namespace ostrel {
 namespace {
@@ -106,7 +107,7 @@ InterleaveResult InterleaveEngine::runFFmpeg(const InterleaveGroup& group, const
     appendToDebugLog(QStringLiteral("InterleaveEngine"), result.ffmpegCommand);
     ProcessResult run;
     try {
-        run = ChildProcess::runForResult(ffmpegPath_, arguments);
+        run = ChildProcess::runForResult(ffmpegPath_, arguments, limitsByProgress({outputURL}));
     } catch (const ProcessLaunchError& error) {
         throw InterleaveError(InterleaveError::Kind::processLaunchFailure, error.description);
     }
@@ -134,7 +135,8 @@ void InterleaveEngine::cloneMetadata(const QString& from, const QString& to) con
     if (bwfmetaeditPath_.isEmpty()) throw InterleaveError(InterleaveError::Kind::metadataToolNotFound);
     try {
         const ProcessResult copied = ChildProcess::runSilently(
-            bwfmetaeditPath_, {QStringLiteral("--reject-overwrite"), QStringLiteral("--copy"), from, to});
+            bwfmetaeditPath_, {QStringLiteral("--reject-overwrite"), QStringLiteral("--copy"), from, to},
+            limitsByFileSize({from, to}));
         if (copied.succeeded()) return;
         printDiagnostic(QStringLiteral("[InterleaveEngine] bwfmetaedit --copy failed (will try extraction): ") +
                         copied.errorText());
@@ -156,7 +158,11 @@ void InterleaveEngine::cloneMetadataViaExtraction(const QString& from, const QSt
     const TemporaryFile core{files::temporaryPath(QStringLiteral("csv"))};
     const TemporaryFile ixml{files::temporaryPath(QStringLiteral("xml"))};
     const auto run = [&](const QString& option, const QString& document, const QString& file) {
-        ChildProcess::runInherited(bwfmetaeditPath_, {option + document, file});
+        const ProcessResult result =
+            ChildProcess::runInherited(bwfmetaeditPath_, {option + document, file}, limitsByFileSize({file}));
+        if (result.ended == ChildEnd::byItself) return;
+        throw InterleaveError(InterleaveError::Kind::metadataCopyFailed,
+                              QStringLiteral("bwfmetaedit was ") + result.why);
     };
     run(QStringLiteral("--out-core="), core.path, from);
     run(QStringLiteral("--out-iXML="), ixml.path, from);
@@ -190,7 +196,8 @@ bool InterleaveEngine::verifyMetadataPresent(const QString& path) const {
     const QString document = files::temporaryPath(QStringLiteral("csv"));
     try {
         const ProcessResult exported = ChildProcess::runSilently(
-            bwfmetaeditPath_, {QStringLiteral("--out-core=") + document, path}, ChildProcess::StandardError::dropped);
+            bwfmetaeditPath_, {QStringLiteral("--out-core=") + document, path}, limitsByFileSize({path}),
+            ChildProcess::StandardError::dropped);
         const std::optional<QString> text = exported.succeeded() ? decodeUtf8(files::read(document)) : std::nullopt;
         files::removeQuietly(document);
         const QStringList lines = text.value_or(QString()).split(u'\n');

@@ -8,6 +8,7 @@
 #include "platform/paths.h"
 #include "platform/standard_folders.h"
 #include "platform/text.h"
+#include "platform/tool_limits.h"
 
 #include <QElapsedTimer>
 #include <algorithm>
@@ -218,8 +219,7 @@ private:
         const ProcessResult ffmpeg = runFFmpeg(filter, output);
         if (!ffmpeg.succeeded()) {
             partial.discard();
-            const QString text = QStringLiteral("❌ ffmpeg failed: ") +
-                                 decodeUtf8(ffmpeg.standardError).value_or(QStringLiteral("Unknown error"));
+            const QString text = QStringLiteral("❌ ffmpeg failed: ") + faultText(ffmpeg);
             log_.error(kProcess, text);
             throw filterError(3, text);
         }
@@ -235,7 +235,7 @@ private:
             command = command.mid(0, command.size() - 2)
                       << QStringLiteral("-rf64") << QStringLiteral("auto") << command.mid(command.size() - 2);
         }
-        return ChildProcess::runSilently(tools_.ffmpegPath, command);
+        return ChildProcess::runSilently(tools_.ffmpegPath, command, limitsByProgress({output}));
     }
 
     void restoreMetadata(const QString& output) {
