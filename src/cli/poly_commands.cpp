@@ -54,12 +54,9 @@ protected:
     nlohmann::json items() const override {
         const auto& poly = controller_.polyFile.value();
         if (controller_.batchMode.value() || !poly) return batchItems();
-        const int errors = controller_.errorCount.value();
-        const QString failure = QStringLiteral("Failed to create %1 ISOs").arg(errors);
-        const ProcessingStatus status =
-            statusOf(controller_.successCount.value(), controller_.skipCount.value(), errors, failure);
-        return nlohmann::json::array({jobItem(poly->fileName, {poly->url}, controller_.createdFiles.value(), status,
-                                              errors > 0 ? failure : QString())});
+        const auto& outcome = controller_.lastOutcome.value();
+        return nlohmann::json::array({outcome ? jobItem(poly->fileName, *outcome)
+                                              : jobItem(poly->fileName, {poly->url}, ProcessingStatus::pending())});
     }
 
 private:

@@ -13,6 +13,8 @@ struct JoinCommandOptions : PolyOptions {
     bool keepOriginalName = false;
     bool autoOrder = false;
     bool single = false;
+    bool strict = false;
+    bool downmix = false;
     bool dryRun = false;
 };
 
@@ -84,6 +86,8 @@ protected:
         controller_.joinKeepOriginalName = join_.keepOriginalName;
         controller_.joinChannelLayout = layoutOf(join_.layout);
         controller_.autoOrderChannels = join_.autoOrder;
+        controller_.joinStrict = join_.strict;
+        controller_.joinDownmix = join_.downmix;
         if (!options_.output.empty()) controller_.joinOutputFolder = output();
         if (join_.single) {
             controller_.analyzeISOFiles(paths);
@@ -116,13 +120,10 @@ protected:
         nlohmann::json result = nlohmann::json::array();
         if (onlyGroups_ || join_.dryRun) return result;
         if (!controller_.batchJoinMode.value()) {
-            const QStringList created = controller_.createdFiles.value();
-            const int errors = controller_.errorCount.value();
-            const QString failure = QStringLiteral("Join operation failed");
-            result.push_back(
-                jobItem(controller_.joinOutputName.value(), urlsOf(controller_.isoFiles.rows()), created,
-                        statusOf(static_cast<int>(created.size()), controller_.skipCount.value(), errors, failure),
-                        errors > 0 ? failure : QString()));
+            const auto& outcome = controller_.lastOutcome.value();
+            const QString name = controller_.joinOutputName.value();
+            result.push_back(outcome ? jobItem(name, *outcome)
+                                     : jobItem(name, urlsOf(controller_.isoFiles.rows()), ProcessingStatus::pending()));
             return result;
         }
         for (const ISOGroupCandidate& group : controller_.reviewedGroups) result.push_back(groupItem(group));
@@ -151,22 +152,11 @@ private:
     nlohmann::json groupItem(const ISOGroupCandidate& group) const {
         const QString name = groupOutputName(group, join_.keepOriginalName);
         const auto& results = controller_.batchJoinResults.value();
-        ProcessingStatus status = ProcessingStatus::pending();
-        QString message;
-        QStringList outputs;
         if (results) {
             const auto row = std::ranges::find(results->groupResults, group.id, &GroupJoinResult::groupId);
-            if (row != results->groupResults.end()) {
-                status = row->status;
-                message = row->errorMessage;
-                if (!row->outputURL.isEmpty()) outputs << row->outputURL;
-            } else if (!isStopped()) { // no row: too few files, or the output was there
-                const bool tooFew = group.isoFiles.size() < 2;
-                message = tooFew ? QStringLiteral("need at least 2 files") : QStringLiteral("exists");
-                status = tooFew ? ProcessingStatus::failed(message) : ProcessingStatus::skipped(message);
-            }
+            if (row != results->groupResults.end()) return jobItem(name, row->outcome);
         }
-        return jobItem(name, urlsOf(group.sortedISOs()), outputs, status, message);
+        return jobItem(name, urlsOf(group.sortedISOs()), ProcessingStatus::pending());
     }
 
     void printGroup(const ISOGroupCandidate& group) {
@@ -213,6 +203,9 @@ void addJoinCommand(CLI::App& parser, ChosenCommand& chosen) {
     command->add_flag("--auto-order", options->autoOrder,
                       "With --single and no metadata: order by track name, mixes first");
     command->add_flag("--single", options->single, "Join exactly these files into one poly, without grouping");
+    command->add_flag("--strict", options->strict,
+                      "Refuse files of unequal length or start time (default: warn of them)");
+    command->add_flag("--downmix", options->downmix, "With --single: mix files of several channels to one");
     command->add_flag("--dry-run", options->dryRun, "Group and show; make nothing");
     command->callback([options, &chosen] { chosen.run = [options] { return JoinRun(*options, false).run(); }; });
 }

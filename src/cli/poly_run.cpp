@@ -85,7 +85,7 @@ nlohmann::json PolyRun::batchItems() const {
     const auto& results = controller_.batchResults.value();
     if (!results) return result;
     for (const PolyFileResult& row : results->fileResults) {
-        result.push_back(jobItem(row.fileName, {row.sourceURL}, row.createdFiles, row.status, row.errorMessage));
+        result.push_back(jobItem(row.fileName, row.outcome));
     }
     return result;
 }
@@ -110,12 +110,6 @@ void addPolyOptions(CLI::App& command, PolyOptions& options, const std::string& 
     command.add_flag("--overwrite", options.overwrite, "Replace outputs that are there already (default: skip them)");
     command.add_flag("--csv", options.csv, "Write a CSV report into the output folder");
     addTerminalOptions(command, options.terminal);
-}
-
-ProcessingStatus statusOf(int created, int skipped, int errors, const QString& failure) {
-    if (errors > 0) return ProcessingStatus::failed(failure);
-    if (created == 0 && skipped > 0) return ProcessingStatus::skipped(QStringLiteral("exists"));
-    return created > 0 ? ProcessingStatus::completed() : ProcessingStatus::pending();
 }
 
 } // namespace ostrel::cli

@@ -69,7 +69,4 @@ private:
 
 void addPolyOptions(CLI::App& command, PolyOptions& options, const std::string& pathsDescription);
 
-// The status of something that was made, left alone, or failed.
-ProcessingStatus statusOf(int created, int skipped, int errors, const QString& failure);
-
 } // namespace ostrel::cli

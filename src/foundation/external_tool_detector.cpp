@@ -58,8 +58,10 @@ QString ExternalToolDetector::findBundled(const QString& name) const {
 
 QString ExternalToolDetector::runWhich(const QString& name) {
     try {
-        const ProcessResult result = ChildProcess::runForResult(QStringLiteral("/usr/bin/which"), {name});
-        return result.succeeded() ? result.outputText().trimmed() : QString();
+        const ChildLimits limits{.total = std::chrono::seconds(30), .standStill = std::nullopt};
+        const ProcessResult result = ChildProcess::runForResult(QStringLiteral("/usr/bin/which"), {name}, limits);
+        const QString path = result.succeeded() ? result.outputText().trimmed() : QString();
+        return path.startsWith(u'/') ? path : QString(); // the working folder is no place to take tools from
     } catch (const ProcessLaunchError&) {
         return QString(); // no `which` here: the list of usual places is still to come
     }

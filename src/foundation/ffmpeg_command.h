@@ -11,7 +11,8 @@ namespace ostrel {
 // (settled).
 QString codecForFormat(const QString& format, std::optional<int> bitDepth);
 
-// The line of a failed run's standard error that tells why.
+// The line of a failed run's standard error that tells why, by the interleaver's own rules: the last that holds "Error"
+// or "Invalid", else the last one. Everywhere else `ffmpegFault` (platform) finds it.
 QString extractFFmpegError(const QString& standardError);
 
 } // namespace ostrel

@@ -2,6 +2,7 @@
 
 #include "platform/child_process.h"
 #include "platform/text.h"
+#include "platform/tool_limits.h"
 
 #include <QFileInfo>
 #include <cmath>
@@ -20,10 +21,9 @@ QByteArray runFFProbe(const QString& ffprobePath, const QString& streamEntries, 
         streamEntries,         QStringLiteral("-show_entries"), QStringLiteral("format=duration"),
         QStringLiteral("-of"), QStringLiteral("json"),          path};
     try {
-        ProcessResult result = ChildProcess::runForResult(ffprobePath, arguments);
+        ProcessResult result = ChildProcess::runForResult(ffprobePath, arguments, limitsByFileSize({path}));
         if (result.succeeded()) return result.standardOutput;
-        const std::optional<QString> text = decodeUtf8(result.standardError);
-        throw FFProbeError(Kind::probeFailure, text ? text->trimmed() : QStringLiteral("Unknown error"));
+        throw FFProbeError(Kind::probeFailure, result.errorText(QStringLiteral("Unknown error")).trimmed());
     } catch (const ProcessLaunchError& error) {
         throw FFProbeError(Kind::processLaunchFailure,
                            QStringLiteral("Could not start ffprobe: %1").arg(error.description));

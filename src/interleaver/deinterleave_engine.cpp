@@ -10,6 +10,7 @@
 #include "platform/files.h"
 #include "platform/new_file.h"
 #include "platform/paths.h"
+#include "platform/tool_limits.h"
 
 #include <QThreadPool>
 #include <map>
@@ -43,7 +44,8 @@ void verifyMetadataPreserved(const QString& ffprobePath, const MultiChannelSourc
             const ProcessResult probe = ChildProcess::runForResult(
                 ffprobePath, {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
                               QStringLiteral("stream=sample_rate,bits_per_sample,channels"), QStringLiteral("-of"),
-                              QStringLiteral("csv=p=0"), output});
+                              QStringLiteral("csv=p=0"), output},
+                limitsByFileSize({output}));
             if (!probe.succeeded()) continue; // moved or removed since
             const QString values = probe.outputText().trimmed();
             // ffprobe prints fields in the order of its own, not of the request.
@@ -170,7 +172,7 @@ void DeinterleaveEngine::runFFmpeg(Work& work, const QStringList& arguments) con
     work.result.ffmpegCommand = arguments.join(u' ');
     appendToDebugLog(QStringLiteral("DeinterleaveEngine"), work.result.ffmpegCommand);
     try {
-        const ProcessResult run = ChildProcess::runForResult(ffmpegPath_, arguments);
+        const ProcessResult run = ChildProcess::runForResult(ffmpegPath_, arguments, limitsByProgress(work.unfinished().values()));
         if (!run.succeeded()) work.fail(QStringLiteral("ffmpeg error: ") + extractFFmpegError(run.errorText()));
     } catch (const ProcessLaunchError& error) {
         throw DeinterleaveError(DeinterleaveError::Kind::processLaunchFailure, error.description);

@@ -14,6 +14,7 @@
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/text.h"
+#include "platform/tool_limits.h"
 
 #include <array>
 
@@ -139,7 +140,7 @@ void InterleaveEngine::runFFmpeg(Work& work, const QStringList& arguments) const
     appendToDebugLog(QStringLiteral("InterleaveEngine"), work.result.ffmpegCommand);
     ProcessResult run;
     try {
-        run = ChildProcess::runForResult(ffmpegPath_, arguments);
+        run = ChildProcess::runForResult(ffmpegPath_, arguments, limitsByProgress({work.file->unfinished()}));
     } catch (const ProcessLaunchError& error) {
         throw InterleaveError(InterleaveError::Kind::processLaunchFailure, error.description);
     }
@@ -183,7 +184,8 @@ void InterleaveEngine::cloneMetadata(const QString& from, const QString& to) con
     if (bwfmetaeditPath_.isEmpty()) throw InterleaveError(InterleaveError::Kind::metadataToolNotFound);
     try {
         const ProcessResult copied = ChildProcess::runSilently(
-            bwfmetaeditPath_, {QStringLiteral("--reject-overwrite"), QStringLiteral("--copy"), from, to});
+            bwfmetaeditPath_, {QStringLiteral("--reject-overwrite"), QStringLiteral("--copy"), from, to},
+            limitsByFileSize({from, to}));
         if (copied.succeeded()) return;
         printDiagnostic(QStringLiteral("[InterleaveEngine] bwfmetaedit --copy failed (will try extraction): ") +
                         copied.errorText());
@@ -205,7 +207,11 @@ void InterleaveEngine::cloneMetadataViaExtraction(const QString& from, const QSt
     const TemporaryFile core{files::temporaryPath(QStringLiteral("csv"))};
     const TemporaryFile ixml{files::temporaryPath(QStringLiteral("xml"))};
     const auto run = [&](const QString& option, const QString& document, const QString& file) {
-        ChildProcess::runInherited(bwfmetaeditPath_, {option + document, file});
+        const ProcessResult result =
+            ChildProcess::runInherited(bwfmetaeditPath_, {option + document, file}, limitsByFileSize({file}));
+        if (result.ended == ChildEnd::byItself) return;
+        throw InterleaveError(InterleaveError::Kind::metadataCopyFailed,
+                              QStringLiteral("bwfmetaedit was ") + result.why);
     };
     run(QStringLiteral("--out-core="), core.path, from);
     run(QStringLiteral("--out-iXML="), ixml.path, from);
@@ -239,7 +245,8 @@ std::optional<QMap<QString, QString>> InterleaveEngine::identityFields(const QSt
     const QString document = files::temporaryPath(QStringLiteral("csv"));
     try {
         const ProcessResult exported = ChildProcess::runSilently(
-            bwfmetaeditPath_, {QStringLiteral("--out-core=") + document, path}, ChildProcess::StandardError::dropped);
+            bwfmetaeditPath_, {QStringLiteral("--out-core=") + document, path}, limitsByFileSize({path}),
+            ChildProcess::StandardError::dropped);
         const std::optional<QString> text = exported.succeeded() ? decodeUtf8(files::read(document)) : std::nullopt;
         files::removeQuietly(document);
         const std::vector<QStringList> rows = parseCSV(text.value_or(QString()));

@@ -8,6 +8,7 @@
 #include "platform/regular_expression.h"
 #include "platform/standard_folders.h"
 #include "platform/text.h"
+#include "platform/tool_limits.h"
 
 #include <QDir>
 
@@ -38,7 +39,7 @@ const std::vector<Field>& fields() {
 }
 
 QString errorText(const ProcessResult& result) {
-    return decodeUtf8(result.standardError).value_or(QStringLiteral("Unknown error"));
+    return result.errorText(QStringLiteral("Unknown error"));
 }
 
 // Whether a row of bwfmetaedit's CORE table holds metadata. Cells are cut at every comma, quotes are not looked at.
@@ -151,8 +152,8 @@ MetadataResult MetadataEngine::applyBWFFields(const BWFMetadata& metadata, const
 BWFMetadata MetadataEngine::extractBWFFields(const QString& path) const {
     std::optional<QString> document;
     try {
-        const ProcessResult result =
-            ChildProcess::runForResult(bwfmetaeditPath_, {QStringLiteral("--out-core-xml=-"), path});
+        const ProcessResult result = ChildProcess::runForResult(
+            bwfmetaeditPath_, {QStringLiteral("--out-core-xml=-"), path}, limitsByFileSize({path}));
         if (result.succeeded()) document = decodeUtf8(result.standardOutput);
     } catch (const ProcessLaunchError& error) {
         throw MetadataError(MetadataError::Kind::processLaunchFailure, error.description);
@@ -167,8 +168,8 @@ BWFMetadata MetadataEngine::extractBWFFields(const QString& path) const {
 
 bool MetadataEngine::verifyMetadataExists(const QString& path) const {
     try {
-        const ProcessResult result =
-            ChildProcess::runForResult(bwfmetaeditPath_, {QStringLiteral("--out-core=-"), path});
+        const ProcessResult result = ChildProcess::runForResult(
+            bwfmetaeditPath_, {QStringLiteral("--out-core=-"), path}, limitsByFileSize({path}));
         const QStringList lines = result.outputText().split(u'\n', Qt::SkipEmptyParts);
         return lines.size() >= 2 && rowHoldsMetadata(lines[1]);
     } catch (const ProcessLaunchError&) {
@@ -184,8 +185,9 @@ MetadataResult MetadataEngine::preservedOr(const QString& target, const QString&
 MetadataResult MetadataEngine::runTool(const QStringList& arguments, const QString& successMessage,
                                        const QString& workingFolder) const {
     try {
-        const ProcessResult result = ChildProcess::runSilently(bwfmetaeditPath_, arguments,
-                                                               ChildProcess::StandardError::captured, workingFolder);
+        const ProcessResult result =
+            ChildProcess::runSilently(bwfmetaeditPath_, arguments, limitsByFileSize({arguments.last()}),
+                                      ChildProcess::StandardError::captured, workingFolder);
         return result.succeeded() ? MetadataResult{true, successMessage} : MetadataResult{false, errorText(result)};
     } catch (const ProcessLaunchError& error) {
         throw MetadataError(MetadataError::Kind::processLaunchFailure, error.description);

@@ -10,6 +10,7 @@
 #include "platform/paths.h"
 #include "platform/standard_folders.h"
 #include "platform/text.h"
+#include "platform/tool_limits.h"
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -93,7 +94,8 @@ QString MetadataManifestExtractor::exportText(const QString& option, const QStri
 void MetadataManifestExtractor::runBwfmetaeditToFile(const QStringList& arguments) const {
     const QString command = bwfmetaeditPath_ + u' ' + arguments.join(u' ');
     try {
-        const ProcessResult result = ChildProcess::runForResult(bwfmetaeditPath_, arguments);
+        const ProcessResult result =
+            ChildProcess::runForResult(bwfmetaeditPath_, arguments, limitsByFileSize({arguments.last()}));
         if (result.succeeded()) return;
         throw ManifestError(result.exitStatus,
                             QStringLiteral("bwfmetaedit exited with code %1. Command: %2. Stderr: %3")

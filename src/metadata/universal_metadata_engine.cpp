@@ -10,6 +10,7 @@
 #include "platform/paths.h"
 #include "platform/standard_folders.h"
 #include "platform/text.h"
+#include "platform/tool_limits.h"
 
 #include <QDir>
 #include <QFile>
@@ -121,8 +122,12 @@ MetadataPreservationResult UniversalMetadataEngine::extractMetadata(const QStrin
 
 bool UniversalMetadataEngine::readBWF(const QString& url, QStringList& log) const {
     try {
-        const ProcessResult printed =
-            ChildProcess::runForResult(bwfmetaeditPath_, {QStringLiteral("--out-core=-"), url});
+        const ProcessResult printed = ChildProcess::runForResult(
+            bwfmetaeditPath_, {QStringLiteral("--out-core=-"), url}, limitsByFileSize({url}));
+        if (!printed.why.isEmpty()) {
+            log << QStringLiteral("⚠️  BWF extraction failed: bwfmetaedit was ") + printed.why;
+            return false;
+        }
         if (printed.outputText().split(u'\n', Qt::SkipEmptyParts).size() < 2) return false;
     } catch (const ProcessLaunchError& error) {
         log << QStringLiteral("⚠️  BWF extraction failed: ") + error.description;
@@ -230,7 +235,12 @@ std::optional<TrackIndices> UniversalMetadataEngine::extractTrackIndicesFromiXML
 }
 
 QString UniversalMetadataEngine::extractiXMLString(const QString& url) const {
-    const ProcessResult printed = ChildProcess::runForResult(bwfmetaeditPath_, {QStringLiteral("--out-iXML=-"), url});
+    const ProcessResult printed =
+        ChildProcess::runForResult(bwfmetaeditPath_, {QStringLiteral("--out-iXML=-"), url}, limitsByFileSize({url}));
+    if (printed.ended != ChildEnd::byItself) {
+        throw engineError(QStringLiteral("The iXML of %1 was not read: bwfmetaedit was %2")
+                              .arg(paths::lastComponent(url), printed.why));
+    }
     const std::optional<QString> text = decodeUtf8(printed.standardOutput);
     if (!text) throw engineError(QStringLiteral("The iXML of %1 is not UTF-8").arg(paths::lastComponent(url)));
     // The tool ends its print with a line break that is not in the file. Kept, it would give a file without iXML an
@@ -243,7 +253,7 @@ void UniversalMetadataEngine::writeiXML(const QString& document, const QString& 
     const TemporaryDocument temporary(documentName, document);
     const ProcessResult written =
         ChildProcess::runSilently(bwfmetaeditPath_, {QStringLiteral("--in-iXML=") + temporary.path(), outputURL},
-                                  ChildProcess::StandardError::dropped);
+                                  limitsByFileSize({outputURL}), ChildProcess::StandardError::dropped);
     if (!written.succeeded()) throw engineError(failure);
 }
 

@@ -1,10 +1,12 @@
 #include "platform/audio_file.h"
 
 #include "platform/child_process.h"
+#include "platform/ffmpeg_fault.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/standard_folders.h"
 #include "platform/text.h"
+#include "platform/tool_limits.h"
 
 #include <array>
 #include <cerrno>
@@ -70,10 +72,9 @@ QString decodedPath() {
     return paths::append(folder, freshUuid() + QStringLiteral(".caf"));
 }
 
-// ffmpeg's last line says why it gave up; ahead of the reason may stand the file's name.
+// Ahead of the reason may stand the file's name.
 QString reasonOf(const ProcessResult& result, const QString& name) {
-    const QString text = result.errorText().trimmed();
-    const QString line = text.mid(text.lastIndexOf(u'\n') + 1);
+    const QString line = ffmpegFault(result);
     const QString reason = line.startsWith(name) ? line.mid(name.size() + 2) : line;
     return reason.isEmpty() ? QStringLiteral("ffmpeg can't decode it (status %1)").arg(result.exitStatus) : reason;
 }
@@ -88,7 +89,8 @@ OpenedFile decodeWithFfmpeg(const QString& path, const QString& ffmpegPath) {
             {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-nostdin"), QStringLiteral("-y"),
              QStringLiteral("-i"), input, QStringLiteral("-map"), QStringLiteral("0:a:0"),
              QStringLiteral("-map_metadata"), QStringLiteral("-1"), QStringLiteral("-c:a"), QStringLiteral("pcm_f32le"),
-             QStringLiteral("-f"), QStringLiteral("caf"), decoded});
+             QStringLiteral("-f"), QStringLiteral("caf"), decoded},
+            limitsByProgress({decoded}));
         if (!result.succeeded()) throw AudioFileError(reasonOf(result, input));
         OpenedFile opened = openWithSndfile(decoded);
         opened.isDecodedCopy = true;

@@ -2,16 +2,14 @@
 // its own without falling back to fork, which copies the page tables of a large parent for every ffprobe of a scan.
 #include "platform/child_process.h"
 
+#include "platform/running_child.h"
 #include "platform/text.h"
 
-#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
-#include <poll.h>
 #include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -19,8 +17,6 @@ extern char** environ;
 
 namespace ostrel {
 namespace {
-
-constexpr qsizetype kMostStandardError = 4 << 20;
 
 enum class Stream { inherited, null, captured };
 
@@ -74,8 +70,7 @@ public:
         posix_spawnattr_init(&attributes_);
         sigset_t defaults;
         sigemptyset(&defaults);
-        sigaddset(&defaults, SIGPIPE);
-        sigaddset(&defaults, SIGINT);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) sigaddset(&defaults, signal);
         posix_spawnattr_setsigdefault(&attributes_, &defaults);
         sigset_t none;
         sigemptyset(&none);
@@ -99,13 +94,36 @@ std::vector<char*> pointers(std::vector<QByteArray>& texts) {
     return result;
 }
 
-std::vector<QByteArray> childEnvironment() {
-    std::vector<QByteArray> result;
-    for (char** entry = environ; *entry; ++entry) {
-        if (std::strncmp(*entry, "LC_ALL=", 7) != 0) result.emplace_back(*entry);
+// Less the relative and the empty entries, which mean the working folder: that may be a folder of recordings, and
+// whatever lies there is not to be run.
+QByteArray absoluteEntries(const QByteArray& path) {
+    QByteArrayList result;
+    for (const QByteArray& entry : path.split(':')) {
+        if (entry.startsWith('/')) result << entry;
     }
-    result.emplace_back("LC_ALL=C.UTF-8");
+    return result.join(':');
+}
+
+std::vector<QByteArray> childEnvironment() {
+    std::vector<QByteArray> result{"LC_ALL=C.UTF-8"};
+    for (char** place = environ; *place; ++place) {
+        const QByteArray entry(*place);
+        if (entry.startsWith("PATH=")) {
+            // None is better than an empty one, which would mean the working folder again.
+            const QByteArray path = absoluteEntries(entry.mid(5));
+            if (!path.isEmpty()) result.push_back("PATH=" + path);
+        } else if (!entry.startsWith("LC_ALL=")) {
+            result.push_back(entry);
+        }
+    }
     return result;
+}
+
+// Whoever started us may have had SIGCHLD ignored, which is inherited. Then the kernel throws the exit statuses of
+// children away.
+void keepExitStatuses() {
+    struct sigaction action {};
+    if (::sigaction(SIGCHLD, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) ::signal(SIGCHLD, SIG_DFL);
 }
 
 pid_t spawn(const QString& executable, const QStringList& arguments, const FileActions& actions) {
@@ -120,47 +138,9 @@ pid_t spawn(const QString& executable, const QStringList& arguments, const FileA
     return pid;
 }
 
-// Reads what is there; false at the end of the stream.
-bool drain(int descriptor, QByteArray& into, qsizetype most) {
-    std::array<char, 65536> buffer;
-    const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
-    if (count < 0) return errno == EINTR || errno == EAGAIN;
-    if (count == 0) return false;
-    into.append(buffer.data(), count);
-    if (most > 0 && into.size() > 2 * most) into = into.last(most);
-    return true;
-}
-
-// The end of a text, begun at a whole letter: half of one would make all of it undecodable.
-QByteArray endOf(const QByteArray& text) {
-    qsizetype start = text.size() - kMostStandardError;
-    while (start < text.size() && (static_cast<unsigned char>(text[start]) & 0xC0) == 0x80) ++start;
-    return text.sliced(start);
-}
-
-void drainBoth(Pipe& output, Pipe& error, ProcessResult& result) {
-    std::array<pollfd, 2> polled{pollfd{output.readEnd(), POLLIN, 0}, pollfd{error.readEnd(), POLLIN, 0}};
-    while (polled[0].fd >= 0 || polled[1].fd >= 0) {
-        if (::poll(polled.data(), polled.size(), -1) < 0) {
-            if (errno == EINTR) continue;
-            break;
-        }
-        if (polled[0].revents && !drain(polled[0].fd, result.standardOutput, 0)) polled[0].fd = -1;
-        if (polled[1].revents && !drain(polled[1].fd, result.standardError, kMostStandardError)) polled[1].fd = -1;
-    }
-    if (result.standardError.size() > kMostStandardError) result.standardError = endOf(result.standardError);
-}
-
-void waitForEnd(pid_t pid, ProcessResult& result) {
-    int status = 0;
-    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
-    result.crashed = WIFSIGNALED(status);
-    result.exitStatus = result.crashed ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-}
-
-ProcessResult run(const QString& executable, const QStringList& arguments, Stream output, Stream error,
-                  const QString& workingFolder = QString()) {
+ProcessResult run(const QString& executable, const QStringList& arguments, const ChildLimits& limits, Stream output,
+                  Stream error, const QString& workingFolder = QString()) {
+    keepExitStatuses();
     Pipe outputPipe;
     Pipe errorPipe;
     FileActions actions;
@@ -169,33 +149,39 @@ ProcessResult run(const QString& executable, const QStringList& arguments, Strea
     actions.connect(STDERR_FILENO, error, errorPipe);
     actions.changeFolder(workingFolder);
     actions.closeEverythingElse();
-    const pid_t pid = spawn(executable, arguments, actions);
+    std::optional<RunningChild> child;
+    {
+        const inFlight::Launch launch;
+        child.emplace(spawn(executable, arguments, actions), outputPipe.readEnd(), errorPipe.readEnd(), limits);
+    }
     outputPipe.closeWriteEnd();
     errorPipe.closeWriteEnd();
-    ProcessResult result;
-    drainBoth(outputPipe, errorPipe, result);
-    waitForEnd(pid, result);
-    return result;
+    return child->finish();
 }
 
 } // namespace
 
 QString ProcessResult::outputText() const { return decodeUtf8(standardOutput).value_or(QString()); }
 
-QString ProcessResult::errorText() const { return decodeUtf8(standardError).value_or(QString()); }
+QString ProcessResult::errorText(const QString& undecodable) const {
+    return why.isEmpty() ? decodeUtf8(standardError).value_or(undecodable) : why;
+}
 
-ProcessResult ChildProcess::runForResult(const QString& executable, const QStringList& arguments) {
-    return run(executable, arguments, Stream::captured, Stream::captured);
+ProcessResult ChildProcess::runForResult(const QString& executable, const QStringList& arguments,
+                                         const ChildLimits& limits) {
+    return run(executable, arguments, limits, Stream::captured, Stream::captured);
 }
 
 ProcessResult ChildProcess::runSilently(const QString& executable, const QStringList& arguments,
-                                        StandardError standardError, const QString& workingFolder) {
-    return run(executable, arguments, Stream::null,
+                                        const ChildLimits& limits, StandardError standardError,
+                                        const QString& workingFolder) {
+    return run(executable, arguments, limits, Stream::null,
                standardError == StandardError::captured ? Stream::captured : Stream::null, workingFolder);
 }
 
-ProcessResult ChildProcess::runInherited(const QString& executable, const QStringList& arguments) {
-    return run(executable, arguments, Stream::inherited, Stream::inherited);
+ProcessResult ChildProcess::runInherited(const QString& executable, const QStringList& arguments,
+                                         const ChildLimits& limits) {
+    return run(executable, arguments, limits, Stream::inherited, Stream::inherited);
 }
 
 } // namespace ostrel

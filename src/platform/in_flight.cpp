@@ -4,8 +4,8 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
-#include <csignal>
 #include <cstring>
+#include <poll.h>
 #include <unistd.h>
 
 namespace ostrel::inFlight {
@@ -16,6 +16,12 @@ constexpr int kChildren = 128;
 constexpr int kFiles = 256;
 
 std::array<std::atomic<pid_t>, kChildren> children{};
+std::atomic<int> launches{0};
+
+// A launch takes a millisecond or two, unless the disk that the tool lies on hangs.
+void waitForLaunches() {
+    for (int waited = 0; launches > 0 && waited < 1000; ++waited) ::poll(nullptr, 0, 1);
+}
 
 struct File {
     enum : int { free, filling, set };
@@ -25,6 +31,18 @@ struct File {
 std::array<File, kFiles> files{};
 
 } // namespace
+
+Launch::Launch() {
+    sigset_t all;
+    sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+    ++launches;
+}
+
+Launch::~Launch() {
+    --launches;
+    ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
 
 Child::Child(pid_t group) : slot_(-1) {
     for (int i = 0; i < kChildren && slot_ < 0; ++i) {
@@ -56,6 +74,7 @@ void UnfinishedFile::settle() {
 
 void endAtOnce() {
     const int saved = errno;
+    waitForLaunches();
     for (std::atomic<pid_t>& child : children) {
         if (const pid_t group = child; group > 0) ::kill(-group, SIGKILL);
     }

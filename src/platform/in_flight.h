@@ -5,11 +5,26 @@
 #pragma once
 
 #include <QByteArray>
+#include <csignal>
 #include <sys/types.h>
 
 namespace ostrel::inFlight {
 
-// A child that leads a process group of its own. Taken back by the destructor, ahead of which the child was waited for.
+// Held while a child is started and until it stands in the table: `endAtOnce` waits for that, or it would miss one that
+// is just coming up. No signal handler runs on this thread meanwhile, since it would wait for itself.
+class Launch {
+public:
+    Launch();
+    ~Launch();
+    Launch(const Launch&) = delete;
+    Launch& operator=(const Launch&) = delete;
+
+private:
+    sigset_t before_;
+};
+
+// A child that leads a process group of its own. Taken back by the destructor; the child is reaped after that and not
+// before, since its number may then be another's.
 class Child {
 public:
     explicit Child(pid_t group);

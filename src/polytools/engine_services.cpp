@@ -6,8 +6,8 @@
 #include "metadata/riff_chunks.h"
 #include "metadata/universal_metadata_engine.h"
 #include "platform/child_process.h"
+#include "platform/ffmpeg_fault.h"
 #include "platform/files.h"
-#include "platform/text.h"
 
 namespace ostrel {
 
@@ -41,9 +41,9 @@ MetadataPreservationResult withoutIXML(MetadataPreservationResult capture) {
     return capture;
 }
 
-QString startOfErrorText(const QByteArray& standardError, qsizetype characters) {
-    const std::optional<QString> text = decodeUtf8(standardError);
-    return text ? text->left(characters) : QStringLiteral("Unknown error");
+QString faultText(const ProcessResult& result, qsizetype characters) {
+    const QString fault = ffmpegFault(result);
+    return fault.isEmpty() ? QStringLiteral("Unknown error") : fault.left(characters);
 }
 
 } // namespace ostrel

@@ -16,6 +16,7 @@ class Journal;
 class RunLedger;
 class UniversalMetadataEngine;
 struct MetadataPreservationResult;
+struct ProcessResult;
 
 // Absolute paths; empty where a tool was not found. Without a metadata engine outputs keep what ffmpeg carries over.
 struct PolyEngineTools {
@@ -71,7 +72,7 @@ QString describe(const std::exception& error);
 // an output that bwfmetaedit refuses.
 MetadataPreservationResult withoutIXML(MetadataPreservationResult capture);
 
-// The beginning of what a tool said, for a log line; "Unknown error" if it is not text.
-QString startOfErrorText(const QByteArray& standardError, qsizetype characters);
+// The line of a failed ffmpeg run that tells the fault, for a log line; "Unknown error" where none does. -1: all of it.
+QString faultText(const ProcessResult& result, qsizetype characters = -1);
 
 } // namespace ostrel

@@ -1,6 +1,7 @@
 #include "polytools/ffprobe_value.h"
 
 #include "platform/child_process.h"
+#include "platform/tool_limits.h"
 
 #include <QStringList>
 
@@ -10,7 +11,7 @@ QString ffprobeValue(const QString& ffprobePath, const QString& url, const QStri
     QStringList arguments{QStringLiteral("-v"), QStringLiteral("error")};
     if (streams == FFProbeStreams::firstAudio) arguments << QStringLiteral("-select_streams") << QStringLiteral("a:0");
     arguments << QStringLiteral("-show_entries") << entry << QStringLiteral("-of") << QStringLiteral("csv=p=0") << url;
-    const ProcessResult result = ChildProcess::runForResult(ffprobePath, arguments);
+    const ProcessResult result = ChildProcess::runForResult(ffprobePath, arguments, limitsByFileSize({url}));
     return result.succeeded() ? result.outputText().trimmed() : QString();
 }
 

@@ -4,6 +4,7 @@
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/text.h"
+#include "platform/tool_limits.h"
 #include "polytools/grouping_log.h"
 
 namespace ostrel {
@@ -117,7 +118,8 @@ std::optional<QString> ISOEvidenceReader::exportText(const QString& option, cons
                                                      const QString& url) const {
     const QString document = files::temporaryPath(extension);
     const ProcessResult result =
-        ChildProcess::runSilently(bwfmetaeditPath_, {option + document, url}, ChildProcess::StandardError::dropped);
+        ChildProcess::runSilently(bwfmetaeditPath_, {option + document, url}, limitsByFileSize({url}),
+                                  ChildProcess::StandardError::dropped);
     std::optional<QString> text;
     try {
         if (result.succeeded() && paths::exists(document)) text = decodeUtf8(files::read(document)).value_or(QString());

@@ -5,6 +5,7 @@
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/text.h"
+#include "platform/tool_limits.h"
 
 #include <QFile>
 #include <QScopeGuard>
@@ -104,7 +105,8 @@ QString replaceTrackNames(const QString& ixml, const std::map<int, QString>& nam
 std::optional<QString> exportIXML(const QString& bwfmetaeditPath, const QString& fileURL) {
     const QString path = files::temporaryPath(QStringLiteral("ixml.xml"));
     const ProcessResult result = ChildProcess::runSilently(
-        bwfmetaeditPath, {QStringLiteral("--out-iXML=") + path, fileURL}, ChildProcess::StandardError::dropped);
+        bwfmetaeditPath, {QStringLiteral("--out-iXML=") + path, fileURL}, limitsByFileSize({fileURL}),
+        ChildProcess::StandardError::dropped);
     if (!result.succeeded()) {
         files::removeQuietly(path);
         return std::nullopt;
@@ -120,7 +122,7 @@ bool importIXML(const QString& bwfmetaeditPath, const QString& ixml, const QStri
     const auto clean = qScopeGuard([&] { files::removeQuietly(path); });
     files::writeAtomically(path, ixml.toUtf8());
     return ChildProcess::runSilently(bwfmetaeditPath, {QStringLiteral("--in-iXML=") + path, fileURL},
-                                     ChildProcess::StandardError::dropped)
+                                     limitsByFileSize({fileURL}), ChildProcess::StandardError::dropped)
         .succeeded();
 }
 

@@ -276,10 +276,12 @@ JoinResult PolyJoinEngine::join(const std::vector<ISOFile>& isoFiles, const QStr
 QStringList PolyJoinEngine::buildJoinCommand(const std::vector<ISOFile>& sorted, const QString& output,
                                              bool namesSpeakers) {
     const QString count = QString::number(sorted.size());
+    std::vector<int> channelCounts;
+    for (const ISOFile& iso : sorted) channelCounts.push_back(iso.channelCount);
     QStringList arguments{QStringLiteral("-y")};
     for (const ISOFile& iso : sorted) arguments << QStringLiteral("-i") << iso.url;
     const int depth = sorted.empty() ? 0 : sorted.front().bitDepth;
-    return arguments << QStringLiteral("-filter_complex") << mergeGraph(static_cast<int>(sorted.size()), namesSpeakers)
+    return arguments << QStringLiteral("-filter_complex") << mergeGraph(channelCounts, namesSpeakers)
                      << QStringLiteral("-map") << QStringLiteral("[aout]") << QStringLiteral("-ac") << count
                      << QStringLiteral("-c:a") << QStringLiteral("pcm_s%1le").arg(depth)
                      << QStringLiteral("-map_metadata") << QStringLiteral("0") << QStringLiteral("-write_bext")

@@ -1,5 +1,6 @@
 #include "polytools/poly_join_flow.h"
 
+#include "foundation/run_ledger.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "polytools/iso_ordering.h"
@@ -252,6 +253,7 @@ void PolyJoinFlow::runJoin() {
     if (folder.isEmpty()) return services_.error(kProcess, QStringLiteral("Output folder required"));
     if (!services_.requireFFmpeg()) return;
     state_.resetTotals();
+    if (!mayMix(isos)) return;
     state_.isProcessing = true;
     state_.isJoining = true;
     state_.joinProgress = 0;
@@ -260,6 +262,7 @@ void PolyJoinFlow::runJoin() {
 
     std::ranges::stable_sort(isos, {}, &ISOFile::channelIndex);
     JoinOptions options = joinOptions();
+    options.downmix = true; // asked above
     const int reference = state_.referenceISOIndex.value();
     if (reference >= 0 && reference < static_cast<int>(state_.isoFiles.size())) {
         options.referenceISO = state_.isoFiles[static_cast<std::size_t>(reference)];
@@ -267,8 +270,40 @@ void PolyJoinFlow::runJoin() {
     services_.run(join(isos, paths::append(folder, name), options, services_.begin(Task::join)));
 }
 
+// Everything in the selection is protected, joined or not.
+PolyEngineHooks PolyJoinFlow::hooksOfRun(const TaskHandle& handle) const {
+    QStringList sources = urlsOf(state_.isoFiles) + urlsOf(state_.ungroupedFiles);
+    for (const ISOGroupCandidate& group : state_.reviewedGroups) {
+        for (const ISOFile& iso : group.isoFiles) sources << iso.url;
+    }
+    PolyEngineHooks hooks = services_.hooks(handle);
+    hooks.ledger = std::make_shared<RunLedger>(sources);
+    return hooks;
+}
+
+// Whether files of several channels may be mixed to one: on the terminal an option says so, in the window a person.
+bool PolyJoinFlow::mayMix(const std::vector<ISOFile>& isos) {
+    QStringList names;
+    for (const ISOFile& iso : isos) {
+        if (iso.channelCount > 1) names << QStringLiteral("%1 (%2 channels)").arg(iso.fileName).arg(iso.channelCount);
+    }
+    if (names.isEmpty() || state_.joinDownmix.value()) return true;
+    AlertRequest alert;
+    alert.style = AlertRequest::Style::warning;
+    alert.title = QStringLiteral("Not all files are mono");
+    alert.text = QStringLiteral("%1 would be mixed to one channel each, which can't be undone in the poly.")
+                     .arg(names.join(QStringLiteral(", ")));
+    alert.buttons = {QStringLiteral("Mix to One Channel"), QStringLiteral("Cancel")};
+    if (services_.desktop().showAlert(alert) == 0) return true;
+    const QString why = QStringLiteral("A join takes mono files: ") + names.join(QStringLiteral(", "));
+    services_.error(kProcess, why);
+    state_.errorCount = 1;
+    state_.lastOutcome = ItemOutcome::failure(why, urlsOf(state_.isoFiles));
+    return false;
+}
+
 QCoro::Task<> PolyJoinFlow::join(std::vector<ISOFile> isos, QString outputURL, JoinOptions options, TaskHandle handle) {
-    const PolyJoinEngine engine(services_.engineTools(), services_.hooks(handle));
+    const PolyJoinEngine engine(services_.engineTools(), hooksOfRun(handle));
     const auto progress = services_.follow(handle, [state = &state_](double fraction, const QString& step) {
         state->joinProgress = fraction;
         state->currentProcessingItem = step;
@@ -318,7 +353,7 @@ void PolyJoinFlow::startBatchJoin() {
 }
 
 QCoro::Task<> PolyJoinFlow::batchJoin(std::vector<ISOGroupCandidate> groups, JoinOptions options, TaskHandle handle) {
-    const PolyJoinEngine engine(services_.engineTools(), services_.hooks(handle));
+    const PolyJoinEngine engine(services_.engineTools(), hooksOfRun(handle));
     const auto progress = services_.follow(handle, [state = &state_](const BatchJoinProgress& step) {
         state->batchJoinProgress = step;
         state->currentProcessingItem = step.currentGroup;

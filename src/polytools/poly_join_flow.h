@@ -55,6 +55,8 @@ private:
     QCoro::Task<> batchJoin(std::vector<ISOGroupCandidate> groups, JoinOptions options, TaskHandle handle);
     void countBatchJoin(const BatchJoinResult& result);
     void showBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups);
+    PolyEngineHooks hooksOfRun(const TaskHandle& handle) const;
+    bool mayMix(const std::vector<ISOFile>& isos);
     JoinOptions joinOptions() const;
 
     PolyToolsState& state_;

@@ -123,7 +123,7 @@ PolyEngineHooks PolyToolsServices::hooks(const TaskHandle& handle) const {
         hop([state, entry] { state->logEntries.append(entry); });
     };
     hooks.isStopped = [handle] { return handle.isCancelled(); };
-    hooks.journal = std::make_shared<Journal>(rawText(state_.mode.value()));
+    hooks.journal = std::make_shared<Journal>(QStringLiteral("edit")); // no other job of these replaces a recording
     return hooks;
 }
 

@@ -1,12 +1,13 @@
 #include "polytools/preview_files.h"
 
 #include "foundation/domain_error.h"
-#include "foundation/ffmpeg_command.h"
 #include "platform/child_process.h"
 #include "platform/files.h"
 #include "platform/own_folder.h"
 #include "platform/paths.h"
 #include "platform/text.h"
+#include "platform/tool_limits.h"
+#include "polytools/engine_services.h"
 #include "polytools/merge_graph.h"
 
 #include <QDir>
@@ -30,18 +31,18 @@ QStringList buildPreviewPolyCommand(const QStringList& isoURLs, int bitDepth, co
     QStringList arguments{QStringLiteral("-y")};
     for (const QString& url : isoURLs) arguments << QStringLiteral("-i") << url;
     return arguments << QStringLiteral("-filter_complex")
-                     << mergeGraph(static_cast<int>(isoURLs.size()), anyNamesSpeakers(isoURLs))
+                     << mergeGraph(std::vector<int>(static_cast<std::size_t>(isoURLs.size()), 1), anyNamesSpeakers(isoURLs))
                      << QStringLiteral("-map") << QStringLiteral("[aout]") << QStringLiteral("-ac") << count
                      << QStringLiteral("-c:a") << QStringLiteral("pcm_s%1le").arg(bitDepth) << QStringLiteral("-rf64")
                      << QStringLiteral("auto") << output;
 }
 
 void extractChannel(const QString& polyURL, int channelIndex, const QString& output, const QString& ffmpegPath) {
-    const ProcessResult ffmpeg =
-        ChildProcess::runSilently(ffmpegPath, buildExtractChannelCommand(polyURL, channelIndex, output));
+    const ProcessResult ffmpeg = ChildProcess::runSilently(
+        ffmpegPath, buildExtractChannelCommand(polyURL, channelIndex, output), limitsByProgress({output}));
     if (ffmpeg.succeeded()) return;
     files::removeQuietly(output);
-    throw DomainError(QStringLiteral("Preview"), ffmpeg.exitStatus, extractFFmpegError(ffmpeg.errorText()));
+    throw DomainError(QStringLiteral("Preview"), ffmpeg.exitStatus, faultText(ffmpeg));
 }
 
 QString generateTempPreviewPoly(const QStringList& isoURLs, int bitDepth, const QString& folder,
@@ -56,8 +57,8 @@ QString generateTempPreviewPoly(const QStringList& isoURLs, int bitDepth, const 
     }
     const QString output = paths::append(folder, QStringLiteral("preview_poly.wav"));
     try {
-        const ProcessResult ffmpeg =
-            ChildProcess::runSilently(ffmpegPath, buildPreviewPolyCommand(isoURLs, bitDepth, output));
+        const ProcessResult ffmpeg = ChildProcess::runSilently(
+            ffmpegPath, buildPreviewPolyCommand(isoURLs, bitDepth, output), limitsByProgress({output}));
         if (!ffmpeg.succeeded()) {
             tell(QStringLiteral("[TempPoly] ❌ ffmpeg failed (exit %1)").arg(ffmpeg.exitStatus));
             return {};

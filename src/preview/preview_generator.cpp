@@ -1,11 +1,13 @@
 #include "preview/preview_generator.h"
 
 #include "platform/child_process.h"
+#include "platform/ffmpeg_fault.h"
 #include "platform/files.h"
 #include "platform/own_folder.h"
 #include "platform/paths.h"
 #include "platform/standard_folders.h"
 #include "platform/text.h"
+#include "platform/tool_limits.h"
 
 #include <QCryptographicHash>
 #include <cerrno>
@@ -35,11 +37,11 @@ QString pathBelow(const QString& folder, const PreviewRecipe& recipe) {
 
 void runFFmpeg(const QString& ffmpegPath, const QStringList& arguments) {
     try {
-        const ProcessResult result = ChildProcess::runSilently(ffmpegPath, arguments);
+        const ProcessResult result =
+            ChildProcess::runSilently(ffmpegPath, arguments, limitsByProgress({arguments.last()}));
         if (result.succeeded()) return;
         throw PreviewError(QStringLiteral("ffmpeg failed with status %1: %2")
-                               .arg(result.exitStatus)
-                               .arg(result.errorText().trimmed()));
+                               .arg(QString::number(result.exitStatus), ffmpegFault(result)));
     } catch (const ProcessLaunchError& error) {
         throw PreviewError(QStringLiteral("Failed to start ffmpeg: %1").arg(error.description));
     }

@@ -6,6 +6,7 @@
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/standard_folders.h"
+#include "platform/tool_limits.h"
 #include "stereovalidator/in_place_swap.h"
 
 #include <algorithm>
@@ -118,7 +119,7 @@ void StereoProcessingEngine::copyBWFMetadata(const QString& source, const QStrin
         if (!paths::isExecutableFile(tool)) continue;
         try {
             const QStringList arguments{QStringLiteral("--copy"), paths::absolute(source), paths::absolute(target)};
-            if (ChildProcess::runSilently(tool, arguments).succeeded()) return;
+            if (ChildProcess::runSilently(tool, arguments, limitsByFileSize({source, target})).succeeded()) return;
         } catch (const ProcessLaunchError&) {
             continue; // best effort: the audio stands without its metadata
         }

@@ -83,6 +83,23 @@ TEST_F(ToolDetection, OnlyExecutableFilesCount) {
     EXPECT_EQ(detect().ffmpegPath.value(), real);
 }
 
+TEST_F(ToolDetection, NothingIsTakenFromTheWorkingFolder) {
+    const QString ours = QDir::currentPath();
+    add(QStringLiteral("recordings"), QStringLiteral("ffmpeg"));
+    add(QStringLiteral("recordings/bin"), QStringLiteral("ffmpeg"));
+    ASSERT_TRUE(QDir::setCurrent(folder_.path(QStringLiteral("recordings"))));
+    const QString onPath = add(QStringLiteral("onpath"), QStringLiteral("ffmpeg"));
+    for (const char* relative : {"", ".", "bin", "./bin", "../recordings", ":.:bin"}) {
+        const QString entry = QString::fromLatin1(relative);
+        const SearchPath aheadOfTheRealOne(entry + u':' + folder_.path(QStringLiteral("onpath")));
+        EXPECT_EQ(detect().ffmpegPath.value(), onPath) << relative;
+        const SearchPath noOther(entry);
+        EXPECT_FALSE(detect().ffmpegPath.value().startsWith(folder_.path())) << relative;
+        EXPECT_TRUE(QDir::isAbsolutePath(detect().ffmpegPath.value()) || detect().ffmpegPath.value().isEmpty());
+    }
+    QDir::setCurrent(ours);
+}
+
 TEST_F(ToolDetection, DetectingAgainSeesWhatWasInstalledMeanwhile) {
     ExternalToolDetector detector = detect();
     add(QStringLiteral("onpath"), QStringLiteral("ffmpeg"));

@@ -347,6 +347,13 @@ TEST(FFProbe, FailuresCarryTheToolsWords) {
     EXPECT_EQ(probeError(crashing, text), QStringLiteral("ffprobe failed: dying"));
 }
 
+TEST(FFProbe, AToolThatPrintsWithoutEndIsEndedAndTold) {
+    const TestFolder folder;
+    EXPECT_EQ(probeError(folder.writeScript(QStringLiteral("endless"), QStringLiteral("echo words >&2; exec yes")),
+                         folder.write(QStringLiteral("a.wav"), "")),
+              QStringLiteral("ffprobe failed: ended because it printed more than 64 MiB"));
+}
+
 TEST(FFProbe, AToolThatCannotBeStartedIsTold) {
     EXPECT_EQ(probeError(QStringLiteral("/nowhere/ffprobe"), QStringLiteral("/a.wav")),
               QStringLiteral("Could not start ffprobe: No such file or directory"));

@@ -119,6 +119,20 @@ TEST_F(UniversalMetadataEngineTest, IxmlThatIsNotUtf8IsAWarning) {
     EXPECT_FALSE(engine_.extractTrackIndicesFromiXML(source));
 }
 
+// What came of it so far must not pass for all that the file holds.
+TEST_F(UniversalMetadataEngineTest, AToolThatPrintsWithoutEndIsAWarningAndGivesNothing) {
+    const QString source = wave(u"a.wav"_s);
+    const UniversalMetadataEngine engine(folder_.writeScript(u"endless"_s, u"exec yes '<BWFXML><SCENE>1'"_s));
+    const MetadataPreservationResult result = engine.extractMetadata(source, false);
+    EXPECT_FALSE(result.hasBWF);
+    EXPECT_FALSE(result.hasiXML);
+    const QString why = u"bwfmetaedit was ended because it printed more than 64 MiB"_s;
+    EXPECT_EQ(result.logMessages,
+              (QStringList{u"⚠️  BWF extraction failed: "_s + why,
+                           u"⚠️  iXML extraction failed: The iXML of a.wav was not read: "_s + why}));
+    EXPECT_THROW(engine.extractiXMLString(source), DomainError);
+}
+
 TEST_F(UniversalMetadataEngineTest, AppliesChunksAndFieldsToEveryTarget) {
     WaveSpec spec;
     spec.after = {{"SMED", "abc"}};

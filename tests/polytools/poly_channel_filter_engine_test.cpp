@@ -169,6 +169,8 @@ TEST_F(ChannelFilter, AFailingFfmpegThrowsWithItsTextAndLeavesNothing) {
     const auto [code, text] = errorOf([&] { edit(file, "1"); });
     EXPECT_EQ(code, 3);
     EXPECT_TRUE(text.startsWith(QStringLiteral("❌ ffmpeg failed: ")));
+    EXPECT_TRUE(text.endsWith(QStringLiteral("Invalid data found when processing input"))) << text.toStdString();
+    EXPECT_FALSE(text.contains(u'\n'));
     EXPECT_EQ(testing::namesIn(output()), QStringList());
     tools_.ffmpegPath = QStringLiteral("/nowhere/ffmpeg");
     EXPECT_THROW(edit(file, "1"), ProcessLaunchError);

@@ -133,6 +133,8 @@ TEST_F(PolyJoin, FfmpegFailuresAndLaunchFailuresAreTold) {
     EXPECT_FALSE(result.success);
     const auto* entry = entryWith(result.logMessages, QStringLiteral("ffmpeg error: "));
     ASSERT_TRUE(entry);
+    EXPECT_TRUE(entry->message.endsWith(QStringLiteral("Invalid data found when processing input")))
+        << entry->message.toStdString();
     EXPECT_LE(entry->message.size(), QStringLiteral("ffmpeg error: ").size() + 300);
     tools_.ffmpegPath = QStringLiteral("/nowhere/ffmpeg");
     EXPECT_TRUE(entryWith(join(files).logMessages, QStringLiteral("Process error: No such file or directory")));

@@ -63,8 +63,8 @@ TEST(DeclaredSpeakers, MasksAreReadFromExtensibleFilesOnly) {
     EXPECT_EQ(speakerMask(folder.write(QStringLiteral("b.wav"), testing::waveBytes({}))), 0u);
     EXPECT_EQ(speakerMask(folder.write(QStringLiteral("c.wav"), "RIFF")), 0u);
     EXPECT_FALSE(anyNamesSpeakers({writeMasked(folder.path(QStringLiteral("d.wav")), 1, 4)}));
-    EXPECT_EQ(mergeGraph(2, false), QStringLiteral("[0:a][1:a]amerge=inputs=2[aout]"));
-    EXPECT_EQ(mergeGraph(2, true),
+    EXPECT_EQ(mergeGraph({1, 1}, false), QStringLiteral("[0:a][1:a]amerge=inputs=2[aout]"));
+    EXPECT_EQ(mergeGraph({1, 1}, true),
               QStringLiteral("[0:a]pan=mono|c0=c0[m0];[1:a]pan=mono|c0=c0[m1];[m0][m1]amerge=inputs=2[aout]"));
 }
 

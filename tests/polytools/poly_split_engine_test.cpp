@@ -216,7 +216,10 @@ TEST_F(PolySplit, FailuresAreCountedByChannelAndStopNothing) {
     EXPECT_EQ(result.errorCount, 2);
     const auto* entry = entryWith(result.logEntries, QStringLiteral("ffmpeg error for broken_ch1.wav: "));
     ASSERT_TRUE(entry);
+    EXPECT_TRUE(entry->message.endsWith(QStringLiteral("Invalid data found when processing input")))
+        << entry->message.toStdString();
     EXPECT_LE(entry->message.size(), QStringLiteral("ffmpeg error for broken_ch1.wav: ").size() + 200);
+    EXPECT_FALSE(entryWith(result.logEntries, QStringLiteral("ffmpeg version")));
 
     tools_.ffmpegPath = QStringLiteral("/nowhere/ffmpeg");
     result = split(poly, byNumber());
