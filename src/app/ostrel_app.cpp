@@ -40,6 +40,7 @@ void OstrelApp::show(AppTab tab, std::optional<int> mode, const QStringList& pat
     window_->selectedTab = tab;
     if (mode) window_->page(tab).setModeIndex(*mode);
     window_->show();
+    appViewModel_.tellUnfinishedSteps();
     if (!paths.isEmpty()) window_->handleGlobalDrop(paths);
 }
 

@@ -2,9 +2,11 @@
 
 #include "cli/command.h"
 #include "cli/commands.h"
+#include "foundation/journal.h"
 
 #include <QCoreApplication>
 #include <csignal>
+#include <cstdio>
 
 namespace ostrel::cli {
 
@@ -34,10 +36,15 @@ int runCommandLine(int argc, char** argv) {
     addValidateCommand(parser, chosen);
     addCleanCommand(parser, chosen);
     addWaveformCommand(parser, chosen);
+    addJournalCommand(parser, chosen);
     try {
         parser.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return parser.exit(error) == 0 ? allDone : badUsage;
+    }
+    // Whatever is wanted now, a person should know of a recording that an earlier run left between two places.
+    for (const QString& sentence : Journal::tellUnfinished()) {
+        std::fprintf(stderr, "ostrel-cli: %s\n", sentence.toUtf8().constData());
     }
     return chosen.run();
 }

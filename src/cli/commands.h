@@ -20,5 +20,6 @@ void addSplitCommand(CLI::App& parser, ChosenCommand& chosen);
 void addGroupCommand(CLI::App& parser, ChosenCommand& chosen);
 void addJoinCommand(CLI::App& parser, ChosenCommand& chosen);
 void addEditCommand(CLI::App& parser, ChosenCommand& chosen);
+void addJournalCommand(CLI::App& parser, ChosenCommand& chosen);
 
 } // namespace ostrel::cli

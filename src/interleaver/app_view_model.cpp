@@ -191,6 +191,10 @@ void AppViewModel::confirmDelete() {
     showDeleteConfirmation = false;
 }
 
+void AppViewModel::tellUnfinishedSteps() {
+    for (const QString& sentence : Journal::tellUnfinished()) log(LogLevel::warning, LogCategory::system, sentence);
+}
+
 void AppViewModel::recheckTools() {
     toolDetector_->detectTools();
     log(LogLevel::info, LogCategory::system, QStringLiteral("Tools rechecked"));

@@ -95,6 +95,8 @@ public:
     void startProcessing();
     void stopProcessing();
     void confirmDelete();
+    // Told when the window opens: steps of the journal that an earlier run began and did not end.
+    void tellUnfinishedSteps();
     void recheckTools();
     QString exportLogs() const;
     void saveLogToFile();

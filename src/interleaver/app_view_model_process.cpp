@@ -103,10 +103,8 @@ QCoro::Task<> AppViewModel::openLedger(std::shared_ptr<Job> job) {
     const auto open = [job, sources = sourcesOfItems()] {
         const QStringList selection = filesOf(job->run.selection, job->run.options.includeSubfolders);
         job->run.ledger = std::make_unique<RunLedger>(sources, selection);
-        return Journal::tellUnfinished();
     };
-    const QStringList unfinished = co_await inBackground(this, open);
-    for (const QString& sentence : unfinished) log(LogLevel::warning, LogCategory::system, sentence);
+    co_await inBackground(this, open);
 }
 
 QCoro::Task<> AppViewModel::runProcessing(std::shared_ptr<Job> job) {

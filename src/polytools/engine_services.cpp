@@ -8,6 +8,7 @@
 #include "platform/child_process.h"
 #include "platform/ffmpeg_fault.h"
 #include "platform/files.h"
+#include "platform/paths.h"
 
 namespace ostrel {
 
@@ -39,6 +40,10 @@ QString describe(const std::exception& error) {
 MetadataPreservationResult withoutIXML(MetadataPreservationResult capture) {
     std::erase_if(capture.riffChunks, [](const RIFFChunk& chunk) { return chunk.id == "iXML"; });
     return capture;
+}
+
+QString namingFinal(QString message, const QString& unfinished, const QString& finalName) {
+    return message.replace(paths::lastComponent(unfinished), finalName);
 }
 
 QString faultText(const ProcessResult& result, qsizetype characters) {

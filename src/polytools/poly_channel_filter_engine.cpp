@@ -76,7 +76,7 @@ public:
         if (!output.permission().isGranted()) throw FileError(output.permission().reason);
         for (const QString& warning : unexplainedBytesWarnings({poly_.url})) warn(warning);
         build(output.unfinished(), paths::lastComponent(path));
-        restoreMetadata(output.unfinished());
+        restoreMetadata(output);
         publish(output);
         log_.success(kProcess, QStringLiteral("━━━ COMPLETE in %1s ━━━").arg(fixed(clock.elapsed() / 1000.0, 2)));
         return finished(ProcessingStatus::completed(), {path});
@@ -246,7 +246,7 @@ private:
         return ChildProcess::runSilently(tools_.ffmpegPath, command, limitsByProgress({output}));
     }
 
-    void restoreMetadata(const QString& output) {
+    void restoreMetadata(const OutputFile& output) {
         if (!tools_.universalEngine) {
             log_.error(kMetadata, QStringLiteral("❌ METADATA ENGINE UNAVAILABLE — bwfmetaedit not found. Output will "
                                                  "have NO metadata."));
@@ -259,12 +259,13 @@ private:
         }
     }
 
-    void carryMetadata(const QString& output) {
+    void carryMetadata(const OutputFile& file) {
+        const QString output = file.unfinished();
         const UniversalMetadataEngine& engine = *tools_.universalEngine;
         log_.info(kMetadata, QStringLiteral("📝 Preserving metadata (BWF + SMED + iXML)..."));
         const MetadataPreservationResult capture = engine.extractMetadata(poly_.url, true);
-        for (const QString& message :
-             engine.applyMetadata({output}, poly_.url, withoutIXML(capture), true, true, true)) {
+        for (const QString& said : engine.applyMetadata({output}, poly_.url, withoutIXML(capture), true, true, true)) {
+            const QString message = namingFinal(said, output, paths::lastComponent(file.path()));
             log_.debug(message);
             if (message.startsWith(QStringLiteral("⚠️"))) log_.warning(kMetadata, message);
         }

@@ -174,7 +174,8 @@ private:
         log_.debug(QStringLiteral("🔵 [UniversalEngine] Extracting metadata from: ") + paths::lastComponent(first));
         const MetadataPreservationResult capture = engine.extractMetadata(first, true);
         for (const QString& message : capture.logMessages) log_.debug(message);
-        for (const QString& message : engine.applyMetadata({output}, first, withoutIXML(capture), true, true, true)) {
+        for (const QString& said : engine.applyMetadata({output}, first, withoutIXML(capture), true, true, true)) {
+            const QString message = namingFinal(said, output, file_);
             log_.debug(message);
             log_.success(kMetadata, message);
         }

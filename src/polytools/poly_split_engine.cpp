@@ -304,7 +304,8 @@ private:
                        const MetadataPreservationResult& capture) {
         const UniversalMetadataEngine& engine = *tools_.universalEngine;
         log_.debug(QStringLiteral("🔵 [UniversalEngine] Applying metadata to ISO: ") + file);
-        for (const QString& message : engine.applyMetadata({iso}, poly_.url, withoutIXML(capture), true, true, false)) {
+        for (const QString& said : engine.applyMetadata({iso}, poly_.url, withoutIXML(capture), true, true, false)) {
+            const QString message = namingFinal(said, iso, file);
             log_.debug(message);
             log_.success(kMetadata, message);
         }
