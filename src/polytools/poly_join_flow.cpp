@@ -1,6 +1,7 @@
 #include "polytools/poly_join_flow.h"
 
 #include "foundation/run_ledger.h"
+#include "platform/file_name.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "polytools/iso_ordering.h"
@@ -257,7 +258,8 @@ void PolyJoinFlow::runJoin() {
     state_.isProcessing = true;
     state_.isJoining = true;
     state_.joinProgress = 0;
-    if (!name.endsWith(QStringLiteral(".wav"), Qt::CaseInsensitive)) name += QStringLiteral(".wav");
+    const bool isWav = name.endsWith(QStringLiteral(".wav"), Qt::CaseInsensitive);
+    name = isWav ? fittedFileName(name.chopped(4), name.last(4)) : fittedFileName(name, QStringLiteral(".wav"));
     services_.info(kProcess, QStringLiteral("Starting join: %1 files → %2").arg(isos.size()).arg(name));
 
     std::ranges::stable_sort(isos, {}, &ISOFile::channelIndex);

@@ -1,9 +1,11 @@
 #include "polytools/poly_source_selection.h"
 
 #include "foundation/recording_list.h"
+#include "platform/file_name.h"
 #include "platform/files.h"
 #include "platform/parallel.h"
 #include "platform/paths.h"
+#include "polytools/iso_file_names.h"
 #include "polytools/poly_preview.h"
 #include "polytools/poly_track_reading.h"
 
@@ -255,16 +257,12 @@ QCoro::Task<> PolySourceSelection::populate(QStringList urls, TaskHandle handle)
 }
 
 QString PolySourceSelection::generateOutputName(const QString& baseName, int index, const QString& trackName) const {
-    if (state_.splitKeepOriginalName.value()) return baseName + QStringLiteral(".wav");
+    if (state_.splitKeepOriginalName.value()) return fittedFileName(baseName, QStringLiteral(".wav"));
     const SplitNamingPattern pattern = state_.splitNamingPattern.value();
-    if (pattern == SplitNamingPattern::channelLetter && index < 26) {
-        return QStringLiteral("%1_%2.wav").arg(baseName).arg(QChar(u'A' + index));
-    }
-    if (pattern == SplitNamingPattern::channelLetter) return QStringLiteral("%1_%2.wav").arg(baseName).arg(index + 1);
     if (pattern == SplitNamingPattern::trackName && isUsableTrackName(trackName)) {
-        return QStringLiteral("%1_%2.wav").arg(baseName, cleanTrackName(trackName));
+        return trackFileName(baseName, cleanTrackName(trackName));
     }
-    return QStringLiteral("%1_ch%2.wav").arg(baseName).arg(index + 1);
+    return isoOutputName(baseName, index, pattern, QString());
 }
 
 void PolySourceSelection::updateOutputNames() {
