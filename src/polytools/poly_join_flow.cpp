@@ -37,11 +37,7 @@ void PolyJoinFlow::selectISOFiles() {
     request.allowedExtensions = {QStringLiteral("wav")};
     const QStringList chosen = services_.desktop().showOpenPanel(request);
     if (chosen.isEmpty()) return;
-    QStringList urls = urlsOf(state_.isoFiles);
-    for (const QString& url : chosen) {
-        if (!urls.contains(url)) urls << url;
-    }
-    analyzeISOFiles(urls);
+    analyzeISOFiles(urlsOf(state_.isoFiles) + chosen);
 }
 
 void PolyJoinFlow::applyJoinModeDetection(const QStringList& folders, const QStringList& files) {
@@ -73,7 +69,7 @@ void PolyJoinFlow::analyzeISOFiles(const QStringList& urls) {
         state_.isAnalyzing = false;
         return;
     }
-    services_.run(load(urls, services_.begin(Task::isoAnalysis)));
+    services_.run(load(services_.eachOnce(urls), services_.begin(Task::isoAnalysis)));
 }
 
 QCoro::Task<> PolyJoinFlow::load(QStringList urls, TaskHandle handle) {
