@@ -125,20 +125,9 @@ private:
     void select(const QStringList& paths) {
         if (paths.size() == 1) {
             controller_.select(paths);
-            return;
+        } else {
+            controller_.selectedFiles = paths;
         }
-        QStringList files;
-        for (const QString& path : paths) {
-            if (!paths::isFolder(path)) {
-                files << path;
-                continue;
-            }
-            const files::Listing listing =
-                StereoValidatorViewModel::scanForAudioFiles(path, controller_.recursiveScan.value());
-            files << listing.files;
-            for (const QString& sentence : listing.unreadable) terminal_.error(sentence);
-        }
-        controller_.selectedFiles = files;
     }
 
     void showProgress() {

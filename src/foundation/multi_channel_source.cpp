@@ -1,5 +1,6 @@
 #include "foundation/multi_channel_source.h"
 
+#include "platform/file_name.h"
 #include "platform/paths.h"
 #include "platform/text.h"
 
@@ -24,7 +25,7 @@ QMap<QString, QString> MultiChannelSource::outputURLs(const QString& separator, 
     const QString stem = paths::stem(sourceURL);
     QMap<QString, QString> result;
     for (const QString& tag : selectedChannels) {
-        result.insert(tag, paths::append(folder, stem + separator + tag + QLatin1Char('.') + format));
+        result.insert(tag, paths::append(folder, fittedFileName(stem, separator + tag + QLatin1Char('.') + format)));
     }
     return result;
 }

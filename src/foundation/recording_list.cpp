@@ -3,6 +3,7 @@
 #include "foundation/journal.h"
 #include "platform/new_file.h"
 #include "platform/paths.h"
+#include "platform/unique_files.h"
 
 #include <QFileInfo>
 #include <algorithm>
@@ -24,8 +25,8 @@ bool hasEqualBeside(const QString& leftover) {
     const qint64 size = QFileInfo(leftover).size();
     const auto listing = files::list(paths::parent(leftover), false, {});
     return listing && std::any_of(listing->files.begin(), listing->files.end(), [&](const QString& file) {
-        return QFileInfo(file).size() == size && files::sameBytes(file, leftover);
-    });
+               return QFileInfo(file).size() == size && files::sameBytes(file, leftover);
+           });
 }
 
 QString putBack(const QString& leftover, const QString& recording) {
@@ -79,6 +80,31 @@ std::optional<files::Listing> listRecordings(const QString& folder, bool recursi
     listing = files::list(folder, recursive, extensions, hidden); // what was put back is a recording again
     if (listing) listing->unreadable << told;
     return listing;
+}
+
+CollectedRecordings collectRecordings(const QStringList& selection, bool recursive, const QStringList& extensions,
+                                      files::HiddenEntries hidden) {
+    CollectedRecordings result;
+    QStringList found;
+    for (const QString& item : selection) {
+        const bool isWanted = extensions.isEmpty() || extensions.contains(paths::lowerExtension(item));
+        if (!paths::isFolder(item) && (isWanted || paths::exists(item))) {
+            if (isWanted) found << item; // one that is gone by now, too: whoever opens it says so
+            continue;
+        }
+        const std::optional<files::Listing> listing = listRecordings(item, recursive, extensions, hidden);
+        if (!listing) {
+            result.unopened << item;
+            continue;
+        }
+        found << listing->files;
+        result.remarks << listing->unreadable;
+    }
+    UniqueFiles unique = uniqueFiles(found);
+    result.files = std::move(unique.files);
+    result.remarks << unique.repeats;
+    result.remarks.removeDuplicates(); // of a folder that was walked twice
+    return result;
 }
 
 QStringList clearLeftovers(const QStringList& unfinished) {

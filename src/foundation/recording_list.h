@@ -14,8 +14,19 @@ namespace ostrel {
 std::optional<files::Listing> listRecordings(const QString& folder, bool recursive, const QStringList& extensions,
                                              files::HiddenEntries hidden = files::HiddenEntries::leftOut);
 
-// Removes or puts back these files; one sentence for each with which something was done. What another program is at work
-// on stays, untold.
+struct CollectedRecordings {
+    QStringList files;    // each once, in order of the selection, those of a folder in natural order
+    QStringList remarks;  // sentences: those of the listings, and which files came under a second name
+    QStringList unopened; // folders of the selection that could not be opened
+};
+
+// The recordings of a selection, which may lead to one of them several times: folders are listed as above, files are
+// taken as they are if their extension is wanted.
+CollectedRecordings collectRecordings(const QStringList& selection, bool recursive, const QStringList& extensions,
+                                      files::HiddenEntries hidden = files::HiddenEntries::leftOut);
+
+// Removes or puts back these files; one sentence for each with which something was done. What another program is at
+// work on stays, untold.
 QStringList clearLeftovers(const QStringList& unfinished);
 
 // The same for all in one folder: where outputs are about to be written.

@@ -3,6 +3,7 @@
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/text.h"
+#include "platform/unique_files.h"
 #include "preview/playback_manager.h"
 
 #include <QSettings>
@@ -122,7 +123,9 @@ void AppViewModel::selectSource() {
 
 void AppViewModel::select(const QStringList& chosen) {
     QStringList urls;
-    for (const QString& url : chosen) {
+    const auto [once, repeats] = uniqueFiles(chosen);
+    for (const QString& sentence : repeats) log(LogLevel::warning, LogCategory::system, sentence);
+    for (const QString& url : once) {
         if (paths::isRegularFile(url) || paths::isFolder(url)) {
             urls << url;
         } else {

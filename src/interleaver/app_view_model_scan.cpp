@@ -6,6 +6,7 @@
 #include "interleaver/library_scanner.h"
 #include "platform/diagnostics.h"
 #include "platform/paths.h"
+#include "platform/unique_files.h"
 #include "preview/playback_manager.h"
 
 namespace ostrel {
@@ -19,7 +20,8 @@ QCoro::Task<> AppViewModel::detectLayout() {
 }
 
 QCoro::Task<> AppViewModel::performAutoDetectLayout() {
-    const QStringList files = selectedFiles.value();
+    const QStringList selection = selectedFiles.value();
+    const QStringList files = uniqueFiles(selection).files;
     const QString ffprobe = toolDetector_->ffprobePath.value();
     if (files.size() != 1 || paths::isFolder(files.first()) || ffprobe.isEmpty()) co_return;
     const auto probe = [parser = FFProbeParser(ffprobe), file = files.first()] { return parser.probe(file); };
@@ -30,7 +32,7 @@ QCoro::Task<> AppViewModel::performAutoDetectLayout() {
         printDiagnostic(QStringLiteral("[DEBUG] Auto-detect layout failed: ") + error.errorDescription());
         co_return;
     }
-    if (selectedFiles.value() != files) co_return; // another selection came meanwhile
+    if (selectedFiles.value() != selection) co_return; // another selection came meanwhile
     static const std::map<int, ChannelLayout> layouts{
         {8, ChannelLayout::smpte71}, {6, ChannelLayout::smpte51}, {2, ChannelLayout::stereo}};
     const auto found = layouts.find(channels);
@@ -41,12 +43,14 @@ QCoro::Task<> AppViewModel::performAutoDetectLayout() {
 }
 
 void AppViewModel::scan() {
-    const QStringList files = selectedFiles.value();
+    const auto [files, repeats] = uniqueFiles(selectedFiles.value());
     if (files.isEmpty() || toolDetector_->ffprobePath.value().isEmpty()) {
         log(LogLevel::error, LogCategory::system,
             QStringLiteral("Cannot scan: no files/folders selected or ffprobe missing"));
         return;
     }
+    for (const QString& sentence : repeats) log(LogLevel::warning, LogCategory::scan, sentence);
+    selectedFiles = files;
     playbackManager_->stopAndClear();
     isScanning = true;
     statusMessage = QStringLiteral("Scanning...");

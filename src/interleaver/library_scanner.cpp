@@ -4,8 +4,7 @@
 #include "interleaver/library_safety.h"
 #include "metadata/asset_descriptor.h"
 #include "platform/paths.h"
-
-#include <QSet>
+#include "platform/unique_files.h"
 
 namespace ostrel {
 namespace {
@@ -41,17 +40,17 @@ QStringList collectFolder(const QString& folder, const ScanRequest& request, boo
 
 // Every file once, although folders and files of a selection may lie in each other.
 QStringList collectAudioFiles(const ScanRequest& request, bool wavOnly) {
-    QStringList result;
-    QSet<QString> seen;
+    QStringList found;
     for (const QString& item : request.items) {
-        const bool folder = paths::isFolder(item);
-        if (!folder && !wantedExtensions(wavOnly).contains(paths::lowerExtension(item))) continue;
-        for (const QString& file : folder ? collectFolder(item, request, wavOnly) : QStringList{item}) {
-            if (!seen.contains(file)) result << file;
-            seen.insert(file);
+        if (paths::isFolder(item)) {
+            found << collectFolder(item, request, wavOnly);
+        } else if (wantedExtensions(wavOnly).contains(paths::lowerExtension(item))) {
+            found << item;
         }
     }
-    return result;
+    const UniqueFiles unique = uniqueFiles(found);
+    for (const QString& sentence : unique.repeats) say(request.warn, sentence);
+    return unique.files;
 }
 
 QString relativeFolder(const QString& file, const QString& root) {

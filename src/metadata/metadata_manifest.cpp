@@ -1,6 +1,7 @@
 #include "metadata/metadata_manifest.h"
 
 #include "metadata/json_fields.h"
+#include "platform/file_name.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/standard_folders.h"
@@ -12,6 +13,9 @@ namespace {
 
 // Far above any manifest: the texts in it come from chunks of at most some megabytes.
 constexpr qint64 kMostManifestBytes = 64LL << 20;
+
+// Writing atomically puts ".XXXXXX" behind a name for a moment.
+constexpr qsizetype kMostCachedNameBytes = kMostNameBytes - 7;
 
 JsonFields encode(const SourceFileInfo& info) {
     return JsonFields()
@@ -201,11 +205,12 @@ std::optional<MetadataManifest> readManifestFile(const QString& path) {
 }
 
 QString manifestFilename(const QString& url) {
-    return QStringLiteral("%1.%2.metadata.json").arg(paths::stem(url), paths::lowerExtension(url));
+    const QString ending = QStringLiteral(".%1.metadata.json").arg(paths::lowerExtension(url));
+    return distinctFileName(paths::stem(url), ending, kMostCachedNameBytes);
 }
 
 QString sidecarManifestPath(const QString& url) {
-    return paths::withoutExtension(url) + QStringLiteral(".WAV.metadata.json");
+    return paths::append(paths::parent(url), distinctFileName(paths::stem(url), QStringLiteral(".WAV.metadata.json")));
 }
 
 QString manifestCacheFolder() { return paths::append(cacheFolder(), QStringLiteral("manifests")); }

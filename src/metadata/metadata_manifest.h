@@ -130,7 +130,8 @@ struct MetadataManifest {
 // A manifest file; nothing if there is none, or one that can't be read or decoded.
 std::optional<MetadataManifest> readManifestFile(const QString& path);
 
-// "{stem}.{extension in lower case}.metadata.json": "A.B.WAV" -> "A.B.wav.metadata.json".
+// "{stem}.{extension in lower case}.metadata.json": "A.B.WAV" -> "A.B.wav.metadata.json". A stem that is too long for
+// that is cut and tells itself by a digest, here and below: two recordings never share a manifest for their beginnings.
 QString manifestFilename(const QString& url);
 
 // Where the readers of Poly Tools look beside a file: "{stem}.WAV.metadata.json", in this letter case only.

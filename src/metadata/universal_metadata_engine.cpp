@@ -6,6 +6,7 @@
 #include "metadata/ixml_surgery.h"
 #include "platform/child_process.h"
 #include "platform/diagnostics.h"
+#include "platform/file_name.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/standard_folders.h"
@@ -90,8 +91,7 @@ QString nowAsIso8601() { return QDateTime::currentDateTimeUtc().toString(Qt::ISO
 
 // A scene may hold a slash; the file must not leave its folder for it.
 QString takeManifestPath(const QString& folder, const SceneTakeInfo& sceneInfo) {
-    QString name = sceneInfo.manifestKey() + QStringLiteral(".json");
-    return paths::append(folder, name.replace(u'/', u'-'));
+    return paths::append(folder, distinctFileName(sceneInfo.manifestKey(), QStringLiteral(".json")));
 }
 
 void writePlainly(const QString& path, const QByteArray& contents) {

@@ -1,9 +1,15 @@
 #include "polytools/iso_file_names.h"
 
+#include "platform/file_name.h"
+
 #include <QSet>
+#include <algorithm>
 
 namespace ostrel {
 namespace {
+
+// Of a track name beside a poly's name that leaves no room for it: without it nobody could tell the ISOs apart.
+constexpr qsizetype kLeastTrackBytes = 64;
 
 QString sanitised(QString name) {
     name.replace(u' ', u'_');
@@ -12,46 +18,43 @@ QString sanitised(QString name) {
     return name.replace(u'|', u'-');
 }
 
-QString numbered(const QString& baseName, int channelIndex) {
-    return QStringLiteral("%1_ch%2.wav").arg(baseName).arg(channelIndex + 1);
-}
+QString numbered(int channelIndex) { return QStringLiteral("_ch%1.wav").arg(channelIndex + 1); }
 
-QString lettered(const QString& baseName, int channelIndex) {
-    if (channelIndex < 0 || channelIndex >= 26) return QStringLiteral("%1_%2.wav").arg(baseName).arg(channelIndex + 1);
-    return QStringLiteral("%1_%2.wav").arg(baseName).arg(QChar(u'A' + channelIndex));
-}
-
-// File systems take names of up to 255 bytes; iXML takes longer track names.
-QString shortened(const QString& baseName, QString trackName) {
-    const auto name = [&] { return QStringLiteral("%1_%2.wav").arg(baseName, trackName); };
-    while (name().toUtf8().size() > 255 && trackName.size() > 1) trackName.chop(1);
-    return name();
+QString lettered(int channelIndex) {
+    if (channelIndex < 0 || channelIndex >= 26) return QStringLiteral("_%1.wav").arg(channelIndex + 1);
+    return QStringLiteral("_%1.wav").arg(QChar(u'A' + channelIndex));
 }
 
 } // namespace
 
+QString trackFileName(const QString& baseName, const QString& track) {
+    const QString wav = QStringLiteral(".wav");
+    const qsizetype room = kMostNameBytes - baseName.toUtf8().size() - 1 - wav.size();
+    return fittedFileName(baseName, u'_' + fittedText(track, std::max(room, kLeastTrackBytes)) + wav);
+}
+
 QString isoOutputName(const QString& baseName, int channelIndex, SplitNamingPattern pattern, const QString& trackName) {
-    if (pattern == SplitNamingPattern::channelLetter) return lettered(baseName, channelIndex);
+    if (pattern == SplitNamingPattern::channelLetter) return fittedFileName(baseName, lettered(channelIndex));
     if (pattern == SplitNamingPattern::trackName && isUsableTrackName(trackName)) {
         const QString name = sanitised(trackName);
-        if (!name.isEmpty()) return shortened(baseName, name);
+        if (!name.isEmpty()) return trackFileName(baseName, name);
     }
-    return numbered(baseName, channelIndex);
+    return fittedFileName(baseName, numbered(channelIndex));
 }
 
 QStringList isoOutputNames(const QString& baseName, const std::vector<IsoNameRequest>& channels,
                            SplitNamingPattern pattern, bool keepOriginalName, const QStringList& taken) {
     QSet<QString> used;
-    for (const QString& name : taken) used.insert(name.toCaseFolded());
+    for (const QString& name : taken) used.insert(fileNameKey(name));
     QStringList result;
     for (const IsoNameRequest& channel : channels) {
-        QString name = keepOriginalName ? baseName + QStringLiteral(".wav")
+        QString name = keepOriginalName ? fittedFileName(baseName, QStringLiteral(".wav"))
                                         : isoOutputName(baseName, channel.channelIndex, pattern, channel.trackName);
         const QString stem = name.chopped(4);
-        for (qsizetype suffix = result.size() + 1; used.contains(name.toCaseFolded()); ++suffix) {
-            name = QStringLiteral("%1_%2.wav").arg(stem).arg(suffix);
+        for (qsizetype suffix = result.size() + 1; used.contains(fileNameKey(name)); ++suffix) {
+            name = fittedFileName(stem, QStringLiteral("_%1.wav").arg(suffix));
         }
-        used.insert(name.toCaseFolded());
+        used.insert(fileNameKey(name));
         result << name;
     }
     return result;

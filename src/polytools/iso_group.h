@@ -5,6 +5,7 @@
 
 #include <QHash>
 #include <QString>
+#include <QStringList>
 #include <QUuid>
 #include <array>
 #include <optional>
@@ -55,6 +56,7 @@ struct GroupingResult {
     int highConfidenceCount = 0;
     int mediumConfidenceCount = 0;
     int lowConfidenceCount = 0;
+    QStringList remarks; // sentences: what could not be read, and which files came under a second name
 
     bool operator==(const GroupingResult&) const = default;
 

@@ -3,15 +3,14 @@
 #include "foundation/domain_error.h"
 #include "foundation/recording_list.h"
 #include "platform/child_process.h"
-#include "platform/files.h"
 #include "platform/parallel.h"
 #include "platform/paths.h"
 #include "platform/text.h"
+#include "platform/unique_files.h"
 #include "polytools/grouping_log.h"
 #include "polytools/iso_file_reader.h"
 #include "polytools/iso_grouping_strategies.h"
 
-#include <QSet>
 #include <algorithm>
 #include <atomic>
 #include <iterator>
@@ -37,11 +36,9 @@ std::optional<ISOFile> readIfMono(const ISOFileReader& reader, const QString& ur
 
 QStringList wavFilesOf(const QStringList& urls) {
     QStringList files;
-    QSet<QString> seen;
     for (const QString& url : urls) {
         const QString name = paths::lastComponent(url);
-        if (name.startsWith(u'.') || seen.contains(url)) continue;
-        seen.insert(url);
+        if (name.startsWith(u'.')) continue;
         if (paths::lowerExtension(url) == u"wav") {
             files << url;
         } else {
@@ -110,25 +107,39 @@ ISOGroupingEngine::ISOGroupingEngine(const QString& ffprobePath, const QString& 
 GroupingResult ISOGroupingEngine::groupISOFilesInFolder(const QString& folderURL, bool recursive) const {
     logGrouping(QStringLiteral("🔍 [Grouping] Starting scan of: %1 (recursive: %2)")
                     .arg(folderURL, recursive ? QStringLiteral("true") : QStringLiteral("false")));
-    std::vector<ISOFile> files = scanForISOFiles(folderURL, recursive);
-    logGrouping(QStringLiteral("✅ [Grouping] Found %1 mono ISO files").arg(files.size()));
-    return processISOFiles(std::move(files));
+    Found found = scanForISOFiles({folderURL}, recursive);
+    logGrouping(QStringLiteral("✅ [Grouping] Found %1 mono ISO files").arg(found.files.size()));
+    GroupingResult result = processISOFiles(std::move(found.files));
+    result.remarks = found.remarks;
+    return result;
 }
 
-std::vector<ISOFile> ISOGroupingEngine::scanForISOFiles(const QString& folderURL, bool recursive) const {
-    const std::optional<files::Listing> listing = listRecordings(folderURL, recursive, {QStringLiteral("wav")});
-    if (!listing) throw DomainError(QStringLiteral("ScanError"), 1, QStringLiteral("Failed to enumerate folder"));
-    for (const QString& sentence : listing->unreadable) logGrouping(QStringLiteral("⚠️ [Scan] ") + sentence);
-    std::vector<ISOFile> files = readMonoFiles(listing->files, QStringLiteral("Scan"));
-    std::ranges::stable_sort(files, {}, &ISOFile::fileName);
-    return files;
+GroupingResult ISOGroupingEngine::groupISOFilesInFolders(const QStringList& folderURLs, bool recursive) const {
+    Found found = scanForISOFiles(folderURLs, recursive);
+    GroupingResult result = groupISOFilesFromList(found.files);
+    result.remarks = found.remarks;
+    return result;
+}
+
+ISOGroupingEngine::Found ISOGroupingEngine::scanForISOFiles(const QStringList& folderURLs, bool recursive) const {
+    const CollectedRecordings listed = collectRecordings(folderURLs, recursive, {QStringLiteral("wav")});
+    if (!listed.unopened.isEmpty()) {
+        throw DomainError(QStringLiteral("ScanError"), 1, QStringLiteral("Failed to enumerate folder"));
+    }
+    for (const QString& sentence : listed.remarks) logGrouping(QStringLiteral("⚠️ [Scan] ") + sentence);
+    Found found{readMonoFiles(listed.files, QStringLiteral("Scan")), listed.remarks};
+    std::ranges::stable_sort(found.files, {}, &ISOFile::fileName);
+    return found;
 }
 
 GroupingResult ISOGroupingEngine::groupISOFiles(const QStringList& urls) const {
     logGrouping(QStringLiteral("🔍 [Grouping] Processing %1 selected file(s)").arg(urls.size()));
-    std::vector<ISOFile> files = readMonoFiles(wavFilesOf(urls), QStringLiteral("Grouping"));
+    const UniqueFiles unique = uniqueFiles(wavFilesOf(urls));
+    std::vector<ISOFile> files = readMonoFiles(unique.files, QStringLiteral("Grouping"));
     logGrouping(QStringLiteral("✅ [Grouping] Found %1 mono ISO files from selection").arg(files.size()));
-    return processISOFiles(std::move(files));
+    GroupingResult result = processISOFiles(std::move(files));
+    result.remarks = unique.repeats;
+    return result;
 }
 
 GroupingResult ISOGroupingEngine::groupISOFilesFromList(const std::vector<ISOFile>& files) const {

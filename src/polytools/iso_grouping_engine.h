@@ -29,19 +29,26 @@ public:
     // Either path may be empty; the engine then does what it can without that tool.
     ISOGroupingEngine(const QString& ffprobePath, const QString& bwfmetaeditPath, GroupingHooks hooks = {});
 
+    // In every form of use a file counts once, whatever names lead to it.
+
     // The mono WAV files of a folder. Throws DomainError "ScanError" 1 if the folder can't be opened.
     GroupingResult groupISOFilesInFolder(const QString& folderURL, bool recursive) const;
 
-    // The mono WAV files of a folder by name, for a list from several folders. Throws as above.
-    std::vector<ISOFile> scanForISOFiles(const QString& folderURL, bool recursive) const;
+    // The mono WAV files of several folders, which may lie in each other. Throws as above.
+    GroupingResult groupISOFilesInFolders(const QStringList& folderURLs, bool recursive) const;
 
-    // The mono WAV files among those that the person selected; one that was selected twice counts once.
+    // The mono WAV files among those that the person selected.
     GroupingResult groupISOFiles(const QStringList& urls) const;
 
     // Records that exist already; nothing is probed.
     GroupingResult groupISOFilesFromList(const std::vector<ISOFile>& files) const;
 
 private:
+    struct Found {
+        std::vector<ISOFile> files; // by name
+        QStringList remarks;
+    };
+    Found scanForISOFiles(const QStringList& folderURLs, bool recursive) const;
     std::vector<ISOFile> readMonoFiles(const QStringList& urls, const QString& logTag) const;
     GroupingResult processISOFiles(std::vector<ISOFile> files) const;
 

@@ -2,6 +2,7 @@
 
 #include "platform/paths.h"
 #include "polytools/iso_file_names.h"
+#include "polytools/poly_names.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,15 +19,24 @@ QString minutesAndSeconds(double seconds) {
     return QStringLiteral("%1:%2").arg(whole / 60).arg(whole % 60, 2, 10, QLatin1Char('0'));
 }
 
+// Whether a split writes the track under that stem: names with blanks and "_" of their own, and names that were cut.
+bool isSplitName(const QString& stem, const QString& track) {
+    if (!isUsableTrackName(track)) return false;
+    for (qsizetype joint = stem.indexOf(u'_'); joint >= 0; joint = stem.indexOf(u'_', joint + 1)) {
+        const QString name = isoOutputName(stem.first(joint), 0, SplitNamingPattern::trackName, track);
+        if (paths::stem(name).compare(stem, Qt::CaseInsensitive) == 0) return true;
+    }
+    return false;
+}
+
 // The place of the track that a file was made from; nothing if its name tells none.
 std::optional<int> placeInInterleave(const ISOFile& file, const IXMLMetadata& ixml) {
     const QString stem = paths::stem(file.url);
     for (const IXMLTrack& track : ixml.trackList) {
         if (trackNameOfFile(file).compare(track.name, Qt::CaseInsensitive) == 0) return track.interleaveIndex;
     }
-    for (const IXMLTrack& track : ixml.trackList) { // names with blanks and "_" of their own, as a split writes them
-        const QString ending = isoOutputName(QString(), 0, SplitNamingPattern::trackName, track.name).chopped(4);
-        if (isUsableTrackName(track.name) && stem.endsWith(ending, Qt::CaseInsensitive)) return track.interleaveIndex;
+    for (const IXMLTrack& track : ixml.trackList) {
+        if (isSplitName(stem, track.name)) return track.interleaveIndex;
     }
     return std::nullopt;
 }
@@ -121,7 +131,7 @@ QString derivePolyName(const QStringList& urls, bool keepOriginalName) {
     for (const QString& url : urls) names << paths::stem(url);
     const QString common = trimmedJoints(commonPrefix(names));
     const QString name = common.isEmpty() ? QStringLiteral("joined") : common;
-    return keepOriginalName ? name : name + QStringLiteral("_poly");
+    return polyStem(name, keepOriginalName ? QString() : QStringLiteral("_poly"));
 }
 
 QStringList isoMarks(const ISOFile& file, const ISOFile& reference) {

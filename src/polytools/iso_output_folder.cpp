@@ -1,8 +1,10 @@
 #include "polytools/iso_output_folder.h"
 
 #include "metadata/metadata_manifest.h"
+#include "platform/file_name.h"
 #include "platform/paths.h"
 #include "platform/regular_expression.h"
+#include "polytools/poly_names.h"
 
 #include <optional>
 
@@ -44,14 +46,19 @@ std::optional<SceneAndTake> fromFileName(const QString& stem, const Debug& debug
     return found;
 }
 
+// Ready for a folder: what the rules leave of a name may be nothing, and may be too long.
+QString folderName(const QString& name, const QString& ending = QString()) {
+    return fittedFileName(sanitizeFolderName(fittedFileName(name, ending)), QString());
+}
+
 QString ownName(const QString& stem, const Debug& debug) {
     static const RegularExpression take(QStringLiteral("-T\\d+$"));
     if (const auto match = take.firstMatch(stem)) {
-        const QString name = sanitizeFolderName(stem.left(match->start()));
+        const QString name = folderName(stem.left(match->start()));
         debug(QStringLiteral("✅ [determineOutputFolder] Using filename base (stripped take): ") + name);
         return name;
     }
-    const QString name = sanitizeFolderName(stem);
+    const QString name = folderName(stem);
     debug(QStringLiteral("✅ [determineOutputFolder] Using filename base as-is: ") + name);
     return name;
 }
@@ -73,10 +80,8 @@ QString isoOutputFolder(const PolyFile& polyFile, const MetadataManifest* manife
     std::optional<SceneAndTake> found = fromManifest(manifest, debug);
     if (!found) found = fromFileName(stem, debug);
     if (!found) return paths::append(baseFolder, ownName(stem, debug));
-    const QString name = organization == FolderOrganization::byScene
-                             ? found->scene
-                             : QStringLiteral("%1-T%2").arg(found->scene, found->take);
-    return paths::append(baseFolder, sanitizeFolderName(name));
+    const bool isByScene = organization == FolderOrganization::byScene;
+    return paths::append(baseFolder, folderName(found->scene, isByScene ? QString() : takeEnding(found->take)));
 }
 
 } // namespace ostrel

@@ -2,6 +2,7 @@
 #include "foundation/run_ledger.h"
 #include "platform/paths.h"
 #include "polytools/poly_join_engine.h"
+#include "polytools/poly_names.h"
 
 namespace ostrel {
 namespace {
@@ -66,7 +67,7 @@ private:
     }
 
     void join(const std::vector<ISOFile>& isos, GroupJoinResult& row) {
-        const QString output = paths::append(outputFolder_, row.outputName + QStringLiteral(".wav"));
+        const QString output = paths::append(outputFolder_, polyFileName(row.outputName));
         JoinOptions options = options_;
         options.referenceISO = isos.front();
         try {
@@ -121,9 +122,18 @@ QString safeFileName(const QString& name) {
 }
 
 QString groupOutputName(const ISOGroupCandidate& group, bool keepOriginalName) {
-    QString name = group.suggestedOutputName();
-    if (keepOriginalName && name.endsWith(QStringLiteral("_poly"))) name.chop(5);
-    return safeFileName(name);
+    const auto without = [](const QString& name, const QString& end) {
+        return name.endsWith(end) ? name.chopped(end.size()) : name;
+    };
+    const QString poly = QStringLiteral("_poly");
+    const QString suggested = group.suggestedOutputName();
+    QString name = without(suggested, poly);
+    QString ending = keepOriginalName || name == suggested ? QString() : poly;
+    if (!group.scene.isEmpty() && !group.take.isEmpty()) {
+        name = without(name, QStringLiteral("-T") + group.take);
+        ending.prepend(takeEnding(group.take));
+    }
+    return polyStem(safeFileName(name), ending);
 }
 
 BatchJoinResult PolyJoinEngine::batchJoin(const std::vector<ISOGroupCandidate>& groups, const QString& outputFolder,

@@ -5,6 +5,7 @@
 #include "metadata/metadata_manifest_extractor.h"
 #include "platform/files.h"
 #include "platform/paths.h"
+#include "platform/unique_files.h"
 #include "polytools/iso_output_folder.h"
 #include "polytools/poly_file_reader.h"
 #include "polytools/poly_split_engine.h"
@@ -71,11 +72,13 @@ private:
             QStringLiteral("🔍 Starting batch scan of: %1 (recursive: %2)")
                 .arg(options_.sourceFolder, options_.recursive ? QStringLiteral("true") : QStringLiteral("false")));
         PolyFileReader::Scan scan = reader.scan(options_.sourceFolder, options_.recursive);
-        for (const QString& sentence : scan.unreadable) log_.warning(LogCategory::scan, sentence);
+        for (const QString& sentence : scan.remarks) log_.warning(LogCategory::scan, sentence);
         return std::move(scan.files);
     }
 
-    std::vector<PolyFile> readSelection(const PolyFileReader& reader, const QStringList& urls) {
+    std::vector<PolyFile> readSelection(const PolyFileReader& reader, const QStringList& selection) {
+        const auto [urls, repeats] = uniqueFiles(selection);
+        for (const QString& sentence : repeats) log_.warning(LogCategory::scan, sentence);
         log_.debug(QStringLiteral("📁 Processing %1 selected file(s)").arg(urls.size()));
         std::vector<PolyFile> polys;
         for (const QString& url : urls) {

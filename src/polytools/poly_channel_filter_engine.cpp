@@ -11,6 +11,7 @@
 #include "platform/standard_folders.h"
 #include "platform/text.h"
 #include "platform/tool_limits.h"
+#include "polytools/poly_names.h"
 
 #include <QElapsedTimer>
 #include <algorithm>
@@ -198,10 +199,9 @@ private:
             name = poly_.fileName;
             name.remove(QStringLiteral(".wav")).remove(QStringLiteral(".WAV"));
         }
-        const auto pathOf = [&](const QString& stem) { return paths::append(folder, stem + QStringLiteral(".wav")); };
-        QString output = pathOf(name);
+        QString output = paths::append(folder, polyFileName(name));
         if (givenName.isEmpty() && isSource(output)) {
-            output = pathOf(QStringLiteral("%1_%2ch").arg(name).arg(final_.size()));
+            output = paths::append(folder, polyFileName(name, QStringLiteral("_%1ch").arg(final_.size())));
             log_.warning(kProcess,
                          QStringLiteral("⚠️ Output folder same as input - added '_%1ch' suffix to prevent "
                                         "overwrite")

@@ -113,7 +113,7 @@ void PolyEditFlow::startBatchChannelRemoval() {
 
 BatchEditOptions PolyEditFlow::makeOptions() const {
     BatchEditOptions options;
-    options.files = state_.selectedFiles.value().value_or(QStringList());
+    options.files = services_.eachOnce(state_.selectedFiles.value().value_or(QStringList()));
     const auto& poly = state_.polyFile.value();
     if (options.files.isEmpty() && state_.sourceFolder.value().isEmpty() && poly) options.files = {poly->url};
     options.inPlace = editsInPlace();
@@ -147,21 +147,21 @@ QCoro::Task<> PolyEditFlow::run(BatchEditOptions options, QString folder, TaskHa
 QCoro::Task<QStringList> PolyEditFlow::findFiles(QString folder, TaskHandle handle) {
     services_.info(LogCategory::scan, QStringLiteral("Scanning folder for WAV files..."));
     const auto work = [folder, recursive = state_.recursiveScan.value()] {
-        return listRecordings(folder, recursive, {QStringLiteral("wav")});
+        return collectRecordings({folder}, recursive, {QStringLiteral("wav")});
     };
-    const std::optional<files::Listing> found = co_await inBackground(services_.owner(), work);
+    const CollectedRecordings found = co_await inBackground(services_.owner(), work);
     if (handle.isCancelled()) co_return QStringList();
-    if (!found) {
+    if (!found.unopened.isEmpty()) {
         services_.error(LogCategory::scan, QStringLiteral("Failed to scan folder: Failed to enumerate folder"));
         co_return QStringList();
     }
-    for (const QString& sentence : found->unreadable) services_.warning(LogCategory::scan, sentence);
-    if (found->files.isEmpty()) {
+    for (const QString& sentence : found.remarks) services_.warning(LogCategory::scan, sentence);
+    if (found.files.isEmpty()) {
         services_.error(LogCategory::scan, QStringLiteral("No WAV files found in folder"));
     } else {
-        services_.info(LogCategory::scan, QStringLiteral("Found %1 WAV files").arg(found->files.size()));
+        services_.info(LogCategory::scan, QStringLiteral("Found %1 WAV files").arg(found.files.size()));
     }
-    co_return found->files;
+    co_return found.files;
 }
 
 void PolyEditFlow::logRun(const BatchEditOptions& options) {

@@ -2,7 +2,6 @@
 
 #include "foundation/domain_error.h"
 #include "foundation/recording_list.h"
-#include "platform/files.h"
 #include "platform/paths.h"
 #include "polytools/engine_services.h"
 #include "polytools/ffprobe_value.h"
@@ -36,11 +35,13 @@ int integer(const QString& text, const char* what) {
 } // namespace
 
 PolyFileReader::Scan PolyFileReader::scan(const QString& folder, bool recursive) const {
-    const std::optional<files::Listing> listing = listRecordings(folder, recursive, {QStringLiteral("wav")});
-    if (!listing) throw DomainError(QStringLiteral("ScanError"), 1, QStringLiteral("Failed to enumerate folder"));
+    const CollectedRecordings found = collectRecordings({folder}, recursive, {QStringLiteral("wav")});
+    if (!found.unopened.isEmpty()) {
+        throw DomainError(QStringLiteral("ScanError"), 1, QStringLiteral("Failed to enumerate folder"));
+    }
     Scan result;
-    result.unreadable = listing->unreadable;
-    for (const QString& url : listing->files) {
+    result.remarks = found.remarks;
+    for (const QString& url : found.files) {
         try {
             const int channels = channelCount(url);
             if (channels > 1) result.files.push_back(read(url, channels));

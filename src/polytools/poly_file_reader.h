@@ -21,11 +21,11 @@ public:
 
     struct Scan {
         std::vector<PolyFile> files;
-        QStringList unreadable; // sentences on folders and names that could not be read
+        QStringList remarks; // sentences on what could not be read, and on further names of one file
     };
 
-    // WAV files of more than one channel below the folder, hidden ones left out, by file name. Throws DomainError
-    // "ScanError" 1.
+    // WAV files of more than one channel below the folder, each once, hidden ones left out, by file name. Throws
+    // DomainError "ScanError" 1.
     Scan scan(const QString& folder, bool recursive) const;
 
     // The same for one selected file; nothing if it is no WAV file of more than one channel.

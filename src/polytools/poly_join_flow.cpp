@@ -1,6 +1,7 @@
 #include "polytools/poly_join_flow.h"
 
 #include "foundation/run_ledger.h"
+#include "platform/file_name.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "polytools/iso_ordering.h"
@@ -36,11 +37,7 @@ void PolyJoinFlow::selectISOFiles() {
     request.allowedExtensions = {QStringLiteral("wav")};
     const QStringList chosen = services_.desktop().showOpenPanel(request);
     if (chosen.isEmpty()) return;
-    QStringList urls = urlsOf(state_.isoFiles);
-    for (const QString& url : chosen) {
-        if (!urls.contains(url)) urls << url;
-    }
-    analyzeISOFiles(urls);
+    analyzeISOFiles(urlsOf(state_.isoFiles) + chosen);
 }
 
 void PolyJoinFlow::applyJoinModeDetection(const QStringList& folders, const QStringList& files) {
@@ -72,7 +69,7 @@ void PolyJoinFlow::analyzeISOFiles(const QStringList& urls) {
         state_.isAnalyzing = false;
         return;
     }
-    services_.run(load(urls, services_.begin(Task::isoAnalysis)));
+    services_.run(load(services_.eachOnce(urls), services_.begin(Task::isoAnalysis)));
 }
 
 QCoro::Task<> PolyJoinFlow::load(QStringList urls, TaskHandle handle) {
@@ -257,7 +254,8 @@ void PolyJoinFlow::runJoin() {
     state_.isProcessing = true;
     state_.isJoining = true;
     state_.joinProgress = 0;
-    if (!name.endsWith(QStringLiteral(".wav"), Qt::CaseInsensitive)) name += QStringLiteral(".wav");
+    const bool isWav = name.endsWith(QStringLiteral(".wav"), Qt::CaseInsensitive);
+    name = isWav ? fittedFileName(name.chopped(4), name.last(4)) : fittedFileName(name, QStringLiteral(".wav"));
     services_.info(kProcess, QStringLiteral("Starting join: %1 files → %2").arg(isos.size()).arg(name));
 
     std::ranges::stable_sort(isos, {}, &ISOFile::channelIndex);

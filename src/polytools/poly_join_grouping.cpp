@@ -27,12 +27,7 @@ GroupingResult groupPile(const ISOGroupingEngine& engine, const Pile& pile) {
         throw DomainError(QStringLiteral("Grouping"), 1, QStringLiteral("No source folder or files selected"));
     }
     if (!pile.holdsFolders()) return engine.groupISOFiles(pile.selection);
-    std::vector<ISOFile> files;
-    for (const QString& folder : pile.selection) {
-        std::vector<ISOFile> found = engine.scanForISOFiles(folder, pile.recursive);
-        files.insert(files.end(), std::make_move_iterator(found.begin()), std::make_move_iterator(found.end()));
-    }
-    return engine.groupISOFilesFromList(files);
+    return engine.groupISOFilesInFolders(pile.selection, pile.recursive);
 }
 
 } // namespace
@@ -78,6 +73,7 @@ QCoro::Task<> PolyJoinFlow::group(TaskHandle handle) {
 }
 
 void PolyJoinFlow::showGroups(const GroupingResult& result) {
+    for (const QString& sentence : result.remarks) services_.warning(kScan, sentence);
     state_.groupingResult = result;
     state_.reviewedGroups.assign(result.groups);
     state_.ungroupedFiles.assign(result.ungroupedFiles);

@@ -1,5 +1,6 @@
 #include "polytools/poly_preview.h"
 
+#include "platform/file_name.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 
@@ -29,8 +30,8 @@ void PolyPreview::toolsChanged() {
 
 PolyPreview::ExtractedChannels PolyPreview::extractOne(const QString& polyURL, int channel, const QString& folder,
                                                        const QString& ffmpegPath) {
-    const QString output =
-        paths::append(folder, QStringLiteral("%1_T%2.wav").arg(paths::stem(polyURL)).arg(channel + 1));
+    const QString ending = QStringLiteral("_T%1.wav").arg(channel + 1);
+    const QString output = paths::append(folder, fittedFileName(paths::stem(polyURL), ending));
     try {
         extractChannel(polyURL, channel, output, ffmpegPath);
         return {{output}, {}};

@@ -1,9 +1,10 @@
 #include "polytools/poly_source_selection.h"
 
 #include "foundation/recording_list.h"
-#include "platform/files.h"
+#include "platform/file_name.h"
 #include "platform/parallel.h"
 #include "platform/paths.h"
+#include "polytools/iso_file_names.h"
 #include "polytools/poly_preview.h"
 #include "polytools/poly_track_reading.h"
 
@@ -80,23 +81,13 @@ void PolySourceSelection::defaultOutputFolder(const QString& folder, const QStri
 
 QCoro::Task<> PolySourceSelection::listFolders(QStringList folders, TaskHandle handle) {
     const bool recursive = state_.recursiveScan.value();
-    const auto work = [folders, recursive] {
-        files::Listing found;
-        for (const QString& folder : folders) {
-            const auto listing = listRecordings(folder, recursive, {QStringLiteral("wav")});
-            if (!listing) {
-                found.unreadable << QStringLiteral("Folder can't be read: ") + folder;
-                continue;
-            }
-            found.files << listing->files;
-            found.unreadable << listing->unreadable;
-        }
-        return found;
-    };
-    const files::Listing found = co_await inBackground(services_.owner(), work);
+    const auto work = [folders, recursive] { return collectRecordings(folders, recursive, {QStringLiteral("wav")}); };
+    const CollectedRecordings found = co_await inBackground(services_.owner(), work);
     if (handle.isCancelled()) co_return;
     state_.isScanningBatchFiles = false;
-    for (const QString& sentence : found.unreadable) services_.warning(kScan, sentence);
+    for (const QString& folder : found.unopened)
+        services_.warning(kScan, QStringLiteral("Folder can't be read: ") + folder);
+    for (const QString& sentence : found.remarks) services_.warning(kScan, sentence);
     if (found.files.isEmpty()) {
         services_.warning(kScan, folders.size() > 1 ? QStringLiteral("No .wav files found in selected folders")
                                                     : QStringLiteral("No .wav files found in folder"));
@@ -115,9 +106,9 @@ QCoro::Task<> PolySourceSelection::listFolders(QStringList folders, TaskHandle h
 
 QCoro::Task<> PolySourceSelection::showFolder(QString folder, TaskHandle handle) {
     const auto work = [folder, recursive = state_.recursiveScan.value()] {
-        return listRecordings(folder, recursive, {QStringLiteral("wav")}).value_or(files::Listing());
+        return collectRecordings({folder}, recursive, {QStringLiteral("wav")});
     };
-    const files::Listing found = co_await inBackground(services_.owner(), work);
+    const CollectedRecordings found = co_await inBackground(services_.owner(), work);
     if (!handle.isCancelled()) populateBatchPolyMetadata(found.files);
 }
 
@@ -255,16 +246,12 @@ QCoro::Task<> PolySourceSelection::populate(QStringList urls, TaskHandle handle)
 }
 
 QString PolySourceSelection::generateOutputName(const QString& baseName, int index, const QString& trackName) const {
-    if (state_.splitKeepOriginalName.value()) return baseName + QStringLiteral(".wav");
+    if (state_.splitKeepOriginalName.value()) return fittedFileName(baseName, QStringLiteral(".wav"));
     const SplitNamingPattern pattern = state_.splitNamingPattern.value();
-    if (pattern == SplitNamingPattern::channelLetter && index < 26) {
-        return QStringLiteral("%1_%2.wav").arg(baseName).arg(QChar(u'A' + index));
-    }
-    if (pattern == SplitNamingPattern::channelLetter) return QStringLiteral("%1_%2.wav").arg(baseName).arg(index + 1);
     if (pattern == SplitNamingPattern::trackName && isUsableTrackName(trackName)) {
-        return QStringLiteral("%1_%2.wav").arg(baseName, cleanTrackName(trackName));
+        return trackFileName(baseName, cleanTrackName(trackName));
     }
-    return QStringLiteral("%1_ch%2.wav").arg(baseName).arg(index + 1);
+    return isoOutputName(baseName, index, pattern, QString());
 }
 
 void PolySourceSelection::updateOutputNames() {

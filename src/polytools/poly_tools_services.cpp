@@ -3,6 +3,7 @@
 #include "foundation/journal.h"
 #include "platform/diagnostics.h"
 #include "platform/paths.h"
+#include "platform/unique_files.h"
 
 namespace ostrel {
 namespace {
@@ -87,6 +88,12 @@ QString PolyToolsServices::chooseFolder(const QString& message) {
     request.canCreateFolders = true;
     request.message = message;
     return desktop_.showOpenPanel(request).value(0);
+}
+
+QStringList PolyToolsServices::eachOnce(const QStringList& selection) {
+    const UniqueFiles unique = uniqueFiles(selection);
+    for (const QString& sentence : unique.repeats) warning(LogCategory::scan, sentence);
+    return unique.files;
 }
 
 void PolyToolsServices::noteReport(const QString& path) {

@@ -52,6 +52,8 @@ public:
     bool requireFFprobe();
     // A folder that a person chose; empty: none.
     QString chooseFolder(const QString& message);
+    // Each file of a selection once; further names of a file are told in the log.
+    QStringList eachOnce(const QStringList& selection);
     // Keeps the path of a CSV report that was written; empty: it was not.
     void noteReport(const QString& path);
 

@@ -43,7 +43,7 @@ void PolyToolsViewModel::showSourcePanel(const QString& message) {
 void PolyToolsViewModel::applyIntelligentModeDetection(const QStringList& urls, PolyMode forMode) {
     QStringList folders;
     QStringList files;
-    for (const QString& url : urls) {
+    for (const QString& url : services_.eachOnce(urls)) {
         if (paths::isFolder(url)) {
             folders << url;
         } else if (paths::exists(url)) {

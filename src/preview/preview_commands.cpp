@@ -1,19 +1,17 @@
 #include "preview/preview_commands.h"
 
+#include "platform/file_name.h"
 #include "platform/paths.h"
 
 namespace ostrel {
 namespace {
-
-constexpr qsizetype kMostNameBytes = 255; // of one file name, on every usual file system
 
 // Blanks and points of the key become "_". A key too long for a file name loses its end: what tells two previews apart
 // is the folder that they stand in.
 QString fileName(const QString& key, const QString& suffix) {
     QString cleaned = key;
     cleaned.replace(u' ', u'_').replace(u'.', u'_');
-    while (cleaned.toUtf8().size() + suffix.size() > kMostNameBytes) cleaned.chop(1);
-    return cleaned + suffix;
+    return fittedFileName(cleaned, suffix);
 }
 
 QStringList withOutputFormat(QStringList arguments) {

@@ -3,6 +3,7 @@
 #include "platform/audio_file.h"
 #include "platform/audio_file_writer.h"
 #include "platform/child_process.h"
+#include "platform/file_name.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/standard_folders.h"
@@ -17,12 +18,11 @@ namespace {
 constexpr int kBlockFrames = 8192;
 constexpr int kLastNumber = 99;
 
-QString baseName(const MonoRequest& request) {
-    return paths::stem(request.file) + (request.addSuffix ? QStringLiteral("_mono") : QString());
-}
-
-QString inOutputFolder(const MonoRequest& request, const QString& base) {
-    return paths::append(request.outputFolder, base + QLatin1Char('.') + request.outputFormat);
+// The path that the source's name gives; `number` ("_2") tells further ones apart.
+QString outputPath(const MonoRequest& request, const QString& number = QString()) {
+    const QString suffix = request.addSuffix ? QStringLiteral("_mono") : QString();
+    const QString ending = suffix + number + QLatin1Char('.') + request.outputFormat;
+    return paths::append(request.outputFolder, fittedFileName(paths::stem(request.file), ending));
 }
 
 // The same entry of the same folder, by whatever path. Where the file system ignores letter case (a recorder's card),
@@ -37,7 +37,7 @@ bool isSameEntry(const QString& target, const QString& source) {
 
 QString numberedTarget(const MonoRequest& request) {
     for (int number = 1; number <= kLastNumber; ++number) {
-        const QString candidate = inOutputFolder(request, QStringLiteral("%1_%2").arg(baseName(request)).arg(number));
+        const QString candidate = outputPath(request, QStringLiteral("_%1").arg(number));
         if (!paths::exists(candidate)) return candidate;
     }
     // The numbers end at 99; the sentence is meant as it stands.
@@ -93,9 +93,7 @@ QStringList StereoProcessingEngine::defaultBwfmetaeditPaths() {
             QStringLiteral("/usr/bin/bwfmetaedit"), paths::append(resourceFolder(), QStringLiteral("bin/bwfmetaedit"))};
 }
 
-QString StereoProcessingEngine::targetOf(const MonoRequest& request) {
-    return inOutputFolder(request, baseName(request));
-}
+QString StereoProcessingEngine::targetOf(const MonoRequest& request) { return outputPath(request); }
 
 MonoConversion StereoProcessingEngine::convertToMono(const MonoRequest& request) const {
     AudioFile source(request.file, ffmpegPath_);

@@ -7,9 +7,9 @@
 #include "foundation/external_tool_detector.h"
 #include "foundation/processing_log.h"
 #include "foundation/record_list.h"
+#include "foundation/recording_list.h"
 #include "platform/background.h"
 #include "platform/desktop_services.h"
-#include "platform/files.h"
 #include "preview/playback_manager.h"
 #include "stereovalidator/analysis_result.h"
 #include "stereovalidator/clean_and_export.h"
@@ -37,7 +37,8 @@ public:
                              std::unique_ptr<ExternalToolDetector> detector = nullptr);
     ~StereoValidatorViewModel() override;
 
-    // Selection: files, if there is such a list, otherwise the folder. An empty list counts as a selection.
+    // Selection: files (and folders among them), if there is such a list, otherwise the folder. An empty list counts as
+    // a selection.
     QProperty<QString> sourceFolder;
     QProperty<std::optional<QStringList>> selectedFiles;
     QProperty<bool> recursiveScan{true};
@@ -103,8 +104,8 @@ public:
     void saveLog();
     void copyLogToClipboard();
 
-    // Audio files below a folder, hidden ones too, in natural order. Blocks.
-    static files::Listing scanForAudioFiles(const QString& folder, bool recursive);
+    // The audio files of files and folders, hidden ones too, each once. Blocks.
+    static CollectedRecordings collectAudioFiles(const QStringList& selection, bool recursive);
 
 Q_SIGNALS:
     void analysisEnded();
@@ -122,7 +123,7 @@ private:
     };
     struct FoundFiles {
         QStringList files;
-        QStringList unreadable; // one sentence each
+        QStringList remarks; // one sentence each: what could not be read, and further names of one file
         int beforeFilter = 0;
     };
     struct ExportCounts {

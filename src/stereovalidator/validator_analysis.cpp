@@ -20,21 +20,21 @@ bool isMono(const QString& file, const QString& ffmpegPath) {
 
 } // namespace
 
-files::Listing StereoValidatorViewModel::scanForAudioFiles(const QString& folder, bool recursive) {
-    const auto found = listRecordings(folder, recursive, validatorExtensions(), files::HiddenEntries::included);
-    return found ? *found : files::Listing{{}, {QStringLiteral("Folder can't be read: ") + folder}};
+CollectedRecordings StereoValidatorViewModel::collectAudioFiles(const QStringList& selection, bool recursive) {
+    CollectedRecordings found =
+        collectRecordings(selection, recursive, validatorExtensions(), files::HiddenEntries::included);
+    for (const QString& folder : found.unopened) {
+        found.remarks << QStringLiteral("Folder can't be read: ") + folder;
+    }
+    return found;
 }
 
 StereoValidatorViewModel::FoundFiles StereoValidatorViewModel::findFiles(const Selection& selection) {
     FoundFiles found;
-    if (selection.files) {
-        std::copy_if(selection.files->begin(), selection.files->end(), std::back_inserter(found.files),
-                     [](const QString& file) { return validatorExtensions().contains(paths::lowerExtension(file)); });
-    } else {
-        files::Listing listing = scanForAudioFiles(selection.folder, selection.recursive);
-        found.files = std::move(listing.files);
-        found.unreadable = std::move(listing.unreadable);
-    }
+    CollectedRecordings collected =
+        collectAudioFiles(selection.files.value_or(QStringList{selection.folder}), selection.recursive);
+    found.files = std::move(collected.files);
+    found.remarks = std::move(collected.remarks);
     found.beforeFilter = static_cast<int>(found.files.size());
     if (selection.skipMono) {
         found.files.removeIf([&](const QString& file) { return isMono(file, selection.ffmpegPath); });
@@ -96,7 +96,7 @@ QCoro::Task<> StereoValidatorViewModel::runAnalysis(TaskHandle handle) {
 
 // False if nothing is left to analyse.
 bool StereoValidatorViewModel::reportFound(const FoundFiles& found) {
-    for (const QString& sentence : found.unreadable) log(LogLevel::warning, LogCategory::scan, sentence);
+    for (const QString& sentence : found.remarks) log(LogLevel::warning, LogCategory::scan, sentence);
     const auto count = static_cast<int>(found.files.size());
     if (count < found.beforeFilter) {
         log(LogLevel::info, LogCategory::scan,

@@ -149,7 +149,9 @@ QString StereoValidatorViewModel::autoGenerateCSVReport(const ExportCounts& coun
     }
     const std::optional<QStringList> files = selectedFiles.value();
     QString source = sourceFolder.value();
-    if (source.isEmpty() && files && !files->isEmpty()) source = paths::parent(files->first());
+    if (source.isEmpty() && files && !files->isEmpty()) {
+        source = paths::isFolder(files->first()) ? files->first() : paths::parent(files->first());
+    }
     const ValidatorReport report{
         .results = analysisResults.rows(),
         .converted = counts.converted,

@@ -89,6 +89,22 @@ TEST(MultiChannelSource, OutputsStandInASubfolderOfTheirOwnEitherWay) {
         QStringLiteral("/out/De-interleaved/A.B_R.flac"));
 }
 
+TEST(MultiChannelSource, OutputsOfTheLongestNameFitAndTellTheirChannel) {
+    const QString letter = QString::fromUtf8("録");
+    const MultiChannelSource source = MultiChannelSource::make(
+        QStringLiteral("/t/") + letter.repeated(83) + QStringLiteral("xx.wav"), ChannelLayout::smpte51);
+    const auto outputs = source.outputURLs(QStringLiteral("_"), QString(), QStringLiteral("wav"));
+    QSet<QString> names;
+    for (auto output = outputs.begin(); output != outputs.end(); ++output) {
+        const QString name = output.value().section(u'/', -1);
+        EXPECT_LE(name.toUtf8().size(), 255);
+        EXPECT_TRUE(name.startsWith(letter.repeated(82)) && name.endsWith(QStringLiteral("_%1.wav").arg(output.key())))
+            << name.toStdString();
+        names << name;
+    }
+    EXPECT_EQ(names.size(), 6);
+}
+
 TEST(MultiChannelSource, OnlySelectedChannelsHaveOutputs) {
     const MultiChannelSource source = MultiChannelSource::make(QStringLiteral("/t/x.wav"), ChannelLayout::smpte51,
                                                                QSet<QString>{QStringLiteral("C")});

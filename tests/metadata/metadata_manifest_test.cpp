@@ -1,6 +1,8 @@
 #include "metadata/metadata_manifest.h"
 
 #include "metadata/take_manifest.h"
+#include "platform/files.h"
+#include "platform/paths.h"
 #include "platform/standard_folders.h"
 #include "support/fake_bwfmetaedit.h"
 
@@ -192,6 +194,24 @@ TEST(MetadataManifest, FileNamesKeepTheStemAndLowerTheExtension) {
 TEST(MetadataManifest, ReadersLookForASidecarInUpperCase) {
     EXPECT_EQ(sidecarManifestPath(u"/rec/take1.wav"_s), u"/rec/take1.WAV.metadata.json"_s);
     EXPECT_EQ(sidecarManifestPath(u"/rec/A.B.WAV"_s), u"/rec/A.B.WAV.metadata.json"_s);
+}
+
+TEST(MetadataManifest, LongNamesOfEqualBeginningsFitAndStayApart) {
+    const QString beginning = u"/rec/"_s + QString(80, u'録'); // 240 bytes
+    for (const auto& nameOf :
+         {manifestFilename, +[](const QString& url) { return paths::lastComponent(sidecarManifestPath(url)); }}) {
+        const QString one = nameOf(beginning + u"1.wav"_s);
+        EXPECT_LE(one.toUtf8().size(), 255);
+        EXPECT_TRUE(one.endsWith(u".metadata.json"_s));
+        EXPECT_NE(one, nameOf(beginning + u"2.wav"_s));
+    }
+    // Beside a name goes what an atomic write puts behind it.
+    const TestFolder folder;
+    files::writeAtomically(folder.path(manifestFilename(beginning + u"1.wav"_s)), "x");
+    EXPECT_TRUE(QFile::exists(folder.path(manifestFilename(beginning + u"1.wav"_s))));
+    const QString longest(248 - 18, u'x'); // the longest stem that stands whole
+    EXPECT_EQ(manifestFilename(longest + u".wav"_s), longest + u".wav.metadata.json"_s);
+    files::writeAtomically(folder.path(manifestFilename(longest + u".wav"_s)), "x");
 }
 
 TEST(MetadataManifest, CachesLieBesideEachOther) {

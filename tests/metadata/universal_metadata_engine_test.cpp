@@ -287,9 +287,18 @@ TEST_F(UniversalMetadataEngineTest, ASceneCannotLeadTheTakeManifestOutOfItsFolde
 }
 
 TEST_F(UniversalMetadataEngineTest, ATakeManifestThatCannotBeWrittenIsThrown) {
-    EXPECT_THROW(
-        engine_.saveManifest({QString(), QString(300, u'x'), u"1"_s, QString()}, {}, std::nullopt, std::nullopt, {}),
-        FileError);
+    QDir().mkpath(folders_.caches() + u"/Ostrel/manifests_v2/x_T1.json"_s); // a folder where the file would be
+    EXPECT_THROW(engine_.saveManifest({QString(), u"x"_s, u"1"_s, QString()}, {}, std::nullopt, std::nullopt, {}),
+                 FileError);
+}
+
+TEST_F(UniversalMetadataEngineTest, TakesOfAVeryLongSceneHaveManifestsOfTheirOwn) {
+    for (const QString& take : {u"1"_s, u"2"_s}) {
+        engine_.saveManifest({QString(), QString(300, u'録'), take, QString()}, {}, std::nullopt, std::nullopt, {});
+    }
+    const QStringList names = QDir(folders_.caches() + u"/Ostrel/manifests_v2"_s).entryList(QDir::Files);
+    ASSERT_EQ(names.size(), 2) << names.join(u' ').toStdString();
+    for (const QString& name : names) EXPECT_TRUE(name.startsWith(u"録録録"_s) && name.endsWith(u".json"_s));
 }
 
 TEST_F(UniversalMetadataEngineTest, ItsSessionFolderGoesWithIt) {

@@ -107,6 +107,17 @@ TEST(Files, MoveAcrossFileSystemsKeepsContentsAndTime) {
     EXPECT_EQ(other.entries(), QStringList{QStringLiteral("b.wav")});
 }
 
+TEST(Files, MoveAcrossFileSystemsTakesTheLongestName) {
+    const TestFolder folder;
+    const OtherFileSystem other;
+    if (!other.isOther(folder)) GTEST_SKIP() << "/dev/shm is no other file system here";
+    const QString from = folder.write(QStringLiteral("a.wav"), "recording");
+    const QString name = QString(251, u'x') + QStringLiteral(".wav");
+    files::move(from, other.path(name));
+    EXPECT_EQ(readAll(other.path(name)), "recording");
+    EXPECT_EQ(other.entries(), QStringList{name});
+}
+
 TEST(Files, MoveAcrossFileSystemsNeverReplaces) {
     const TestFolder folder;
     const OtherFileSystem other;

@@ -2,6 +2,8 @@
 
 #include "support/test_folder.h"
 
+#include <QSet>
+
 namespace ostrel {
 namespace {
 
@@ -46,6 +48,69 @@ TEST(IsoFileNames, AVeryLongTrackNameStillFitsTheFileSystem) {
     const QString long1 = isoOutputName(QStringLiteral("T1"), 0, kTrack, QString(400, QChar(u'é')));
     EXPECT_LE(long1.toUtf8().size(), 255);
     EXPECT_TRUE(long1.endsWith(QStringLiteral("é.wav")));
+}
+
+// Every name of a split fits, none is that of another, and each holds whole letters only.
+void expectUsable(const QStringList& names) {
+    QSet<QString> seen;
+    for (const QString& each : names) {
+        EXPECT_LE(each.toUtf8().size(), 255) << each.toStdString();
+        EXPECT_EQ(QString::fromUtf8(each.toUtf8()), each) << "half a letter";
+        EXPECT_TRUE(each.endsWith(QStringLiteral(".wav")));
+        seen.insert(each.toCaseFolded());
+    }
+    EXPECT_EQ(seen.size(), names.size());
+}
+
+TEST(IsoFileNames, ATrackOfAHundredAndFiftyEmojiIsCutBetweenThem) {
+    const QString emoji = QString::fromUtf8("🎙");
+    // 255 bytes less "T1_" and ".wav" hold 62 of 4 bytes.
+    EXPECT_EQ(isoOutputName(QStringLiteral("T1"), 0, kTrack, emoji.repeated(150)),
+              QStringLiteral("T1_%1.wav").arg(emoji.repeated(62)));
+    const QString singer = QString::fromUtf8("👩🏽‍🎤"); // 15 bytes, four code points
+    EXPECT_EQ(isoOutputName(QStringLiteral("T1"), 0, kTrack, singer.repeated(150)),
+              QStringLiteral("T1_%1.wav").arg(singer.repeated(16)));
+}
+
+TEST(IsoFileNames, TracksOfEqualBeginningsThatAreCutGetNamesOfTheirOwn) {
+    const QString beginning(299, u'x');
+    const std::vector<IsoNameRequest> channels{{0, beginning + u'1'}, {1, beginning + u'2'}, {2, beginning + u'3'}};
+    const QStringList names = isoOutputNames(QStringLiteral("T1"), channels, kTrack, false, {});
+    expectUsable(names);
+    EXPECT_EQ(names[0], QStringLiteral("T1_%1.wav").arg(QString(248, u'x')));
+    EXPECT_EQ(names[1], QStringLiteral("T1_%1_2.wav").arg(QString(246, u'x')));
+    EXPECT_EQ(names[2], QStringLiteral("T1_%1_3.wav").arg(QString(246, u'x')));
+}
+
+TEST(IsoFileNames, BesideALongPolyNameTheTrackKeepsARest) {
+    const QString base(251, u'b');
+    const QString full = isoOutputName(base, 0, kTrack, QString(300, u'x'));
+    EXPECT_EQ(full, QString(186, u'b') + u'_' + QString(64, u'x') + QStringLiteral(".wav"));
+    EXPECT_EQ(isoOutputName(base, 0, kTrack, QStringLiteral("Boom")), QString(246, u'b') + QStringLiteral("_Boom.wav"));
+    EXPECT_EQ(isoOutputName(base, 9, kNumber, {}), QString(246, u'b') + QStringLiteral("_ch10.wav"));
+    EXPECT_EQ(isoOutputName(base, 2, kLetter, {}), QString(249, u'b') + QStringLiteral("_C.wav"));
+}
+
+TEST(IsoFileNames, NumberedNamesOfALongPolyFitToo) {
+    const QString base = QString::fromUtf8("録").repeated(83); // 249 bytes
+    const std::vector<IsoNameRequest> channels(12);
+    const QStringList names = isoOutputNames(base, channels, kNumber, true, {base + QStringLiteral(".wav")});
+    expectUsable(names);
+    EXPECT_EQ(names[0], QString::fromUtf8("録").repeated(83) + QStringLiteral("_1.wav"));
+    EXPECT_EQ(names[11], QString::fromUtf8("録").repeated(82) + QStringLiteral("_12.wav"));
+}
+
+TEST(IsoFileNames, PercentSignsOfAPolyNameStay) {
+    EXPECT_EQ(isoOutputName(QStringLiteral("50%1 and %2"), 2, kNumber, {}), QStringLiteral("50%1 and %2_ch3.wav"));
+    const std::vector<IsoNameRequest> channels{{0, {}}, {1, {}}};
+    EXPECT_EQ(isoOutputNames(QStringLiteral("50%2"), channels, kNumber, true, {}).join(u' '),
+              QStringLiteral("50%2.wav 50%2_2.wav"));
+}
+
+TEST(IsoFileNames, NamesThatDifferInTheWayALetterIsComposedClash) {
+    const std::vector<IsoNameRequest> channels{{0, QString::fromUtf8("Zo\u00e9")}, {1, QString::fromUtf8("Zoe\u0301")}};
+    EXPECT_EQ(isoOutputNames(QStringLiteral("T1"), channels, kTrack, false, {}).join(u' '),
+              QString::fromUtf8("T1_Zo\u00e9.wav T1_Zoe\u0301_2.wav"));
 }
 
 TEST(IsoFileNames, NoTwoChannelsShareAName) {

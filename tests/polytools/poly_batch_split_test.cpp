@@ -60,6 +60,25 @@ TEST(IsoOutputFolder, SanitizedNamesNeverLeadElsewhere) {
     EXPECT_EQ(sanitizeFolderName(QStringLiteral("..")), QStringLiteral("--"));
 }
 
+TEST(IsoOutputFolder, LongScenesFitAndTheirTakesStayApart) {
+    MetadataManifest manifest;
+    manifest.ixml = IXMLMetadata{.scene = QString(100, u'録'), .take = QStringLiteral("7")};
+    EXPECT_EQ(folderFor("a.wav", kBySceneTake, &manifest), QStringLiteral("/out/%1-T7").arg(QString(84, u'録')));
+    EXPECT_EQ(folderFor("a.wav", kByScene, &manifest), QStringLiteral("/out/") + QString(85, u'録'));
+    manifest.ixml->take = QString(300, u'9');
+    EXPECT_EQ(folderFor("a.wav", kBySceneTake, &manifest),
+              QStringLiteral("/out/%1-T%2").arg(QString(63, u'録'), QString(64, u'9')));
+}
+
+TEST(IsoOutputFolder, AFolderOfNothingHasANameAllTheSame) {
+    MetadataManifest manifest;
+    manifest.ixml = IXMLMetadata{.scene = QStringLiteral(" "), .take = QStringLiteral("1")};
+    EXPECT_EQ(folderFor("a.wav", kByScene, &manifest), QStringLiteral("/out/-"));
+    EXPECT_EQ(folderFor("-T07.wav", kBySceneTake), QStringLiteral("/out/-"));
+    manifest.ixml->scene = QStringLiteral("..");
+    EXPECT_EQ(folderFor("a.wav", kByScene, &manifest), QStringLiteral("/out/--"));
+}
+
 class BatchSplit : public ::testing::Test {
 protected:
     // Manifests go by the file's name alone, and the tests' files share names.

@@ -143,6 +143,22 @@ TEST_F(ChannelFilter, ANameThatMatchesNothingSkipsTheFile) {
     EXPECT_FALSE(paths::exists(output(QStringLiteral("P.wav"))));
 }
 
+TEST_F(ChannelFilter, TheOutputOfTheLongestNameFits) {
+    spec_.channels = 4;
+    const QString letter = QString::fromUtf8("🎙");
+    const PolyFile file = writePoly(folder_.path(letter.repeated(62) + QStringLiteral("xyz.wav")), spec_); // 255 bytes
+    ChannelFilterOptions filter;
+    filter.selectedChannelIndices = {1};
+    const auto nameFor = [&](const QString& given) {
+        const ChannelFilterResult result = PolyChannelFilterEngine(tools_).removeChannelsFromPoly(
+            file, filter, folder_.path(), given, true, {}, std::nullopt);
+        EXPECT_TRUE(paths::exists(result.outputFiles.value(0)));
+        return paths::lastComponent(result.outputFiles.value(0));
+    };
+    EXPECT_EQ(nameFor({}), letter.repeated(61) + QStringLiteral("_3ch.wav"));
+    EXPECT_EQ(nameFor(letter.repeated(150)), letter.repeated(62) + QStringLiteral(".wav"));
+}
+
 TEST_F(ChannelFilter, IntoItsOwnFolderTheOutputGetsASuffix) {
     const PolyFile file = poly();
     const QString before = testing::fingerprintOf(file.url);

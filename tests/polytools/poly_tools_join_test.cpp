@@ -1,6 +1,7 @@
 // The Join face of the controller: loading, order, grouping, shortcut and review, runs, reports.
 #include "controller_fixture.h"
 #include "platform/paths.h"
+#include "polytools/iso_file_names.h"
 #include "polytools/iso_ordering.h"
 
 namespace ostrel {
@@ -52,6 +53,42 @@ TEST(IsoOrdering, TheNameIsWhatTheFilesHaveInCommon) {
     EXPECT_EQ(name({"Kitchen.wav", "Boat.wav"}), QStringLiteral("joined_poly"));
     EXPECT_EQ(name({"_ - a.wav", "_ - b.wav"}), QStringLiteral("joined_poly"));
     EXPECT_EQ(name({}), QStringLiteral("output_poly"));
+    const QByteArray common(249, 'x');
+    EXPECT_EQ(name({QByteArray(common + "1.wav").constData(), QByteArray(common + "2.wav").constData()}),
+              QString(246, u'x') + QStringLiteral("_poly"));
+}
+
+TEST(IsoOrdering, NamesThatASplitHadToCutAreFound) {
+    const QString beginning(300, u'x');
+    IXMLMetadata ixml;
+    ixml.trackList = {{1, QStringLiteral("Boom"), {}, 0}, {2, beginning, {}, 1}};
+    const auto cut = isoOutputName(QStringLiteral("T_1"), 1, SplitNamingPattern::trackName, beginning);
+    ISOFile file;
+    file.url = QStringLiteral("/r/") + cut;
+    file.fileName = cut;
+    EXPECT_EQ(namesOf(orderedByManifest({named("T_other.wav"), file, named("T_1_Boom.wav")}, ixml)),
+              QStringLiteral("T_1_Boom.wav %1 T_other.wav").arg(cut));
+}
+
+TEST(JoinNames, FitWithTheirTakeAndTheirEnding) {
+    ISOGroupCandidate group;
+    group.isoFiles = {named("a.wav"), named("b.wav")};
+    group.scene = QString(300, u'x');
+    group.take = QStringLiteral("12");
+    // 251 bytes, since ".wav" comes behind.
+    EXPECT_EQ(groupOutputName(group, false), QString(242, u'x') + QStringLiteral("-T12_poly"));
+    EXPECT_EQ(groupOutputName(group, true), QString(247, u'x') + QStringLiteral("-T12"));
+    group.take = QString(300, u'9');
+    EXPECT_EQ(groupOutputName(group, true), QString(185, u'x') + QStringLiteral("-T") + QString(64, u'9'));
+    group.take.clear();
+    EXPECT_EQ(groupOutputName(group, false), QString(246, u'x') + QStringLiteral("_poly"));
+    group.scene = QStringLiteral("9/C");
+    group.take = QStringLiteral("1/2");
+    EXPECT_EQ(groupOutputName(group, false), QStringLiteral("9-C-T1-2_poly"));
+    group.scene.clear();
+    group.isoFiles = {named("_poly.wav")};
+    EXPECT_EQ(groupOutputName(group, false), QStringLiteral("_poly"));
+    EXPECT_EQ(groupOutputName(group, true), QStringLiteral("-")) << "never a hidden file without a name";
 }
 
 TEST(IsoOrdering, ByChannelIndexAndByManifest) {

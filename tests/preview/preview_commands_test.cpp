@@ -108,6 +108,11 @@ TEST(PreviewCommands, AKeyTooLongForAFileNameLosesItsEnd) {
     const PreviewRecipe recipe = stereoPreview(QStringLiteral("/t/") + name, QStringLiteral("/u/") + name);
     EXPECT_LE(recipe.fileName.toUtf8().size(), 255);
     EXPECT_TRUE(recipe.fileName.endsWith(QStringLiteral("_stereo.wav")));
+    const QString emoji =
+        QString::fromUtf8("x🎙").repeated(60) + QStringLiteral(".wav"); // between two of them or not
+    const QString cut = stereoPreview(QStringLiteral("/t/") + emoji, QStringLiteral("/u/") + emoji).fileName;
+    EXPECT_LE(cut.toUtf8().size(), 255);
+    EXPECT_EQ(QString::fromUtf8(cut.toUtf8()), cut) << "half a letter";
 }
 
 TEST(PreviewMode, Words) {

@@ -93,6 +93,16 @@ TEST_F(ConversionTest, KeepsTheRightChannelIfTold) {
     EXPECT_TRUE(holdsChannel(convert(right).url, 1));
 }
 
+TEST_F(ConversionTest, TheResultOfTheLongestNameFitsAndTellsWhatItIs) {
+    const QString letter = QString::fromUtf8("🎙");
+    const QString source = writeSource(letter.repeated(62) + QStringLiteral("xyz.wav")); // 255 bytes
+    EXPECT_EQ(paths::lastComponent(convert(request(source)).url), letter.repeated(61) + QStringLiteral("_mono.wav"));
+    MonoRequest plain = request(source);
+    plain.addSuffix = false;
+    EXPECT_EQ(paths::lastComponent(convert(plain).url), letter.repeated(62) + QStringLiteral("x_1.wav"));
+    EXPECT_EQ(namesIn(folder_.path()).size(), 2) << "the second took the place of its source";
+}
+
 TEST_F(ConversionTest, RefusesAMonoSourceAndWritesNothing) {
     const QString source = writeSource(QStringLiteral("m.wav"), 1);
     EXPECT_EQ(failure(request(source)),
