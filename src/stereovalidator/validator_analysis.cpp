@@ -25,7 +25,8 @@ files::Listing StereoValidatorViewModel::scanForAudioFiles(const QString& folder
     return found ? *found : files::Listing{{}, {QStringLiteral("Folder can't be read: ") + folder}};
 }
 
-StereoValidatorViewModel::FoundFiles StereoValidatorViewModel::findFiles(const Selection& selection) {
+StereoValidatorViewModel::FoundFiles StereoValidatorViewModel::findFiles(const Selection& selection,
+                                                                         const TaskHandle& handle) {
     FoundFiles found;
     if (selection.files) {
         std::copy_if(selection.files->begin(), selection.files->end(), std::back_inserter(found.files),
@@ -36,8 +37,9 @@ StereoValidatorViewModel::FoundFiles StereoValidatorViewModel::findFiles(const S
         found.unreadable = std::move(listing.unreadable);
     }
     found.beforeFilter = static_cast<int>(found.files.size());
-    if (selection.skipMono) {
-        found.files.removeIf([&](const QString& file) { return isMono(file, selection.ffmpegPath); });
+    if (selection.skipMono) { // which opens each of them
+        found.files.removeIf(
+            [&](const QString& file) { return !handle.isCancelled() && isMono(file, selection.ffmpegPath); });
     }
     return found;
 }
@@ -54,6 +56,8 @@ void StereoValidatorViewModel::startAnalysis() {
     analysisResults.clear();
     currentAnalysisFile = QString();
     summary_.clear();
+    totalFiles_ = 0;
+    wasStopped_ = false;
     analysisTask_ = TaskHandle();
     runAnalysis(analysisTask_);
 }
@@ -66,7 +70,7 @@ QCoro::Task<> StereoValidatorViewModel::runAnalysis(TaskHandle handle) {
     const Selection selection{sourceFolder.value(), selectedFiles.value(), recursiveScan.value(), skipMonoFiles.value(),
                               ffmpegPath};
     try {
-        const auto find = [selection] { return findFiles(selection); };
+        const auto find = [selection, handle] { return findFiles(selection, handle); };
         const FoundFiles found = co_await inBackground(this, find);
         if (reportFound(found)) {
             const auto showProgress = [this, hop = MainThreadHop(this)](const AnalysisProgress& progress) {
@@ -81,10 +85,12 @@ QCoro::Task<> StereoValidatorViewModel::runAnalysis(TaskHandle handle) {
             };
             AnalysisResult batch = co_await inBackground(this, analyze);
             summary_ = batch.summary();
+            totalFiles_ = batch.totalFiles;
+            wasStopped_ = batch.stopped;
             analysisResults.assign(std::move(batch.results));
-            analysisProgress = 1.0;
+            if (!wasStopped_) analysisProgress = 1.0;
             for (ProcessingLogEntry& entry : batch.logEntries) logEntries.append(std::move(entry));
-            log(LogLevel::success, LogCategory::process, summary_);
+            log(wasStopped_ ? LogLevel::warning : LogLevel::success, LogCategory::process, summary_);
         }
     } catch (const std::exception& error) { // memory, most likely: the run fails, the window stays
         log(LogLevel::error, LogCategory::process,
