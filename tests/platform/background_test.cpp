@@ -78,6 +78,26 @@ TEST(InBackground, RunsElsewhereAndComesBackToTheMainThread) {
     EXPECT_NE(*worker, QThread::currentThread());
 }
 
+// The painter waits for Qt's own pool: with a job on each of its threads no window would be drawn.
+TEST(InBackground, LeavesTheGlobalPoolAlone) {
+    QObject context;
+    std::vector<Traces> calls(static_cast<std::size_t>(backgroundPool().maxThreadCount()));
+    for (Traces& call : calls) awaitGate(&context, &call);
+    ASSERT_TRUE(waitUntil([] { return backgroundPool().activeThreadCount() == backgroundPool().maxThreadCount(); }));
+    EXPECT_EQ(QThreadPool::globalInstance()->activeThreadCount(), 0);
+    std::atomic<bool> painted = false;
+    QThreadPool::globalInstance()->start([&] { painted = true; });
+    EXPECT_TRUE(QThreadPool::globalInstance()->waitForDone(60'000));
+    EXPECT_TRUE(painted);
+    for (Traces& call : calls) call.gate.release();
+    EXPECT_TRUE(waitUntil([&] { return std::all_of(calls.begin(), calls.end(), [](auto& c) { return c.resumed; }); }));
+}
+
+TEST(InBackground, AJobAScanADetectionAndAPreviewRunSideBySide) {
+    EXPECT_GE(backgroundPool().maxThreadCount(), 4);
+    EXPECT_GE(backgroundPool().maxThreadCount(), QThread::idealThreadCount());
+}
+
 TEST(InBackground, GivesResultsThatCanOnlyBeMoved) {
     QObject context;
     std::optional<std::unique_ptr<QString>> result;
