@@ -62,7 +62,11 @@ void StereoValidatorViewModel::startAnalysis() {
     runAnalysis(analysisTask_);
 }
 
-void StereoValidatorViewModel::stopAnalysis() { analysisTask_.cancel(); }
+void StereoValidatorViewModel::stopAnalysis() {
+    analysisTask_.cancel();
+    if (isAnalyzing.value())
+        log(LogLevel::warning, LogCategory::process, QStringLiteral("Operation cancelled by user"));
+}
 
 QCoro::Task<> StereoValidatorViewModel::runAnalysis(TaskHandle handle) {
     const StereoValidatorOptions thresholds = options();
