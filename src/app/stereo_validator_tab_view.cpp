@@ -185,6 +185,7 @@ void StereoValidatorTabView::connectController() {
     bindings_.watch(viewModel_.outputFolder, request);
     bindings_.bind(viewModel_.recursiveScan, [this] { recursive_->setChecked(viewModel_.recursiveScan.value()); });
     connect(&viewModel_.analysisResults, &RecordListSignals::reset, this, &StereoValidatorTabView::rebuildBadges);
+    connect(&viewModel_, &StereoValidatorViewModel::analysisEnded, this, &TabPage::taskEnded);
     bindings_.watch(viewModel_.showCleanExportDialog, [this] {
         if (viewModel_.showCleanExportDialog.value()) openDialog();
     });
@@ -258,6 +259,10 @@ void StereoValidatorTabView::skipPreview(double seconds) {
 void StereoValidatorTabView::leave() {
     viewModel_.playbackManager().engine().stop(); // which ends the controller's isAuditioning with it
 }
+
+bool StereoValidatorTabView::isRunningJob() const { return viewModel_.isAnalyzing.value(); }
+
+void StereoValidatorTabView::stop() { viewModel_.stopAnalysis(); }
 
 QWidget* StereoValidatorTabView::firstFocus() { return &source_->button(); }
 

