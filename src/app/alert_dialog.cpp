@@ -60,17 +60,23 @@ AlertDialog::AlertDialog(const AlertRequest& request, QWidget* parent)
     auto* buttons = rowLayout();
     buttons->addStretch();
     const QStringList labels = request.buttons.isEmpty() ? QStringList{QStringLiteral("OK")} : request.buttons;
-    // The default stands outermost, where the pointer and the eye end.
-    for (int index = static_cast<int>(labels.size()) - 1; index >= 0; --index) {
+    const auto addButton = [&](int index) {
         auto* button = pushButton(labels.at(index));
-        if (index == 0) button->setDefault(true);
+        button->setAutoDefault(index == request.defaultButton);
         connect(button, &QPushButton::clicked, this, [this, index] {
             choice_ = index;
             accept();
         });
         buttons->addWidget(button);
-        if (index == 0) button->setFocus();
+        return button;
+    };
+    for (int index = static_cast<int>(labels.size()) - 1; index >= 0; --index) {
+        if (index != request.defaultButton) addButton(index);
     }
+    // The default stands outermost, where the pointer and the eye end.
+    QPushButton* standard = addButton(request.defaultButton);
+    standard->setDefault(true);
+    standard->setFocus();
     auto* layout = columnLayout(20);
     layout->setContentsMargins(22, 22, 22, 18);
     layout->addLayout(top);

@@ -98,5 +98,5 @@ int main(int argc, char** argv) {
                                            QStringLiteral(OSTREL_SUPPORT_ADDRESS), QStringLiteral(OSTREL_UPDATE_FEED)};
     ostrel::OstrelApp app(settings);
     app.show(request->tab, request->mode, request->paths);
-    return QApplication::exec();
+    return app.exec();
 }

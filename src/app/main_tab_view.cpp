@@ -7,10 +7,12 @@
 #include "app/help_texts.h"
 #include "app/keyboard_shortcuts.h"
 #include "app/layouts.h"
+#include "app/orderly_quit.h"
 #include "app/spacebar_monitor.h"
 #include "platform/diagnostics.h"
 
 #include <QActionGroup>
+#include <QCloseEvent>
 #include <QDragEnterEvent>
 #include <QMenuBar>
 #include <QMimeData>
@@ -36,7 +38,8 @@ QStringList localPaths(const QMimeData& data) {
 
 MainTabView::MainTabView(DesktopServices& desktop, Updater& updater, QProperty<Appearance>& appearance,
                          const ProductSettings& settings, const std::array<TabPage*, kAllAppTabs.size()>& pages)
-    : desktop_(desktop), appearance_(appearance), pages_(pages) {
+    : desktop_(desktop), appearance_(appearance), pages_(pages),
+      quit_(new OrderlyQuit(desktop, {pages.begin(), pages.end()}, this)) {
     setWindowTitle(QStringLiteral("Ostrel"));
     setMinimumSize(kMinimumSize);
     resize(kFirstSize);
@@ -47,6 +50,8 @@ MainTabView::MainTabView(DesktopServices& desktop, Updater& updater, QProperty<A
     overlay_ = new DropOverlay(this);
     bindings_.watch(selectedTab, [this] { showTab(); });
     bindings_.watch(isDragTargeted, [this] { isDragTargeted.value() ? overlay_->appear() : overlay_->hide(); });
+    bindings_.watch(quit_->isStopping, [this] { showStopping(); });
+    connect(quit_, &OrderlyQuit::ended, this, &QWidget::close);
     setupSpacebarMonitor();
     currentPage().firstFocus()->setFocus();
 }
@@ -70,6 +75,7 @@ void MainTabView::makeTabs() {
     row->addStretch();
     auto* column = columnLayout(0);
     column->addLayout(row);
+    column->addWidget(makeStoppingBanner());
     column->addWidget(stack_, 1);
     auto* content = new QWidget;
     content->setLayout(column);
@@ -136,8 +142,12 @@ void MainTabView::makeShortcuts() {
     auto* keys = new KeyboardShortcutHandler(this);
     connect(keys, &KeyboardShortcutHandler::inputSelection, this, [this] { currentPage().selectInput(); });
     connect(keys, &KeyboardShortcutHandler::outputSelection, this, [this] { currentPage().selectOutput(); });
-    connect(keys, &KeyboardShortcutHandler::scan, this, [this] { currentPage().scan(); });
-    connect(keys, &KeyboardShortcutHandler::run, this, [this] { currentPage().run(); });
+    connect(keys, &KeyboardShortcutHandler::scan, this, [this] {
+        if (!quit_->isStopping.value()) currentPage().scan();
+    });
+    connect(keys, &KeyboardShortcutHandler::run, this, [this] {
+        if (!quit_->isStopping.value()) currentPage().run();
+    });
     connect(keys, &KeyboardShortcutHandler::modeChosen, this, [this](int index) { currentPage().setModeIndex(index); });
     connect(keys, &KeyboardShortcutHandler::skip, this, [this](double seconds) { currentPage().skipPreview(seconds); });
     connect(keys, &KeyboardShortcutHandler::tabChosen, this,
@@ -163,7 +173,7 @@ void MainTabView::handleGlobalDrop(const QStringList& urls) {
     printDiagnostic(QStringLiteral("🎯 GLOBAL DROP HANDLER FIRED: %1 URLs, routing to tab: %2")
                         .arg(urls.size())
                         .arg(rawText(selectedTab.value())));
-    if (!urls.isEmpty()) currentPage().acceptDrop(urls);
+    if (!urls.isEmpty() && !quit_->isStopping.value()) currentPage().acceptDrop(urls);
 }
 
 void MainTabView::showKeyboardShortcutsWindow(const QString& title, const QString& message) {
@@ -173,6 +183,25 @@ void MainTabView::showKeyboardShortcutsWindow(const QString& title, const QStrin
     alert.buttons = {QStringLiteral("OK")};
     desktop_.showAlert(alert);
 }
+
+QWidget* MainTabView::makeStoppingBanner() {
+    auto* margin = columnLayout(0);
+    margin->setContentsMargins(kMargin, 6, kMargin, 0);
+    margin->addWidget(new WarningBanner(
+        QStringLiteral("Stopping after the item that is being worked on. Ostrel quits when it is finished.")));
+    stoppingBanner_ = new QWidget;
+    stoppingBanner_->setLayout(margin);
+    stoppingBanner_->hide();
+    return stoppingBanner_;
+}
+
+// The tabs go on showing what happens, and start nothing any more.
+void MainTabView::showStopping() {
+    stoppingBanner_->show();
+    stack_->setEnabled(false);
+}
+
+void MainTabView::closeEvent(QCloseEvent* event) { event->setAccepted(quit_->mayClose()); }
 
 void MainTabView::dragEnterEvent(QDragEnterEvent* event) {
     if (!event->mimeData()->hasUrls()) return;

@@ -17,6 +17,7 @@ class QStackedWidget;
 namespace ostrel {
 
 class DropOverlay;
+class OrderlyQuit;
 class SegmentedControl;
 class Updater;
 
@@ -40,7 +41,11 @@ public:
 
     void showKeyboardShortcutsWindow(const QString& title, const QString& message);
 
+    // How the window is left while jobs run.
+    OrderlyQuit& orderlyQuit() { return *quit_; }
+
 protected:
+    void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
@@ -51,6 +56,8 @@ private:
     void makeMenus(Updater& updater, const ProductSettings& settings);
     void makeAppearanceMenu(QMenu& menu);
     void makeShortcuts();
+    QWidget* makeStoppingBanner();
+    void showStopping();
     void showTab();
     void setupSpacebarMonitor();
 
@@ -60,6 +67,8 @@ private:
     AppTab shownTab_ = AppTab::interleave;
     SegmentedControl* tabs_ = nullptr;
     QStackedWidget* stack_ = nullptr;
+    QWidget* stoppingBanner_ = nullptr;
+    OrderlyQuit* quit_;
     DropOverlay* overlay_ = nullptr;
     Bindings bindings_;
 };

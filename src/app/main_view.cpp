@@ -50,6 +50,7 @@ MainView::MainView(AppViewModel& viewModel, DesktopServices& desktop, QWidget* p
     setLayout(page);
 
     connect(options_, &InterleaverOptions::deletionRequested, this, &MainView::askBeforeDeleting);
+    connect(&viewModel, &AppViewModel::taskEnded, this, &TabPage::taskEnded);
     connectPreview();
     auto* refreshSoon = new Coalesced(this, [this] { refresh(); });
     refreshSoon->follow(viewModel.interleaveGroups);

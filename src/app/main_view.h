@@ -37,6 +37,9 @@ public:
     void togglePreview() override;
     void skipPreview(double seconds) override;
     void leave() override;
+    bool isRunningJob() const override { return isBusy(); }
+    bool hasRunningTask() const override { return viewModel_.hasRunningTask(); }
+    void stop() override { viewModel_.stopProcessing(); }
     QWidget* firstFocus() override;
 
 private:

@@ -3,9 +3,11 @@
 #include "app/job_watch.h"
 #include "app/main_tab_view.h"
 #include "app/main_view.h"
+#include "app/orderly_quit.h"
 #include "app/ostrel_style.h"
 #include "app/poly_tools_tab_view.h"
 #include "app/stereo_validator_tab_view.h"
+#include "platform/stop_signals.h"
 
 #include <QApplication>
 #include <QFile>
@@ -32,6 +34,8 @@ OstrelApp::OstrelApp(const ProductSettings& settings)
     desktop_.setWindow(window_.get());
     auto* jobs = new JobWatch(*window_);
     for (const AppTab tab : kAllAppTabs) jobs->watch(rawText(tab), window_->page(tab));
+    QObject::connect(&window_->orderlyQuit(), &OrderlyQuit::ended, window_.get(), &QCoreApplication::quit,
+                     Qt::QueuedConnection);
 }
 
 OstrelApp::~OstrelApp() = default;
@@ -42,6 +46,16 @@ void OstrelApp::show(AppTab tab, std::optional<int> mode, const QStringList& pat
     window_->show();
     appViewModel_.tellUnfinishedSteps();
     if (!paths.isEmpty()) window_->handleGlobalDrop(paths);
+}
+
+int OstrelApp::exec() {
+    const StopSignals signals([this] { window_->orderlyQuit().stopAndQuit(); });
+    // A conversion holds the main thread, so the event loop would hear of a signal behind its last file.
+    QObject::connect(&stereoValidatorVM_, &StereoValidatorViewModel::fileConverted, window_.get(), [this, &signals] {
+        if (signals.happened()) stereoValidatorVM_.stopExport();
+    });
+    const int status = QApplication::exec();
+    return signals.happened() ? signals.exitStatus() : status;
 }
 
 } // namespace ostrel

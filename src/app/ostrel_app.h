@@ -28,6 +28,9 @@ public:
     // Opens the window on a tab, and on one of its modes where one is given; `paths` are selected as if dropped.
     void show(AppTab tab, std::optional<int> mode = {}, const QStringList& paths = {});
 
+    // Until the window is closed, or a signal came and what ran has been stopped; the exit status.
+    int exec();
+
     // Style, font-independent settings and the name under which settings are kept. Before the first OstrelApp.
     static void prepare();
 

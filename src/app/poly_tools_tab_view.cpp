@@ -88,6 +88,7 @@ void PolyToolsTabView::connectController() {
     for (QProperty<int>* count : {&viewModel_.successCount, &viewModel_.skipCount, &viewModel_.errorCount})
         bindings_.watch(*count, request);
     bindings_.bind(viewModel_.mode, [this] { showMode(); });
+    connect(&viewModel_, &PolyToolsViewModel::taskEnded, this, &TabPage::taskEnded);
     refresh();
 }
 
@@ -184,6 +185,17 @@ void PolyToolsTabView::skipPreview(double seconds) {
     if (PreviewMixer* mixer = viewModel_.previewMixer()) mixer->seek(mixer->currentTime.value() + seconds);
 }
 
+bool PolyToolsTabView::isRunningJob() const {
+    return viewModel_.isProcessing.value() || viewModel_.isScanningJoinISOs.value();
+}
+
+// Nobody waits for a preview.
+bool PolyToolsTabView::hasRunningTask() const {
+    return viewModel_.hasRunningTask() && (isRunningJob() || viewModel_.isCancelled.value());
+}
+
+void PolyToolsTabView::stop() { viewModel_.stopProcessing(); }
+
 QWidget* PolyToolsTabView::firstFocus() { return pages_->currentPage(); }
 
 void PolyToolsTabView::showMode() {
@@ -210,7 +222,7 @@ void PolyToolsTabView::refresh() {
     bwfmetaeditBanner_->setVisible(!viewModel_.bwfmetaeditAvailable.value());
     modes_->setEnabled(!viewModel_.isProcessing.value());
     feed_.set(activityState(), runProgress(viewModel_));
-    const bool isBusy = viewModel_.isProcessing.value() || viewModel_.isScanningJoinISOs.value();
+    const bool isBusy = isRunningJob();
     if (isBusy == wasBusy_) return;
     wasBusy_ = isBusy;
     const auto& entries = viewModel_.logEntries;

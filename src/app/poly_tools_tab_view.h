@@ -32,6 +32,9 @@ public:
     bool isPreviewReady() const override;
     void togglePreview() override;
     void skipPreview(double seconds) override;
+    bool isRunningJob() const override;
+    bool hasRunningTask() const override;
+    void stop() override;
     QWidget* firstFocus() override; // the mode's view names its first control as its focus proxy
 
     PolySplitView& splitView() { return *split_; }

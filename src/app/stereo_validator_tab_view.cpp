@@ -185,6 +185,7 @@ void StereoValidatorTabView::connectController() {
     bindings_.watch(viewModel_.outputFolder, request);
     bindings_.bind(viewModel_.recursiveScan, [this] { recursive_->setChecked(viewModel_.recursiveScan.value()); });
     connect(&viewModel_.analysisResults, &RecordListSignals::reset, this, &StereoValidatorTabView::rebuildBadges);
+    connect(&viewModel_, &StereoValidatorViewModel::analysisEnded, this, &TabPage::taskEnded);
     bindings_.watch(viewModel_.showCleanExportDialog, [this] {
         if (viewModel_.showCleanExportDialog.value()) openDialog();
     });
@@ -259,6 +260,10 @@ void StereoValidatorTabView::leave() {
     viewModel_.playbackManager().engine().stop(); // which ends the controller's isAuditioning with it
 }
 
+bool StereoValidatorTabView::isRunningJob() const { return viewModel_.isAnalyzing.value(); }
+
+void StereoValidatorTabView::stop() { viewModel_.stopAnalysis(); }
+
 QWidget* StereoValidatorTabView::firstFocus() { return &source_->button(); }
 
 std::vector<StereoValidatorResult> StereoValidatorTabView::selectedResults() const {
@@ -316,7 +321,10 @@ void StereoValidatorTabView::rebuildBadges() {
         badge->show();
     }
     const auto total = viewModel_.analysisResults.size();
-    analyzed_->setText(total == 0 ? QString() : QStringLiteral("%1 files analyzed").arg(total));
+    const QString words = viewModel_.wasStopped()
+                              ? QStringLiteral("%1 of %2 files analyzed, stopped").arg(total).arg(viewModel_.totalFiles())
+                              : QStringLiteral("%1 files analyzed").arg(total);
+    analyzed_->setText(total == 0 ? QString() : words);
     badges_->updateGeometry();
     currentlyPlayingFile = QString();
 }
@@ -366,9 +374,9 @@ void StereoValidatorTabView::refresh() {
     const auto isUnusable = [](const StereoValidatorResult& result) { return !result.error.isEmpty(); };
     const auto& results = viewModel_.analysisResults;
     const bool hasErrors = std::any_of(results.begin(), results.end(), isUnusable);
-    const ActivityState ended = !hasResults ? ActivityState::ready
-                                : hasErrors ? ActivityState::error
-                                            : ActivityState::done;
+    const ActivityState ended = hasErrors                               ? ActivityState::error
+                                : hasResults && !viewModel_.wasStopped() ? ActivityState::done
+                                                                         : ActivityState::ready;
     feed_.set(isBusy ? ActivityState::running : ended, viewModel_.analysisProgress.value());
     if (isBusy == wasBusy_) return;
     wasBusy_ = isBusy;

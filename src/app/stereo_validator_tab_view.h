@@ -40,6 +40,9 @@ public:
     void togglePreview() override;
     void skipPreview(double seconds) override;
     void leave() override;
+    bool isRunningJob() const override;
+    bool hasRunningTask() const override { return isRunningJob(); }
+    void stop() override;
     QWidget* firstFocus() override;
 
     QProperty<bool> showAnalysisSummary{true};

@@ -24,12 +24,18 @@ public:
     virtual void skipPreview(double /*seconds*/) {}
     virtual void leave() {} // another tab is shown from now on
 
+    virtual bool isRunningJob() const { return false; }   // or a scan
+    virtual bool hasRunningTask() const { return false; } // a job, or the end of one that was stopped
+    virtual void stop() {}                                // before the job's next item
+
     // The widget that a person works in first.
     virtual QWidget* firstFocus() { return this; }
 
 Q_SIGNALS:
     // A job began or ended; `outcome` is the log's last word on it.
     void busyChanged(bool isBusy, const QString& outcome);
+    // `hasRunningTask` may have changed.
+    void taskEnded();
 };
 
 } // namespace ostrel

@@ -79,4 +79,10 @@ nlohmann::json jobItem(const QString& name, const QStringList& sources, const QS
     return jobItem(name, ItemOutcome{status, outputs, {}, message, ItemOutcome::allKept(sources)});
 }
 
+nlohmann::json jobSummary(int success, int skipped, int errors, bool isStopped) {
+    nlohmann::json summary{{"success", success}, {"skipped", skipped}, {"errors", errors}};
+    if (isStopped) summary["stopped"] = true;
+    return summary;
+}
+
 } // namespace ostrel::cli

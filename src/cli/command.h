@@ -46,4 +46,7 @@ nlohmann::json jobItem(const QString& name, const QStringList& sources, const Pr
 nlohmann::json jobItem(const QString& name, const QStringList& sources, const QStringList& outputs,
                        const ProcessingStatus& status, const QString& message);
 
+// The counts of a job's document; `stopped` is there if the job was.
+nlohmann::json jobSummary(int success, int skipped, int errors, bool isStopped);
+
 } // namespace ostrel::cli

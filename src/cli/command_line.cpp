@@ -22,8 +22,9 @@ int runCommandLine(int argc, char** argv) {
     parser.require_subcommand(1);
     parser.get_formatter()->column_width(40);
     parser.footer(
-        "Exit status: 0 all done, 1 some item failed, 2 bad usage, 3 a needed tool is missing, 130 stopped by "
-        "Ctrl-C.\n\"ostrel-cli COMMAND --help\" tells more.");
+        "Exit status: 0 all done, 1 some item failed, 2 bad usage, 3 a needed tool is missing; 130, 143 or 129 stopped "
+        "by SIGINT (Ctrl-C), SIGTERM or SIGHUP: the first stops after the running item, a second at once.\n"
+        "\"ostrel-cli COMMAND --help\" tells more.");
     ChosenCommand chosen;
     addToolsCommand(parser, chosen);
     addSamplesCommand(parser, chosen);

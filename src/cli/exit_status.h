@@ -1,4 +1,5 @@
-// What ostrel-cli tells its caller.
+// What ostrel-cli tells its caller. A run that a signal stopped ends with 128 and the signal's number instead: 130 for
+// SIGINT, 143 for SIGTERM, 129 for SIGHUP.
 #pragma once
 
 namespace ostrel::cli {
@@ -8,7 +9,6 @@ enum ExitStatus {
     someItemFailed = 1,
     badUsage = 2,
     toolMissing = 3,
-    interrupted = 130, // stopped by Ctrl-C
 };
 
 } // namespace ostrel::cli

@@ -1,12 +1,12 @@
 // interleave and deinterleave: the Interleaver's controller on a terminal.
 #include "cli/command.h"
 #include "cli/commands.h"
-#include "cli/interrupt.h"
 #include "cli/terminal_desktop_services.h"
 #include "cli/wait_for_tasks.h"
 #include "interleaver/app_view_model.h"
 #include "interleaver/interleave_command.h"
 #include "platform/audio_output.h"
+#include "platform/stop_signals.h"
 
 #include <map>
 
@@ -70,8 +70,8 @@ ProcessingOptions processingOptions(const JobOptions& job, AppMode mode) {
 class InterleaverRun {
 public:
     InterleaverRun(const JobOptions& job, AppMode mode)
-        : job_(job), mode_(mode), terminal_(job.terminal), controller_(desktop_, audio_),
-          interrupt_([this] { controller_.stopProcessing(); }) {}
+        : signals_([this] { controller_.stopProcessing(); }), job_(job), mode_(mode), terminal_(job.terminal),
+          controller_(desktop_, audio_) {}
 
     int run() {
         const std::optional<QStringList> paths = existingPaths(job_.paths, terminal_);
@@ -83,13 +83,13 @@ public:
         if (!requireFFmpeg(controller_.toolDetector(), terminal_)) return toolMissing;
         prepare(*paths);
         if (!knowsChannels()) return badUsage;
-        controller_.scan();
+        if (!signals_.happened()) controller_.scan();
         waitForTasks(controller_);
         if (!job_.channels.empty()) selectChannels();
         tellForeseen();
-        if (!job_.dryRun && !interrupt_.happened()) process();
+        if (!job_.dryRun && !signals_.happened()) process();
         if (terminal_.isJson()) terminal_.document(document());
-        if (interrupt_.happened()) return interrupted;
+        if (signals_.happened()) return signals_.exitStatus();
         return failed_ || controller_.errorCount() > 0 ? someItemFailed : allDone;
     }
 
@@ -188,20 +188,18 @@ private:
         return {{"job", mode_ == AppMode::interleave ? "interleave" : "deinterleave"},
                 {"tools", toolsDocument(controller_.toolDetector())},
                 {"items", items()},
-                {"summary",
-                 {{"success", controller_.successCount()},
-                  {"skipped", controller_.skippedCount()},
-                  {"errors", controller_.errorCount()}}},
+                {"summary", jobSummary(controller_.successCount(), controller_.skippedCount(),
+                                       controller_.errorCount(), signals_.happened())},
                 {"csv", jsonTextOrNull(controller_.reportPath())}};
     }
 
+    StopSignals signals_; // first: the tools are looked for below
     const JobOptions& job_;
     AppMode mode_;
     Terminal terminal_;
     TerminalDesktopServices desktop_;
     AudioOutput audio_;
     AppViewModel controller_;
-    Interrupt interrupt_;
     QPropertyNotifier statusWatch_;
     QPropertyNotifier progressWatch_;
     bool failed_ = false;

@@ -5,8 +5,8 @@
 namespace ostrel::cli {
 
 PolyRun::PolyRun(const PolyOptions& options, PolyMode mode, const char* job)
-    : options_(options), terminal_(options.terminal), controller_(desktop_), mode_(mode), job_(job),
-      interrupt_([this] { controller_.stopProcessing(); }) {}
+    : signals_([this] { controller_.stopProcessing(); }), options_(options), terminal_(options.terminal),
+      controller_(desktop_), mode_(mode), job_(job) {}
 
 int PolyRun::run() {
     const std::optional<QStringList> paths = existingPaths(options_.paths, terminal_);
@@ -37,7 +37,7 @@ int PolyRun::run() {
     } else {
         printResult();
     }
-    if (isStopped()) return interrupted;
+    if (isStopped()) return signals_.exitStatus();
     return failed_ || controller_.errorCount.value() > 0 ? someItemFailed : allDone;
 }
 
@@ -94,10 +94,8 @@ nlohmann::json PolyRun::document() const {
     nlohmann::json result{{"job", job_},
                           {"tools", toolsDocument(controller_.toolDetector())},
                           {"items", items()},
-                          {"summary",
-                           {{"success", controller_.successCount.value()},
-                            {"skipped", controller_.skipCount.value()},
-                            {"errors", controller_.errorCount.value()}}},
+                          {"summary", jobSummary(controller_.successCount.value(), controller_.skipCount.value(),
+                                                 controller_.errorCount.value(), isStopped())},
                           {"csv", jsonTextOrNull(controller_.reportPath.value())}};
     addToDocument(result);
     return result;

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "cli/command.h"
-#include "cli/interrupt.h"
 #include "cli/terminal_desktop_services.h"
+#include "platform/stop_signals.h"
 #include "polytools/poly_tools_view_model.h"
 
 #include <QPropertyNotifier>
@@ -23,6 +23,8 @@ struct PolyOptions {
 };
 
 class PolyRun {
+    StopSignals signals_; // first: the tools are looked for below
+
 public:
     PolyRun(const PolyOptions& options, PolyMode mode, const char* job);
     virtual ~PolyRun() = default;
@@ -44,7 +46,7 @@ protected:
 
     void select(const QStringList& paths);
     void wait();
-    bool isStopped() const { return interrupt_.happened(); }
+    bool isStopped() const { return signals_.happened(); }
     QString output() const { return paths::absolute(QString::fromStdString(options_.output)); }
     // The folder that a batch writes into where none was given: the source folder, or that of the first file.
     QString defaultFolder(const QStringList& paths) const;
@@ -62,7 +64,6 @@ private:
 
     PolyMode mode_;
     const char* job_;
-    Interrupt interrupt_;
     std::vector<QPropertyNotifier> watches_;
     bool failed_ = false;
 };

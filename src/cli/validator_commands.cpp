@@ -1,10 +1,10 @@
 // validate and clean: the Stereo Validator's controller on a terminal.
 #include "cli/command.h"
 #include "cli/commands.h"
-#include "cli/interrupt.h"
 #include "cli/terminal_desktop_services.h"
 #include "cli/validator_table.h"
 #include "foundation/processing_status.h"
+#include "platform/stop_signals.h"
 #include "platform/text.h"
 #include "stereovalidator/stereo_validator_view_model.h"
 #include "stereovalidator/validator_report.h"
@@ -43,11 +43,11 @@ const std::map<std::string, DualMonoSideSelection> kSides{{"auto", DualMonoSideS
 class ValidatorRun {
 public:
     explicit ValidatorRun(const ValidatorOptions& options)
-        : terminal_(options.terminal), controller_(desktop_, audio_), interrupt_([this] {
+        : signals_([this] {
               controller_.stopAnalysis();
               controller_.stopExport();
           }),
-          options_(options) {}
+          terminal_(options.terminal), controller_(desktop_, audio_), options_(options) {}
 
     int validate() {
         const std::optional<QStringList> paths = existingPaths(options_.paths, terminal_);
@@ -77,6 +77,7 @@ protected:
         controller_.recursiveScan = !options_.noSubfolders;
         controller_.generateCSV = options_.csv;
         select(paths);
+        if (signals_.happened()) return terminal_.error(QStringLiteral("stopped ahead of the analysis"));
         QEventLoop loop;
         QObject::connect(&controller_, &StereoValidatorViewModel::analysisEnded, &loop, &QEventLoop::quit);
         controller_.startAnalysis();
@@ -104,20 +105,20 @@ protected:
         return {{"job", job},
                 {"tools", toolsDocument(controller_.toolDetector())},
                 {"results", results},
-                {"summary", {{"success", total - errors - skipped}, {"skipped", skipped}, {"errors", errors}}},
+                {"summary", jobSummary(total - errors - skipped, skipped, errors, signals_.happened())},
                 {"csv", jsonTextOrNull(controller_.reportPath())}};
     }
 
     int exitStatus() const {
-        if (interrupt_.happened()) return interrupted;
+        if (signals_.happened()) return signals_.exitStatus();
         return failed_ ? someItemFailed : allDone;
     }
 
+    StopSignals signals_; // first: the tools are looked for below
     Terminal terminal_;
     TerminalDesktopServices desktop_;
     AudioOutput audio_;
     StereoValidatorViewModel controller_;
-    Interrupt interrupt_;
     bool failed_ = false;
 
 private:
@@ -152,7 +153,7 @@ public:
         controller_.allowOverwrite = options_.overwrite;
         analyze(*paths);
         if (!terminal_.isJson()) showTable();
-        if (!options_.dryRun && !interrupt_.happened()) convert();
+        if (!options_.dryRun) convert();
         if (terminal_.isJson()) terminal_.document(jobDocument());
         return exitStatus();
     }
@@ -177,10 +178,14 @@ private:
     }
 
     void convert() {
+        if (signals_.happened()) {
+            if (options_.csv && !controller_.analysisResults.empty()) controller_.saveReport();
+            return;
+        }
         QObject::connect(&controller_, &StereoValidatorViewModel::fileConverted, &controller_,
                          [this](const StereoValidatorResult& result, const QString& url, const QString& error) {
                              outcomes_[result.id] = {url, error};
-                             QCoreApplication::processEvents(); // the loop holds the main thread: Ctrl-C comes in here
+                             if (signals_.happened()) controller_.stopExport(); // the loop holds the main thread
                          });
         controller_.cleanAndExport({});
     }
@@ -214,7 +219,7 @@ private:
         }
         const int skipped = static_cast<int>(controller_.analysisResults.size()) - successes - errors;
         result["items"] = items;
-        result["summary"] = {{"success", successes}, {"skipped", skipped}, {"errors", errors}};
+        result["summary"] = jobSummary(successes, skipped, errors, signals_.happened());
         return result;
     }
 

@@ -4,6 +4,7 @@
 #include "foundation/external_tool_detector.h"
 #include "platform/audio_file.h"
 #include "platform/diagnostics.h"
+#include "platform/stop_signals.h"
 #include "platform/text.h"
 #include "preview/waveform_generator.h"
 
@@ -45,6 +46,7 @@ void show(const Lanes& lanes, const QString& file, const WaveformOptions& option
 }
 
 int runWaveform(const WaveformOptions& options) {
+    const StopSignals signals; // the decoder goes along
     Terminal terminal(options.terminal);
     // Standard output carries the values alone.
     setDiagnosticStream(options.terminal.verbose ? DiagnosticStream::standardError : DiagnosticStream::nowhere);

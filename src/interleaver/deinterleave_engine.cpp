@@ -5,6 +5,7 @@
 #include "foundation/unexplained_bytes.h"
 #include "interleaver/chunk_carrying.h"
 #include "interleaver/interleave_command.h"
+#include "platform/background.h"
 #include "platform/child_process.h"
 #include "platform/diagnostics.h"
 #include "platform/files.h"
@@ -12,7 +13,6 @@
 #include "platform/paths.h"
 #include "platform/tool_limits.h"
 
-#include <QThreadPool>
 #include <map>
 #include <memory>
 
@@ -238,7 +238,7 @@ void DeinterleaveEngine::publish(Work& work, bool isDurable) const {
 void DeinterleaveEngine::lookAtMetadata(const Work& work) const {
     if (ffprobePath_.isEmpty()) return;
     // Detached: the job doesn't wait for it.
-    QThreadPool::globalInstance()->start([ffprobe = ffprobePath_, source = work.source, outputs = work.result.outcome.outputs] {
+    backgroundPool().start([ffprobe = ffprobePath_, source = work.source, outputs = work.result.outcome.outputs] {
         verifyMetadataPreserved(ffprobe, source, outputs);
     });
 }

@@ -4,7 +4,7 @@
 //         const auto work = [engine, group] { return engine.interleave(group); };
 //         const auto result = co_await inBackground(this, work);   // this thread goes on with its events meanwhile
 //
-// The callable runs on the thread pool; its result comes back on the main thread, its exception too, of whatever type.
+// The callable runs on `backgroundPool()`; its result comes back on the main thread, its exception too, of whatever type.
 // If `context` was destroyed meanwhile, the coroutine is unwound by ControllerGone instead of resumed into a dead
 // object: so catch typed errors in a coroutine, never everything, and let no local's destructor touch the controller.
 // Name the callable before the await: gcc 12 copies temporaries of an await expression carelessly.
@@ -24,6 +24,10 @@
 #include <variant>
 
 namespace ostrel {
+
+// The threads that all blocking work runs on, at least four. Never Qt's global pool: the painter waits for that one, so
+// a job on each of its threads would freeze the window. The application's end waits for what still runs here.
+QThreadPool& backgroundPool();
 
 struct ControllerGone {};
 
@@ -70,7 +74,7 @@ public:
     bool await_ready() const { return false; }
 
     void await_suspend(std::coroutine_handle<> coroutine) const {
-        QThreadPool::globalInstance()->start([state = state_, coroutine] {
+        backgroundPool().start([state = state_, coroutine] {
             state->run();
             postToMainThread([coroutine] { coroutine.resume(); });
         });

@@ -28,7 +28,8 @@ struct AlertRequest {
     Style style = Style::informational;
     QString title;
     QString text;
-    QStringList buttons; // the first is the default; empty means one "OK"
+    QStringList buttons; // the last is what Escape means; empty means one "OK"
+    int defaultButton = 0;
 };
 
 enum class Appearance { system, light, dark };

@@ -132,11 +132,12 @@ private:
             QStringLiteral("✅ [BatchSplit] Completed %1: %2 ISOs created").arg(poly.fileName).arg(split.createdCount));
     }
 
-    // Skips are counted by channel, successes and errors by file; a file whose channels were all skipped is a success.
+    // Skips are counted by channel, successes and errors by file; a file whose channels were all skipped is a success,
+    // one that a stop left unfinished is not.
     void count(PolyFileResult& row, const SplitResult& split) {
         result_.totalISOsCreated += split.createdCount;
         result_.skipCount += split.skippedCount;
-        if (split.errorCount == 0) {
+        if (!split.outcome.failed()) {
             ++result_.successCount;
             row.outcome.status = ProcessingStatus::completed();
             return;

@@ -192,7 +192,7 @@ QCoro::Task<> PolyEditFlow::edit(BatchEditOptions options, TaskHandle handle) {
     };
     const BatchSplitResult result = co_await inBackground(services_.owner(), work);
     if (handle.isCancelled()) {
-        if (state_.isCancelled.value()) state_.count(result); // what was made until the stop
+        if (state_.isCancelled.value()) countResults(result, options); // what was made until the stop
         co_return;
     }
     state_.isBatchProcessing = false;
@@ -201,9 +201,13 @@ QCoro::Task<> PolyEditFlow::edit(BatchEditOptions options, TaskHandle handle) {
 }
 
 void PolyEditFlow::showResults(const BatchSplitResult& result, const BatchEditOptions& options) {
-    state_.count(result);
     services_.info(kProcess, QStringLiteral("━━━ BATCH COMPLETE ━━━"));
     services_.success(kProcess, QStringLiteral("%1 files").arg(result.successCount));
+    countResults(result, options);
+}
+
+void PolyEditFlow::countResults(const BatchSplitResult& result, const BatchEditOptions& options) {
+    state_.count(result);
     if (!state_.generateCSV.value()) return;
     const QString folder =
         options.inPlace || options.outputFolder.isEmpty() ? paths::parent(options.files.first()) : options.outputFolder;

@@ -39,6 +39,7 @@ private:
     QCoro::Task<QStringList> findFiles(QString folder, TaskHandle handle);
     QCoro::Task<> edit(BatchEditOptions options, TaskHandle handle);
     void showResults(const BatchSplitResult& result, const BatchEditOptions& options);
+    void countResults(const BatchSplitResult& result, const BatchEditOptions& options);
     void swapChannels(int row, int other);
 
     PolyToolsState& state_;

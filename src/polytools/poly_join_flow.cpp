@@ -311,9 +311,11 @@ QCoro::Task<> PolyJoinFlow::join(std::vector<ISOFile> isos, QString outputURL, J
         return engine.join(isos, outputURL, options, progress);
     };
     const auto [result, failure] = co_await services_.attempt(work);
-    if (handle.isCancelled()) co_return;
+    // A stopped join was finished all the same; a run that began meanwhile has the totals.
+    if (handle.isCancelled() && !state_.isCancelled.value()) co_return;
     if (!failure.isEmpty()) services_.error(kProcess, failure);
     showJoin(result ? result->outcome : ItemOutcome::failure(failure, {}), isos, outputURL);
+    if (handle.isCancelled()) co_return;
     state_.isProcessing = false;
     state_.isJoining = false;
 }
@@ -362,7 +364,7 @@ QCoro::Task<> PolyJoinFlow::batchJoin(std::vector<ISOGroupCandidate> groups, Joi
     };
     const auto [result, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) {
-        if (result && state_.isCancelled.value()) countBatchJoin(*result); // what was made until the stop
+        if (result && state_.isCancelled.value()) countBatchJoin(*result, groups); // what was made until the stop
         co_return;
     }
     if (result) {
@@ -375,7 +377,7 @@ QCoro::Task<> PolyJoinFlow::batchJoin(std::vector<ISOGroupCandidate> groups, Joi
     state_.isProcessing = false;
 }
 
-void PolyJoinFlow::countBatchJoin(const BatchJoinResult& result) {
+void PolyJoinFlow::countBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups) {
     state_.batchJoinResults = result;
     state_.successCount = result.successCount;
     state_.skipCount = result.skipCount;
@@ -385,18 +387,18 @@ void PolyJoinFlow::countBatchJoin(const BatchJoinResult& result) {
         created << row.outcome.outputs;
     }
     state_.createdFiles = created;
+    if (state_.generateCSV.value()) {
+        services_.noteReport(writeBatchJoinReport(state_, groups, result, state_.joinOutputFolder.value()));
+    }
 }
 
 void PolyJoinFlow::showBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups) {
-    countBatchJoin(result);
     services_.success(kProcess, QStringLiteral("Batch join complete: %1 groups → %2 polys")
                                     .arg(result.processedGroups)
                                     .arg(result.totalPolysCreated));
     if (result.errorCount > 0)
         services_.warning(kProcess, QStringLiteral("%1 groups had errors").arg(result.errorCount));
-    if (state_.generateCSV.value()) {
-        services_.noteReport(writeBatchJoinReport(state_, groups, result, state_.joinOutputFolder.value()));
-    }
+    countBatchJoin(result, groups);
 }
 
 void PolyJoinFlow::clearJoinData() {

@@ -53,7 +53,7 @@ private:
     QCoro::Task<> join(std::vector<ISOFile> isos, QString outputURL, JoinOptions options, TaskHandle handle);
     void showJoin(ItemOutcome outcome, const std::vector<ISOFile>& isos, const QString& outputURL);
     QCoro::Task<> batchJoin(std::vector<ISOGroupCandidate> groups, JoinOptions options, TaskHandle handle);
-    void countBatchJoin(const BatchJoinResult& result);
+    void countBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups);
     void showBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups);
     PolyEngineHooks hooksOfRun(const TaskHandle& handle) const;
     bool mayMix(const std::vector<ISOFile>& isos);

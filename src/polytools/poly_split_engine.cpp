@@ -92,6 +92,12 @@ private:
         if (result_.errorCount > 0) {
             outcome.message = QStringLiteral("Failed to create %1 ISOs").arg(result_.errorCount);
             outcome.status = ProcessingStatus::failed(outcome.message);
+        } else if (!result_.channels.empty() && missingChannels() > 0) {
+            // What stands is not the whole of the poly, and a run that is to finish it takes it up again.
+            outcome.message = QStringLiteral("Stopped ahead of %1 of its %2 channels")
+                                  .arg(missingChannels())
+                                  .arg(poly_.channelCount);
+            outcome.status = ProcessingStatus::failed(outcome.message);
         } else if (result_.createdCount > 0) {
             outcome.status = ProcessingStatus::completed();
         } else if (result_.skippedCount > 0) {
@@ -99,6 +105,8 @@ private:
             outcome.status = ProcessingStatus::skipped(outcome.message);
         }
     }
+
+    int missingChannels() const { return poly_.channelCount - static_cast<int>(result_.channels.size()); }
 
     void logRequest() {
         log_.info(kProcess, QStringLiteral("Engine received pattern: ") + rawText(options_.namingPattern));

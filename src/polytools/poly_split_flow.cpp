@@ -130,10 +130,9 @@ QCoro::Task<> PolySplitFlow::splitInto(PolyFile poly, QString folder, TaskHandle
         return engine.split(poly, folder, options, progress);
     };
     const auto [result, failure] = co_await services_.attempt(work);
-    if (handle.isCancelled()) {
-        if (result && isOfLastRun()) countSplit(*result);
-        co_return;
-    }
+    const auto& shown = state_.polyFile.value();
+    const bool isShown = shown && shown->url == poly.url;
+    if (handle.isCancelled() && !(isShown && isOfLastRun())) co_return;
     if (result) {
         showSplit(*result, folder);
     } else {
@@ -163,7 +162,11 @@ void PolySplitFlow::showSplit(const SplitResult& result, const QString& folder) 
                       : channel.skipped() ? ItemStatus::skipped
                                           : ItemStatus::error;
     });
-    if (result.errorCount > 0) {
+    if (row < state_.channelItems.size()) {
+        services_.warning(kProcess, QStringLiteral("Split stopped after %1 of %2 channels")
+                                        .arg(row)
+                                        .arg(state_.channelItems.size()));
+    } else if (result.errorCount > 0) {
         services_.warning(kProcess, QStringLiteral("Split finished with %1 errors").arg(result.errorCount));
     } else {
         services_.success(kProcess, QStringLiteral("Split complete: %1 files created").arg(result.createdCount));
@@ -245,7 +248,7 @@ QCoro::Task<> PolySplitFlow::batchSplit(BatchSplitOptions options, TaskHandle ha
     const auto work = [engine, options, progress] { return engine.batchSplit(options, progress); };
     const auto [result, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) {
-        if (result && isOfLastRun()) state_.count(*result);
+        if (result && isOfLastRun()) countBatch(*result, options.outputFolder);
         co_return;
     }
     state_.isBatchProcessing = false;
@@ -259,10 +262,14 @@ QCoro::Task<> PolySplitFlow::batchSplit(BatchSplitOptions options, TaskHandle ha
 }
 
 void PolySplitFlow::showBatch(const BatchSplitResult& result, const QString& folder) {
-    state_.count(result);
     services_.success(kProcess, QStringLiteral("Batch complete: %1 poly files → %2 ISOs")
                                     .arg(result.processedFiles)
                                     .arg(result.totalISOsCreated));
+    countBatch(result, folder);
+}
+
+void PolySplitFlow::countBatch(const BatchSplitResult& result, const QString& folder) {
+    state_.count(result);
     if (state_.generateCSV.value()) services_.noteReport(writeBatchSplitReport(state_, folder));
 }
 

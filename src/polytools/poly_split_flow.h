@@ -33,6 +33,7 @@ private:
     QCoro::Task<> splitPolyFile(PolyFile poly, QString folder, TaskHandle handle);
     QCoro::Task<> batchSplit(BatchSplitOptions options, TaskHandle handle);
     void showBatch(const BatchSplitResult& result, const QString& folder);
+    void countBatch(const BatchSplitResult& result, const QString& folder);
 
     PolyToolsState& state_;
     PolyToolsServices& services_;

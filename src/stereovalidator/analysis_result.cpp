@@ -29,7 +29,8 @@ const std::vector<SummaryPart>& summaryParts() {
 } // namespace
 
 QString AnalysisResult::summary() const {
-    QStringList parts{QStringLiteral("Analyzed: %1 files").arg(totalFiles)};
+    QStringList parts{stopped ? QStringLiteral("Analyzed: %1 of %2 files, stopped").arg(results.size()).arg(totalFiles)
+                              : QStringLiteral("Analyzed: %1 files").arg(totalFiles)};
     const auto add = [&](const char* word, long count) {
         if (count > 0) parts << QStringLiteral("%1: %2").arg(QLatin1String(word)).arg(count);
     };

@@ -99,12 +99,17 @@ AnalysisResult NativeStereoAnalyzer::analyzeFiles(const QStringList& files, cons
         batch.results.push_back(recordOf(files[i], options));
         tally(batch, batch.results.back());
     }
-    report({count, count, QStringLiteral("Complete"), 1.0});
-    batch.logEntries.push_back(
-        entry(LogLevel::success, QStringLiteral("Analysis complete: %1 successful, %2 errors, %3 skipped")
-                                     .arg(batch.successCount)
-                                     .arg(batch.errorCount)
-                                     .arg(batch.skippedCount)));
+    const int done = static_cast<int>(batch.results.size());
+    batch.stopped = done < count;
+    if (!batch.stopped) report({count, count, QStringLiteral("Complete"), 1.0});
+    const QString end = batch.stopped ? QStringLiteral("Analysis stopped after %1 of %2 files").arg(done).arg(count)
+                                      : QStringLiteral("Analysis complete");
+    batch.logEntries.push_back(entry(batch.stopped ? LogLevel::warning : LogLevel::success,
+                                     QStringLiteral("%1: %2 successful, %3 errors, %4 skipped")
+                                         .arg(end)
+                                         .arg(batch.successCount)
+                                         .arg(batch.errorCount)
+                                         .arg(batch.skippedCount)));
     return batch;
 }
 

@@ -77,6 +77,9 @@ public:
 
     // The counts of the last analysis, and where the last report went; empty before there is one.
     QString summary() const { return summary_; }
+    // Of how many files, and whether it was stopped ahead of some of them.
+    int totalFiles() const { return totalFiles_; }
+    bool wasStopped() const { return wasStopped_; }
     QString reportPath() const { return reportPath_; }
 
     bool canAnalyze() const;
@@ -130,19 +133,21 @@ private:
         int successes = 0;
         int errors = 0;
         QSet<QUuid> converted;
+        bool stopped = false; // ahead of some of them
     };
 
     void log(LogLevel level, LogCategory category, const QString& message);
     void watchOptions();
     QString logText() const;
 
-    static FoundFiles findFiles(const Selection& selection);
+    static FoundFiles findFiles(const Selection& selection, const TaskHandle& handle);
     QCoro::Task<> runAnalysis(TaskHandle handle);
     bool reportFound(const FoundFiles& found);
 
     std::optional<std::vector<StereoValidatorResult>>
     resultsInScope(const std::vector<StereoValidatorResult>& selectedResults);
     ExportCounts convertAll(const std::vector<StereoValidatorResult>& results);
+    QString outcomeOf(const ExportCounts& counts, std::size_t total) const;
     void convert(const StereoProcessingEngine& engine, const StereoValidatorResult& result, ExportCounts& counts);
     MonoRequest requestFor(const StereoValidatorResult& result) const;
     void protectOtherRecordings(const MonoRequest& request) const;
@@ -156,6 +161,8 @@ private:
     TaskHandle exportTask_;
     QSet<QString> protectedFiles_; // canonical: sources of the analysis and files that the running export has written
     QString summary_;
+    int totalFiles_ = 0;
+    bool wasStopped_ = false;
     QString reportPath_;
     std::vector<QPropertyNotifier> notifiers_;
 };

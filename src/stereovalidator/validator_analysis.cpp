@@ -29,15 +29,17 @@ CollectedRecordings StereoValidatorViewModel::collectAudioFiles(const QStringLis
     return found;
 }
 
-StereoValidatorViewModel::FoundFiles StereoValidatorViewModel::findFiles(const Selection& selection) {
+StereoValidatorViewModel::FoundFiles StereoValidatorViewModel::findFiles(const Selection& selection,
+                                                                         const TaskHandle& handle) {
     FoundFiles found;
     CollectedRecordings collected =
         collectAudioFiles(selection.files.value_or(QStringList{selection.folder}), selection.recursive);
     found.files = std::move(collected.files);
     found.remarks = std::move(collected.remarks);
     found.beforeFilter = static_cast<int>(found.files.size());
-    if (selection.skipMono) {
-        found.files.removeIf([&](const QString& file) { return isMono(file, selection.ffmpegPath); });
+    if (selection.skipMono) { // which opens each of them
+        found.files.removeIf(
+            [&](const QString& file) { return !handle.isCancelled() && isMono(file, selection.ffmpegPath); });
     }
     return found;
 }
@@ -54,11 +56,17 @@ void StereoValidatorViewModel::startAnalysis() {
     analysisResults.clear();
     currentAnalysisFile = QString();
     summary_.clear();
+    totalFiles_ = 0;
+    wasStopped_ = false;
     analysisTask_ = TaskHandle();
     runAnalysis(analysisTask_);
 }
 
-void StereoValidatorViewModel::stopAnalysis() { analysisTask_.cancel(); }
+void StereoValidatorViewModel::stopAnalysis() {
+    analysisTask_.cancel();
+    if (isAnalyzing.value())
+        log(LogLevel::warning, LogCategory::process, QStringLiteral("Operation cancelled by user"));
+}
 
 QCoro::Task<> StereoValidatorViewModel::runAnalysis(TaskHandle handle) {
     const StereoValidatorOptions thresholds = options();
@@ -66,7 +74,7 @@ QCoro::Task<> StereoValidatorViewModel::runAnalysis(TaskHandle handle) {
     const Selection selection{sourceFolder.value(), selectedFiles.value(), recursiveScan.value(), skipMonoFiles.value(),
                               ffmpegPath};
     try {
-        const auto find = [selection] { return findFiles(selection); };
+        const auto find = [selection, handle] { return findFiles(selection, handle); };
         const FoundFiles found = co_await inBackground(this, find);
         if (reportFound(found)) {
             const auto showProgress = [this, hop = MainThreadHop(this)](const AnalysisProgress& progress) {
@@ -81,10 +89,12 @@ QCoro::Task<> StereoValidatorViewModel::runAnalysis(TaskHandle handle) {
             };
             AnalysisResult batch = co_await inBackground(this, analyze);
             summary_ = batch.summary();
+            totalFiles_ = batch.totalFiles;
+            wasStopped_ = batch.stopped;
             analysisResults.assign(std::move(batch.results));
-            analysisProgress = 1.0;
+            if (!wasStopped_) analysisProgress = 1.0;
             for (ProcessingLogEntry& entry : batch.logEntries) logEntries.append(std::move(entry));
-            log(LogLevel::success, LogCategory::process, summary_);
+            log(wasStopped_ ? LogLevel::warning : LogLevel::success, LogCategory::process, summary_);
         }
     } catch (const std::exception& error) { // memory, most likely: the run fails, the window stays
         log(LogLevel::error, LogCategory::process,

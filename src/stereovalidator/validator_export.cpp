@@ -43,10 +43,9 @@ void StereoValidatorViewModel::cleanAndExport(const std::vector<StereoValidatorR
 
     playbackManager_->stopAndClear(); // it may hold a file that is about to be replaced
     const ExportCounts counts = convertAll(kept);
-    const QString outcome =
-        QStringLiteral("Clean & Export complete: %1 successful, %2 errors").arg(counts.successes).arg(counts.errors);
-    writeValidatorDebugLine(QStringLiteral("✅ ") + outcome);
-    log(LogLevel::success, LogCategory::process, outcome);
+    const QString outcome = outcomeOf(counts, kept.size());
+    writeValidatorDebugLine((counts.stopped ? QStringLiteral("⚠️ ") : QStringLiteral("✅ ")) + outcome);
+    log(counts.stopped ? LogLevel::warning : LogLevel::success, LogCategory::process, outcome);
     reportPath_ = generateCSV.value() ? autoGenerateCSVReport(counts) : QString();
     showCleanExportDialog = false;
     QTimer::singleShot(std::chrono::milliseconds(500), this,
@@ -78,10 +77,21 @@ StereoValidatorViewModel::convertAll(const std::vector<StereoValidatorResult>& r
     protectedFiles_ = allowOverwrite.value() ? canonicalSources(analysisResults) : QSet<QString>();
     ExportCounts counts;
     for (const StereoValidatorResult& result : results) {
-        if (exportTask_.isCancelled()) break;
+        if (exportTask_.isCancelled()) {
+            counts.stopped = true;
+            break;
+        }
         convert(engine, result, counts);
     }
     return counts;
+}
+
+QString StereoValidatorViewModel::outcomeOf(const ExportCounts& counts, std::size_t total) const {
+    const QString end = counts.stopped ? QStringLiteral("Clean & Export stopped after %1 of %2 files")
+                                             .arg(counts.successes + counts.errors)
+                                             .arg(total)
+                                       : QStringLiteral("Clean & Export complete");
+    return QStringLiteral("%1: %2 successful, %3 errors").arg(end).arg(counts.successes).arg(counts.errors);
 }
 
 void StereoValidatorViewModel::convert(const StereoProcessingEngine& engine, const StereoValidatorResult& result,
@@ -157,6 +167,7 @@ QString StereoValidatorViewModel::autoGenerateCSVReport(const ExportCounts& coun
         .converted = counts.converted,
         .successCount = counts.successes,
         .errorCount = counts.errors,
+        .totalFiles = wasStopped_ ? totalFiles_ : static_cast<int>(analysisResults.size()),
         .source = source.isEmpty() ? QStringLiteral("Multiple files") : source,
         .output = outputFolder.value().isEmpty() ? QStringLiteral("Same as source") : outputFolder.value(),
     };
@@ -175,7 +186,8 @@ void StereoValidatorViewModel::showCompletion(const ExportCounts& counts, const 
     const QString folder = outputFolder.value();
     AlertRequest alert;
     alert.style = counts.errors == 0 ? AlertRequest::Style::informational : AlertRequest::Style::warning;
-    alert.title = QStringLiteral("Clean & Export Complete");
+    alert.title =
+        counts.stopped ? QStringLiteral("Clean & Export Stopped") : QStringLiteral("Clean & Export Complete");
     alert.text = QStringLiteral("%1 file(s) converted successfully").arg(counts.successes);
     if (counts.errors > 0) alert.text += QStringLiteral("\n%1 error(s) occurred").arg(counts.errors);
     if (!report.isEmpty()) alert.text += QStringLiteral("\n\nCSV report saved: ") + paths::lastComponent(report);

@@ -49,16 +49,19 @@ QString reportAction(const StereoValidatorResult& result, bool converted) {
 
 QString writeValidatorReport(const ValidatorReport& report, const QString& folder) {
     const auto analysed = static_cast<qsizetype>(report.results.size());
+    const QString count = report.totalFiles > analysed
+                              ? QStringLiteral("%1 of %2, stopped").arg(analysed).arg(report.totalFiles)
+                              : QString::number(analysed);
     const CSVReportGenerator::Pairs metadata{
         {QStringLiteral("Source"), report.source},
         {QStringLiteral("Output"), report.output},
-        {QStringLiteral("Files Analyzed"), QString::number(analysed)},
+        {QStringLiteral("Files Analyzed"), count},
         {QStringLiteral("Converted"), QString::number(report.successCount)},
         {QStringLiteral("Errors"), QString::number(report.errorCount)},
         {QStringLiteral("Skipped"), QString::number(analysed - report.converted.size())},
     };
     const CSVReportGenerator::Pairs summary{
-        {QStringLiteral("Total Files"), QString::number(analysed)},
+        {QStringLiteral("Total Files"), QString::number(std::max<qsizetype>(analysed, report.totalFiles))},
         {QStringLiteral("Converted"), QString::number(report.successCount)},
         {QStringLiteral("Errors"), QString::number(report.errorCount)},
     };

@@ -16,6 +16,7 @@ struct ValidatorReport {
     QSet<QUuid> converted; // the ids of the results that were
     int successCount = 0;
     int errorCount = 0;
+    int totalFiles = 0; // more than there are results after an analysis that was stopped
     QString source; // where the files came from, for the report's head
     QString output; // where the results went, for the report's head
 };

@@ -15,6 +15,7 @@
 #include <QPushButton>
 #include <QStandardPaths>
 #include <QTimer>
+#include <QtTest/QtTest>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -178,6 +179,29 @@ TEST(QtDesktopServicesTest, AnAlertTellsTheButtonThatWasChosen) {
     EXPECT_EQ(answer("Enable Delete"), 0);
     EXPECT_EQ(answer("Cancel"), 1);
     EXPECT_EQ(answer(""), 1) << "closed without a choice";
+}
+
+// What Enter does is not what is told first, and Escape stays the last button.
+TEST(QtDesktopServicesTest, AnAlertsDefaultMayBeAnyButton) {
+    AlertRequest request;
+    request.title = QStringLiteral("A Job Is Still Running");
+    request.buttons = {QStringLiteral("Stop after this item and quit"), QStringLiteral("Keep running")};
+    request.defaultButton = 1;
+    const auto press = [&](const QList<Qt::Key>& keys) {
+        AlertDialog dialog(request);
+        dialog.show();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog));
+        for (const Qt::Key key : keys) QTest::keyClick(dialog.windowHandle(), key);
+        EXPECT_FALSE(dialog.isVisible());
+        return dialog.choice();
+    };
+    EXPECT_EQ(press({Qt::Key_Return}), 1);
+    EXPECT_EQ(press({Qt::Key_Space}), 1);
+    EXPECT_EQ(press({Qt::Key_Escape}), 1);
+    EXPECT_EQ(press({Qt::Key_Tab, Qt::Key_Space}), 0);
+    request.defaultButton = 0;
+    EXPECT_EQ(press({Qt::Key_Return}), 0);
+    EXPECT_EQ(press({Qt::Key_Escape}), 1);
 }
 
 TEST(RecentFolders, NewestFirstWithoutThoseThatAreGone) {

@@ -30,10 +30,11 @@ inline CliRun runCli(const QStringList& arguments, const QStringList& environmen
 }
 
 // To the program alone. One that has ended has the id 0, which would mean everybody in our own process group.
-inline void pressCtrlC(const QProcess& process) {
+inline void sendSignal(const QProcess& process, int number) {
     ASSERT_EQ(process.state(), QProcess::Running);
-    ASSERT_EQ(::kill(static_cast<pid_t>(process.processId()), SIGINT), 0);
+    ASSERT_EQ(::kill(static_cast<pid_t>(process.processId()), number), 0);
 }
+inline void pressCtrlC(const QProcess& process) { sendSignal(process, SIGINT); }
 
 inline QString text(const nlohmann::json& value) { return QString::fromStdString(value.get<std::string>()); }
 

@@ -2,9 +2,8 @@
 
 #include "interleaver/fixtures.h"
 #include "interleaver/interleave_command.h"
+#include "platform/background.h"
 #include "platform/paths.h"
-
-#include <QThreadPool>
 
 namespace ostrel {
 namespace {
@@ -167,7 +166,7 @@ TEST(DeinterleaveEngine, LooksAtItsOutputsWithFfprobeAfterwards) {
         QStringLiteral("ffprobe"),
         QStringLiteral("for l; do :; done; echo \"$*\" >> \"$(dirname \"$0\")/probes\"; echo 48000,1,24"));
     ASSERT_TRUE(DeinterleaveEngine(tool("ffmpeg"), fake).deinterleave(source, {}, QString()).success);
-    QThreadPool::globalInstance()->waitForDone();
+    backgroundPool().waitForDone();
     const QList<QByteArray> probes = readAll(folder.path(QStringLiteral("probes"))).trimmed().split('\n');
     ASSERT_EQ(probes.size(), 2);
     EXPECT_TRUE(

@@ -1,6 +1,6 @@
 #include "platform/background.h"
 
-#include "support/test_folder.h"
+#include "support/blocked_workers.h"
 
 #include <QSemaphore>
 #include <QThread>
@@ -76,6 +76,21 @@ TEST(InBackground, RunsElsewhereAndComesBackToTheMainThread) {
     EXPECT_FALSE(here); // the caller went on meanwhile
     ASSERT_TRUE(waitUntil([&] { return worker.has_value(); }));
     EXPECT_NE(*worker, QThread::currentThread());
+}
+
+// The painter waits for Qt's own pool: with a job on each of its threads no window would be drawn.
+TEST(InBackground, LeavesTheGlobalPoolAlone) {
+    const testing::BlockedWorkers workers;
+    EXPECT_EQ(QThreadPool::globalInstance()->activeThreadCount(), 0);
+    std::atomic<bool> painted = false;
+    QThreadPool::globalInstance()->start([&] { painted = true; });
+    EXPECT_TRUE(QThreadPool::globalInstance()->waitForDone(60'000));
+    EXPECT_TRUE(painted);
+}
+
+TEST(InBackground, AJobAScanADetectionAndAPreviewRunSideBySide) {
+    EXPECT_GE(backgroundPool().maxThreadCount(), 4);
+    EXPECT_GE(backgroundPool().maxThreadCount(), QThread::idealThreadCount());
 }
 
 TEST(InBackground, GivesResultsThatCanOnlyBeMoved) {

@@ -278,7 +278,7 @@ TEST_F(SplitFace, StoppingResetsTheFlagsAtOnceAndEndsAheadOfTheNextChannel) {
 TEST_F(SplitFace, AControllerMayGoWhileItsWorkRuns) {
     controller_->analyzePolyFile(poly(QStringLiteral("P.wav"), 8).url);
     controller_.reset();
-    testing::waitUntil([] { return QThreadPool::globalInstance()->activeThreadCount() == 0; });
+    testing::waitUntil([] { return backgroundPool().activeThreadCount() == 0; });
     QCoreApplication::processEvents();
 }
 

@@ -1,4 +1,5 @@
 // Files that only ffmpeg reads, with an ffmpeg that takes its time.
+#include "platform/background.h"
 #include "platform/child_process.h"
 #include "preview/audio_playback_engine.h"
 #include "preview/preview_mixer.h"
@@ -59,7 +60,7 @@ struct SlowLoadingTest : ::testing::Test {
     // The child's end, and what follows from it on the main thread.
     bool waitForDone(int runs = 1) {
         const bool isDone = waitUntil([=, this] { return count(QStringLiteral("done")) >= runs; });
-        QThreadPool::globalInstance()->waitForDone();
+        backgroundPool().waitForDone();
         QCoreApplication::processEvents();
         return isDone;
     }

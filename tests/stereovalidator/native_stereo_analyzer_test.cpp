@@ -273,6 +273,20 @@ TEST_F(AnalyzerTest, StopsBeforeTheNextFile) {
     const AnalysisResult batch =
         NativeStereoAnalyzer().analyzeFiles({file, file, file}, {}, {}, [&] { return ++asked > 1; });
     EXPECT_EQ(batch.results.size(), 1u);
+    EXPECT_TRUE(batch.stopped);
+    EXPECT_TRUE(batch.summary().startsWith(QStringLiteral("Analyzed: 1 of 3 files, stopped")));
+    EXPECT_EQ(batch.logEntries.back().message,
+              QStringLiteral("Analysis stopped after 1 of 3 files: 1 successful, 0 errors, 0 skipped"));
+    EXPECT_EQ(batch.logEntries.back().level, LogLevel::warning);
+}
+
+TEST_F(AnalyzerTest, IsNotStoppedByARequestBehindTheLastFile) {
+    const QString file = writeStereo(folder_.path(QStringLiteral("a.wav")), scaled(1, 1));
+    int asked = 0;
+    const AnalysisResult batch =
+        NativeStereoAnalyzer().analyzeFiles({file, file}, {}, {}, [&] { return ++asked > 2; });
+    EXPECT_FALSE(batch.stopped);
+    EXPECT_TRUE(batch.summary().startsWith(QStringLiteral("Analyzed: 2 files •")));
 }
 
 TEST_F(AnalyzerTest, DecodesWhatLibsndfileCannotWithFfmpeg) {

@@ -133,6 +133,11 @@ TEST(AnalysisResultTest, SummarisesTheCountsAboveZeroInOrder) {
     EXPECT_EQ(batch.summary(), QStringLiteral("Analyzed: 12 files • Dual Mono: 3 • Near Mono: 1 • True Stereo: 1 • "
                                               "Broken: 1 • One-Sided: 2 • Silent: 1 • Errors: 2"));
     EXPECT_EQ(AnalysisResult().summary(), QStringLiteral("Analyzed: 0 files"));
+    batch.results.resize(3);
+    batch.totalFiles = 41;
+    batch.stopped = true;
+    batch.errorCount = 0;
+    EXPECT_EQ(batch.summary(), QStringLiteral("Analyzed: 3 of 41 files, stopped • One-Sided: 2 • Silent: 1"));
 }
 
 } // namespace

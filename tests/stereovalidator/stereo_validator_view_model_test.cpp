@@ -241,8 +241,25 @@ TEST_F(ValidatorTest, KeepsWhatWasAnalysedWhenItIsStopped) {
     ASSERT_TRUE(waitUntil([this] { return controller_.analysisProgress.value() > 0; }));
     controller_.stopAnalysis();
     ASSERT_TRUE(waitUntil([this] { return !controller_.isAnalyzing.value(); }));
-    EXPECT_GT(controller_.analysisResults.size(), 0u);
-    EXPECT_LT(controller_.analysisResults.size(), 200u);
+    const std::size_t analyzed = controller_.analysisResults.size();
+    EXPECT_LT(analyzed, 200u);
+    EXPECT_TRUE(controller_.wasStopped());
+    EXPECT_LT(controller_.analysisProgress.value(), 1);
+    const QStringList lines = newLog();
+    const QString counts = QStringLiteral("%1 of 200 files").arg(analyzed);
+    EXPECT_TRUE(lines.last().startsWith(QStringLiteral("WARN PROCESS Analyzed: %1, stopped").arg(counts)));
+    EXPECT_EQ(lines[lines.size() - 2],
+              QStringLiteral("WARN PROCESS Analysis stopped after %1: %2 successful, 0 errors, 0 skipped")
+                  .arg(counts)
+                  .arg(analyzed));
+    controller_.outputFolder = folder_.path();
+    controller_.saveReport();
+    const QByteArray report = testing::readAll(controller_.reportPath());
+    EXPECT_TRUE(report.contains(QStringLiteral("# Files Analyzed: %1 of 200, stopped\n").arg(analyzed).toUtf8()));
+    EXPECT_TRUE(report.contains("# Total Files: 200\n"));
+    analyze({files[0]});
+    EXPECT_FALSE(controller_.wasStopped());
+    EXPECT_EQ(controller_.summary(), QStringLiteral("Analyzed: 1 files • Dual Mono: 1"));
 }
 
 TEST_F(ValidatorTest, MayBeDestroyedWhileItAnalyses) {
@@ -450,7 +467,8 @@ TEST_F(ValidatorTest, StopsAnExportBeforeTheNextFile) {
     QObject::connect(&controller_, &StereoValidatorViewModel::fileConverted, &controller_,
                      [this] { controller_.stopExport(); });
     controller_.cleanAndExport({});
-    EXPECT_EQ(lastLine(), QStringLiteral("OK PROCESS Clean & Export complete: 1 successful, 0 errors"));
+    EXPECT_EQ(lastLine(),
+              QStringLiteral("WARN PROCESS Clean & Export stopped after 1 of 2 files: 1 successful, 0 errors"));
 }
 
 // Audition

@@ -3,6 +3,7 @@
 
 #include "platform/desktop_services.h"
 
+#include <functional>
 #include <vector>
 
 namespace ostrel::testing {
@@ -13,6 +14,7 @@ public:
     QStringList openPanelAnswer;
     QString savePanelAnswer;
     int alertAnswer = 0;
+    std::function<void()> duringAlert; // what happens while it stands
 
     // Requests, in order
     std::vector<OpenPanelRequest> openPanels;
@@ -33,6 +35,7 @@ public:
     }
     int showAlert(const AlertRequest& request) override {
         alerts.push_back(request);
+        if (duringAlert) duringAlert();
         return alertAnswer;
     }
     void setPasteboardText(const QString& text) override { pasteboard << text; }
