@@ -81,7 +81,7 @@ void benchJoin(const PolyEngineTools& tools, const PolyFile& poly, const QTempor
     const QString isos = folder.filePath(QStringLiteral("sources"));
     files::createFolder(isos);
     std::vector<ISOFile> sources;
-    for (const QString& url : PolySplitEngine(tools).split(poly, isos, {}).createdFiles) {
+    for (const QString& url : PolySplitEngine(tools).split(poly, isos, {}).outcome.outputs) {
         ISOFile iso;
         iso.url = url;
         iso.fileName = paths::lastComponent(url);
@@ -93,7 +93,7 @@ void benchJoin(const PolyEngineTools& tools, const PolyFile& poly, const QTempor
     const QString bareOutput = folder.filePath(QStringLiteral("bare.wav"));
     const Side ours{QStringLiteral("join"),
                     [&] {
-                        if (!PolyJoinEngine(tools).join(sources, output, {}).success) ::_Exit(1);
+                        if (!PolyJoinEngine(tools).join(sources, output, {}).outcome.succeeded()) ::_Exit(1);
                     },
                     [&] { files::removeQuietly(output); }};
     const Side bare{QStringLiteral("ffmpeg"),

@@ -300,7 +300,7 @@ TEST_F(GroupReviewViewTest, RealTakesOfTwoRecordersAreJoined) {
     EXPECT_EQ(model_.successCount.value(), joinable);
     for (const GroupJoinResult& result : model_.batchJoinResults.value()->groupResults) {
         const auto group = std::ranges::find(all, result.groupId, &ISOGroupCandidate::id);
-        EXPECT_EQ(decodedByFfmpeg(result.outputURL).size(), group->isoFiles.size());
+        EXPECT_EQ(decodedByFfmpeg(result.outcome.outputs.value(0)).size(), group->isoFiles.size());
     }
 }
 

@@ -127,7 +127,7 @@ TEST_F(BatchSplit, AFolderIsSplitIntoSceneFoldersAndReportsItsProgress) {
     EXPECT_EQ(result.fileResults[1].fileName, QStringLiteral("Kitchen-T07.WAV"));
     EXPECT_EQ(result.fileResults[1].outputFolder, QStringLiteral("Kitchen"));
     EXPECT_EQ(result.fileResults[1].isosCreated, 3);
-    EXPECT_EQ(result.fileResults[1].status, ProcessingStatus::completed());
+    EXPECT_EQ(result.fileResults[1].outcome.status, ProcessingStatus::completed());
     EXPECT_TRUE(entryWith(result.logMessages, QStringLiteral("Found 2 poly files to process")));
     EXPECT_EQ(namesIn(out("12A-T3")).join(u' '), QStringLiteral("12AT3_ch1.wav 12AT3_ch2.wav"));
     EXPECT_EQ(testing::fingerprint(folder_.path(QStringLiteral("in"))), before);
@@ -215,7 +215,7 @@ TEST_F(BatchSplit, OneBadFileNeverStopsTheBatch) {
     const BatchSplitResult result = PolySplitEngine(tools_).batchSplit(options());
     EXPECT_EQ(result.errorCount, 1);
     EXPECT_EQ(result.successCount, 1);
-    EXPECT_EQ(result.fileResults[0].status.kind, ProcessingStatus::Kind::failed);
+    EXPECT_EQ(result.fileResults[0].outcome.status.kind, ProcessingStatus::Kind::failed);
     EXPECT_TRUE(result.fileResults[0].outputFolder.isEmpty());
     EXPECT_TRUE(entryWith(result.logMessages, QStringLiteral("Failed to process A.wav: ")));
 }
@@ -226,8 +226,8 @@ TEST_F(BatchSplit, FailedChannelsAreCountedInTheRow) {
     BatchSplitOptions strict = options();
     strict.skipIfExists = false;
     const BatchSplitResult result = PolySplitEngine(tools_).batchSplit(strict);
-    EXPECT_EQ(result.fileResults[0].status, ProcessingStatus::failed(QStringLiteral("Failed to create 1 ISOs")));
-    EXPECT_EQ(result.fileResults[0].errorMessage, QStringLiteral("Failed to create 1 ISOs"));
+    EXPECT_EQ(result.fileResults[0].outcome.status, ProcessingStatus::failed(QStringLiteral("Failed to create 1 ISOs")));
+    EXPECT_EQ(result.fileResults[0].outcome.message, QStringLiteral("Failed to create 1 ISOs"));
     EXPECT_EQ(result.fileResults[0].isosCreated, 2);
 }
 

@@ -75,8 +75,8 @@ TEST_F(ChannelFilter, TheKeptChannelsAreTheSourceSamples) {
         const PolyFile file = poly(4, depth);
         const QString before = testing::fingerprintOf(file.url);
         const ChannelFilterResult result = edit(file, "2");
-        EXPECT_TRUE(result.success);
-        EXPECT_EQ(result.outputFiles, QStringList{output(QStringLiteral("P.wav"))});
+        EXPECT_FALSE(result.outcome.failed());
+        EXPECT_EQ(result.outcome.outputs, QStringList{output(QStringLiteral("P.wav"))});
         EXPECT_EQ(channelsOf(output(QStringLiteral("P.wav"))), (std::vector<int>{0, 2, 3}));
         EXPECT_EQ(testing::fingerprintOf(file.url), before);
     }
@@ -126,7 +126,7 @@ TEST_F(ChannelFilter, ASetAsLargeAsThePolyIsRefusedEvenIfNumbersMatchNothing) {
 
 TEST_F(ChannelFilter, ANumberThatNamesNoChannelRewritesTheFileUnchanged) {
     const ChannelFilterResult result = edit(poly(), "9");
-    EXPECT_EQ(result.filesProcessed, 1);
+    EXPECT_TRUE(result.outcome.succeeded());
     EXPECT_FALSE(entryWith(result.logEntries, QStringLiteral("No matching channels")));
     EXPECT_EQ(channelsOf(output(QStringLiteral("P.wav"))), (std::vector<int>{0, 1, 2, 3}));
 }
@@ -135,9 +135,9 @@ TEST_F(ChannelFilter, ANameThatMatchesNothingSkipsTheFile) {
     ChannelFilterOptions filter;
     filter.nameContainsFilter = QStringLiteral(" , ");
     const ChannelFilterResult result = editBy(filter, poly());
-    EXPECT_TRUE(result.success);
-    EXPECT_EQ(result.filesProcessed, 0);
-    EXPECT_TRUE(result.outputFiles.isEmpty());
+    EXPECT_FALSE(result.outcome.failed());
+    EXPECT_TRUE(result.outcome.skipped());
+    EXPECT_TRUE(result.outcome.outputs.isEmpty());
     EXPECT_EQ(entryWith(result.logEntries, QStringLiteral("⚠️ No matching channels found - skipping file"))->level,
               LogLevel::warning);
     EXPECT_FALSE(paths::exists(output(QStringLiteral("P.wav"))));
@@ -152,8 +152,8 @@ TEST_F(ChannelFilter, TheOutputOfTheLongestNameFits) {
     const auto nameFor = [&](const QString& given) {
         const ChannelFilterResult result = PolyChannelFilterEngine(tools_).removeChannelsFromPoly(
             file, filter, folder_.path(), given, true, {}, std::nullopt);
-        EXPECT_TRUE(paths::exists(result.outputFiles.value(0)));
-        return paths::lastComponent(result.outputFiles.value(0));
+        EXPECT_TRUE(paths::exists(result.outcome.outputs.value(0)));
+        return paths::lastComponent(result.outcome.outputs.value(0));
     };
     EXPECT_EQ(nameFor({}), letter.repeated(61) + QStringLiteral("_3ch.wav"));
     EXPECT_EQ(nameFor(letter.repeated(150)), letter.repeated(62) + QStringLiteral(".wav"));
@@ -166,7 +166,7 @@ TEST_F(ChannelFilter, IntoItsOwnFolderTheOutputGetsASuffix) {
     filter.selectedChannelIndices = {1};
     const ChannelFilterResult result = PolyChannelFilterEngine(tools_).removeChannelsFromPoly(
         file, filter, folder_.path(), {}, true, {}, std::nullopt);
-    EXPECT_EQ(result.outputFiles, QStringList{folder_.path(QStringLiteral("P_3ch.wav"))});
+    EXPECT_EQ(result.outcome.outputs, QStringList{folder_.path(QStringLiteral("P_3ch.wav"))});
     EXPECT_TRUE(
         entryWith(result.logEntries,
                   QStringLiteral("⚠️ Output folder same as input - added '_3ch' suffix to prevent overwrite")));
@@ -275,7 +275,7 @@ TEST_F(ChannelFilterWithMetadata, InPlaceChangesTheNamesAndNothingElse) {
     linked.url = link;
     const ChannelFilterResult result = PolyChannelFilterEngine(tools_).renameTracksInPlace(
         linked, {{2, QStringLiteral("A & B")}, {7, QStringLiteral("x")}});
-    EXPECT_TRUE(result.success);
+    EXPECT_FALSE(result.outcome.failed());
     EXPECT_TRUE(QFileInfo(link).isSymLink());
     const QByteArray after = testing::readAll(file.url);
     EXPECT_EQ(testing::ixmlOfFile(file.url),

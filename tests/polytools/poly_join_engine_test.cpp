@@ -61,7 +61,7 @@ TEST_F(PolyJoin, EveryIsoBecomesTheSamplesOfItsChannel) {
             options.skipIfExists = false;
             options.overwriteExisting = true;
             const JoinResult result = join(files, options);
-            ASSERT_TRUE(result.success) << messages(result.logMessages).join(u'\n').toStdString();
+            ASSERT_TRUE(result.outcome.succeeded()) << messages(result.logMessages).join(u'\n').toStdString();
             spec.channels = channels;
             EXPECT_EQ(testing::decodedByFfmpeg(output()), testing::scaledTo32(testing::samplesOf(spec), depth))
                 << channels << " channels, " << depth << " bit";
@@ -72,7 +72,7 @@ TEST_F(PolyJoin, EveryIsoBecomesTheSamplesOfItsChannel) {
 
 TEST_F(PolyJoin, OneFileIsNotEnough) {
     const JoinResult result = join(isos(1));
-    EXPECT_FALSE(result.success);
+    EXPECT_FALSE(result.outcome.succeeded());
     EXPECT_EQ(messages(result.logMessages), QStringList{QStringLiteral("Need at least 2 files to join")});
 }
 
@@ -81,15 +81,15 @@ TEST_F(PolyJoin, AnExistingOutputIsSkippedOrRefusedOrReplaced) {
     folder_.write(QStringLiteral("out.wav"), "old");
     JoinOptions options;
     JoinResult result = join(files, options);
-    EXPECT_FALSE(result.success);
-    EXPECT_TRUE(result.outputURL.isEmpty());
+    EXPECT_FALSE(result.outcome.succeeded());
+    EXPECT_TRUE(result.outcome.outputs.isEmpty());
     EXPECT_EQ(messages(result.logMessages), QStringList{QStringLiteral("Skipped (exists): out.wav")});
     options.skipIfExists = false;
     result = join(files, options);
     EXPECT_EQ(messages(result.logMessages), QStringList{QStringLiteral("Output exists, overwrite disabled")});
     EXPECT_EQ(testing::readAll(output()), "old");
     options.overwriteExisting = true;
-    EXPECT_TRUE(join(files, options).success);
+    EXPECT_TRUE(join(files, options).outcome.succeeded());
 }
 
 TEST_F(PolyJoin, AnIsoIsNeverOverwrittenByItsPoly) {
@@ -99,7 +99,7 @@ TEST_F(PolyJoin, AnIsoIsNeverOverwrittenByItsPoly) {
     options.skipIfExists = false;
     options.overwriteExisting = true;
     const JoinResult result = PolyJoinEngine(tools_).join(files, files[1].url, options);
-    EXPECT_FALSE(result.success);
+    EXPECT_FALSE(result.outcome.succeeded());
     EXPECT_TRUE(entryWith(result.logMessages, QStringLiteral("Output is one of the source files: T1_02.wav")));
     EXPECT_EQ(testing::fingerprint(folder_.path(QStringLiteral("isos"))), before);
 }
@@ -109,7 +109,7 @@ TEST_F(PolyJoin, RateAndDepthMustAgreeAndTheFirstMismatchEndsIt) {
     files[1].bitDepth = 16;
     files[2].sampleRate = 96000;
     JoinResult result = join(files);
-    EXPECT_FALSE(result.success);
+    EXPECT_FALSE(result.outcome.succeeded());
     EXPECT_EQ(messages(result.logMessages), QStringList{QStringLiteral("Bit depth mismatch: T1_02.wav")});
     files[1].sampleRate = 44100;
     result = join(files);
@@ -130,7 +130,7 @@ TEST_F(PolyJoin, FfmpegFailuresAndLaunchFailuresAreTold) {
     auto files = isos(2);
     folder_.write(QStringLiteral("isos/T1_02.wav"), "no audio");
     JoinResult result = join(files);
-    EXPECT_FALSE(result.success);
+    EXPECT_FALSE(result.outcome.succeeded());
     const auto* entry = entryWith(result.logMessages, QStringLiteral("ffmpeg error: "));
     ASSERT_TRUE(entry);
     EXPECT_TRUE(entry->message.endsWith(QStringLiteral("Invalid data found when processing input")))
@@ -142,7 +142,7 @@ TEST_F(PolyJoin, FfmpegFailuresAndLaunchFailuresAreTold) {
 
 TEST_F(PolyJoin, WithoutBwfmetaeditTheAudioIsMadeInTheGivenOrder) {
     const JoinResult result = join(isos(2));
-    EXPECT_TRUE(result.success);
+    EXPECT_TRUE(result.outcome.succeeded());
     EXPECT_EQ(messages(result.logMessages),
               (QStringList{QStringLiteral(
                                "❌ METADATA ENGINE UNAVAILABLE — bwfmetaedit not found. Output will have NO metadata."),
@@ -192,10 +192,11 @@ TEST_F(PolyBatchJoin, FiveGroupsOfWhichTwoExistReportTwoSkipsAndNoRowsForThem) {
     EXPECT_EQ(result.successCount, 3);
     EXPECT_EQ(result.totalPolysCreated, 3);
     EXPECT_EQ(result.processedGroups, 5);
-    ASSERT_EQ(result.groupResults.size(), 3u);
+    ASSERT_EQ(result.groupResults.size(), 5u);
+    EXPECT_EQ(std::ranges::count_if(result.groupResults, &GroupJoinResult::isReported), 3);
     EXPECT_EQ(result.groupResults[0].outputName, QStringLiteral("7-T1_poly"));
     EXPECT_EQ(result.groupResults[0].channelCount, 2);
-    EXPECT_EQ(result.groupResults[0].status, ProcessingStatus::completed());
+    EXPECT_EQ(result.groupResults[0].outcome.status, ProcessingStatus::completed());
     EXPECT_EQ(progress.first(), QStringLiteral("1/5 7-T1_poly 0 0"));
     EXPECT_EQ(progress.last(), QStringLiteral("5/5 Complete 3 2"));
     EXPECT_TRUE(entryWith(result.logMessages, QStringLiteral("Skipped (exists): 7-T2_poly.wav")));
@@ -209,10 +210,12 @@ TEST_F(PolyBatchJoin, KeptOriginalNamesLoseTheirEnding) {
     EXPECT_EQ(testing::namesIn(folder()).join(u' '), QStringLiteral("-x_0.wav 12A-T3.wav"));
 }
 
-TEST_F(PolyBatchJoin, AGroupOfOneFileCountsAsAnErrorWithoutARow) {
+TEST_F(PolyBatchJoin, AGroupOfOneFileCountsAsAnErrorThatTheReportLeavesOut) {
     const BatchJoinResult result = run({group(QStringLiteral("1"), QStringLiteral("1"), 1)});
     EXPECT_EQ(result.errorCount, 1);
-    EXPECT_TRUE(result.groupResults.empty());
+    ASSERT_EQ(result.groupResults.size(), 1u);
+    EXPECT_TRUE(result.groupResults[0].outcome.failed());
+    EXPECT_FALSE(result.groupResults[0].isReported);
     const auto* entry =
         entryWith(result.logMessages, QStringLiteral("Group '1-T1_poly' has only 1 file(s), need at least 2"));
     ASSERT_TRUE(entry);
@@ -229,8 +232,8 @@ TEST_F(PolyBatchJoin, AFailedGroupHasItsRowAndTheOthersGoOn) {
     broken.isoFiles[1].bitDepth = 16;
     const BatchJoinResult result = run({broken, group(QStringLiteral("1"), QStringLiteral("2"))});
     ASSERT_EQ(result.groupResults.size(), 2u);
-    EXPECT_EQ(result.groupResults[0].status, ProcessingStatus::failed(QStringLiteral("Join operation failed")));
-    EXPECT_EQ(result.groupResults[0].errorMessage, QStringLiteral("Join operation failed"));
+    EXPECT_EQ(result.groupResults[0].outcome.status, ProcessingStatus::failed(QStringLiteral("Join operation failed")));
+    EXPECT_TRUE(result.groupResults[0].outcome.message.startsWith(QStringLiteral("Bit depth mismatch")));
     EXPECT_EQ(result.successCount, 1);
     EXPECT_EQ(result.errorCount, 1);
 }
@@ -277,7 +280,7 @@ protected:
 
 TEST_F(PolyJoinWithMetadata, InterleaveIndicesThreeOneTwoJoinInTheOrderOneTwoThree) {
     const JoinResult result = join({iso(0, {{23, 3, "C"}}), iso(1, {{21, 1, "A"}}), iso(2, {{22, 2, "B &amp; b"}})});
-    ASSERT_TRUE(result.success);
+    ASSERT_TRUE(result.outcome.succeeded());
     EXPECT_EQ(channelOrder(3), (std::vector<int>{1, 2, 0}));
     const QByteArray xml = testing::ixmlOfFile(output());
     EXPECT_TRUE(xml.contains("<TRACK_COUNT>3</TRACK_COUNT>")) << xml.toStdString();
@@ -292,12 +295,12 @@ TEST_F(PolyJoinWithMetadata, InterleaveIndicesThreeOneTwoJoinInTheOrderOneTwoThr
 }
 
 TEST_F(PolyJoinWithMetadata, IsosThatAllCarryIndexOneKeepTheOrderGiven) {
-    ASSERT_TRUE(join({iso(2, {{5, 1, "C"}}), iso(0, {{9, 1, "A"}}), iso(1, {{1, 1, "B"}})}).success);
+    ASSERT_TRUE(join({iso(2, {{5, 1, "C"}}), iso(0, {{9, 1, "A"}}), iso(1, {{1, 1, "B"}})}).outcome.succeeded());
     EXPECT_EQ(channelOrder(3), (std::vector<int>{2, 0, 1}));
 }
 
 TEST_F(PolyJoinWithMetadata, AFileWithoutIxmlTakesTheIndexOfItsPosition) {
-    ASSERT_TRUE(join({iso(0, {{1, 1, "A"}}), iso(1, std::nullopt), iso(2, {{3, 3, "C"}})}).success);
+    ASSERT_TRUE(join({iso(0, {{1, 1, "A"}}), iso(1, std::nullopt), iso(2, {{3, 3, "C"}})}).outcome.succeeded());
     EXPECT_EQ(channelOrder(3), (std::vector<int>{0, 1, 2}));
 }
 

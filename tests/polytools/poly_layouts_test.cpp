@@ -80,7 +80,7 @@ TEST(DeclaredSpeakers, IsosThatNameSpeakersKeepTheirOrderInTheJoin) {
             isos.push_back(iso);
         }
         const QString output = folder.path(QStringLiteral("out.wav"));
-        ASSERT_TRUE(PolyJoinEngine(testing::toolsWithoutBwfmetaedit()).join(isos, output, {}).success);
+        ASSERT_TRUE(PolyJoinEngine(testing::toolsWithoutBwfmetaedit()).join(isos, output, {}).outcome.succeeded());
         const int channels = static_cast<int>(masks.size());
         EXPECT_EQ(rawSamples(output, channels), signalsOf(channels)) << channels;
     }
@@ -160,22 +160,22 @@ TEST_F(RealRecordings, PolyToIsosToPolyKeepsEveryChannel) {
         PolyEngineTools quick = tools;
         quick.ffprobePath.clear(); // that an ISO is mono is seen below
         const SplitResult split = PolySplitEngine(quick).split(poly, folder.path(), options);
-        ASSERT_EQ(split.createdFiles.size(), channels)
+        ASSERT_EQ(split.outcome.outputs.size(), channels)
             << name.toStdString() << testing::messages(split.logEntries).join(u'\n').toStdString();
         std::vector<ISOFile> isos;
         for (int i = 0; i < channels; ++i) {
-            EXPECT_EQ(testing::chunkOf(testing::readAll(split.createdFiles[i]), "fmt ").mid(2, 2),
+            EXPECT_EQ(testing::chunkOf(testing::readAll(split.outcome.outputs[i]), "fmt ").mid(2, 2),
                       QByteArray("\1\0", 2));
-            EXPECT_EQ(channelChecksums(split.createdFiles[i], 1, bytes), QList{checksums[i]})
+            EXPECT_EQ(channelChecksums(split.outcome.outputs[i], 1, bytes), QList{checksums[i]})
                 << name.toStdString() << " channel " << i + 1;
             ISOFile iso;
-            iso.url = split.createdFiles[i];
+            iso.url = split.outcome.outputs[i];
             iso.fileName = paths::lastComponent(iso.url);
             iso.bitDepth = poly.bitDepth;
             isos.push_back(iso);
         }
         const QString joined = folder.path(QStringLiteral("joined.wav"));
-        ASSERT_TRUE(PolyJoinEngine(tools).join(isos, joined, {}).success) << name.toStdString();
+        ASSERT_TRUE(PolyJoinEngine(tools).join(isos, joined, {}).outcome.succeeded()) << name.toStdString();
         EXPECT_EQ(channelChecksums(joined, channels, bytes), checksums) << name.toStdString();
 
         const auto oldTracks = parseTrackBlocks(QString::fromUtf8(testing::ixmlOfFile(source)));
