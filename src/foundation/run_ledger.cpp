@@ -77,7 +77,7 @@ WritePermission RunLedger::mayWrite(const QString& path, ExistingOutput rule,
     // A file without a byte is no finished output, whoever left it: to pass over it would call it done.
     if (QFileInfo(path).size() == 0) return {Kind::refused, QStringLiteral("%1 is there and empty").arg(name)};
     if (rule == ExistingOutput::skipped) return {Kind::exists, QStringLiteral("%1 is there already").arg(name)};
-    return {Kind::refused, QStringLiteral("Output exists, overwrite disabled: ") + name};
+    return {Kind::overwriteOff, QStringLiteral("Output exists, overwrite disabled: ") + name};
 }
 
 QStringList RunLedger::prepareFolder(const QString& folder) {

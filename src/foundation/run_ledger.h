@@ -21,7 +21,7 @@ enum class ExistingOutput { skipped, refused, replaced };
 ExistingOutput existingOutputRule(bool skipIfExists, bool overwriteExisting);
 
 struct WritePermission {
-    enum class Kind { granted, exists, refused };
+    enum class Kind { granted, exists, overwriteOff, refused };
 
     Kind kind = Kind::granted;
     QString reason;        // why not; empty where it is granted
@@ -37,8 +37,8 @@ public:
     // outputs of an earlier run.
     explicit RunLedger(const QStringList& sources, const QStringList& bystanders = {});
 
-    // `exists`: something stands there, and the rule leaves it alone. `refused`: the rule or the path forbids it, with a
-    // sentence: a source of the run (by name, or by a link of either kind), or an output of another item. A bystander is
+    // `exists`: something stands there, and the rule passes over it. `overwriteOff`: the rule forbids to replace it.
+    // `refused`: nothing may be written there, with a sentence: a source of the run (by name, or by a link of either kind), or an output of another item. A bystander is
     // replaced only where the caller can tell that it is this very item's earlier output.
     WritePermission mayWrite(const QString& path, ExistingOutput rule,
                              const std::function<bool()>& isEarlierOutput = {}) const;

@@ -68,13 +68,14 @@ private:
 
     void join(const std::vector<ISOFile>& isos, GroupJoinResult& row) {
         const QString output = paths::append(outputFolder_, polyFileName(row.outputName));
+        if (!mayWrite(output, row)) return;
         JoinOptions options = options_;
         options.referenceISO = isos.front();
+        row.isReported = true;
         try {
             JoinResult joined = engine_.join(isos, output, options);
             append(result_.logMessages, std::move(joined.logMessages));
             row.outcome = std::move(joined.outcome);
-            row.isReported = !row.outcome.skipped();
             if (row.outcome.failed()) {
                 row.outcome.status = ProcessingStatus::failed(QStringLiteral("Join operation failed"));
             }
@@ -84,17 +85,32 @@ private:
             log_.error(kProcess, QStringLiteral("Failed to join group '%1': %2").arg(row.outputName, reason));
             row.outcome.status = ProcessingStatus::failed(reason);
             row.outcome.message = reason;
-            row.isReported = true;
         }
         if (row.outcome.succeeded()) {
             log_.debug(QStringLiteral("✅ [BatchJoin] Created: %1.wav (%2 channels)")
                            .arg(row.outputName)
                            .arg(row.channelCount));
-        } else if (row.outcome.failed()) {
-            log_.debug(QStringLiteral("❌ [BatchJoin] Failed: %1.wav").arg(row.outputName));
         } else {
-            log_.debug(QStringLiteral("⏭️ [BatchJoin] Skipping '%1' (exists)").arg(row.outputName));
+            log_.debug(QStringLiteral("❌ [BatchJoin] Failed: %1.wav").arg(row.outputName));
         }
+    }
+
+    bool mayWrite(const QString& output, GroupJoinResult& row) {
+        const auto rule = existingOutputRule(options_.skipIfExists, options_.overwriteExisting);
+        const WritePermission permission = hooks_.ledger->mayWrite(output, rule);
+        const QString& name = row.outputName;
+        if (permission.kind == WritePermission::Kind::exists) {
+            log_.debug(QStringLiteral("⏭️ [BatchJoin] Skipping '%1' (exists)").arg(name));
+            log_.info(kProcess, QStringLiteral("Skipped (exists): %1.wav").arg(name));
+            row.outcome.message = QStringLiteral("exists");
+            row.outcome.status = ProcessingStatus::skipped(row.outcome.message);
+        } else if (!permission.isGranted()) {
+            log_.debug(QStringLiteral("❌ [BatchJoin] Output exists for '%1', overwrite disabled").arg(name));
+            log_.error(kProcess, permission.reason);
+            row.outcome.message = permission.reason;
+            row.outcome.status = ProcessingStatus::failed(permission.reason);
+        }
+        return permission.isGranted();
     }
 
     void count(const ItemOutcome& outcome) {

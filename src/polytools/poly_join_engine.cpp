@@ -68,6 +68,9 @@ private:
 
     void leave(const WritePermission& permission) {
         if (permission.kind == WritePermission::Kind::refused) return refuse(permission.reason);
+        if (permission.kind == WritePermission::Kind::overwriteOff) {
+            return refuse(QStringLiteral("Output exists, overwrite disabled"));
+        }
         log_.info(kProcess, QStringLiteral("Skipped (exists): ") + file_);
         outcome_.message = QStringLiteral("exists");
         outcome_.status = ProcessingStatus::skipped(outcome_.message);

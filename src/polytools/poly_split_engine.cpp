@@ -257,7 +257,7 @@ private:
     }
 
     void refuse(const WritePermission& permission, const QString& file) {
-        if (permission.kind == WritePermission::Kind::refused) return fail(permission.reason);
+        if (permission.kind != WritePermission::Kind::exists) return fail(permission.reason);
         log_.info(kProcess, QStringLiteral("Skipped (exists): ") + file);
         note({ProcessingStatus::skipped(QStringLiteral("exists"))});
     }
