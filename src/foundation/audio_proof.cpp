@@ -84,7 +84,9 @@ public:
             const QStringList unexplained = unexplainedBytesWarnings(sources_);
             if (!unexplained.isEmpty()) return unexplained.join(QStringLiteral("; "));
             if (QString why = openAll(); !why.isEmpty()) return why;
+            if (pairs_.empty()) return QStringLiteral("nothing was compared");
             if (QString why = missingChannels(); !why.isEmpty()) return why;
+            if (QString why = impossiblePair(); !why.isEmpty()) return why;
             if (QString why = unequalLengths(); !why.isEmpty()) return why;
             return compareAll();
         } catch (const SampleReaderError& error) {
@@ -135,6 +137,17 @@ private:
         const QString pattern = missing.size() == 1 ? QStringLiteral("channel %1 is in no output")
                                                     : QStringLiteral("channels %1 are in no output");
         return pattern.arg(missing.join(QStringLiteral(", ")));
+    }
+
+    // A file has other channels than the job was told.
+    QString impossiblePair() const {
+        for (const ChannelPair& pair : pairs_) {
+            for (const ChannelPlace& place : {pair.source, pair.output}) {
+                if (place.channel < readers_.at(place.file)->channels()) continue;
+                return QStringLiteral("%1 has no channel %2").arg(name(place.file)).arg(place.channel + 1);
+            }
+        }
+        return {};
     }
 
     QString unequalLengths() const {
@@ -312,6 +325,7 @@ private:
 AudioProof AudioProof::of(const QStringList& sources, const std::vector<ChannelPair>& pairs,
                           const QMap<QString, QStringList>& channelNames) {
     AudioProof proof;
+    proof.sources_ = sources;
     Comparison comparison(sources, pairs, channelNames);
     proof.failure_ = comparison.run();
     proof.stamps_ = comparison.stamps();

@@ -41,8 +41,12 @@ public:
     QString objection() const;
     bool holds() const { return objection().isEmpty(); }
 
+    // Whether this is one of the sources whose every channel was looked for.
+    bool covers(const QString& source) const { return sources_.contains(source); }
+
 private:
-    QString failure_; // of the comparison
+    QStringList sources_;
+    QString failure_ = QStringLiteral("nothing was compared"); // of the comparison; empty: it found all
     QMap<QString, FileStamp> stamps_;
 };
 

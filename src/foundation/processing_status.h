@@ -81,6 +81,12 @@ struct ProcessingStatus {
                kind == Kind::completedCarbonCopyCertified;
     }
 
+    // The item can't be or was not done, by a fault that a person should look at.
+    bool isError() const {
+        return kind == Kind::missingChannels || kind == Kind::mismatchSampleRate || kind == Kind::mismatchBitDepth ||
+               kind == Kind::mismatchDuration || kind == Kind::failed;
+    }
+
     QString caseName() const;
     QString displayText() const;
     QString shortDisplayText() const;

@@ -109,7 +109,7 @@ std::vector<QString> RunLedger::foresee(const std::vector<QStringList>& outputsO
             if (!reason.isEmpty()) continue;
             reason = planned.contains(places.last()) ? writtenSentence(output) : refusal(output);
         }
-        for (const QString& place : places) planned.insert(place);
+        if (reason.isEmpty()) planned.unite(QSet<QString>(places.begin(), places.end()));
         reasons.push_back(reason);
     }
     return reasons;

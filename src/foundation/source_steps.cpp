@@ -93,7 +93,8 @@ private:
 
     // The step itself stands: that its end could not be written down is only to be told.
     void note(bool isWritten) {
-        if (!isWritten) result_.failure += QStringLiteral("The end of a step could not be written into the journal");
+        const QString sentence = QStringLiteral("The end of a step could not be written into the journal");
+        if (!isWritten && !result_.warnings.contains(sentence)) result_.warnings << sentence;
     }
 
     SourceStepsResult finished() {
@@ -117,8 +118,16 @@ private:
 
 } // namespace
 
+bool SourceStepsResult::allKept() const {
+    return std::all_of(fates.begin(), fates.end(), [](const SourceFate& fate) { return fate.kind == Kind::kept; });
+}
+
 SourceStepsResult takeSourcesAway(const std::vector<SourceOrder>& orders, const AudioProof& proof, Journal& journal) {
-    const QString objection = proof.objection();
+    QString objection = proof.objection();
+    for (const SourceOrder& order : orders) {
+        if (!objection.isEmpty() || proof.covers(order.source)) continue;
+        objection = QStringLiteral("%1 took no part in the comparison").arg(paths::lastComponent(order.source));
+    }
     if (objection.isEmpty()) return Steps(orders, journal).run();
     SourceStepsResult result;
     for (const SourceOrder& order : orders) result.fates.push_back({order.source, Kind::kept, QString()});

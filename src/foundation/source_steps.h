@@ -22,6 +22,9 @@ struct SourceOrder {
 struct SourceStepsResult {
     std::vector<SourceFate> fates; // one for each order, in order: what is on disk now
     QString failure;               // why not all went; empty where they did
+    QStringList warnings;          // what is to be told although they did
+
+    bool allKept() const;
 };
 
 // What stands at a destination is never replaced. The proof is asked again ahead of the first step; a source that is no

@@ -17,13 +17,6 @@ QString amount(const WaveLayout& layout, std::uint64_t bytes) {
                     : QStringLiteral("%1 bytes").arg(bytes);
 }
 
-// RF64 tells its sizes twice; where both say something they have to agree.
-bool sizesDisagree(const WaveLayout& layout) {
-    if (layout.kind == WaveLayout::Kind::riff || !layout.data) return false;
-    if (!layout.hasLongSizes) return true;
-    return layout.riffSize != 0 && layout.data->payload + layout.data->size > layout.riffSize + 8 + 1;
-}
-
 QString sentenceFor(const WaveLayout& layout, int descriptor) {
     if (const std::uint64_t behind = unexplainedBytes(layout, descriptor)) {
         return QStringLiteral("about %1 of audio may lie behind the declared end").arg(amount(layout, behind));
@@ -32,7 +25,7 @@ QString sentenceFor(const WaveLayout& layout, int descriptor) {
         return QStringLiteral("the header declares about %1 of audio more than the file holds")
             .arg(amount(layout, missing));
     }
-    return sizesDisagree(layout) ? QStringLiteral("the sizes in its header disagree") : QString();
+    return layout.sizesDisagree ? QStringLiteral("the sizes in its header disagree") : QString();
 }
 
 } // namespace

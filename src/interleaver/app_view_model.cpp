@@ -35,13 +35,6 @@ int count(const List& list, Predicate predicate) {
     return static_cast<int>(std::count_if(list.begin(), list.end(), predicate));
 }
 
-bool isError(const ProcessingStatus& status) {
-    using Kind = ProcessingStatus::Kind;
-    return status.kind == Kind::missingChannels || status.kind == Kind::mismatchDuration ||
-           status.kind == Kind::failed || status.kind == Kind::mismatchSampleRate ||
-           status.kind == Kind::mismatchBitDepth;
-}
-
 } // namespace
 
 AppViewModel::AppViewModel(DesktopServices& desktop, AudioOutput& audio, std::unique_ptr<ExternalToolDetector> detector)
@@ -87,7 +80,7 @@ int AppViewModel::readyCount() const {
 }
 
 int AppViewModel::errorCount() const {
-    const auto hasError = [](const auto& item) { return isError(item.status); };
+    const auto hasError = [](const auto& item) { return item.status.isError(); };
     return currentMode.value() == AppMode::interleave ? count(interleaveGroups, hasError)
                                                       : count(deinterleaveSources, hasError);
 }

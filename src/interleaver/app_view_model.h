@@ -27,6 +27,7 @@ namespace ostrel {
 class AudioOutput;
 class LibraryScanner;
 class PlaybackManager;
+struct InterleaverReport;
 struct ScanRequest;
 
 class AppViewModel : public QObject {
@@ -120,6 +121,9 @@ private:
         TaskHandle handle;
         AppMode mode;
         RunContext run;
+        QString sourceFolder;
+        std::vector<InterleaveGroup> groups; // the lists as they were; what became of the items is added
+        std::vector<MultiChannelSource> sources;
     };
 
     void log(LogLevel level, LogCategory category, const QString& message, const QString& baseName = QString());
@@ -151,9 +155,9 @@ private:
     void beginItem(const QString& name);
     template <class Records>
     void setStatus(Records& records, std::size_t row, const QUuid& id, const ProcessingStatus& status);
-    template <class Records>
-    void takeReport(Records& records, std::size_t row, const QUuid& id, ItemReport report);
-    void generateProcessingCSV(const Job& job, int successes);
+    template <class Records, class Rows>
+    void takeReport(Records& records, Rows& rows, std::size_t row, ItemReport report);
+    void generateProcessingCSV(const Job& job, InterleaverReport report);
 
     DesktopServices& desktop_;
     std::unique_ptr<ExternalToolDetector> toolDetector_;

@@ -21,9 +21,23 @@ std::vector<std::size_t> processableRows(const Rows& rows) {
     return result;
 }
 
-// What jobs of earlier runs made in folders of their own is no recording of the selection.
-bool isOutputOfOurs(const QString& file) {
-    return file.contains(QStringLiteral("/Interleaved/")) || file.contains(QStringLiteral("/De-interleaved/"));
+// What is to be counted of a run's items, whatever the lists hold by now.
+template <class Rows>
+InterleaverReport reportOf(const Rows& rows) {
+    const auto count = [&](auto matches) { return static_cast<int>(std::count_if(rows.begin(), rows.end(), matches)); };
+    InterleaverReport report;
+    report.total = static_cast<int>(rows.size());
+    report.successes = count([](const auto& item) { return item.status.stands(); });
+    report.skipped = count([](const auto& item) { return !item.include; });
+    report.errors = count([](const auto& item) { return item.status.isError(); });
+    return report;
+}
+
+// What jobs of earlier runs made in folders of their own is no recording of the selection. The folder that was selected
+// may lie in such a one: its own files are recordings.
+bool isOutputOfOurs(const QString& file, const QString& selected) {
+    const QStringView below = QStringView(file).mid(selected.size());
+    return below.contains(u"/Interleaved/") || below.contains(u"/De-interleaved/");
 }
 
 QStringList filesOf(const QStringList& selection, bool recursive) {
@@ -33,7 +47,7 @@ QStringList filesOf(const QStringList& selection, bool recursive) {
             result << item;
         } else if (const auto listing = files::list(item, recursive, {}, files::HiddenEntries::included)) {
             for (const QString& file : listing->files) {
-                if (!isOutputOfOurs(file)) result << file;
+                if (!isOutputOfOurs(file, item)) result << file;
             }
         }
     }
@@ -50,6 +64,8 @@ void AppViewModel::startProcessing() {
     progress = 0;
     log(LogLevel::info, LogCategory::process, QStringLiteral("Starting processing..."));
     const std::shared_ptr<Job> job = makeJob();
+    job->groups = interleaveGroups.rows();
+    job->sources = deinterleaveSources.rows();
     processingTask_ = job->handle;
     runProcessing(job);
 }
@@ -87,6 +103,7 @@ std::shared_ptr<AppViewModel::Job> AppViewModel::makeJob() const {
     job->run.options = options.value();
     job->run.outputFolder = useCustomOutput.value() ? outputURL.value() : QString();
     job->run.selection = selectedFiles.value();
+    job->sourceFolder = sourceURL.value();
     if (!job->run.bwfmetaeditPath.isEmpty()) job->run.metadataEngine.emplace(job->run.bwfmetaeditPath, sessionID_);
     return job;
 }
@@ -116,23 +133,23 @@ QCoro::Task<> AppViewModel::runProcessing(std::shared_ptr<Job> job) {
         co_await processDeinterleave(job);
     }
     if (job->run.metadataEngine) job->run.metadataEngine->cleanup();
-    const int successes = successCount();
+    const InterleaverReport report =
+        job->mode == AppMode::interleave ? reportOf(job->groups) : reportOf(job->sources);
     log(LogLevel::info, LogCategory::system,
         QStringLiteral("Processing complete: %1 success, %2 skipped, %3 errors")
-            .arg(successes)
-            .arg(skippedCount())
-            .arg(errorCount()));
-    if (generateCSV.value()) generateProcessingCSV(*job, successes);
+            .arg(report.successes)
+            .arg(report.skipped)
+            .arg(report.errors));
+    if (generateCSV.value()) generateProcessingCSV(*job, report);
     // After a stop the flags are the business of whatever runs by now.
     if (!job->handle.isCancelled()) isProcessing = false;
     endTask();
 }
 
 QCoro::Task<> AppViewModel::processInterleave(std::shared_ptr<Job> job) {
-    const std::vector<std::size_t> rows = processableRows(interleaveGroups);
+    const std::vector<std::size_t> rows = processableRows(job->groups);
     for (std::size_t position = 0; position < rows.size(); ++position) {
         if (job->handle.isCancelled()) break;
-        if (rows[position] >= interleaveGroups.size()) break; // the selection was changed under a stopped job
         co_await processGroup(job, rows[position]);
         if (!job->handle.isCancelled()) {
             progress = static_cast<double>(position + 1) / static_cast<double>(rows.size());
@@ -141,8 +158,10 @@ QCoro::Task<> AppViewModel::processInterleave(std::shared_ptr<Job> job) {
 }
 
 QCoro::Task<> AppViewModel::processGroup(std::shared_ptr<Job> job, std::size_t row) {
-    const InterleaveGroup group = interleaveGroups[row];
+    const InterleaveGroup group = job->groups[row];
     beginItem(group.baseName);
+    const auto aim = [&](InterleaveGroup& shown) { shown.outputURL = InterleaveJob::outputOf(group, job->run); };
+    if (row < interleaveGroups.size() && interleaveGroups[row].id == group.id) interleaveGroups.update(row, aim);
     setStatus(interleaveGroups, row, group.id, ProcessingStatus::processing());
     const MainThreadHop hop(this);
     const auto onStatusUpdate = [this, hop, row](const QUuid& id, const ProcessingStatus& status) {
@@ -150,14 +169,13 @@ QCoro::Task<> AppViewModel::processGroup(std::shared_ptr<Job> job, std::size_t r
     };
     const auto work = [job, group, onStatusUpdate] { return InterleaveJob(job->run, group, onStatusUpdate).run(); };
     ItemReport report = co_await inBackground(this, work);
-    takeReport(interleaveGroups, row, group.id, std::move(report));
+    takeReport(interleaveGroups, job->groups, row, std::move(report));
 }
 
 QCoro::Task<> AppViewModel::processDeinterleave(std::shared_ptr<Job> job) {
-    const std::vector<std::size_t> rows = processableRows(deinterleaveSources);
+    const std::vector<std::size_t> rows = processableRows(job->sources);
     for (std::size_t position = 0; position < rows.size(); ++position) {
         if (job->handle.isCancelled()) break;
-        if (rows[position] >= deinterleaveSources.size()) break; // the selection was changed under a stopped job
         co_await processSource(job, rows[position]);
         if (!job->handle.isCancelled()) {
             progress = static_cast<double>(position + 1) / static_cast<double>(rows.size());
@@ -166,7 +184,7 @@ QCoro::Task<> AppViewModel::processDeinterleave(std::shared_ptr<Job> job) {
 }
 
 QCoro::Task<> AppViewModel::processSource(std::shared_ptr<Job> job, std::size_t row) {
-    const MultiChannelSource source = deinterleaveSources[row];
+    const MultiChannelSource source = job->sources[row];
     beginItem(paths::lastComponent(source.sourceURL));
     setStatus(deinterleaveSources, row, source.id, ProcessingStatus::processing());
     const MainThreadHop hop(this);
@@ -175,7 +193,7 @@ QCoro::Task<> AppViewModel::processSource(std::shared_ptr<Job> job, std::size_t 
     };
     const auto work = [job, source, onStatusUpdate] { return DeinterleaveJob(job->run, source, onStatusUpdate).run(); };
     ItemReport report = co_await inBackground(this, work);
-    takeReport(deinterleaveSources, row, source.id, std::move(report));
+    takeReport(deinterleaveSources, job->sources, row, std::move(report));
 }
 
 void AppViewModel::beginItem(const QString& name) {
@@ -190,36 +208,31 @@ void AppViewModel::setStatus(Records& records, std::size_t row, const QUuid& id,
     printDiagnostic(QStringLiteral("[AppViewModel] ✅ Status updated: ") + status.displayText());
 }
 
-template <class Records>
-void AppViewModel::takeReport(Records& records, std::size_t row, const QUuid& id, ItemReport report) {
-    if (row < records.size() && records[row].id == id) {
-        records.update(row, [&](auto& record) {
-            record.status = report.outcome.status;
-            record.outcome = std::move(report.outcome);
-        });
-    }
+// The list may be another one by now; the job's own rows are what its report is made of.
+template <class Records, class Rows>
+void AppViewModel::takeReport(Records& records, Rows& rows, std::size_t row, ItemReport report) {
+    const auto take = [&](auto& record) {
+        record.status = report.outcome.status;
+        record.outcome = report.outcome;
+    };
+    take(rows[row]);
+    if (row < records.size() && records[row].id == rows[row].id) records.update(row, take);
     for (ProcessingLogEntry& entry : report.log) logEntries.append(std::move(entry));
 }
 
-void AppViewModel::generateProcessingCSV(const Job& job, int successes) {
-    InterleaverReport report;
+void AppViewModel::generateProcessingCSV(const Job& job, InterleaverReport report) {
     report.mode = job.mode;
-    report.sourcePath = sourcePath.value();
+    report.sourcePath = job.sourceFolder;
     report.customFolder = job.run.outputFolder;
     report.layout = job.run.layout;
     report.options = job.run.options;
-    report.total = totalCount();
-    report.successes = successes;
-    report.skipped = skippedCount();
-    report.errors = errorCount();
-    const QString folder = report.customFolder.isEmpty() ? sourceURL.value() : report.customFolder;
+    const QString folder = report.customFolder.isEmpty() ? job.sourceFolder : report.customFolder;
     if (folder.isEmpty()) {
         log(LogLevel::warning, LogCategory::system, QStringLiteral("Cannot save CSV: no output folder"));
         return;
     }
-    const ReportTable table = report.mode == AppMode::interleave
-                                  ? interleaveTable(interleaveGroups.rows(), report.layout)
-                                  : deinterleaveTable(deinterleaveSources.rows());
+    const ReportTable table = report.mode == AppMode::interleave ? interleaveTable(job.groups, report.layout)
+                                                                 : deinterleaveTable(job.sources);
     reportPath_ = report.write(table, folder);
     if (reportPath_.isEmpty()) {
         log(LogLevel::error, LogCategory::system, QStringLiteral("The CSV report could not be saved in ") + folder);

@@ -160,6 +160,7 @@ void InterleaveJob::cleanUp(const QString& output) {
                                                     run_.journal)
               : LRCleanupEngine::deleteFiles(left, right, proof, run_.journal);
     report_.outcome.sources = result.fates;
+    report_.warn(result.warnings, LogCategory::cleanup, group_.baseName);
     if (!result.failure.isEmpty()) {
         return end(ProcessingStatus::completedWithWarning(QStringLiteral("Cleanup failed: ") + result.failure),
                    LogLevel::warning,

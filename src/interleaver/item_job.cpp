@@ -16,7 +16,18 @@ std::vector<SourceOrder> ordersFor(Originals originals, const QStringList& sourc
     return orders;
 }
 
+void endWithWarning(const QString& sentence, const QString& item, ItemReport& report) {
+    report.warn({sentence}, LogCategory::cleanup, item);
+    report.outcome.status = ProcessingStatus::completedWithWarning(sentence);
+    report.outcome.message = sentence;
+}
+
 } // namespace
+
+void ItemReport::warn(const QStringList& sentences, LogCategory category, const QString& item) {
+    for (const QString& sentence : sentences) say(LogLevel::warning, category, sentence, item);
+    outcome.warnings << sentences;
+}
 
 void ItemReport::say(LogLevel level, LogCategory category, const QString& message, const QString& item) {
     ProcessingLogEntry entry;
@@ -32,7 +43,12 @@ void settleOriginals(Originals originals, const QStringList& sources, const Audi
     if (originals == Originals::keep || sources.isEmpty()) return;
     const SourceStepsResult result = takeSourcesAway(ordersFor(originals, sources), proof, run.journal);
     report.outcome.sources = result.fates;
-    if (!result.failure.isEmpty()) return keepOriginals(result.failure, item, report);
+    report.warn(result.warnings, LogCategory::cleanup, item);
+    if (!result.failure.isEmpty()) {
+        const QString words =
+            result.allKept() ? QStringLiteral("Originals kept: ") : QStringLiteral("Originals gone in part: ");
+        return endWithWarning(words + result.failure, item, report);
+    }
     const bool isOne = sources.size() == 1;
     if (originals == Originals::move) {
         // The folder is called "Originals" in either case; the words of sets are older than its name and stay.
@@ -46,14 +62,6 @@ void settleOriginals(Originals originals, const QStringList& sources, const Audi
                          : QStringLiteral("Deleted original mono files"),
                    item);
     }
-}
-
-void keepOriginals(const QString& why, const QString& item, ItemReport& report) {
-    const QString sentence = QStringLiteral("Originals kept: ") + why;
-    report.say(LogLevel::warning, LogCategory::cleanup, sentence, item);
-    report.outcome.status = ProcessingStatus::completedWithWarning(sentence);
-    report.outcome.warnings << sentence;
-    report.outcome.message = sentence;
 }
 
 } // namespace ostrel

@@ -41,6 +41,8 @@ struct ItemReport {
     std::vector<ProcessingLogEntry> log;
 
     void say(LogLevel level, LogCategory category, const QString& message, const QString& item);
+    // Into the outcome, too.
+    void warn(const QStringList& sentences, LogCategory category, const QString& item);
 };
 
 // Whether the options ask for sources to go after a success.
@@ -50,8 +52,5 @@ enum class Originals { keep, move, remove };
 // status into the report; `proof` says whether they may go.
 void settleOriginals(Originals originals, const QStringList& sources, const AudioProof& proof, const RunContext& run,
                      const QString& item, ItemReport& report);
-
-// Originals that stay although their removal was asked for: why, in the log, the status and the message.
-void keepOriginals(const QString& why, const QString& item, ItemReport& report);
 
 } // namespace ostrel

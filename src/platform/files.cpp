@@ -56,6 +56,7 @@ void copyAndRemove(const QString& from, const QString& to) {
             fail(QStringLiteral("Could not move"), from, QStringLiteral("it was changed meanwhile"));
         remove(from);
     } catch (const FileError&) {
+        if (!paths::exists(from)) return; // somebody took it away meanwhile: the copy is what is left
         copy.withdraw();
         throw;
     }

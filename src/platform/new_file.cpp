@@ -53,14 +53,20 @@ void NewFile::publish(Over over, bool isDurable) {
     }
     published_ = FileStamp::of(finalPath_);
     if (!published_) throw FileError(QStringLiteral("%1 vanished as it was finished").arg(finalPath_));
-    if (isDurable) files::flush(paths::parent(finalPath_));
+    try {
+        if (isDurable) files::flush(paths::parent(finalPath_));
+    } catch (const FileError&) {
+        withdraw();
+        throw;
+    }
     hold_.reset();
 }
 
 void NewFile::withdraw() {
     if (!published_ || replaced_) return;
-    const std::optional<FileStamp> now = FileStamp::of(finalPath_);
-    if (now && now->identity == published_->identity) files::removeQuietly(finalPath_);
+    // Number and time: a number that became free is soon given to another file.
+    if (FileStamp::of(finalPath_) == published_) files::removeQuietly(finalPath_);
+    published_.reset();
 }
 
 bool isPrivateName(const QString& name) {

@@ -49,7 +49,8 @@ public:
     void publish(Over over, bool isDurable = false);
     bool isPublished() const { return published_.has_value(); }
 
-    // Takes back a file that was published over nothing, unless another one stands there by now.
+    // Takes back a file that was published over nothing, unless another one stands there by now; it counts as
+    // published no longer. One that took the place of another stays, as there is nothing to come back.
     void withdraw();
 
     // The private name is no longer ours to remove: whoever calls this sees to what stands there.

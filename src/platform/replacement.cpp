@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
-#include <vector>
 
 namespace ostrel {
 namespace {
@@ -22,21 +21,26 @@ QString reason() { return QString::fromLocal8Bit(std::strerror(errno)); }
 
 bool isUnsupported(int error) { return error == ENOTSUP || error == EOPNOTSUPP || error == ENOSYS; }
 
-std::vector<QByteArray> attributeNames(const QByteArray& path) {
+QList<QByteArray> attributeNames(const QByteArray& path) {
     const ssize_t size = ::listxattr(path.constData(), nullptr, 0);
     if (size <= 0) return {};
     QByteArray names(size, '\0');
     const ssize_t got = ::listxattr(path.constData(), names.data(), static_cast<size_t>(names.size()));
-    std::vector<QByteArray> result;
-    for (const QByteArray& name : names.first(std::max<ssize_t>(got, 0)).split('\0')) {
-        if (!name.isEmpty()) result.push_back(name);
-    }
+    QList<QByteArray> result = names.first(std::max<ssize_t>(got, 0)).split('\0');
+    result.removeAll(QByteArray());
     return result;
 }
 
 // What belongs to the system and not to the person (labels, capabilities of a file's old contents) may be refused.
 bool isPersons(const QByteArray& name) {
     return name.startsWith("user.") || name == "system.posix_acl_access";
+}
+
+// A folder may give its new files a list of who may read them that the recording has not.
+void removeInheritedAccess(const QByteArray& from, const QByteArray& to, const QString& path) {
+    const char* const access = "system.posix_acl_access";
+    if (attributeNames(from).contains(access) || !attributeNames(to).contains(access)) return;
+    if (::removexattr(to.constData(), access) != 0) fail(path, QStringLiteral("its access can't be kept (%1)").arg(reason()));
 }
 
 void copyExtendedAttributes(const QByteArray& from, const QByteArray& to, const QString& path) {
@@ -103,7 +107,7 @@ void requireReplaceable(const QString& path) {
     if (stamp->links > 1) {
         fail(path, QStringLiteral("it has %1 hard links, and the others would keep the old contents").arg(stamp->links));
     }
-    if (::access(QFile::encodeName(path).constData(), W_OK) != 0) fail(path, reason());
+    if (::faccessat(AT_FDCWD, QFile::encodeName(path).constData(), W_OK, AT_EACCESS) != 0) fail(path, reason());
 }
 
 void copyAttributes(const QString& from, const QString& to) {
@@ -122,6 +126,7 @@ void copyAttributes(const QString& from, const QString& to) {
     if (::chmod(target.constData(), found.st_mode & 07777) != 0) {
         fail(from, QStringLiteral("its mode can't be kept (%1)").arg(reason()));
     }
+    removeInheritedAccess(source, target, from);
     copyExtendedAttributes(source, target, from);
 }
 

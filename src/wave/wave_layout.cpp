@@ -112,6 +112,12 @@ void widen(WaveChunk& chunk, const std::optional<LongSizes>& sizes) {
     if (chunk.id != "data" && row != sizes->others.end()) chunk.size = row->second;
 }
 
+bool disagrees(const WaveChunk& data, const std::optional<LongSizes>& sizes) {
+    if (!sizes) return false;
+    const bool isToldTwice = data.size != kUnknown && sizes->data != 0;
+    return isToldTwice && data.size != sizes->data;
+}
+
 void walk(const Bytes& file, WaveLayout& layout) {
     std::optional<LongSizes> sizes;
     for (std::uint64_t at = kFirstChunk; layout.chunks.size() < kMostChunks;) {
@@ -122,6 +128,7 @@ void walk(const Bytes& file, WaveLayout& layout) {
             layout.hasLongSizes = sizes.has_value();
             if (sizes) layout.riffSize = sizes->riff;
         }
+        if (chunk->id == "data" && !layout.data) layout.sizesDisagree = disagrees(*chunk, sizes);
         widen(*chunk, sizes);
         layout.chunks.push_back(*chunk);
         if (chunk->id == "fmt " && !layout.format) layout.format = formatAt(file, *chunk);
@@ -131,14 +138,25 @@ void walk(const Bytes& file, WaveLayout& layout) {
     }
 }
 
-// Whether headers lead from there to the end of the file. A missing pad byte, or a rest too short for a header, is how
-// many a writer ends.
+// A header of a chunk that lies in the file.
+std::optional<WaveChunk> wholeChunkAt(const Bytes& file, std::uint64_t offset) {
+    const std::optional<WaveChunk> chunk = chunkAt(file, offset);
+    if (!chunk || !isPrintable(chunk->id) || chunk->payloadEnd() > file.size()) return std::nullopt;
+    return chunk;
+}
+
+// Whether headers lead from there to the end of the file. A rest of a few bytes is how many a writer ends: one header
+// at most where nothing else follows the audio, and some words behind other chunks.
 bool isChainToEnd(const Bytes& file, std::uint64_t at) {
+    constexpr std::uint64_t kWords = 32;
     for (std::size_t count = 0; count < kMostChunks; ++count) {
-        if (at + kHeader > file.size()) return true;
-        const std::optional<WaveChunk> chunk = chunkAt(file, at);
-        if (!chunk || !isPrintable(chunk->id) || chunk->payload + chunk->size > file.size()) return false;
-        at = chunk->end();
+        if (at + kHeader >= file.size() || (count > 0 && at + kWords > file.size())) return true;
+        const std::optional<WaveChunk> chunk = wholeChunkAt(file, at);
+        if (!chunk) return false;
+        // Some writers leave the pad byte out.
+        const bool isUnpadded = chunk->end() != chunk->payloadEnd() && chunk->end() + kHeader < file.size() &&
+                                !wholeChunkAt(file, chunk->end()) && wholeChunkAt(file, chunk->payloadEnd());
+        at = isUnpadded ? chunk->payloadEnd() : chunk->end();
     }
     return false;
 }
@@ -168,6 +186,9 @@ std::optional<WaveLayout> readWaveLayout(int descriptor) {
         return std::nullopt;
     }
     walk(file, layout);
+    if (layout.data && layout.hasLongSizes && layout.riffSize != 0 && layout.data->payloadEnd() > layout.riffSize + 9) {
+        layout.sizesDisagree = true;
+    }
     const bool saysNothing = layout.data && (layout.data->size == 0 || layout.data->size == kUnknown);
     layout.isStreamed = saysNothing && !layout.hasLongSizes && unexplainedBytes(layout, descriptor) > 0;
     return layout;
@@ -197,9 +218,8 @@ std::optional<std::uint64_t> readTimeReference(const WaveLayout& layout, const s
 std::uint64_t unexplainedBytes(const WaveLayout& layout, int descriptor) {
     if (!layout.data) return 0;
     const Bytes file(descriptor, layout.fileSize);
-    const std::uint64_t end = layout.data->size == kUnknown && !layout.hasLongSizes
-                                  ? layout.data->payload
-                                  : layout.data->payload + layout.data->size;
+    const bool saysNothing = layout.data->size == kUnknown && !layout.hasLongSizes;
+    const std::uint64_t end = saysNothing ? layout.data->payload : layout.data->payloadEnd();
     if (end >= layout.fileSize) return 0;
     if (isChainToEnd(file, end + (end & 1)) || isChainToEnd(file, end)) return 0;
     return layout.fileSize - end;
@@ -207,7 +227,7 @@ std::uint64_t unexplainedBytes(const WaveLayout& layout, int descriptor) {
 
 std::uint64_t missingBytes(const WaveLayout& layout) {
     if (!layout.data || layout.isStreamed) return 0;
-    const std::uint64_t end = layout.data->payload + layout.data->size;
+    const std::uint64_t end = layout.data->payloadEnd();
     return end > layout.fileSize ? end - layout.fileSize : 0;
 }
 

@@ -16,7 +16,12 @@ struct WaveChunk {
     std::uint64_t payload = 0; // offset of its first byte
     std::uint64_t size = 0;    // of the payload without its pad byte, 64 bits wide where the header says so
 
-    std::uint64_t end() const { return payload + size + (size & 1); }
+    // Behind the payload, and behind its pad byte. A size that no file has ends at the last number.
+    std::uint64_t payloadEnd() const { return size > kLast - payload ? kLast : payload + size; }
+    std::uint64_t end() const { return payloadEnd() == kLast ? kLast : payloadEnd() + (size & 1); }
+
+private:
+    static constexpr std::uint64_t kLast = ~std::uint64_t{0};
 };
 
 struct WaveFormat {
@@ -46,6 +51,7 @@ struct WaveLayout {
     std::vector<WaveChunk> chunks; // as far as headers could be walked; "data" among them
     std::optional<WaveChunk> data; // the first, its size as declared
     bool hasLongSizes = false;     // a ds64 chunk stood first
+    bool sizesDisagree = false;    // RF64 tells them at several places, and not the same
     bool isStreamed = false;       // the data size is one that a writer leaves which never came back to it
 
     // Bytes of audio that readers take: the declared size, cut to the file; all that follows where the writer left 0 or
