@@ -296,6 +296,10 @@ private:
         }
         for (const QString& output : outputs) {
             const SampleReader& reader = *readers_.at(output);
+            if (reader.frames() == 0 && least->second == 0 && !unexplainedBytesOf(least->first).isEmpty()) {
+                glance_.shortOutputs << QStringLiteral("The new file holds no sound, and the header of %1 tells of none: %2")
+                                            .arg(name(least->first), unexplainedBytesOf(least->first));
+            }
             if (reader.frames() >= least->second) continue;
             glance_.shortOutputs << QStringLiteral("The new file is shorter than its source: %1 of %2 frames")
                                         .arg(reader.frames())

@@ -7,6 +7,7 @@
 #include "foundation/unexplained_bytes.h"
 #include "interleaver/chunk_carrying.h"
 #include "interleaver/interleave_command.h"
+#include "metadata/bext_identity.h"
 #include "metadata/core_document.h"
 #include "metadata/csv_table.h"
 #include "platform/child_process.h"
@@ -252,8 +253,7 @@ std::optional<QMap<QString, QString>> InterleaveEngine::identityFields(const QSt
         const std::vector<QStringList> rows = parseCSV(text.value_or(QString()));
         if (rows.size() < 2) return std::nullopt;
         QMap<QString, QString> fields;
-        for (const char* name : {"Description", "Originator", "OriginatorReference", "OriginationDate",
-                                 "OriginationTime", "TimeReference"}) {
+        for (const char* name : kIdentity) {
             const qsizetype column = rows[0].indexOf(QString::fromLatin1(name));
             fields.insert(QString::fromLatin1(name), column < 0 ? QString() : rows[1].value(column).trimmed());
         }
@@ -272,14 +272,10 @@ bool InterleaveEngine::verifyMetadataPresent(const QString& path) const {
 }
 
 std::optional<QStringList> InterleaveEngine::differingIdentity(const QString& source, const QString& output) const {
-    const auto wanted = identityFields(source);
-    const auto found = identityFields(output);
+    const auto wanted = readBextIdentity(source);
+    const auto found = readBextIdentity(output);
     if (!wanted || !found) return std::nullopt;
-    QStringList names;
-    for (auto field = wanted->begin(); field != wanted->end(); ++field) {
-        if (found->value(field.key()) != field.value()) names << field.key();
-    }
-    return names;
+    return wanted->differencesFrom(*found);
 }
 
 void InterleaveEngine::report(const QUuid& groupId, const ProcessingStatus& status) const {

@@ -2,6 +2,7 @@
 
 #include "foundation/ffprobe_parser.h"
 #include "interleaver/lr_cleanup_engine.h"
+#include "metadata/bext_identity.h"
 #include "platform/paths.h"
 
 namespace ostrel {
@@ -84,6 +85,7 @@ void InterleaveJob::copyMetadata(const QString& unfinished) {
     if (!run_.metadataEngine || left.isEmpty() || (isUnderCleanup() && run_.ffprobePath.isEmpty())) return;
     try {
         metadata_ = run_.metadataEngine->copyMetadata(left, unfinished);
+        keepLineBreaks(left, unfinished);
     } catch (const MetadataError&) {
         metadataFailed_ = true; // told with the item's status
     }
