@@ -1,7 +1,9 @@
-// The built `ostrel` where no window can open.
-#include "support/test_folder.h"
+// The built `ostrel` where no window can open, and under signals.
+#include "support/held_tool.h"
+#include "support/wave_file.h"
 
 #include <QProcess>
+#include <csignal>
 #include <gtest/gtest.h>
 
 namespace ostrel::testing {
@@ -50,6 +52,87 @@ TEST(Program, BadUsageIsToldWithOrWithoutADisplay) {
         }
     }
 }
+
+// The window, open where nobody sees it, with an ffprobe that is held.
+class Window {
+public:
+    explicit Window(const HeldTool& tool, const QStringList& arguments) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("OSTREL_RESOURCE_FOLDER"), tool.environment().first().section(u'=', 1));
+        process_.setProcessEnvironment(environment);
+        process_.setChildProcessModifier([] { ::signal(SIGHUP, SIG_DFL); }); // or it would be inherited from nohup
+        process_.start(builtProgram(QStringLiteral("ostrel")),
+                       QStringList{QStringLiteral("-platform"), QStringLiteral("offscreen")} + arguments);
+        EXPECT_TRUE(waitUntil([this] { return handles(SIGTERM); })) << process_.readAllStandardError().toStdString();
+    }
+    ~Window() { process_.kill(); }
+
+    void signal(int number) {
+        ASSERT_EQ(process_.state(), QProcess::Running);
+        ASSERT_EQ(::kill(static_cast<pid_t>(process_.processId()), number), 0);
+    }
+    bool hasEnded(int limit = 60'000) {
+        return waitUntil([this] { return process_.state() == QProcess::NotRunning; }, limit);
+    }
+    int exitStatus() const { return process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1; }
+
+private:
+    // From then on it does with the signal what it does.
+    bool handles(int number) const {
+        QFile status(QStringLiteral("/proc/%1/status").arg(process_.processId()));
+        if (!status.open(QIODevice::ReadOnly)) return false;
+        for (const QByteArray& line : status.readAll().split('\n')) {
+            if (line.startsWith("SigCgt:")) return (line.mid(7).trimmed().toULongLong(nullptr, 16) >> (number - 1)) & 1;
+        }
+        return false;
+    }
+
+    QProcess process_;
+};
+
+class SignalledProgram : public ::testing::TestWithParam<int> {
+protected:
+    // A selection of loose ISOs is grouped as soon as the window opens.
+    QStringList groupingOf(const TestFolder& folder) {
+        for (const char* name : {"S1T1_Boom.wav", "S1T1_Lav.wav"}) {
+            folder.write(QString::fromLatin1(name), waveBytes({}));
+        }
+        return {QStringLiteral("--tab"), QStringLiteral("poly"), QStringLiteral("--mode"), QStringLiteral("join"),
+                folder.path()};
+    }
+    TestFolder folder_;
+    HeldTool ffprobe_{QStringLiteral("ffprobe")};
+};
+
+TEST_P(SignalledProgram, QuitsAnIdleWindow) {
+    Window window(ffprobe_, {});
+    window.signal(GetParam());
+    EXPECT_TRUE(window.hasEnded());
+    EXPECT_EQ(window.exitStatus(), 128 + GetParam());
+}
+
+TEST_P(SignalledProgram, WaitsForWhatIsBeingWorkedOn) {
+    Window window(ffprobe_, groupingOf(folder_));
+    ASSERT_TRUE(ffprobe_.waitForStarts(1));
+    window.signal(GetParam());
+    EXPECT_FALSE(window.hasEnded(1'000)); // nobody is asked, and the tool is not let go
+    ffprobe_.letGo();
+    EXPECT_TRUE(window.hasEnded());
+    EXPECT_EQ(window.exitStatus(), 128 + GetParam());
+}
+
+TEST_P(SignalledProgram, EndsAtOnceWithASecondOne) {
+    Window window(ffprobe_, groupingOf(folder_));
+    ASSERT_TRUE(ffprobe_.waitForStarts(1));
+    do {
+        window.signal(GetParam());
+    } while (!window.hasEnded(200));
+    EXPECT_EQ(window.exitStatus(), 128 + GetParam());
+    EXPECT_TRUE(waitUntil([this] { return !ffprobe_.isAnyAlive(); }));
+}
+
+INSTANTIATE_TEST_SUITE_P(Program, SignalledProgram, ::testing::Values(SIGINT, SIGTERM, SIGHUP),
+                         [](const auto& each) { return std::string("SIG") + ::sigabbrev_np(each.param); });
 
 } // namespace
 } // namespace ostrel::testing
