@@ -140,8 +140,12 @@ UndoResult undoMoves(const QString& run) {
     std::vector<JournalStep> steps = Journal::read();
     std::erase_if(steps, [&](const JournalStep& step) { return step.run != run; });
     for (auto step = steps.rbegin(); step != steps.rend(); ++step) {
-        if (step->operation != JournalOperation::move || step->state == JournalStep::State::failed ||
-            step->state == JournalStep::State::undone) {
+        if (step->state == JournalStep::State::failed || step->state == JournalStep::State::undone) continue;
+        if (step->operation != JournalOperation::move) {
+            result.failures << QStringLiteral("%1 was %2 and can't be taken back")
+                                   .arg(step->from, step->operation == JournalOperation::remove
+                                                        ? QStringLiteral("deleted")
+                                                        : QStringLiteral("replaced"));
             continue;
         }
         const std::optional<FileStamp> there = FileStamp::of(step->to);

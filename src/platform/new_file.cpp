@@ -70,9 +70,11 @@ void NewFile::withdraw() {
 }
 
 bool isPrivateName(const QString& name) {
-    static const RegularExpression earlier(
-        QStringLiteral("^\\.[0-9A-Fa-f]{8}(?:-[0-9A-Fa-f]{4}){3}-[0-9A-Fa-f]{12}_(?:temp|backup)(?:\\.[^.]*)?$"));
-    return name.startsWith(kPrefix) || earlier.firstMatch(name).has_value();
+    // To the letter: what a person calls ".ostrel-notes.wav" is no business of ours.
+    static const QString uuid = QStringLiteral("[0-9A-Fa-f]{8}(?:-[0-9A-Fa-f]{4}){3}-[0-9A-Fa-f]{12}");
+    static const RegularExpression pattern(
+        QStringLiteral("^(?:\\.ostrel-%1|\\.%1_(?:temp|backup))(?:\\.[^.]*)?$").arg(uuid));
+    return pattern.firstMatch(name).has_value();
 }
 
 bool isBackupName(const QString& name) { return isPrivateName(name) && name.contains(QStringLiteral("_backup")); }

@@ -1,6 +1,7 @@
 #include "platform/unique_files.h"
 
 #include "platform/file_stamp.h"
+#include "platform/new_file.h"
 #include "platform/paths.h"
 
 #include <QSet>
@@ -16,6 +17,10 @@ UniqueFiles uniqueFiles(const QStringList& selection) {
         const QString name = paths::absolute(path);
         if (names.contains(name)) continue;
         names.insert(name);
+        if (isPrivateName(paths::lastComponent(path)) && !paths::isFolder(path)) {
+            result.repeats << QStringLiteral("%1 is an unfinished file of a run and no recording").arg(path);
+            continue;
+        }
         const std::optional<FileIdentity> identity = identityOf(path);
         const bool isTold = identity && identity->inode != 0; // some network file systems number nothing
         if (!isTold || firstNames.emplace(*identity, path).second) {

@@ -13,7 +13,9 @@ namespace ostrel {
 
 struct UniqueFiles {
     QStringList files;   // each file, or folder, once: under the first of its names, in order
-    QStringList repeats; // one sentence for each further name of a file; a name that was only repeated goes silently
+    // One sentence for each further name of a file (a name that was only repeated goes silently) and for each unfinished
+    // file of a run, which is no recording whoever names it.
+    QStringList repeats;
 };
 UniqueFiles uniqueFiles(const QStringList& selection);
 

@@ -1,4 +1,5 @@
 // The window while every worker of the background pool is busy.
+#include "app/poly_join_view.h"
 #include "app/window_test.h"
 
 #include "support/blocked_workers.h"
