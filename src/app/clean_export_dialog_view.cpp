@@ -3,6 +3,7 @@
 #include "app/controls.h"
 #include "app/layouts.h"
 #include "app/ostrel_style.h"
+#include "platform/paths.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -52,6 +53,10 @@ CleanExportDialogView::CleanExportDialogView(StereoValidatorViewModel& viewModel
     bindings_.watch(viewModel.addMonoSuffix, again);
     bindings_.watch(viewModel.allowOverwrite, again);
     bindings_.watch(viewModel.outputFolder, again);
+    bindings_.watch(viewModel.exportScope, again);
+    bindings_.watch(viewModel.processDualMono, again);
+    bindings_.watch(viewModel.processOneSided, again);
+    bindings_.watch(viewModel.processBroken, again);
     bindings_.watch(viewModel.showCleanExportDialog, [this] {
         if (!viewModel_.showCleanExportDialog.value()) done(Accepted);
     });
@@ -144,7 +149,10 @@ QWidget* CleanExportDialogView::makeButtons() {
     run_ = pushButton(QStringLiteral("Clean & Export"));
     makePrimary(*run_);
     connect(run_, &QPushButton::clicked, this, &CleanExportDialogView::run);
+    refusals_ = new ToneLabel(QString(), ProcessingStatus::Color::orange);
+    refusals_->setWordWrap(false);
     auto* row = rowLayout();
+    row->addWidget(refusals_);
     row->addStretch();
     row->addWidget(cancel);
     row->addWidget(run_);
@@ -165,6 +173,23 @@ void CleanExportDialogView::refresh() {
     const QString words = isDestructive ? QStringLiteral("Replace Originals") : QStringLiteral("Clean && Export");
     run_->setText(words);
     run_->setAccessibleName(isDestructive ? words : QStringLiteral("Clean & Export"));
+    tellRefusals();
+}
+
+// Ahead of the run, as things stand; the whole sentences are in the log behind it.
+void CleanExportDialogView::tellRefusals() {
+    constexpr int kMostLines = 12;
+    QStringList lines;
+    const QHash<QUuid, QString> refusals = viewModel_.foreseenRefusals(selected_());
+    for (const StereoValidatorResult& result : viewModel_.analysisResults) {
+        if (lines.size() == kMostLines) break;
+        const QString why = refusals.value(result.id);
+        if (!why.isEmpty()) lines << QStringLiteral("%1: %2").arg(paths::lastComponent(result.filepath), why);
+    }
+    refusals_->setText(refusals.isEmpty() ? QString()
+                                          : QStringLiteral("%1 file(s) will be refused").arg(refusals.size()));
+    refusals_->setToolTip(lines.join(QLatin1Char('\n')));
+    refusals_->setAccessibleDescription(refusals_->toolTip());
 }
 
 void CleanExportDialogView::run() {

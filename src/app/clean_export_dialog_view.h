@@ -38,6 +38,7 @@ private:
     void addOutputOptions(QVBoxLayout& column);
     QWidget* makeButtons();
     void refresh();
+    void tellRefusals();
     void run();
 
     StereoValidatorViewModel& viewModel_;
@@ -46,6 +47,7 @@ private:
     Bindings bindings_;
     ToneLabel* noSuffix_ = nullptr;
     ToneLabel* destructive_ = nullptr;
+    ToneLabel* refusals_ = nullptr;
     QPushButton* run_ = nullptr;
 };
 

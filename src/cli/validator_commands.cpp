@@ -3,13 +3,14 @@
 #include "cli/commands.h"
 #include "cli/terminal_desktop_services.h"
 #include "cli/validator_table.h"
-#include "foundation/processing_status.h"
+#include "foundation/item_outcome.h"
 #include "platform/stop_signals.h"
 #include "platform/text.h"
 #include "stereovalidator/stereo_validator_view_model.h"
 #include "stereovalidator/validator_report.h"
 
 #include <QEventLoop>
+#include <algorithm>
 #include <map>
 
 namespace ostrel::cli {
@@ -65,11 +66,6 @@ public:
 protected:
     void analyze(const QStringList& paths) {
         terminal_.follow(controller_.logEntries);
-        QObject::connect(&controller_.logEntries, &RecordListSignals::rowsAppended, &controller_,
-                         [this](int, int last) {
-                             if (controller_.logEntries[static_cast<std::size_t>(last)].level == LogLevel::error)
-                                 failed_ = true;
-                         });
         progressWatch_ = controller_.analysisProgress.addNotifier([this] { showProgress(); });
         nameWatch_ = controller_.currentAnalysisFile.addNotifier([this] { showProgress(); });
         controller_.applyPreset(kPresets.at(options_.preset));
@@ -82,9 +78,6 @@ protected:
         QObject::connect(&controller_, &StereoValidatorViewModel::analysisEnded, &loop, &QEventLoop::quit);
         controller_.startAnalysis();
         loop.exec();
-        for (const StereoValidatorResult& result : controller_.analysisResults) {
-            if (!result.error.isEmpty()) failed_ = true;
-        }
     }
 
     void showTable() {
@@ -111,7 +104,12 @@ protected:
 
     int exitStatus() const {
         if (signals_.happened()) return signals_.exitStatus();
-        return failed_ ? someItemFailed : allDone;
+        const auto& results = controller_.analysisResults;
+        const bool failed = results.empty() || controller_.reportFailed() ||
+                            std::any_of(results.begin(), results.end(), [](const StereoValidatorResult& result) {
+                                return !result.error.isEmpty() || (result.outcome && result.outcome->failed());
+                            });
+        return failed ? someItemFailed : allDone;
     }
 
     StopSignals signals_; // first: the tools are looked for below
@@ -119,7 +117,6 @@ protected:
     TerminalDesktopServices desktop_;
     AudioOutput audio_;
     StereoValidatorViewModel controller_;
-    bool failed_ = false;
 
 private:
     // One folder is the tab's own kind of selection; several paths are taken together as the files that they hold.
@@ -153,17 +150,12 @@ public:
         controller_.allowOverwrite = options_.overwrite;
         analyze(*paths);
         if (!terminal_.isJson()) showTable();
-        if (!options_.dryRun) convert();
+        options_.dryRun ? tellForeseen() : convert();
         if (terminal_.isJson()) terminal_.document(jobDocument());
         return exitStatus();
     }
 
 private:
-    struct Outcome {
-        QString output;
-        QString error;
-    };
-
     bool prepareOutput() {
         if (options_.output.empty()) return true;
         const QString folder = paths::absolute(QString::fromStdString(options_.output));
@@ -182,30 +174,36 @@ private:
             if (options_.csv && !controller_.analysisResults.empty()) controller_.saveReport();
             return;
         }
-        QObject::connect(&controller_, &StereoValidatorViewModel::fileConverted, &controller_,
-                         [this](const StereoValidatorResult& result, const QString& url, const QString& error) {
-                             outcomes_[result.id] = {url, error};
-                             if (signals_.happened()) controller_.stopExport(); // the loop holds the main thread
-                         });
+        QObject::connect(&controller_, &StereoValidatorViewModel::fileConverted, &controller_, [this] {
+            if (signals_.happened()) controller_.stopExport(); // the loop holds the main thread
+        });
         controller_.cleanAndExport({});
     }
 
-    ProcessingStatus statusOf(const StereoValidatorResult& result) const {
-        if (const auto outcome = outcomes_.find(result.id); outcome != outcomes_.end()) {
-            return outcome->second.error.isEmpty() ? ProcessingStatus::completed()
-                                                   : ProcessingStatus::failed(outcome->second.error);
+    // What a run would refuse; a dry run ends with it.
+    void tellForeseen() {
+        foreseen_ = controller_.foreseenRefusals({});
+        for (const StereoValidatorResult& result : controller_.analysisResults) {
+            const QString why = foreseen_.value(result.id);
+            if (!why.isEmpty()) {
+                terminal_.line(QStringLiteral("%1: %2").arg(paths::lastComponent(result.filepath), why));
+            }
         }
-        if (!result.error.isEmpty()) return ProcessingStatus::failed(result.error);
-        if (isConverted(result.classification, {})) return ProcessingStatus::ready(); // a dry run, or stopped before it
-        return ProcessingStatus::skipped(displayName(result.classification));
     }
 
-    nlohmann::json itemOf(const StereoValidatorResult& result) const {
-        const ProcessingStatus status = statusOf(result);
-        const auto outcome = outcomes_.find(result.id);
-        const QString output = outcome == outcomes_.end() ? QString() : outcome->second.output;
-        return jobItem(paths::lastComponent(result.filepath), {result.filepath},
-                       output.isEmpty() ? QStringList() : QStringList{output}, status, status.displayText());
+    // Of a file that no run took: what it is, and why it would be refused.
+    ItemOutcome asFound(const StereoValidatorResult& result) const {
+        ItemOutcome outcome{.message = foreseen_.value(result.id),
+                            .sources = ItemOutcome::allKept({result.filepath})};
+        if (!result.error.isEmpty()) {
+            outcome.status = ProcessingStatus::failed(result.error);
+        } else if (isConverted(result.classification, {})) {
+            outcome.status = ProcessingStatus::ready(); // a dry run, or stopped before it
+        } else {
+            outcome.status = ProcessingStatus::skipped(displayName(result.classification));
+        }
+        if (outcome.message.isEmpty()) outcome.message = outcome.status.displayText();
+        return outcome;
     }
 
     nlohmann::json jobDocument() const {
@@ -213,9 +211,10 @@ private:
         nlohmann::json items = nlohmann::json::array();
         int successes = 0, errors = 0;
         for (const StereoValidatorResult& each : controller_.analysisResults) {
-            items.push_back(itemOf(each));
-            successes += statusOf(each).kind == ProcessingStatus::Kind::completed ? 1 : 0;
-            errors += statusOf(each).kind == ProcessingStatus::Kind::failed ? 1 : 0;
+            const ItemOutcome outcome = each.outcome.value_or(asFound(each));
+            items.push_back(jobItem(paths::lastComponent(each.filepath), outcome));
+            successes += outcome.succeeded() ? 1 : 0;
+            errors += outcome.failed() ? 1 : 0;
         }
         const int skipped = static_cast<int>(controller_.analysisResults.size()) - successes - errors;
         result["items"] = items;
@@ -224,7 +223,7 @@ private:
     }
 
     const CleanOptions& options_;
-    std::map<QUuid, Outcome> outcomes_;
+    QHash<QUuid, QString> foreseen_;
 };
 
 void addValidatorOptions(CLI::App& command, ValidatorOptions& options) {

@@ -70,6 +70,7 @@ JournalStep beginning(const Json& line) {
     step.from = text(line, "from");
     step.to = text(line, "to");
     step.parked = text(line, "parked");
+    step.detail = text(line, "detail");
     step.begunAt = QDateTime::fromString(text(line, "time"), Qt::ISODateWithMs);
     step.stamp = readStamp(line);
     const qint64 process = number(line, "process");
@@ -129,7 +130,8 @@ Journal::Journal(const QString& job, const QString& run, int lastNumber)
 
 QString Journal::path() { return paths::append(stateFolder(), QStringLiteral("journal")); }
 
-int Journal::begin(JournalOperation operation, const QString& from, const QString& to, const QString& parked) {
+int Journal::begin(JournalOperation operation, const QString& from, const QString& to, const QString& parked,
+                   const QString& detail) {
     const std::lock_guard lock(mutex_);
     const int step = ++lastNumber_;
     const Json line{{"run", text(run_)},
@@ -140,6 +142,7 @@ int Journal::begin(JournalOperation operation, const QString& from, const QStrin
                     {"from", text(from)},
                     {"to", text(to)},
                     {"parked", text(parked)},
+                    {"detail", text(detail)},
                     {"stamp", stampOf(from)},
                     {"time", text(QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs))},
                     {"process", ::getpid()},

@@ -50,7 +50,9 @@ public:
     QString run() const { return run_; }
 
     // Throws FileError where the journal can't be written: then the step must not be taken. Gives the step's number.
-    int begin(JournalOperation operation, const QString& from, const QString& to, const QString& parked = QString());
+    // `detail` says what is not to be seen from the paths: what of a recording goes on purpose.
+    int begin(JournalOperation operation, const QString& from, const QString& to, const QString& parked = QString(),
+              const QString& detail = QString());
     // These never throw: what was done stays done. False where the line could not be written.
     bool end(int number);
     bool fail(int number, const QString& why);

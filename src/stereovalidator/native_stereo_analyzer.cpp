@@ -1,5 +1,6 @@
 #include "stereovalidator/native_stereo_analyzer.h"
 
+#include "foundation/unexplained_bytes.h"
 #include "platform/audio_file.h"
 #include "platform/paths.h"
 #include "platform/text.h"
@@ -98,6 +99,9 @@ AnalysisResult NativeStereoAnalyzer::analyzeFiles(const QStringList& files, cons
         report({i + 1, count, paths::lastComponent(files[i]), static_cast<double>(i) / count});
         batch.results.push_back(recordOf(files[i], options));
         tally(batch, batch.results.back());
+        for (const QString& warning : unexplainedBytesWarnings({files[i]})) {
+            batch.logEntries.push_back(entry(LogLevel::warning, warning));
+        }
     }
     const int done = static_cast<int>(batch.results.size());
     batch.stopped = done < count;
@@ -115,7 +119,10 @@ AnalysisResult NativeStereoAnalyzer::analyzeFiles(const QStringList& files, cons
 
 StereoValidatorResult NativeStereoAnalyzer::recordOf(const QString& file, const StereoValidatorOptions& options) const {
     try {
-        return analyzeFile(file, options);
+        const std::optional<FileStamp> stamp = FileStamp::of(file);
+        StereoValidatorResult result = analyzeFile(file, options);
+        result.stamp = stamp;
+        return result;
     } catch (const AudioFileError& error) {
         return failed(file, error.errorDescription());
     } catch (const AnalyzerError& error) {

@@ -4,41 +4,15 @@
 // An engine: it blocks (for bwfmetaedit too), holds no state between calls and uses the same memory for any length.
 #pragma once
 
+#include "foundation/item_outcome.h"
+#include "foundation/journal.h"
+#include "foundation/run_ledger.h"
+#include "stereovalidator/mono_target.h"
+
 #include <QString>
 #include <QStringList>
-#include <stdexcept>
 
 namespace ostrel {
-
-class ProcessingError : public std::runtime_error {
-public:
-    enum class Kind { processingFailed, notStereo };
-    static ProcessingError processingFailed(const QString& text);
-    static ProcessingError notStereo();
-
-    // The general sentence for a failed operation, the reason behind it in brackets.
-    QString errorDescription() const;
-    Kind kind() const { return kind_; }
-
-private:
-    ProcessingError(Kind kind, const QString& text);
-    Kind kind_;
-    QString text_;
-};
-
-struct MonoRequest {
-    QString file;         // the stereo source
-    QString outputFolder; // receives the result; must exist
-    bool useLeftChannel = true;
-    bool allowOverwrite = false;                  // an existing target may be replaced, the source itself included
-    bool addSuffix = true;                        // "_mono" behind the base name
-    QString outputFormat = QStringLiteral("wav"); // the result's extension
-};
-
-struct MonoConversion {
-    QString url;             // the file that was written
-    QString remainingBackup; // the replaced source, where its backup could not be removed; otherwise empty
-};
 
 class StereoProcessingEngine {
 public:
@@ -49,17 +23,13 @@ public:
     // The usual places, and the tool delivered with the application last.
     static QStringList defaultBwfmetaeditPaths();
 
-    // Where the result would go if nothing stood there.
-    static QString targetOf(const MonoRequest& request);
-
-    // Writes 32-bit float samples at the source's rate. Throws AudioFileError, FileError, ProcessingError and, where
-    // bwfmetaedit can't be started, nothing: metadata is best effort. The source survives every failure. A partly
-    // written file is left where it is.
-    MonoConversion convertToMono(const MonoRequest& request) const;
+    // 32-bit float samples at the source's rate, under the final name only when they are complete, carry the metadata
+    // (best effort) and were compared with the source: some blocks of them, or, where the result takes the source's
+    // place, all. Every failure is in the outcome, and leaves neither a new file nor another source; nothing is thrown
+    // but by memory.
+    ItemOutcome convertToMono(const MonoRequest& request, RunLedger& ledger, Journal& journal) const;
 
 private:
-    void copyBWFMetadata(const QString& source, const QString& target) const;
-
     QString ffmpegPath_;
     QStringList bwfmetaeditPaths_;
 };

@@ -1,11 +1,14 @@
 // The record of one analysed file. NativeStereoAnalyzer makes it; every number in it is finite.
 #pragma once
 
+#include "foundation/item_outcome.h"
+#include "platform/file_stamp.h"
 #include "stereovalidator/stereo_classification.h"
 
 #include <QString>
 #include <QUuid>
 #include <nlohmann/json_fwd.hpp>
+#include <optional>
 
 namespace ostrel {
 
@@ -22,6 +25,9 @@ struct StereoValidatorResult {
     int sampleRate = 0; // Hz
     int bitDepth = 0;   // of the samples as they were read: 32 for every file that could be opened
     QString error;      // empty: none
+    // Of this run of the program, and in no document.
+    std::optional<FileStamp> stamp;     // the file ahead of its analysis
+    std::optional<ItemOutcome> outcome; // of the last Clean & Export that took it
 
     bool operator==(const StereoValidatorResult&) const = default;
 

@@ -17,6 +17,7 @@
 #include "stereovalidator/stereo_validator_options.h"
 
 #include <QCoro/QCoroTask>
+#include <QHash>
 #include <QObject>
 #include <QProperty>
 #include <QSet>
@@ -81,6 +82,8 @@ public:
     int totalFiles() const { return totalFiles_; }
     bool wasStopped() const { return wasStopped_; }
     QString reportPath() const { return reportPath_; }
+    // A report was asked for and is not there.
+    bool reportFailed() const { return reportFailed_; }
 
     bool canAnalyze() const;
     StereoValidatorOptions options() const;
@@ -98,12 +101,14 @@ public:
     void stopAnalysis();
     void cleanAndExport(const std::vector<StereoValidatorResult>& selectedResults,
                         const std::vector<StereoValidatorResult>& filteredResults = {});
+    // What a run would refuse as things stand: a sentence by the id of each such result. Changes nothing.
+    QHash<QUuid, QString> foreseenRefusals(const std::vector<StereoValidatorResult>& selectedResults) const;
     // Ends a running cleanAndExport before its next file. For slots of `fileConverted`.
     void stopExport() { exportTask_.cancel(); }
     // Loads a result's file into the player and plays it.
     void audition(const StereoValidatorResult& result);
     // The CSV report of an analysis of which nothing was converted.
-    void saveReport() { reportPath_ = autoGenerateCSVReport({}); }
+    void saveReport() { autoGenerateCSVReport({}); }
     void saveLog();
     void copyLogToClipboard();
 
@@ -112,8 +117,8 @@ public:
 
 Q_SIGNALS:
     void analysisEnded();
-    // Clean & Export has dealt with a file: `url` is the new file, or `error` says why there is none.
-    void fileConverted(const ostrel::StereoValidatorResult& result, const QString& url, const QString& error);
+    // Clean & Export has dealt with a file: its outcome stands in its record.
+    void fileConverted(const ostrel::StereoValidatorResult& result);
 
 private:
     // What one analysis looks at, taken when it starts.
@@ -144,14 +149,24 @@ private:
     QCoro::Task<> runAnalysis(TaskHandle handle);
     bool reportFound(const FoundFiles& found);
 
+    // What one run writes with and asks.
+    struct ExportRun {
+        StereoProcessingEngine engine;
+        RunLedger ledger;
+        Journal journal{QStringLiteral("clean")};
+        QHash<QUuid, std::size_t> rows; // of the analysis
+    };
+
     std::optional<std::vector<StereoValidatorResult>>
     resultsInScope(const std::vector<StereoValidatorResult>& selectedResults);
+    std::vector<StereoValidatorResult> convertible(const std::vector<StereoValidatorResult>& results) const;
+    QStringList selectedRecordings() const;
+    void tellUnfinishedSteps();
     ExportCounts convertAll(const std::vector<StereoValidatorResult>& results);
     QString outcomeOf(const ExportCounts& counts, std::size_t total) const;
-    void convert(const StereoProcessingEngine& engine, const StereoValidatorResult& result, ExportCounts& counts);
+    void convert(ExportRun& run, StereoValidatorResult result, ExportCounts& counts);
     MonoRequest requestFor(const StereoValidatorResult& result) const;
-    void protectOtherRecordings(const MonoRequest& request) const;
-    QString autoGenerateCSVReport(const ExportCounts& counts);
+    void autoGenerateCSVReport(const ExportCounts& counts);
     void showCompletion(const ExportCounts& counts, const QString& report);
 
     DesktopServices& desktop_;
@@ -159,11 +174,12 @@ private:
     std::unique_ptr<PlaybackManager> playbackManager_;
     TaskHandle analysisTask_;
     TaskHandle exportTask_;
-    QSet<QString> protectedFiles_; // canonical: sources of the analysis and files that the running export has written
+    Selection analyzed_; // of the analysis that the results are from
     QString summary_;
     int totalFiles_ = 0;
     bool wasStopped_ = false;
     QString reportPath_;
+    bool reportFailed_ = false;
     std::vector<QPropertyNotifier> notifiers_;
 };
 

@@ -51,6 +51,7 @@ void StereoValidatorViewModel::startAnalysis() {
         return;
     }
     playbackManager_->stopAndClear(); // what it holds is about to leave the list
+    tellUnfinishedSteps();            // the scan may clear away what they left
     isAnalyzing = true;
     analysisProgress = 0;
     analysisResults.clear();
@@ -73,6 +74,7 @@ QCoro::Task<> StereoValidatorViewModel::runAnalysis(TaskHandle handle) {
     const QString ffmpegPath = toolDetector_->ffmpegPath.value();
     const Selection selection{sourceFolder.value(), selectedFiles.value(), recursiveScan.value(), skipMonoFiles.value(),
                               ffmpegPath};
+    analyzed_ = selection;
     try {
         const auto find = [selection, handle] { return findFiles(selection, handle); };
         const FoundFiles found = co_await inBackground(this, find);

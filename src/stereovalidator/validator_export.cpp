@@ -1,23 +1,21 @@
 // Clean & Export of the Stereo Validator's controller: one loop on the main thread, file by file.
-#include "platform/audio_file.h"
+#include "platform/files.h"
 #include "platform/paths.h"
 #include "stereovalidator/stereo_validator_view_model.h"
 #include "stereovalidator/validator_report.h"
 #include "stereovalidator/validator_words.h"
 
-#include <QFileInfo>
 #include <QTimer>
 #include <chrono>
+#include <new>
 
 namespace ostrel {
 namespace {
 
-QString canonical(const QString& path) { return QFileInfo(path).canonicalFilePath(); }
-
-QSet<QString> canonicalSources(const RecordList<StereoValidatorResult>& results) {
-    QSet<QString> sources;
-    for (const StereoValidatorResult& result : results) sources << canonical(result.filepath);
-    return sources;
+QStringList filesOf(const std::vector<StereoValidatorResult>& results) {
+    QStringList files;
+    for (const StereoValidatorResult& result : results) files << result.filepath;
+    return files;
 }
 
 } // namespace
@@ -28,10 +26,7 @@ void StereoValidatorViewModel::cleanAndExport(const std::vector<StereoValidatorR
     exportTask_ = TaskHandle();
     const auto scope = resultsInScope(selectedResults);
     if (!scope) return;
-    const ConversionToggles toggles{processDualMono.value(), processOneSided.value(), processBroken.value()};
-    std::vector<StereoValidatorResult> kept;
-    std::copy_if(scope->begin(), scope->end(), std::back_inserter(kept),
-                 [&](const StereoValidatorResult& result) { return isConverted(result.classification, toggles); });
+    const std::vector<StereoValidatorResult> kept = convertible(*scope);
     if (kept.empty()) {
         writeValidatorDebugLine(QStringLiteral("⚠️ No files match processing criteria"));
         log(LogLevel::warning, LogCategory::process,
@@ -41,12 +36,15 @@ void StereoValidatorViewModel::cleanAndExport(const std::vector<StereoValidatorR
     writeValidatorDebugLine(QStringLiteral("  Processing: %1 files").arg(kept.size()));
     log(LogLevel::info, LogCategory::process, QStringLiteral("Converting %1 file(s)").arg(kept.size()));
 
+    tellUnfinishedSteps();
     playbackManager_->stopAndClear(); // it may hold a file that is about to be replaced
     const ExportCounts counts = convertAll(kept);
     const QString outcome = outcomeOf(counts, kept.size());
     writeValidatorDebugLine((counts.stopped ? QStringLiteral("⚠️ ") : QStringLiteral("✅ ")) + outcome);
     log(counts.stopped ? LogLevel::warning : LogLevel::success, LogCategory::process, outcome);
-    reportPath_ = generateCSV.value() ? autoGenerateCSVReport(counts) : QString();
+    reportPath_.clear();
+    reportFailed_ = false;
+    if (generateCSV.value()) autoGenerateCSVReport(counts);
     showCleanExportDialog = false;
     QTimer::singleShot(std::chrono::milliseconds(500), this,
                        [this, counts, report = reportPath_] { showCompletion(counts, report); });
@@ -71,17 +69,67 @@ StereoValidatorViewModel::resultsInScope(const std::vector<StereoValidatorResult
     return results;
 }
 
+std::vector<StereoValidatorResult>
+StereoValidatorViewModel::convertible(const std::vector<StereoValidatorResult>& results) const {
+    const ConversionToggles toggles{processDualMono.value(), processOneSided.value(), processBroken.value()};
+    std::vector<StereoValidatorResult> kept;
+    std::copy_if(results.begin(), results.end(), std::back_inserter(kept),
+                 [&](const StereoValidatorResult& result) { return isConverted(result.classification, toggles); });
+    return kept;
+}
+
+// What the analysis took its files from, as it is now: none of that is written over but by what was made of it.
+QStringList StereoValidatorViewModel::selectedRecordings() const {
+    QStringList recordings;
+    for (const QString& selected : analyzed_.files.value_or(QStringList{analyzed_.folder})) {
+        if (!paths::isFolder(selected)) {
+            recordings << selected;
+        } else if (const auto listing = files::list(selected, analyzed_.recursive, validatorExtensions(),
+                                                    files::HiddenEntries::included)) {
+            recordings << listing->files;
+        }
+    }
+    return recordings;
+}
+
+void StereoValidatorViewModel::tellUnfinishedSteps() {
+    for (const QString& sentence : Journal::tellUnfinished()) log(LogLevel::warning, LogCategory::system, sentence);
+}
+
+QHash<QUuid, QString>
+StereoValidatorViewModel::foreseenRefusals(const std::vector<StereoValidatorResult>& selectedResults) const {
+    const bool selected = exportScope.value() == ExportScope::selected;
+    const auto results = convertible(selected ? selectedResults : analysisResults.rows());
+    std::vector<QStringList> outputs;
+    for (const StereoValidatorResult& result : results) {
+        const MonoTarget target = monoTargetOf(requestFor(result));
+        outputs.push_back(target.kind == MonoTarget::Kind::file ? QStringList(target.path) : QStringList());
+    }
+    const std::vector<QString> reasons = RunLedger(filesOf(results)).foresee(outputs);
+    QHash<QUuid, QString> refusals;
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        const QString output = outputs[i].value(0);
+        if (!reasons[i].isEmpty()) {
+            refusals.insert(results[i].id, reasons[i]);
+        } else if (!allowOverwrite.value() && !output.isEmpty() && paths::exists(output)) {
+            refusals.insert(results[i].id, fileExistsSentence(output));
+        }
+    }
+    return refusals;
+}
+
 StereoValidatorViewModel::ExportCounts
 StereoValidatorViewModel::convertAll(const std::vector<StereoValidatorResult>& results) {
-    const StereoProcessingEngine engine(toolDetector_->ffmpegPath.value());
-    protectedFiles_ = allowOverwrite.value() ? canonicalSources(analysisResults) : QSet<QString>();
+    ExportRun run{StereoProcessingEngine(toolDetector_->ffmpegPath.value()),
+                  RunLedger(filesOf(results), filesOf(analysisResults.rows()) + selectedRecordings())};
+    for (std::size_t row = 0; row < analysisResults.size(); ++row) run.rows.insert(analysisResults[row].id, row);
     ExportCounts counts;
     for (const StereoValidatorResult& result : results) {
         if (exportTask_.isCancelled()) {
             counts.stopped = true;
             break;
         }
-        convert(engine, result, counts);
+        convert(run, result, counts);
     }
     return counts;
 }
@@ -94,38 +142,32 @@ QString StereoValidatorViewModel::outcomeOf(const ExportCounts& counts, std::siz
     return QStringLiteral("%1: %2 successful, %3 errors").arg(end).arg(counts.successes).arg(counts.errors);
 }
 
-void StereoValidatorViewModel::convert(const StereoProcessingEngine& engine, const StereoValidatorResult& result,
-                                       ExportCounts& counts) {
+void StereoValidatorViewModel::convert(ExportRun& run, StereoValidatorResult result, ExportCounts& counts) {
     const QString name = paths::lastComponent(result.filepath);
-    QString failure;
+    ItemOutcome outcome;
     try {
-        const MonoRequest request = requestFor(result);
-        protectOtherRecordings(request);
-        const MonoConversion conversion = engine.convertToMono(request);
+        outcome = run.engine.convertToMono(requestFor(result), run.ledger, run.journal);
+    } catch (const std::bad_alloc&) {
+        outcome = ItemOutcome::failure(QStringLiteral("Not enough memory"), {result.filepath});
+    }
+    for (const QString& warning : outcome.warnings) log(LogLevel::warning, LogCategory::process, warning);
+    if (outcome.succeeded()) {
         writeValidatorDebugLine(QStringLiteral("  ✅ Processed: ") + name);
-        log(LogLevel::success, LogCategory::process, QStringLiteral("Converted: ") + name);
-        if (!conversion.remainingBackup.isEmpty()) {
-            log(LogLevel::warning, LogCategory::cleanup,
-                QStringLiteral("The backup of %1 could not be removed: %2").arg(name, conversion.remainingBackup));
-        }
+        log(LogLevel::success, LogCategory::process, outcome.message);
         ++counts.successes;
         counts.converted << result.id;
-        protectedFiles_ << canonical(conversion.url);
-        Q_EMIT fileConverted(result, conversion.url, QString());
-        return;
-    } catch (const AudioFileError& error) {
-        failure = error.errorDescription();
-    } catch (const ProcessingError& error) {
-        failure = error.errorDescription();
-    } catch (const FileError& error) {
-        failure = error.description;
-    } catch (const std::bad_alloc&) {
-        failure = QStringLiteral("Not enough memory");
+    } else {
+        writeValidatorDebugLine(QStringLiteral("  ❌ Failed to process %1: %2").arg(name, outcome.message));
+        log(LogLevel::error, LogCategory::process,
+            QStringLiteral("Failed to convert %1: %2").arg(name, outcome.message));
+        ++counts.errors;
     }
-    writeValidatorDebugLine(QStringLiteral("  ❌ Failed to process %1: %2").arg(name, failure));
-    log(LogLevel::error, LogCategory::process, QStringLiteral("Failed to convert %1: %2").arg(name, failure));
-    ++counts.errors;
-    Q_EMIT fileConverted(result, QString(), failure);
+    result.outcome = std::move(outcome);
+    const std::size_t row = run.rows.value(result.id);
+    if (row < analysisResults.size() && analysisResults[row].id == result.id) {
+        analysisResults.update(row, [&](StereoValidatorResult& record) { record.outcome = result.outcome; });
+    }
+    Q_EMIT fileConverted(result);
 }
 
 MonoRequest StereoValidatorViewModel::requestFor(const StereoValidatorResult& result) const {
@@ -136,26 +178,16 @@ MonoRequest StereoValidatorViewModel::requestFor(const StereoValidatorResult& re
         .useLeftChannel = keepsLeftChannel(result.classification, dualMonoSideSelection.value()),
         .allowOverwrite = allowOverwrite.value(),
         .addSuffix = addMonoSuffix.value(),
+        .analyzed = result.stamp,
     };
 }
 
-// "Allow Overwrite" is meant for old results and for the source itself: never for another recording of this analysis,
-// nor for what this run has just written from a namesake in another folder.
-void StereoValidatorViewModel::protectOtherRecordings(const MonoRequest& request) const {
-    const QString target = canonical(StereoProcessingEngine::targetOf(request)); // empty where there is none
-    if (!request.allowOverwrite || target.isEmpty() || target == canonical(request.file)) return;
-    if (protectedFiles_.contains(target)) {
-        throw ProcessingError::processingFailed(
-            QStringLiteral("%1 is another recording of this run and is not overwritten").arg(target));
-    }
-}
-
-QString StereoValidatorViewModel::autoGenerateCSVReport(const ExportCounts& counts) {
+void StereoValidatorViewModel::autoGenerateCSVReport(const ExportCounts& counts) {
     QString folder = outputFolder.value();
     if (folder.isEmpty() && !analysisResults.empty()) folder = paths::parent(analysisResults[0].filepath);
     if (folder.isEmpty()) {
         writeValidatorDebugLine(QStringLiteral("⚠️ No output folder for CSV — skipping"));
-        return QString();
+        return;
     }
     const std::optional<QStringList> files = selectedFiles.value();
     QString source = sourceFolder.value();
@@ -171,15 +203,16 @@ QString StereoValidatorViewModel::autoGenerateCSVReport(const ExportCounts& coun
         .source = source.isEmpty() ? QStringLiteral("Multiple files") : source,
         .output = outputFolder.value().isEmpty() ? QStringLiteral("Same as source") : outputFolder.value(),
     };
-    const QString path = writeValidatorReport(report, folder);
-    if (path.isEmpty()) {
+    reportPath_ = writeValidatorReport(report, folder);
+    reportFailed_ = reportPath_.isEmpty();
+    if (reportFailed_) {
         writeValidatorDebugLine(QStringLiteral("❌ Failed to save CSV report"));
         log(LogLevel::error, LogCategory::process, QStringLiteral("Failed to save CSV report"));
     } else {
-        writeValidatorDebugLine(QStringLiteral("✅ CSV report saved: ") + path);
-        log(LogLevel::success, LogCategory::process, QStringLiteral("CSV report saved: ") + paths::lastComponent(path));
+        writeValidatorDebugLine(QStringLiteral("✅ CSV report saved: ") + reportPath_);
+        log(LogLevel::success, LogCategory::process,
+            QStringLiteral("CSV report saved: ") + paths::lastComponent(reportPath_));
     }
-    return path;
 }
 
 void StereoValidatorViewModel::showCompletion(const ExportCounts& counts, const QString& report) {

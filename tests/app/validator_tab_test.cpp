@@ -302,6 +302,29 @@ TEST_F(ValidatorTabTest, ExportsTheSelectedRows) {
     EXPECT_TRUE(waitUntil([this] { return !desktop_.alerts.empty(); }));
 }
 
+TEST_F(ValidatorTabTest, TellsAheadWhatWillBeRefused) {
+    analyzeSamples();
+    const auto dual = std::find_if(validator_.analysisResults.begin(), validator_.analysisResults.end(), [](auto& each) {
+        return each.classification == StereoClassification::dualMono;
+    });
+    ASSERT_NE(dual, validator_.analysisResults.end());
+    const QString output = folder_.path(QStringLiteral("out"));
+    const QString name = paths::stem(dual->filepath) + QStringLiteral("_mono.wav");
+    folder_.write(QStringLiteral("out/") + name, "in the way");
+    validator_.outputFolder = output;
+    CleanExportDialogView* dialog = openDialog();
+    const QString words = QStringLiteral("1 file(s) will be refused");
+    EXPECT_TRUE(says(*dialog, words));
+    for (const QLabel* label : dialog->findChildren<QLabel*>()) {
+        if (label->text() != words) continue;
+        EXPECT_EQ(label->toolTip(), QStringLiteral("%1: File already exists: %2")
+                                        .arg(paths::lastComponent(dual->filepath), name));
+    }
+    clickIn(*dialog, QStringLiteral("Allow Overwrite"));
+    EXPECT_FALSE(says(*dialog, words));
+    clickIn(*dialog, QStringLiteral("Cancel"));
+}
+
 TEST_F(ValidatorTabTest, TheDestructiveWarningShowsWhenSourcesWouldBeReplaced) {
     show(AppTab::stereoValidator);
     fillByHand();

@@ -4,6 +4,7 @@
 #include "support/wave_file.h"
 
 #include <csignal>
+#include <unistd.h>
 
 namespace ostrel {
 namespace {
@@ -103,6 +104,19 @@ TEST(Validate, WritesAReport) {
     EXPECT_TRUE(QString::fromUtf8(readAll(report)).contains(QStringLiteral("\ndual.wav,Dual Mono,Skipped,1.000,")));
 }
 
+TEST(Validate, TellsAReportThatCannotBeWritten) {
+    const TestFolder folder;
+    QString deep = folder.path(); // a path of 4,095 bytes is the longest: there is room for the file and not the report
+    while (deep.size() < 4060) deep += QLatin1Char('/') + QString(std::min<qsizetype>(200, 4069 - deep.size()), u'd');
+    ASSERT_TRUE(QDir().mkpath(deep));
+    const QString file = writeStereo(folder, deep.mid(folder.path().size() + 1) + QStringLiteral("/dual.wav"), 1);
+    const CliRun result = run(QStringLiteral("validate"), {QStringLiteral("--csv"), QStringLiteral("--json"), file});
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_TRUE(result.err.contains(QStringLiteral("[ERROR] [PROCESS] Failed to save CSV report")));
+    EXPECT_EQ(result.json()["summary"]["errors"], 0) << "the file itself is in order";
+    EXPECT_TRUE(result.json()["csv"].is_null());
+}
+
 TEST(Validate, SaysThatNothingWasFound) {
     const TestFolder folder;
     const CliRun result = run(QStringLiteral("validate"), {folder.path()});
@@ -186,13 +200,69 @@ TEST(Clean, CountsAnExistingTargetAsAFailureAndChangesNothing) {
 
 TEST(Clean, ReplacesTheSourceOnlyWhenAskedTwiceOver) {
     const TestFolder folder;
+    for (const QString& name : {QStringLiteral("dual.wav"), QStringLiteral("X.WAV")}) {
+        const QString file = writeStereo(folder, name, 1);
+        const Samples stereo = decodedByFfmpeg(file);
+        const CliRun result = run(QStringLiteral("clean"), {QStringLiteral("--no-suffix"), QStringLiteral("--overwrite"),
+                                                            QStringLiteral("--json"), file});
+        EXPECT_EQ(result.exitStatus, 0);
+        EXPECT_EQ(namesIn(folder.path()), QStringList{name});
+        EXPECT_EQ(decodedByFfmpeg(file), Samples{stereo[0]});
+        const nlohmann::json item = result.json()["items"][0];
+        EXPECT_EQ(text(item["outputs"][0]), file);
+        EXPECT_EQ(item["fates"][0]["fate"], "replaced");
+        QFile::remove(file);
+    }
+}
+
+TEST(Clean, ReplacesNothingForWantOfASuffixAlone) {
+    const TestFolder folder;
     const QString file = writeStereo(folder, QStringLiteral("dual.wav"), 1);
-    const Samples stereo = decodedByFfmpeg(file);
-    const CliRun result =
-        run(QStringLiteral("clean"), {QStringLiteral("--no-suffix"), QStringLiteral("--overwrite"), file});
-    EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(namesIn(folder.path()), QStringList{QStringLiteral("dual.wav")});
-    EXPECT_EQ(decodedByFfmpeg(file), Samples{stereo[0]});
+    const QString before = fingerprintOf(file);
+    for (int number = 1; number <= 2; ++number) {
+        const CliRun result =
+            run(QStringLiteral("clean"), {QStringLiteral("--no-suffix"), QStringLiteral("--json"), file});
+        EXPECT_EQ(result.exitStatus, 0);
+        const nlohmann::json item = result.json()["items"][0];
+        EXPECT_EQ(text(item["outputs"][0]), folder.path(QStringLiteral("dual_%1.wav").arg(number)));
+        EXPECT_EQ(item["fates"][0]["fate"], "kept");
+        EXPECT_EQ(fingerprintOf(file), before);
+    }
+    EXPECT_EQ(namesIn(folder.path()).size(), 3);
+}
+
+TEST(Clean, TellsAReplacementThatIsRefused) {
+    const TestFolder folder;
+    const QString file = writeStereo(folder, QStringLiteral("takes/dual.wav"), 1);
+    ASSERT_EQ(::link(qPrintable(file), qPrintable(folder.path(QStringLiteral("second.wav")))), 0);
+    const QStringList before = fingerprint(folder.path());
+    const CliRun result = run(QStringLiteral("clean"), {QStringLiteral("--no-suffix"), QStringLiteral("--overwrite"),
+                                                        QStringLiteral("--json"), file});
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_EQ(fingerprint(folder.path()), before);
+    const nlohmann::json json = result.json();
+    EXPECT_EQ(json["items"][0]["status"], "failed");
+    EXPECT_EQ(json["items"][0]["fates"][0]["fate"], "kept");
+    EXPECT_TRUE(json["items"][0]["outputs"].empty());
+    EXPECT_TRUE(text(json["items"][0]["message"]).contains(QStringLiteral("it has 2 hard links")));
+    EXPECT_EQ(json["summary"], (nlohmann::json{{"success", 0}, {"skipped", 0}, {"errors", 1}}));
+}
+
+TEST(Clean, OverwritesItsOwnResultsASecondTime) {
+    const TestFolder folder;
+    const QString dual = writeStereo(folder, QStringLiteral("dual.wav"), 1);
+    const Samples kept{decodedByFfmpeg(dual)[0]};
+    for (int time = 1; time <= 3; ++time) {
+        EXPECT_EQ(run(QStringLiteral("clean"), {QStringLiteral("--overwrite"), folder.path()}).exitStatus, 0);
+        EXPECT_EQ(decodedByFfmpeg(folder.path(QStringLiteral("dual_mono.wav"))), kept);
+        EXPECT_EQ(namesIn(folder.path()).size(), 2);
+    }
+    const QString other = folder.write(QStringLiteral("dual_mono.wav"), waveBytes({.channels = 1}));
+    const QString before = fingerprintOf(other);
+    const CliRun refused = run(QStringLiteral("clean"), {QStringLiteral("--overwrite"), folder.path()});
+    EXPECT_EQ(refused.exitStatus, 1);
+    EXPECT_TRUE(refused.out.contains(QStringLiteral("in the selection and no earlier output of this item")));
+    EXPECT_EQ(fingerprintOf(other), before);
 }
 
 TEST(Clean, OnlyTellsInADryRun) {
@@ -206,6 +276,26 @@ TEST(Clean, OnlyTellsInADryRun) {
     EXPECT_EQ(result.json()["items"][0]["status"], "ready");
     EXPECT_EQ(fingerprint(folder.path()), before);
     EXPECT_FALSE(QFile::exists(folder.path() + QStringLiteral("/out")));
+}
+
+TEST(Clean, TellsCollisionsInADryRun) {
+    const TestFolder folder;
+    writeStereo(folder, QStringLiteral("one/dual.wav"), 1);
+    writeStereo(folder, QStringLiteral("two/dual.wav"), 1);
+    const QStringList arguments{QStringLiteral("--overwrite"), QStringLiteral("--output"),
+                                folder.path() + QStringLiteral("/out"), folder.path()};
+    const QString why = QStringLiteral("Another item of this run already wrote dual_mono.wav");
+    const CliRun told = run(QStringLiteral("clean"), QStringList{QStringLiteral("--dry-run")} + arguments);
+    EXPECT_TRUE(told.out.contains(QStringLiteral("\ndual.wav: %1\n").arg(why))) << told.out.toStdString();
+    const nlohmann::json items =
+        run(QStringLiteral("clean"), QStringList{QStringLiteral("--dry-run"), QStringLiteral("--json")} + arguments)
+            .json()["items"];
+    EXPECT_EQ(text(items[0]["message"]), QStringLiteral("Ready"));
+    EXPECT_EQ(text(items[1]["message"]), why);
+
+    const CliRun done = run(QStringLiteral("clean"), arguments);
+    EXPECT_EQ(done.exitStatus, 1);
+    EXPECT_TRUE(done.out.contains(why));
 }
 
 TEST(Clean, RefusesAnOutputThatIsAFile) {

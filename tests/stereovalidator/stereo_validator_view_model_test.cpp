@@ -10,6 +10,8 @@
 
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace ostrel {
 namespace {
@@ -442,7 +444,8 @@ TEST_F(ValidatorTest, ReplacesItsOwnSourceButNeverAnotherRecordingOfTheRun) {
     newLog();
     controller_.exportScope = ExportScope::selected;
     controller_.cleanAndExport({controller_.analysisResults[0]});
-    EXPECT_TRUE(newLog()[1].contains(QStringLiteral("another recording")));
+    EXPECT_EQ(newLog()[1], QStringLiteral("ERROR PROCESS Failed to convert a.wav: The operation couldn’t be completed. "
+                                          "(a.wav is in the selection and no earlier output of this item)"));
     EXPECT_EQ(testing::fingerprintOf(second), before);
 
     controller_.cleanAndExport({controller_.analysisResults[1]});
@@ -450,16 +453,108 @@ TEST_F(ValidatorTest, ReplacesItsOwnSourceButNeverAnotherRecordingOfTheRun) {
     EXPECT_EQ(filesIn(paths::parent(second)), QStringList{QStringLiteral("a.wav")});
 }
 
+TEST_F(ValidatorTest, KeepsTheOutcomeOfEveryFileThatItTook) {
+    const QString dual = writeDualMono(QStringLiteral("dual.wav"));
+    const QString broken = write(QStringLiteral("broken.wav"), scaled(1, -1));
+    analyze({dual, broken, write(QStringLiteral("stereo.wav"), testing::correlatedTones(0.5, kRate))});
+    folder_.write(QStringLiteral("broken_mono.wav"), "in the way");
+    controller_.cleanAndExport({});
+    const auto& results = controller_.analysisResults;
+    ASSERT_TRUE(results[0].outcome && results[1].outcome);
+    EXPECT_EQ(results[0].outcome->outputs, QStringList{folder_.path(QStringLiteral("dual_mono.wav"))});
+    EXPECT_EQ(results[0].outcome->status, ProcessingStatus::completed());
+    EXPECT_EQ(results[0].outcome->sources, ItemOutcome::allKept({dual}));
+    EXPECT_TRUE(results[1].outcome->failed() && results[1].outcome->outputs.isEmpty());
+    EXPECT_FALSE(results[2].outcome) << "no run took it";
+}
+
+TEST_F(ValidatorTest, OverwritesItsOwnResultsInTheFolderThatItTakes) {
+    writeDualMono(QStringLiteral("a.wav"));
+    const QString left = write(QStringLiteral("b.wav"), scaled(1, 0));
+    controller_.allowOverwrite = true;
+    for (int run = 1; run <= 3; ++run) {
+        analyze({folder_.path()});
+        EXPECT_EQ(controller_.analysisResults.size(), run == 1 ? 2u : 4u);
+        controller_.cleanAndExport({});
+        EXPECT_EQ(lastLine(), QStringLiteral("OK PROCESS Clean & Export complete: 2 successful, 0 errors"));
+        EXPECT_EQ(filesIn(folder_.path()).size(), 4);
+    }
+    // Another recording of that name, in the same folder and in the list as true mono.
+    const QString other = writeMono(QStringLiteral("b_mono.wav"));
+    const QString before = testing::fingerprintOf(other);
+    for (const bool skipsMono : {false, true}) {
+        controller_.skipMonoFiles = skipsMono;
+        analyze({folder_.path()});
+        newLog();
+        controller_.cleanAndExport({});
+        EXPECT_TRUE(newLog().contains(
+            QStringLiteral("ERROR PROCESS Failed to convert b.wav: The operation couldn’t be completed. (b_mono.wav is "
+                           "in the selection and no earlier output of this item)")));
+        EXPECT_EQ(testing::fingerprintOf(other), before);
+    }
+}
+
 TEST_F(ValidatorTest, DoesNotOverwriteAResultOfTheSameRunByANamesake) {
     analyze({writeDualMono(QStringLiteral("day 1/a.wav")), writeDualMono(QStringLiteral("day 2/a.wav"))});
     controller_.allowOverwrite = true;
     controller_.outputFolder = folder_.path(QStringLiteral("out"));
-    QDir().mkpath(controller_.outputFolder.value());
+    for (int run = 1; run <= 2; ++run) { // results of an earlier run may be replaced
+        const auto refusals = controller_.foreseenRefusals({});
+        EXPECT_EQ(refusals, (QHash<QUuid, QString>{
+                                {controller_.analysisResults[1].id,
+                                 QStringLiteral("Another item of this run already wrote a_mono.wav")}}));
+        newLog();
+        controller_.cleanAndExport({});
+        const QStringList lines = newLog();
+        EXPECT_TRUE(lines[2].contains(QStringLiteral("(Another item of this run already wrote a_mono.wav)")));
+        EXPECT_EQ(lines.last(), QStringLiteral("OK PROCESS Clean & Export complete: 1 successful, 1 errors"));
+    }
+}
+
+TEST_F(ValidatorTest, ForeseesWhatStandsInItsWay) {
+    analyze({writeDualMono(QStringLiteral("a.wav")), writeDualMono(QStringLiteral("a_mono.wav")),
+             writeDualMono(QStringLiteral("b.wav"))});
+    folder_.write(QStringLiteral("b_mono.wav"), "in the way");
+    const QUuid first = controller_.analysisResults[0].id;
+    const QUuid third = controller_.analysisResults[2].id;
+    const QString source = QStringLiteral("a_mono.wav would replace a source of this run");
+    EXPECT_EQ(controller_.foreseenRefusals({}),
+              (QHash<QUuid, QString>{{first, source}, {third, QStringLiteral("File already exists: b_mono.wav")}}));
+    controller_.allowOverwrite = true;
+    EXPECT_EQ(controller_.foreseenRefusals({}), (QHash<QUuid, QString>{{first, source}}));
+    controller_.addMonoSuffix = false; // each in its own place
+    EXPECT_TRUE(controller_.foreseenRefusals({}).isEmpty());
+    controller_.allowOverwrite = false; // each beside itself, with a number
+    EXPECT_TRUE(controller_.foreseenRefusals({}).isEmpty());
+}
+
+TEST_F(ValidatorTest, KeepsARecordingThatIsAnotherOneThanWasAnalyzed) {
+    const QString file = writeDualMono(QStringLiteral("a.wav"));
+    analyze({file});
+    write(QStringLiteral("a.wav"), testing::correlatedTones(0.5, kRate));
+    const QString before = testing::fingerprintOf(file);
+    controller_.addMonoSuffix = false;
+    controller_.allowOverwrite = true;
     controller_.cleanAndExport({});
-    EXPECT_EQ(lastLine(), QStringLiteral("OK PROCESS Clean & Export complete: 1 successful, 1 errors"));
-    controller_.cleanAndExport({});
-    EXPECT_EQ(lastLine(), QStringLiteral("OK PROCESS Clean & Export complete: 1 successful, 1 errors"))
-        << "results of an earlier run may be replaced";
+    EXPECT_EQ(testing::fingerprintOf(file), before);
+    EXPECT_EQ(controller_.analysisResults[0].outcome->sources, ItemOutcome::allKept({file}));
+}
+
+TEST_F(ValidatorTest, TellsOfAStepThatAnEarlierRunDidNotEnd) {
+    const QString file = writeDualMono(QStringLiteral("a.wav"));
+    const pid_t child = ::fork(); // a program that is gone
+    if (child == 0) {
+        Journal(QStringLiteral("clean")).begin(JournalOperation::replace, file, file);
+        ::_exit(0);
+    }
+    ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+    newLog();
+    analyze({file});
+    const QString sentence =
+        QStringLiteral("WARN SYSTEM An earlier run began to replace a.wav and did not end: %1 is there").arg(file);
+    EXPECT_TRUE(newLog().contains(sentence));
+    analyze({file});
+    EXPECT_FALSE(newLog().contains(sentence)) << "told once";
 }
 
 TEST_F(ValidatorTest, StopsAnExportBeforeTheNextFile) {
@@ -549,6 +644,10 @@ TEST_F(ValidatorTest, TellsWhenAReportCannotBeSaved) {
     controller_.cleanAndExport({});
     EXPECT_EQ(lastLine(), QStringLiteral("ERROR PROCESS Failed to save CSV report"));
     EXPECT_TRUE(controller_.reportPath().isEmpty());
+    EXPECT_TRUE(controller_.reportFailed());
+    controller_.generateCSV = false;
+    controller_.cleanAndExport({});
+    EXPECT_FALSE(controller_.reportFailed()) << "none was asked for";
 }
 
 TEST(ValidatorReportTest, NamesWhatBecameOfEveryClassification) {

@@ -1,0 +1,257 @@
+#include "stereovalidator/mono_conversion.h"
+
+#include "foundation/audio_proof.h"
+#include "foundation/unexplained_bytes.h"
+#include "platform/audio_file_writer.h"
+#include "platform/child_process.h"
+#include "platform/paths.h"
+#include "platform/replacement.h"
+#include "platform/tool_limits.h"
+#include "wave/wave_layout.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <algorithm>
+#include <cstring>
+
+namespace ostrel {
+namespace {
+
+constexpr int kBlockFrames = 8192;
+constexpr int kLastNumber = 99;
+
+void copyChannel(AudioFile& source, int channel, const QString& path) {
+    AudioFileWriter writer(path, source.sampleRate(), 1);
+    AudioBuffer stereo(2, kBlockFrames);
+    AudioBuffer mono(1, kBlockFrames);
+    while (source.position() < source.lengthInFrames()) {
+        const int frames = source.read(stereo, kBlockFrames);
+        mono.resize(1, frames);
+        std::ranges::copy(stereo.channel(channel), mono.channel(0).begin());
+        writer.write(mono);
+    }
+    writer.close();
+}
+
+bool sameFloats(std::span<const float> a, std::span<const float> b) {
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size_bytes()) == 0;
+}
+
+// Whether the file is what a conversion of either channel gives, to the last sample: then nothing is lost with it.
+bool holdsAChannelOf(AudioFile& source, const QString& path) {
+    try {
+        AudioFile found(path);
+        const qint64 length = source.lengthInFrames();
+        if (found.channelCount() != 1 || found.lengthInFrames() != length) return false;
+        AudioBuffer stereo(2, kBlockFrames);
+        AudioBuffer mono(1, kBlockFrames);
+        bool isLeft = true;
+        bool isRight = true;
+        source.seek(0);
+        while ((isLeft || isRight) && source.position() < length) {
+            source.read(stereo, kBlockFrames);
+            found.read(mono, kBlockFrames);
+            isLeft = isLeft && sameFloats(stereo.channel(0), mono.channel(0));
+            isRight = isRight && sameFloats(stereo.channel(1), mono.channel(0));
+        }
+        source.seek(0);
+        return isLeft || isRight;
+    } catch (const AudioFileError&) {
+        return false;
+    }
+}
+
+// Samples of more bits than the 24 that the results' floats hold.
+bool isWiderThanFloats(const QString& file) {
+    using Kind = SampleReader::Encoding::Kind;
+    try {
+        const auto reader = SampleReader::open(file);
+        const SampleReader::Encoding encoding = reader->encoding();
+        if (encoding.kind == Kind::integers) return encoding.bytes == 4 && !reader->hasOddContainer();
+        return encoding.bytes == 8; // doubles, or what a library decodes: it does not tell
+    } catch (const SampleReaderError&) {
+        return false;
+    }
+}
+
+bool hasBroadcastMetadata(const QString& file) {
+    const auto layout = readWaveLayout(QFile::encodeName(file).toStdString());
+    return layout && std::ranges::any_of(layout->chunks, [](const WaveChunk& chunk) {
+        return chunk.id == "bext" || chunk.id == "iXML";
+    });
+}
+
+} // namespace
+
+MonoConversion::MonoConversion(const MonoRequest& request, const Tools& tools, RunLedger& ledger, Journal& journal)
+    : request_(request), tools_(tools), ledger_(ledger), journal_(journal),
+      stamp_(request.analyzed ? request.analyzed : FileStamp::of(request.file)) {
+    outcome_.sources = ItemOutcome::allKept({request_.file});
+}
+
+ItemOutcome MonoConversion::run() {
+    try {
+        convert();
+    } catch (const AudioFileError& error) {
+        fail(error.errorDescription());
+    } catch (const ProcessingError& error) {
+        fail(error.errorDescription());
+    } catch (const FileError& error) {
+        fail(error.description);
+    }
+    return std::move(outcome_);
+}
+
+void MonoConversion::convert() {
+    AudioFile source(request_.file, tools_.ffmpeg);
+    if (source.channelCount() != 2) throw ProcessingError::notStereo();
+    outcome_.warnings << unexplainedBytesWarnings({request_.file});
+    const MonoTarget target = monoTargetOf(request_);
+    target.kind == MonoTarget::Kind::source ? replaceSource(source) : makeFile(source, target);
+}
+
+void MonoConversion::makeFile(AudioFile& source, const MonoTarget& target) {
+    if (request_.analyzed && FileStamp::of(request_.file) != request_.analyzed) {
+        outcome_.warnings << QStringLiteral("%1 was changed since it was analyzed")
+                                 .arg(paths::lastComponent(request_.file));
+    }
+    outcome_.warnings << ledger_.prepareFolder(request_.outputFolder);
+    const QString path = target.kind == MonoTarget::Kind::numbered ? freeNumber() : target.path;
+    const WritePermission permission = permissionFor(source, path);
+    NewFile file(path);
+    write(source, file.path());
+    check(file, source.lengthInFrames());
+    file.publish(permission.replaces ? NewFile::Over::oldFile : NewFile::Over::nothing);
+    succeed(path);
+}
+
+WritePermission MonoConversion::permissionFor(AudioFile& source, const QString& path) const {
+    const auto isEarlierOutput = [&] { return holdsAChannelOf(source, path); };
+    const auto rule = request_.allowOverwrite ? ExistingOutput::replaced : ExistingOutput::skipped;
+    WritePermission permission = ledger_.mayWrite(path, rule, isEarlierOutput);
+    if (permission.kind == WritePermission::Kind::exists) permission.reason = fileExistsSentence(path);
+    if (!permission.isGranted()) throw ProcessingError::processingFailed(permission.reason);
+    return permission;
+}
+
+QString MonoConversion::freeNumber() const {
+    for (int number = 1; number <= kLastNumber; ++number) {
+        const QString candidate = numberedTarget(request_, number);
+        if (ledger_.mayWrite(candidate, ExistingOutput::refused).isGranted()) return candidate;
+    }
+    // The numbers end at 99; the sentence is meant as it stands.
+    throw ProcessingError::processingFailed(QStringLiteral("Could not find available filename after 100 attempts"));
+}
+
+// Of a file that leaves its source alone: its length, and some blocks of it.
+void MonoConversion::check(const NewFile& file, qint64 frames) {
+    using Kind = ChannelFinding::Kind;
+    const Glance glance = glanceAt({{{request_.file, channel()}, {file.path(), 0}}});
+    const QString name = paths::lastComponent(file.finalPath());
+    const QString difference = QStringLiteral("the samples of %1 are not those of %2")
+                                   .arg(name, paths::lastComponent(request_.file));
+    if (!glance.shortOutputs.isEmpty()) throw ProcessingError::processingFailed(glance.shortOutputs.first());
+    if (glance.has(Kind::unread)) {
+        throw ProcessingError::processingFailed(QStringLiteral("%1 can't be read back").arg(name));
+    }
+    if (glance.findings.empty() && AudioFile(file.path()).lengthInFrames() != frames) { // of a lossy source
+        throw ProcessingError::processingFailed(QStringLiteral("%1 has not got the length of its source").arg(name));
+    }
+    if (glance.has(Kind::unlike) || (glance.has(Kind::different) && !isWiderThanFloats(request_.file))) {
+        throw ProcessingError::processingFailed(difference);
+    }
+    if (glance.has(Kind::different)) outcome_.warnings << difference + QStringLiteral(": they are rounded to 24 bits");
+}
+
+void MonoConversion::replaceSource(AudioFile& source) {
+    const QString recording = QFileInfo(request_.file).canonicalFilePath(); // what a link leads to; the link stays
+    requireReplaceable(recording);
+    if (FileStamp::of(recording) != stamp_) {
+        throw ProcessingError::processingFailed(QStringLiteral("Originals kept: %1 was changed since it was analyzed")
+                                                    .arg(paths::lastComponent(request_.file)));
+    }
+    if (const QString why = unexplainedBytesOf(recording); !why.isEmpty()) {
+        throw ProcessingError::processingFailed(QStringLiteral("Originals kept: ") + why);
+    }
+    outcome_.warnings << ledger_.prepareFolder(paths::parent(recording));
+    NewFile file(recording);
+    write(source, file.path());
+    takePlace(file);
+}
+
+// Of a file for which its source goes: every frame of the channel that stays. That the other one goes is what was asked.
+void MonoConversion::prove(const NewFile& file) const {
+    QString why = AudioProof::of({}, {{{request_.file, channel()}, {file.path(), 0}}}).objection();
+    if (why.isEmpty()) return;
+    why.replace(paths::lastComponent(file.path()), QStringLiteral("the new file"));
+    if (isWiderThanFloats(request_.file)) {
+        why += QStringLiteral(" (which hold more bits than the floats of a mono file)");
+    }
+    throw ProcessingError::processingFailed(QStringLiteral("Originals kept: ") + why);
+}
+
+void MonoConversion::takePlace(NewFile& file) {
+    prove(file);
+    const std::optional<FileStamp> made = FileStamp::of(file.path());
+    const QString detail = request_.useLeftChannel ? QStringLiteral("the left channel stays, the right one goes")
+                                                   : QStringLiteral("the right channel stays, the left one goes");
+    const int step =
+        journal_.begin(JournalOperation::replace, file.finalPath(), file.finalPath(), file.path(), detail);
+    try {
+        replaceRecording(file, *stamp_);
+    } catch (const FileError& error) {
+        journal_.fail(step, error.description);
+        noteWhatStands(file, made);
+        throw;
+    }
+    outcome_.sources = {{request_.file, SourceFate::Kind::replaced, QString()}};
+    if (!journal_.end(step)) {
+        outcome_.warnings << QStringLiteral("The end of a step could not be written into the journal");
+    }
+    succeed(request_.file);
+}
+
+// The step reports a failure from any of its parts: where the source is, only the disk can tell.
+void MonoConversion::noteWhatStands(const NewFile& file, const std::optional<FileStamp>& made) {
+    if (!made || identityOf(file.finalPath()) != made->identity) return; // the name holds what it held
+    outcome_.outputs = QStringList(request_.file);
+    const bool isParked = FileStamp::of(file.path()) == stamp_;
+    outcome_.sources = {isParked ? SourceFate{request_.file, SourceFate::Kind::moved, file.path()}
+                                 : SourceFate{request_.file, SourceFate::Kind::replaced, QString()}};
+}
+
+void MonoConversion::write(AudioFile& source, const QString& path) {
+    copyChannel(source, channel(), path);
+    if (!copyBWFMetadata(path) && hasBroadcastMetadata(request_.file)) {
+        outcome_.warnings << QStringLiteral("%1: its BWF metadata could not be carried over")
+                                 .arg(paths::lastComponent(request_.file));
+    }
+}
+
+// Until one succeeds: releases of the original tool that do not know --copy refuse it without touching a file. Best
+// effort: the audio stands without its metadata.
+bool MonoConversion::copyBWFMetadata(const QString& target) const {
+    const QStringList arguments{QStringLiteral("--copy"), paths::absolute(request_.file), paths::absolute(target)};
+    return std::ranges::any_of(tools_.bwfmetaedit, [&](const QString& tool) {
+        if (!paths::isExecutableFile(tool)) return false;
+        try {
+            return ChildProcess::runSilently(tool, arguments, limitsByFileSize(arguments.mid(1))).succeeded();
+        } catch (const ProcessLaunchError&) {
+            return false;
+        }
+    });
+}
+
+void MonoConversion::succeed(const QString& output) {
+    ledger_.noteWritten(output);
+    outcome_.outputs = QStringList(output);
+    outcome_.status = ProcessingStatus::completed();
+    outcome_.message = QStringLiteral("Converted: ") + paths::lastComponent(request_.file);
+}
+
+void MonoConversion::fail(const QString& why) {
+    outcome_.status = ProcessingStatus::failed(why);
+    outcome_.message = why;
+}
+
+} // namespace ostrel

@@ -1,0 +1,55 @@
+// One recording from its source to its outcome: a channel copied, its metadata completed, compared, and published under
+// its name or put in the place of the source.
+//
+// Blocks; for any thread.
+#pragma once
+
+#include "foundation/item_outcome.h"
+#include "foundation/journal.h"
+#include "foundation/run_ledger.h"
+#include "platform/audio_file.h"
+#include "platform/new_file.h"
+#include "stereovalidator/mono_target.h"
+
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+namespace ostrel {
+
+class MonoConversion {
+public:
+    struct Tools {
+        QString ffmpeg;
+        QStringList bwfmetaedit; // tried in order
+    };
+    MonoConversion(const MonoRequest& request, const Tools& tools, RunLedger& ledger, Journal& journal);
+
+    ItemOutcome run();
+
+private:
+    void convert();
+    void makeFile(AudioFile& source, const MonoTarget& target);
+    WritePermission permissionFor(AudioFile& source, const QString& path) const;
+    QString freeNumber() const;
+    void check(const NewFile& file, qint64 frames);
+    void replaceSource(AudioFile& source);
+    void prove(const NewFile& file) const;
+    void takePlace(NewFile& file);
+    void noteWhatStands(const NewFile& file, const std::optional<FileStamp>& made);
+    void write(AudioFile& source, const QString& path);
+    bool copyBWFMetadata(const QString& target) const;
+    void succeed(const QString& output);
+    void fail(const QString& why);
+
+    int channel() const { return request_.useLeftChannel ? 0 : 1; }
+
+    const MonoRequest request_;
+    const Tools tools_;
+    RunLedger& ledger_;
+    Journal& journal_;
+    std::optional<FileStamp> stamp_; // of the source when it was judged, or else when this began
+    ItemOutcome outcome_;
+};
+
+} // namespace ostrel
