@@ -33,9 +33,9 @@ TEST_P(EveryLayoutAndDepthBack, EveryOutputIsItsChannelBitForBitUpTo24Bits) {
     const MultiChannelSource source = writeSource(folder, layout, spec);
     const QString before = fingerprintOf(source.sourceURL);
     const DeinterleaveResult result = engine().deinterleave(source, {}, QString());
-    ASSERT_TRUE(result.success) << result.message.toStdString();
+    ASSERT_TRUE(result.outcome.succeeded()) << result.outcome.message.toStdString();
     // ffmpeg takes 32-bit samples through floats on this road and keeps their upper 24 bits: the item says so.
-    EXPECT_EQ(result.warnings.isEmpty(), spec.bitDepth < 32) << result.warnings.join(u'\n').toStdString();
+    EXPECT_EQ(result.outcome.warnings.isEmpty(), spec.bitDepth < 32) << result.outcome.warnings.join(u'\n').toStdString();
     const Samples expected = expectedSamples(spec, source.channels);
     const QStringList order = ffmpegLayoutOf(layout).tags;
     for (qsizetype i = 0; i < order.size(); ++i) {
@@ -63,11 +63,11 @@ TEST(DeinterleaveEngine, SevenOneFilmOfAPlainFileIsRemixedByFfmpegAndSaysSo) {
     const TestFolder folder;
     const MultiChannelSource source = writeSource(folder, ChannelLayout::film71, {});
     const DeinterleaveResult result = engine().deinterleave(source, {}, QString());
-    ASSERT_TRUE(result.success) << result.message.toStdString();
-    ASSERT_EQ(result.warnings.size(), 1);
-    EXPECT_TRUE(result.warnings.first().startsWith(
+    ASSERT_TRUE(result.outcome.succeeded()) << result.outcome.message.toStdString();
+    ASSERT_EQ(result.outcome.warnings.size(), 1);
+    EXPECT_TRUE(result.outcome.warnings.first().startsWith(
         QStringLiteral("Take.wav: ffmpeg converted or remixed the channels on the way")))
-        << result.warnings.first().toStdString();
+        << result.outcome.warnings.first().toStdString();
 }
 
 TEST(DeinterleaveEngine, OnlySelectedChannelsAreMade) {
@@ -77,8 +77,8 @@ TEST(DeinterleaveEngine, OnlySelectedChannelsAreMade) {
     ProcessingOptions options;
     options.channelSeparator = ChannelSeparator::underscore;
     const DeinterleaveResult result = engine().deinterleave(source, options, folder.path(QStringLiteral("X")));
-    ASSERT_TRUE(result.success) << result.message.toStdString();
-    EXPECT_EQ(result.message, QStringLiteral("Successfully created: Take_L.wav, Take_R.wav"));
+    ASSERT_TRUE(result.outcome.succeeded()) << result.outcome.message.toStdString();
+    EXPECT_EQ(result.outcome.message, QStringLiteral("Successfully created: Take_L.wav, Take_R.wav"));
     EXPECT_EQ(QDir(folder.path(QStringLiteral("X/De-interleaved"))).entryList(QDir::Files).join(u' '),
               QStringLiteral("Take_L.wav Take_R.wav"));
 }
@@ -89,7 +89,7 @@ TEST(DeinterleaveEngine, EveryOutputGetsTheSourcesChunks) {
     spec.after = {{"SMED", "odd"}, {"iXML", "<x/>"}};
     const MultiChannelSource source = writeSource(folder, ChannelLayout::stereo, spec);
     const DeinterleaveResult result = engine().deinterleave(source, {}, QString());
-    EXPECT_EQ(result.message, QStringLiteral("Successfully created: Take.L.wav, Take.R.wav (with SMED preservation)"));
+    EXPECT_EQ(result.outcome.message, QStringLiteral("Successfully created: Take.L.wav, Take.R.wav (with SMED preservation)"));
     for (const QString& output : result.outputURLs) {
         EXPECT_EQ(chunkOf(readAll(output), "SMED"), "odd");
         EXPECT_EQ(chunkOf(readAll(output), "iXML"), "<x/>");
@@ -113,15 +113,15 @@ TEST(DeinterleaveEngine, ExistingOutputs) {
     const MultiChannelSource source = writeSource(folder, ChannelLayout::stereo, {});
     const QString right = folder.write(QStringLiteral("De-interleaved/Take.R.wav"), "precious");
     ProcessingOptions options;
-    EXPECT_EQ(engine().deinterleave(source, options, QString()).message,
+    EXPECT_EQ(engine().deinterleave(source, options, QString()).outcome.message,
               QStringLiteral("Skipped (outputs exist): Take.R.wav"));
     options.skipIfExists = false;
     EXPECT_EQ(
-        engine().deinterleave(source, options, QString()).message,
+        engine().deinterleave(source, options, QString()).outcome.message,
         QStringLiteral("Output already exists: Take.R.wav. Enable 'Skip if output exists' or 'Overwrite existing'."));
     EXPECT_EQ(readAll(right), "precious");
     options.overwriteExisting = true;
-    EXPECT_TRUE(engine().deinterleave(source, options, QString()).success);
+    EXPECT_TRUE(engine().deinterleave(source, options, QString()).outcome.succeeded());
     EXPECT_EQ(decodedByFfmpeg(right)[0], expectedSamples({}, 2)[1]);
 }
 
@@ -132,7 +132,7 @@ TEST(DeinterleaveEngine, PreserveFormatNamesAiffAndWritesWav) {
     ProcessingOptions options;
     options.outputFormatPolicy = OutputFormatPolicy::preserveFormat;
     const DeinterleaveResult result = engine().deinterleave(source, options, QString());
-    ASSERT_TRUE(result.success) << result.message.toStdString();
+    ASSERT_TRUE(result.outcome.succeeded()) << result.outcome.message.toStdString();
     const QString left = result.outputURLs.value(QStringLiteral("L"));
     EXPECT_TRUE(left.endsWith(QStringLiteral("Take.L.aiff")));
     EXPECT_TRUE(readAll(left).startsWith("RIFF"));
@@ -143,9 +143,10 @@ TEST(DeinterleaveEngine, AFailedRunLeavesNothingBehind) {
     MultiChannelSource source = writeSource(folder, ChannelLayout::stereo, {});
     folder.write(QStringLiteral("Take.wav"), "no audio at all, whatever the name says");
     const DeinterleaveResult result = engine().deinterleave(source, {}, QString());
-    EXPECT_FALSE(result.success);
-    EXPECT_TRUE(result.message.startsWith(QStringLiteral("ffmpeg error: "))) << result.message.toStdString();
-    EXPECT_TRUE(QDir(folder.path(QStringLiteral("De-interleaved"))).isEmpty());
+    EXPECT_FALSE(result.outcome.succeeded());
+    EXPECT_TRUE(result.outcome.message.startsWith(QStringLiteral("ffmpeg error: "))) << result.outcome.message.toStdString();
+    const QString outputs = folder.path(QStringLiteral("De-interleaved"));
+    EXPECT_TRUE(QDir(outputs).entryList(QDir::Files | QDir::Hidden).isEmpty());
 }
 
 TEST(DeinterleaveEngine, AMissingFfmpegThrows) {
@@ -165,7 +166,7 @@ TEST(DeinterleaveEngine, LooksAtItsOutputsWithFfprobeAfterwards) {
     const QString fake = folder.writeScript(
         QStringLiteral("ffprobe"),
         QStringLiteral("for l; do :; done; echo \"$*\" >> \"$(dirname \"$0\")/probes\"; echo 48000,1,24"));
-    ASSERT_TRUE(DeinterleaveEngine(tool("ffmpeg"), fake).deinterleave(source, {}, QString()).success);
+    ASSERT_TRUE(DeinterleaveEngine(tool("ffmpeg"), fake).deinterleave(source, {}, QString()).outcome.succeeded());
     backgroundPool().waitForDone();
     const QList<QByteArray> probes = readAll(folder.path(QStringLiteral("probes"))).trimmed().split('\n');
     ASSERT_EQ(probes.size(), 2);

@@ -5,10 +5,13 @@
 #include "foundation/interleave_group.h"
 #include "interleaver/app_view_model.h"
 #include "platform/desktop_services.h"
+#include "platform/new_file.h"
+#include "platform/paths.h"
 #include "support/test_folder.h"
 #include "support/wave_file.h"
 
 #include <QStandardPaths>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 
@@ -62,9 +65,16 @@ public:
     void applyAppearance(Appearance appearance) override { appearances.push_back(appearance); }
 };
 
+// A copy of ffmpeg that goes on with `afterwards` when it has done its work. There "$out" is the last file that it wrote.
+inline QString ffmpegAnd(const TestFolder& folder, const QString& afterwards,
+                         const QString& relative = QStringLiteral("tools/bin/ffmpeg")) {
+    return folder.writeScript(relative, QStringLiteral("%1 \"$@\" || exit\nfor out; do :; done\n%2\nexit 0")
+                                            .arg(tool("ffmpeg"), afterwards));
+}
+
 // A bwfmetaedit that writes its arguments, one a line and an empty line behind each call, into "calls" beside it. It
-// exports a CORE CSV that names its source, with a Description over two lines; fails on request by a file
-// "fail-{option}".
+// exports a CORE CSV that names its source; with a Description over two lines if "two-lines" stands beside it, whose second
+// line differs from file to file with "second-lines"; fails on request by a file "fail-{option}".
 inline QString fakeBwfmetaedit(const TestFolder& folder,
                                const QString& relative = QStringLiteral("tools/bin/bwfmetaedit")) {
     return folder.writeScript(relative, QStringLiteral(R"(
@@ -79,6 +89,7 @@ case "$1" in
   --out-core=*) [ ! -e "$here/fail-export" ] || { echo "no export" >&2; exit 1; }
                 f=${1#--out-core=}
                 if [ -e "$here/no-bext" ]; then printf 'FileName,Description,Originator,OriginatorReference\n%s,,,\n' "$last" > "$f"
+                elif [ -e "$here/second-lines" ]; then printf 'FileName,Description,Originator,OriginatorReference\n"%s","two\n%s",Me,Ref1\n' "$last" "$last" > "$f"
                 elif [ ! -e "$here/two-lines" ]; then printf 'FileName,Description,Originator,OriginatorReference\n%s,One line,Me,Ref1\n' "$last" > "$f"
                 else printf 'FileName,Description,Originator,OriginatorReference\n"%s","two\nlines",Me,Ref1\n' "$last" > "$f"; fi ;;
   --out-core-xml=-) [ ! -e "$here/fail-export" ] || exit 1
@@ -92,6 +103,14 @@ inline QStringList callsOf(const QString& fakeTool) {
     const QString calls = QString(fakeTool).replace(QStringLiteral("bwfmetaedit"), QStringLiteral("calls"));
     return QFile::exists(calls) ? QString::fromUtf8(readAll(calls)).split(QStringLiteral("\n\n"), Qt::SkipEmptyParts)
                                 : QStringList();
+}
+
+// What a tool is given to write on the way to `output`: a hidden file beside it with the same extension, gone by now.
+inline void expectPrivateTwin(const QString& path, const QString& output) {
+    EXPECT_EQ(paths::parent(path), paths::parent(output));
+    EXPECT_TRUE(isPrivateName(paths::lastComponent(path))) << path.toStdString();
+    EXPECT_EQ(paths::extension(path), paths::extension(output));
+    EXPECT_FALSE(QFile::exists(path)) << path.toStdString();
 }
 
 // A detector over a resource folder of fakes; real tools are found on the PATH beside them.

@@ -2,7 +2,6 @@
 
 #include "interleaver/fixtures.h"
 #include "interleaver/library_safety.h"
-#include "interleaver/lr_cleanup_engine.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 
@@ -266,36 +265,6 @@ TEST(LRScanSummary, CountsByStatus) {
         EXPECT_EQ(count, 1);
     }
     EXPECT_EQ(summary.total, 9);
-}
-
-TEST(LRCleanup, MovesIntoOriginalsWithTheLibrarysFolders) {
-    const TestFolder folder;
-    const QString left = folder.write(QStringLiteral("Lib/Sub/a.L.wav"), "left");
-    const QString right = folder.write(QStringLiteral("Lib/Sub/a.R.wav"), "right");
-    LRCleanupEngine::moveToBackupFolder(left, right, folder.path(QStringLiteral("Lib")));
-    EXPECT_EQ(readAll(folder.path(QStringLiteral("Lib/Originals/Sub/a.L.wav"))), "left");
-    EXPECT_EQ(readAll(folder.path(QStringLiteral("Lib/Originals/Sub/a.R.wav"))), "right");
-    EXPECT_FALSE(QFile::exists(left));
-    EXPECT_FALSE(QFile::exists(right));
-}
-
-TEST(LRCleanup, AnExistingDestinationFailsAndBothFilesStay) {
-    const TestFolder folder;
-    const QString left = folder.write(QStringLiteral("a.L.wav"), "left");
-    const QString right = folder.write(QStringLiteral("a.R.wav"), "right");
-    folder.write(QStringLiteral("Originals/a.R.wav"), "older");
-    EXPECT_THROW(LRCleanupEngine::moveToBackupFolder(left, right, folder.path()), FileError);
-    EXPECT_EQ(readAll(folder.path(QStringLiteral("Originals/a.L.wav"))),
-              "left"); // moved before the failure: stays moved
-    EXPECT_EQ(readAll(right), "right");
-    EXPECT_EQ(readAll(folder.path(QStringLiteral("Originals/a.R.wav"))), "older");
-}
-
-TEST(LRCleanup, DeletingAFileThatIsGoneIsNoError) {
-    const TestFolder folder;
-    const QString right = folder.write(QStringLiteral("a.R.wav"), "right");
-    LRCleanupEngine::deleteFiles(folder.path(QStringLiteral("a.L.wav")), right);
-    EXPECT_FALSE(QFile::exists(right));
 }
 
 } // namespace

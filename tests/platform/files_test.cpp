@@ -1,4 +1,4 @@
-#include "platform/files.h"
+#include "platform/files_fixture.h"
 
 #include "platform/paths.h"
 #include "platform/regular_expression.h"
@@ -15,40 +15,13 @@
 namespace ostrel {
 namespace {
 
+using testing::errorOf;
 using testing::fingerprint;
+using testing::OtherFileSystem;
 using testing::readAll;
 using testing::TestFolder;
 
-// The sentence of the error that `action` throws.
-QString errorOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const FileError& error) {
-        return error.description;
-    }
-    return QStringLiteral("no error");
-}
-
 qint64 modified(const QString& path) { return QFileInfo(path).lastModified().toMSecsSinceEpoch(); }
-
-// A folder on another file system than the temporary one; invalid where there is none.
-class OtherFileSystem {
-public:
-    OtherFileSystem() : directory_(QStringLiteral("/dev/shm/ostrel-test-XXXXXX")) {}
-    bool isOther(const TestFolder& folder) const {
-        struct stat here;
-        struct stat there;
-        return directory_.isValid() && ::stat(QFile::encodeName(folder.path()).constData(), &here) == 0 &&
-               ::stat(QFile::encodeName(directory_.path()).constData(), &there) == 0 && here.st_dev != there.st_dev;
-    }
-    QString path(const QString& name) const { return directory_.filePath(name); }
-    QStringList entries() const {
-        return QDir(directory_.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-    }
-
-private:
-    QTemporaryDir directory_;
-};
 
 TEST(Files, MoveKeepsContentsAndTime) {
     const TestFolder folder;

@@ -57,4 +57,18 @@ QString writeSound(const QString& path, int channels, qint64 frames, const Signa
     return path;
 }
 
+QString writeLossy(const QString& path, qint64 frames) {
+    SF_INFO info{};
+    info.samplerate = 48000;
+    info.channels = 1;
+    info.format = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
+    SNDFILE* file = sf_format_check(&info) ? sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &info) : nullptr;
+    if (!file) return QString();
+    std::vector<float> samples;
+    for (qint64 frame = 0; frame < frames; ++frame) samples.push_back(markedSample(0, frame));
+    EXPECT_EQ(sf_writef_float(file, samples.data(), frames), frames);
+    EXPECT_EQ(sf_close(file), 0);
+    return path;
+}
+
 } // namespace ostrel::testing

@@ -20,4 +20,7 @@ enum class SampleFormat { pcm16, pcm24, float32 };
 QString writeSound(const QString& path, int channels, qint64 frames, const Signal& signal = markedSample,
                    int sampleRate = 48000, SampleFormat format = SampleFormat::pcm24);
 
+// A mono file of a codec that keeps no samples (Ogg Vorbis), by libsndfile alone. Empty where it has no such encoder.
+QString writeLossy(const QString& path, qint64 frames);
+
 } // namespace ostrel::testing

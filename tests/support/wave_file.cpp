@@ -19,8 +19,10 @@ std::int32_t sampleAt(const WaveSpec& spec, int channel, int frame) {
     return spec.signal ? spec.signal(channel, frame) : noise(spec.firstSignal + channel, frame, spec.bitDepth);
 }
 
+int sampleBytes(const WaveSpec& spec) { return spec.sampleBytes ? spec.sampleBytes : spec.bitDepth / 8; }
+
 QByteArray formatPayload(const WaveSpec& spec) {
-    const int align = spec.channels * spec.bitDepth / 8;
+    const int align = spec.channels * sampleBytes(spec);
     return littleEndian<quint16>(1) + littleEndian(static_cast<quint16>(spec.channels)) +
            littleEndian(static_cast<quint32>(spec.sampleRate)) +
            littleEndian(static_cast<quint32>(spec.sampleRate * align)) + littleEndian(static_cast<quint16>(align)) +
@@ -29,11 +31,13 @@ QByteArray formatPayload(const WaveSpec& spec) {
 
 QByteArray audioPayload(const WaveSpec& spec) {
     QByteArray audio;
-    const int bytes = spec.bitDepth / 8;
+    const int bytes = sampleBytes(spec);
+    const int shift = 8 * bytes - spec.bitDepth;
     audio.reserve(static_cast<qsizetype>(spec.frames) * spec.channels * bytes);
     for (int frame = 0; frame < spec.frames; ++frame) {
         for (int channel = 0; channel < spec.channels; ++channel) {
-            audio += littleEndian(sampleAt(spec, channel, frame)).left(bytes);
+            const auto sample = static_cast<quint32>(sampleAt(spec, channel, frame));
+            audio += littleEndian(sample << shift).left(bytes);
         }
     }
     return audio;
@@ -76,6 +80,15 @@ QByteArray waveBytes(const WaveSpec& spec) {
     body += chunkBytes("data", audioPayload(spec));
     for (const auto& [id, payload] : spec.after) body += chunkBytes(id, payload);
     return "RIFF" + littleEndian(static_cast<quint32>(body.size())) + body;
+}
+
+QByteArray withDataSize(QByteArray file, quint32 size) {
+    for (qsizetype at = 12; at + 8 <= file.size();) {
+        const auto here = qFromLittleEndian<quint32>(file.constData() + at + 4);
+        if (file.mid(at, 4) == "data") return file.replace(at + 4, 4, littleEndian(size));
+        at += 8 + static_cast<qsizetype>(here) + (here & 1);
+    }
+    return file;
 }
 
 QByteArray bextPayload(const BextSpec& spec) {

@@ -18,6 +18,7 @@ struct WaveSpec {
     int sampleRate = 48000; // Hz
     int bitDepth = 24;      // 16, 24 or 32, integer PCM
     int frames = 4800;
+    int sampleBytes = 0; // that one sample takes, in whose upper bits it stands; 0: as many as its bits need
     // Chunks ahead of and behind `data`, as (four characters, payload); pads are added.
     std::vector<std::pair<QByteArray, QByteArray>> before;
     std::vector<std::pair<QByteArray, QByteArray>> after;
@@ -32,6 +33,8 @@ std::int32_t noise(int channel, int frame, int bitDepth);
 
 Samples samplesOf(const WaveSpec& spec);
 QByteArray waveBytes(const WaveSpec& spec);
+// The same file by a writer that never came back to its header, or came back too early: this is its `data` size.
+QByteArray withDataSize(QByteArray file, quint32 size);
 QByteArray chunkBytes(const QByteArray& id, const QByteArray& payload);
 QByteArray littleEndian32(quint32 value);
 QByteArray littleEndian16(quint16 value);
