@@ -5,108 +5,15 @@ import os
 import sys
 
 from cases import case, main
-from takes import FILM, dual_mono, isos, mono_set, pair, poly
-from world import files
+from jobs import ALL, NAMED
+from ledger import files
+from takes import pair
 
 CLONE_NEWNS, MS_REC, MS_PRIVATE = 0x20000, 0x4000, 1 << 18
 
 
-class SplitJob:
-    name = "split"
-
-    def make(self, world):
-        self.channels = poly(world, "p.wav", ["One", "Two", "Three"])
-        return ["split", "--folders", "flat", "--json", world.path("p.wav")]
-
-    def finished(self, world, run):
-        for name, channel in zip(("One", "Two", "Three"), self.channels):
-            world.expect_sounds(world.path(f"p_{name}.wav"), [channel], run)
-
-
-class JoinJob:
-    name = "join"
-
-    def make(self, world):
-        self.channels = isos(world, ("One", "Two", "Three"))
-        return ["join", "--json", world.tree]
-
-    def finished(self, world, run):
-        world.expect_sounds(world.path("14A-T1_poly.wav"), self.channels, run)
-
-
-class InterleaveJob:
-    name = "interleave"
-
-    def make(self, world):
-        self.channels = mono_set(world, FILM)
-        self.second = mono_set(world, FILM, base="B")
-        return ["interleave", "--layout", "5.1-film", "--originals", "delete", "--json", world.tree]
-
-    def finished(self, world, run):
-        world.expect_sounds(world.path("Interleaved", "A.wav"), self.channels, run)
-        world.expect_sounds(world.path("Interleaved", "B.wav"), self.second, run)
-
-
-class CleanUpJob:
-    name = "interleave with clean-up"
-
-    def make(self, world):
-        self.channels = pair(world)
-        return ["interleave", "--lr-cleanup", "hardDelete", "--json", world.tree]
-
-    def finished(self, world, run):
-        world.expect_sounds(world.path("Interleaved", "A.wav"), self.channels, run)
-
-
-class DeinterleaveJob:
-    name = "deinterleave"
-
-    def make(self, world):
-        self.channels = poly(world, "p.wav", ["L", "R"])
-        return ["deinterleave", "--originals", "delete", "--json", world.path("p.wav")]
-
-    def finished(self, world, run):
-        for tag, channel in zip("LR", self.channels):
-            world.expect_sounds(world.path("De-interleaved", f"p.{tag}.wav"), [channel], run)
-
-
-class EditJob:
-    name = "edit"
-
-    def make(self, world):
-        self.channels = poly(world, "p.wav", ["One", "Two", "Three"])
-        return ["edit", "--remove", "2", "--json", world.path("p.wav")]
-
-    def finished(self, world, run):
-        world.expect_sounds(world.path("p_2ch.wav"), [self.channels[0], self.channels[2]], run)
-
-
-class CleanJob:
-    name = "clean"
-
-    def make(self, world):
-        self.channels = {name: dual_mono(world, f"{name}.wav") for name in "ab"}
-        return ["clean", "--json", world.tree]
-
-    def finished(self, world, run):
-        for name, channel in self.channels.items():
-            world.expect_sounds(world.path(f"{name}_mono.wav"), [channel], run)
-
-
-class CleanInPlaceJob(CleanJob):
-    name = "clean in place"
-
-    def make(self, world):
-        return ["clean", "--no-suffix", "--overwrite", *super().make(world)[1:]]
-
-    def finished(self, world, run):
-        for name, channel in self.channels.items():
-            world.expect_sounds(world.path(f"{name}.wav"), [channel], run)
-
-
-JOBS = (SplitJob(), JoinJob(), InterleaveJob(), CleanUpJob(), DeinterleaveJob(), EditJob(), CleanJob(), CleanInPlaceJob())
-# Shares of what the outputs take: nothing at all, within the first, at an edge, and all but the end of the last.
-ROOM = (0.0, 0.3, 0.52, 0.97)
+# Shares of what the outputs take: within the first of them, and all but the end of the last.
+ROOM = (0.3, 0.97)
 
 
 def output_bytes(world, job):
@@ -118,39 +25,35 @@ def output_bytes(world, job):
     return size or sum(before.values()) // 2
 
 
-def expect_refusal_then_success(world, job, words, full, make_room):
-    """`full`: the run on the full disk, done already."""
-    ledger, arguments, run = full
-    faults = len(world.faults)
-    replaced = ["a.wav", "b.wav"] if isinstance(job, CleanInPlaceJob) else []
+def expect_refusal_then_success(world, job, ledger, arguments):
+    """After the run on the full disk: what it left, and what the next makes."""
+    run = world.last
     world.expect(run.status == 1, f"exit status {run.status}, not 1", run)
     world.expect_claims(run)
-    world.expect_nothing_lost(ledger, replaced, run=run)
+    world.expect_nothing_lost(ledger, job.replaced, run=run)
     world.expect_no_strangers(ledger, run=run)
     world.expect_no_leftovers(run, own=True)
-    make_room()
     rerun = world.run(*arguments, status=0)
     world.expect_claims(rerun)
-    world.expect_nothing_lost(ledger, replaced, run=rerun)
+    world.expect_nothing_lost(ledger, job.replaced, run=rerun)
     world.expect_no_strangers(ledger, run=rerun)
     job.finished(world, rerun)
     world.expect_no_leftovers(rerun, own=True)
-    if len(world.faults) > faults:
-        world.faults[faults] = f"{words}: " + world.faults[faults]
 
 
 def every_job(world):
-    for job in JOBS:
+    for job in ALL:
         world.empty()
+        world.about = job.name
         size = output_bytes(world, job)
         for room in ROOM:
             world.empty()
             arguments = job.make(world)
             ledger = world.ledger()
             run = world.run(*arguments, rules=[{"call": "write,copy", "path": "/recordings", "quota": int(size * room)}])
+            world.about = f"{job.name}, room for {room:.0%}"
             if run.strokes:
-                expect_refusal_then_success(world, job, f"{job.name}, room for {room:.0%}", (ledger, arguments, run),
-                                            lambda: None)
+                expect_refusal_then_success(world, job, ledger, arguments)
 
 
 @case
@@ -180,7 +83,7 @@ def a_real_file_system_that_is_full(world):
     ballast = os.path.join(world.root, "world", "recordings", ".ballast")
     libc = ctypes.CDLL(None, use_errno=True)
     try:
-        for job in JOBS:
+        for job in ALL:
             for name in os.listdir(world.tree):
                 remove(os.path.join(world.tree, name))
             arguments = job.make(world)
@@ -188,9 +91,10 @@ def a_real_file_system_that_is_full(world):
             with open(ballast, "wb") as file:
                 left = os.statvfs(world.tree)
                 file.write(bytes(left.f_bavail * left.f_frsize - (44 << 10)))
-            run = world.run(*arguments)
+            world.about = job.name
+            world.run(*arguments)
             os.unlink(ballast)
-            expect_refusal_then_success(world, job, f"{job.name} on a full file system", (ledger, arguments, run), lambda: None)
+            expect_refusal_then_success(world, job, ledger, arguments)
     finally:
         libc.umount2(world.tree.encode(), 2)
 
@@ -218,7 +122,7 @@ def the_journal_on_a_full_disk(world):
             world.expect(run.strokes, "the shim never struck", run)
             world.expect_untouched(ledger, run=run)
             world.expect_claims(run)
-        for job in (CleanInPlaceJob(),):
+        for job in (NAMED["clean in place"], NAMED["edit in place"]):
             world.empty()
             arguments = job.make(world)
             ledger = world.ledger()

@@ -8,11 +8,11 @@ import random
 import sys
 
 from cases import case, main
-from kill_jobs import JOBS
+from jobs import NAMED
 from world import is_running, wait_for
 
 KILLS = 60
-job = JOBS[sys.argv.pop(3)]
+job = NAMED[sys.argv.pop(3)]
 # What counts as a step of the run: whatever changes a recording's folder or the journal. "/world/" is in the path of both.
 STEP = {"call": "mutate", "path": "/world/"}
 
@@ -48,13 +48,12 @@ def wait_for_orphans(world):
     wait_for(lambda: not any(is_running(process) for process in world.processes), 60)
 
 
-def one_kill(world, rule, words):
+def one_kill(world, rule):
     world.empty()
     arguments = job.make(world)
     ledger = world.ledger()
     killed = world.run(*arguments, rules=[rule])
-    faults = len(world.faults)
-    world.expect(killed.strokes, f"{words}: the shim never struck", killed)
+    world.expect(killed.strokes, "the shim never struck", killed)
     world.expect_nothing_lost(ledger, job.replaced, run=killed)
     world.expect_no_strangers(ledger, run=killed)
     job.between(world, killed)
@@ -69,9 +68,6 @@ def one_kill(world, rule, words):
         rerun = world.run(*arguments, status=0)
     job.finished(world, rerun)
     world.expect_no_leftovers(rerun, own=True)
-    if len(world.faults) > faults:
-        world.faults[faults] = f"killed: {words}: " + world.faults[faults]
-        world.faults[faults + 1:] = ["    and " + fault.splitlines()[0] for fault in world.faults[faults + 1:]]
 
 
 @case
@@ -83,10 +79,11 @@ def killed_at_any_moment(world):
     bad = 0
     for rule, words in moments(steps, ffmpeg_steps):
         before = len(world.faults)
-        one_kill(world, rule, words)
+        world.about = "killed " + words
+        one_kill(world, rule)
         bad += len(world.faults) > before
     if bad:
-        world.faults.append(f"{bad} of {KILLS} kills break a promise")
+        world.faults.insert(0, f"{bad} of {KILLS} kills break a promise")
 
 
 sys.exit(main())

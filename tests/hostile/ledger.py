@@ -5,7 +5,8 @@ import os
 
 from recordings import BadRecording, Recording
 
-AUDIO = (".wav", ".wave", ".aif", ".aiff", ".flac", ".mp3", ".caf", ".ogg", ".m4a")
+WAVE = (".wav", ".wave", ".rf64")
+AUDIO = (*WAVE, ".aif", ".aiff", ".flac", ".mp3", ".caf", ".ogg", ".m4a")
 
 
 def digest(path):
@@ -27,6 +28,10 @@ def files(tree, hidden=False):
 def leftovers(tree):
     """Files under private names, of this version or an earlier one, and lists or temporary folders beside recordings."""
     return [name for name in files(tree, hidden=True) if any(part.startswith(".") for part in name.split(os.sep))]
+
+
+def is_wave(name):
+    return name.lower().endswith(WAVE)
 
 
 def is_audio(name):
@@ -63,7 +68,7 @@ class Ledger:
                 for sound in self.sounds.get(self._name_of(own)) or []:
                     sounds.setdefault(sound, []).append(name)
                 continue
-            if not name.lower().endswith((".wav", ".wave")):
+            if not is_wave(name):
                 if os.path.getsize(path) == 0:
                     stumps.append(f"{name}: 0 bytes")
                 continue
@@ -99,7 +104,7 @@ class Ledger:
         fresh = set()
         for name in files(self.tree):
             path = os.path.join(self.tree, name)
-            if name.lower().endswith((".wav", ".wave")) and not os.path.islink(path) and digest(path) not in self.digests.values():
+            if is_wave(name) and not os.path.islink(path) and digest(path) not in self.digests.values():
                 with contextlib.suppress(BadRecording):
                     fresh.update(Recording(path).fingerprints())
         return [name for name in self.changed(self.sounds) if not set(self.sounds[name] or ["unknown"]) <= fresh]
@@ -119,7 +124,7 @@ class Ledger:
         found = []
         for name in files(self.tree):
             path = os.path.join(self.tree, name)
-            if os.path.islink(path) or not name.lower().endswith((".wav", ".wave")) or digest(path) in self.digests.values():
+            if os.path.islink(path) or not is_wave(name) or digest(path) in self.digests.values():
                 continue
             try:
                 recording = Recording(path)

@@ -150,7 +150,7 @@ class Recording:
     """What stands in a file: `channels`, `rate`, `chunks` (name -> payload, without the audio). Throws `BadRecording` for
     what is no whole recording: a header that claims more or less than there is, no audio, half a frame."""
 
-    def __init__(self, path, lying=False):
+    def __init__(self, path):
         with open(path, "rb") as file:
             self.bytes = file.read()
         self.chunks, self.kind, data = {}, None, None
@@ -163,9 +163,7 @@ class Recording:
             name, size = struct.unpack_from("<4sI", self.bytes, position)
             size = told64.get(name, size) if size == 0xFFFFFFFF else size
             if position + 8 + size > len(self.bytes):
-                if not (lying and name == b"data"):
-                    raise BadRecording(f"chunk {name!r} claims {size} bytes, {len(self.bytes) - position - 8} are there")
-                size = len(self.bytes) - position - 8
+                raise BadRecording(f"chunk {name!r} claims {size} bytes, {len(self.bytes) - position - 8} are there")
             payload = memoryview(self.bytes)[position + 8 : position + 8 + size]
             if name == b"ds64":
                 told64 = {b"RIFF": struct.unpack_from("<Q", payload)[0], b"data": struct.unpack_from("<Q", payload, 8)[0]}
@@ -176,8 +174,7 @@ class Recording:
             else:
                 self.chunks[name] = bytes(payload)
             position += 8 + size + (size & 1)
-        if not lying:
-            self._check_size(told64)
+        self._check_size(told64)
         if self.kind is None or data is None:
             raise BadRecording("no audio in it" if self.kind else "no format in it")
         if len(data) == 0 or len(data) % self.align:

@@ -27,7 +27,7 @@ def at_once(world, arguments, apart, drawn):
 
 
 def expect_round(world, ledger, runs, words):
-    faults = len(world.faults)
+    world.about = words
     for run in runs:
         # 2 or 4: what was named had gone already.
         world.expect(run.status in (0, 1, 2, 4), f"exit status {run.status}", run)
@@ -36,8 +36,6 @@ def expect_round(world, ledger, runs, words):
                 world.expect_sound_file(output, run)
     world.expect_nothing_lost(ledger)
     world.expect_no_strangers(ledger)
-    if len(world.faults) > faults:
-        world.faults[faults] = f"{words}: " + world.faults[faults]
 
 
 @case

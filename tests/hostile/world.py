@@ -4,13 +4,12 @@ import json
 import os
 import re
 import shutil
-import signal
 import struct
 import subprocess
 import tempfile
 import time
 
-from ledger import Ledger, digest, files, is_audio, leftovers
+from ledger import Ledger, digest, files, is_wave, leftovers
 from recordings import BadRecording, Recording
 
 SHARED_BYTES = 65536
@@ -60,6 +59,7 @@ class World:
         for folder in (self.tree, self.state, *(os.path.join(self.root, name) for name in ("home", "tmp", "bin"))):
             os.makedirs(folder, exist_ok=True)
         self.faults, self.last, self.counter, self.search, self.processes = [], None, 0, None, []
+        self.about = ""  # what a case is at, for its faults
 
     def close(self):
         shutil.rmtree(self.root, ignore_errors=True)
@@ -76,9 +76,10 @@ class World:
     # ---- what was found
 
     def expect(self, holds, told, run=None):
-        """Goes on after a fault: one run breaks several promises as often as not."""
+        """Goes on after a fault: one run breaks several promises as often as not. Gives whether it holds."""
         if not holds:
             run = run or self.last
+            told = f"{self.about}: {told}" if self.about else told
             report = f"{told}\n{run}" if run else told
             if not any(fault.startswith(told + "\n") for fault in self.faults):
                 self.faults.append(report)
@@ -192,7 +193,7 @@ class World:
     def expect_sound_file(self, output, run=None):
         """A file that a run claims is there, and whole."""
         name = os.path.basename(output)
-        if self.expect(os.path.isfile(output), f"output {name} is claimed and isn't there", run) and name.lower().endswith(".wav"):
+        if self.expect(os.path.isfile(output), f"output {name} is claimed and isn't there", run) and is_wave(name):
             try:
                 Recording(output)
             except BadRecording as problem:
@@ -292,6 +293,3 @@ def is_running(process_id):
             return file.read().rsplit(")", 1)[1].split()[0] not in ("Z", "X")
     except (FileNotFoundError, ProcessLookupError):
         return False
-
-
-__all__ = ["World", "Run", "Ledger", "wait_for", "is_running", "digest", "files", "is_audio", "signal"]
