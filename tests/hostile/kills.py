@@ -4,6 +4,7 @@ folder is checked once more. KILLS of them a job, drawn from a fixed seed and sp
 
 kills.py PROGRAM SHIM JOB
 """
+import os
 import random
 import sys
 
@@ -11,7 +12,7 @@ from cases import case, main
 from jobs import NAMED
 from world import is_running, wait_for
 
-KILLS = 60
+KILLS = int(os.environ.get("HOSTILE_ROUNDS", 60))
 job = NAMED[sys.argv.pop(3)]
 # What counts as a step of the run: whatever changes a recording's folder or the journal. "/world/" is in the path of both.
 STEP = {"call": "mutate", "path": "/world/"}

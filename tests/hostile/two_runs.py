@@ -1,5 +1,6 @@
 """Two runs over one folder at once, both told to delete the sources of each merge: whatever one of them does to the other, no
 take vanishes. ROUNDS of them, some with an ffmpeg that takes its time ahead of the work or behind it."""
+import os
 import random
 import sys
 import time
@@ -7,7 +8,7 @@ import time
 from cases import case, main
 from takes import isos, pair, poly
 
-ROUNDS = 40
+ROUNDS = int(os.environ.get("HOSTILE_ROUNDS", 40))
 SLOW = {
     "": '',
     "slow to begin": 'case "$*" in *filter_complex*) sleep 0.15;; esac; exec "$real" "$@"',
