@@ -265,15 +265,16 @@ class World:
         return files(os.path.join(self.tree, folder))
 
     def journal(self):
-        """Every line of the journal, read as JSON."""
-        lines = []
-        for folder, _, names in os.walk(self.state):
-            for name in names:
-                if "journal" in os.path.join(folder, name):
-                    with open(os.path.join(folder, name), encoding="utf-8", errors="replace") as file:
-                        for line in file:
-                            with contextlib.suppress(ValueError):
-                                lines.append(json.loads(line))
+        """Every line of the journal, read as JSON; one that ends a step tells also what the line that began it told."""
+        lines, begun = [], {}
+        path = os.path.join(self.state, "Ostrel", "journal")
+        with contextlib.suppress(FileNotFoundError, NotADirectoryError), open(path, encoding="utf-8", errors="replace") as file:
+            for line in file:
+                with contextlib.suppress(ValueError):
+                    read = json.loads(line)
+                    key = (read.get("run"), read.get("step"))
+                    begun.setdefault(key, read)
+                    lines.append({**begun[key], **read})
         return lines
 
 
