@@ -49,10 +49,14 @@ void benchPair(const ExternalToolDetector& tools, int minutes, double goal, bool
     const Side ours{QStringLiteral("interleave"),
                     [&] {
                         const InterleaveEngine engine(tools.ffmpegPath.value(), tools.bwfmetaeditPath.value());
-                        if (!engine.interleave(group, ChannelLayout::stereo, output, {}).success) ::_Exit(1);
-                        if (tools.bwfmetaeditPath.value().isEmpty()) return;
                         const MetadataEngine metadata(tools.bwfmetaeditPath.value(), QStringLiteral("bench"));
-                        metadata.copyMetadata(group.channelFiles.value(QStringLiteral("L")), output);
+                        const auto complete = [&](const QString& unfinished) {
+                            if (tools.bwfmetaeditPath.value().isEmpty()) return;
+                            metadata.copyMetadata(group.channelFiles.value(QStringLiteral("L")), unfinished);
+                        };
+                        const InterleaveResult result =
+                            engine.interleave(group, ChannelLayout::stereo, output, {}, nullptr, complete);
+                        if (!result.outcome.succeeded()) ::_Exit(1);
                         metadata.cleanup();
                     },
                     [&] { files::removeQuietly(output); }};

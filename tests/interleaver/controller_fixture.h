@@ -20,8 +20,13 @@ protected:
         library.write(QString::fromUtf8(name), waveBytes(spec));
     }
 
+    // With an identity, or no merge of it would ever be certified.
     void writePair(const char* base) const {
+        BextSpec bext;
+        bext.description = "a pair";
+        bext.originatorReference = "Ref1";
         WaveSpec spec;
+        spec.before = {{"bext", bextPayload(bext)}};
         writeMono((QByteArray(base) + ".L.wav").constData(), spec);
         spec.firstSignal = 1;
         writeMono((QByteArray(base) + ".R.wav").constData(), spec);

@@ -33,6 +33,7 @@ protected:
     void set(const QString& tag, const QByteArray& bytes) {
         group.baseName = QStringLiteral("A");
         group.containerKind = ContainerKind::riffWave;
+        group.bitDepth = spec.bitDepth;
         group.channelFiles[tag] = folder.write(QStringLiteral("A.%1.wav").arg(tag), bytes);
     }
     void useFloats(float peak) {
@@ -227,6 +228,11 @@ protected:
         run.options.lrCleanupMode = LRCleanupMode::hardDelete;
         run.selection = {folder.path()};
     }
+    void describe(const QByteArray& description) {
+        BextSpec bext;
+        bext.description = description;
+        spec.before = {{"bext", bextPayload(bext)}};
+    }
     void flag(const char* name) const { folder.write(QStringLiteral("tools/bin/") + QString::fromLatin1(name), ""); }
     void write() {
         writePair();
@@ -236,15 +242,16 @@ protected:
 };
 
 TEST_F(CertificateTest, EqualFieldsOverTwoLinesAreCertified) {
-    flag("two-lines");
+    describe("first\r\nsecond, \"quoted\"");
     write();
     EXPECT_EQ(take().status, ProcessingStatus::completedCarbonCopyCertified());
     EXPECT_EQ(report.outcome.sourcesText(), QStringLiteral("Deleted"));
 }
 
 TEST_F(CertificateTest, ADifferenceInTheSecondLineIsADifference) {
-    flag("second-lines");
+    describe("first\r\nsecond");
     write();
+    run.ffmpegPath = ffmpegAnd(folder, QStringLiteral("LC_ALL=C perl -0777 -pi -e 's/second/secant/' \"$out\""));
     EXPECT_EQ(take().status,
               ProcessingStatus::completedUncertified(QStringLiteral("Metadata differs from the source: Description")));
     EXPECT_TRUE(hasSources());
