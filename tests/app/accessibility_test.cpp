@@ -69,7 +69,8 @@ TEST_F(AccessibilityTest, EveryControlOfPolyToolsHasANameInEveryMode) {
 }
 
 TEST_F(AccessibilityTest, EveryControlOfTheDialogsHasAName) {
-    CleanExportDialogView dialog(validator_, 0, {}, {}, &window_);
+    const auto none = [] { return std::vector<StereoValidatorResult>(); };
+    CleanExportDialogView dialog(validator_, 0, none, none, &window_);
     expectNames(dialog);
     ChannelEdits edits;
     edits.tracks = sequentialTracks(4);

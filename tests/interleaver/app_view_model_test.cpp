@@ -382,6 +382,7 @@ protected:
 };
 
 TEST_F(CleanupModes, ACertifiedMergeMovesItsSourcesToBackup) {
+    useDeliveredBwfmetaedit();
     EXPECT_TRUE(runUnder(LRCleanupMode::verifiedConsolidation)
                     .contains(QStringLiteral("[OK] [PROCESS] ✅ Rain - Interleaved, L/R moved to backup")));
     EXPECT_TRUE(QFile::exists(output("Originals/Sub/Rain.L.wav")) && QFile::exists(output("Originals/Sub/Rain.R.wav")));
@@ -391,6 +392,7 @@ TEST_F(CleanupModes, ACertifiedMergeMovesItsSourcesToBackup) {
 }
 
 TEST_F(CleanupModes, ACertifiedMergeDeletesItsSources) {
+    useDeliveredBwfmetaedit();
     EXPECT_TRUE(runUnder(LRCleanupMode::hardDelete)
                     .contains(QStringLiteral("[OK] [PROCESS] ✅ Rain - Interleaved, L/R DELETED")));
     EXPECT_FALSE(QFile::exists(output("Sub/Rain.L.wav")) || QFile::exists(output("Sub/Rain.R.wav")));
@@ -407,6 +409,7 @@ TEST_F(CleanupModes, AnUncertifiedMergeLeavesBothSourcesInPlace) {
 }
 
 TEST_F(CleanupModes, ACleanupThatFailsIsAWarning) {
+    useDeliveredBwfmetaedit();
     library.write("Originals/Sub/Rain.L.wav"_s, "older");
     writePair("Sub/Rain");
     setOptions([](ProcessingOptions& options) { options.lrCleanupMode = LRCleanupMode::verifiedConsolidation; });

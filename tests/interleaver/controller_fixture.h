@@ -32,6 +32,11 @@ protected:
         writeMono((QByteArray(base) + ".R.wav").constData(), spec);
     }
 
+    void useDeliveredBwfmetaedit() const {
+        QFile::remove(bwfmetaedit);
+        ASSERT_TRUE(QFile::link(deliveredBwfmetaedit(), bwfmetaedit));
+    }
+
     // Selects, scans and waits; gives what the scan logged.
     QStringList scan(const QStringList& relative = {QString()}) {
         QStringList urls;

@@ -99,6 +99,12 @@ esac
 exit 0)"));
 }
 
+// The delivered tool of that name, where a test needs what is really written into a file.
+inline QString deliveredBwfmetaedit() {
+    return QDir::cleanPath(paths::parent(builtProgram(QStringLiteral("ostrel-cli"))) +
+                           QStringLiteral("/../share/ostrel/bin/bwfmetaedit"));
+}
+
 inline QStringList callsOf(const QString& fakeTool) {
     const QString calls = QString(fakeTool).replace(QStringLiteral("bwfmetaedit"), QStringLiteral("calls"));
     return QFile::exists(calls) ? QString::fromUtf8(readAll(calls)).split(QStringLiteral("\n\n"), Qt::SkipEmptyParts)

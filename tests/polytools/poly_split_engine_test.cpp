@@ -80,8 +80,6 @@ TEST_F(PolySplit, SixtyFourChannelsComeApart) {
 }
 
 TEST_F(PolySplit, TwentySevenChannelsUnderLettersEndAtZAndThenTwentySeven) {
-    tools_.ffmpegPath =
-        folder_.writeScript(QStringLiteral("ffmpeg"), QStringLiteral("for last; do :; done; : > \"$last\""));
     tools_.ffprobePath.clear();
     WaveSpec spec;
     spec.channels = 27;
