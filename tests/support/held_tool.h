@@ -14,7 +14,10 @@ public:
         resources_.writeScript(QStringLiteral("bin/") + name,
                                QStringLiteral("echo $$ >> '%1/starts'\n"
                                               "if [ $(wc -l < '%1/starts') -gt %2 ]; then\n"
-                                              "  until [ -e '%1/go' ]; do sleep 0.02; done\n"
+                                              "  until [ -e '%1/go' ]; do\n"
+                                              "    [ -e '%1/starts' ] || exit 1\n" // the test is gone
+                                              "    sleep 0.02\n"
+                                              "  done\n"
                                               "fi\n"
                                               "exec /usr/bin/%3 \"$@\"")
                                    .arg(resources_.path())
