@@ -25,7 +25,8 @@ bool OrderlyQuit::mayClose() {
     if (!isStopping.value()) {
         if (isAsking_) return false; // no person's close: the question stands over the window
         if (!hasRunningTask()) return true;
-        if (isRunningJob() && !agreesToStop()) return false;
+        const bool agrees = !isRunningJob() || agreesToStop();
+        if (!agrees && !isStopping.value()) return false; // a signal may have answered meanwhile
         stop();
     }
     return !hasRunningTask();

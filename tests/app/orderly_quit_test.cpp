@@ -151,7 +151,7 @@ TEST_F(OrderlyQuitTest, ASignalWhileTheQuestionStandsNeedsNoAnswer) {
     desktop_.duringAlert = [this] {
         window_.orderlyQuit().stopAndQuit();
         ffmpeg_.letGo();
-        EXPECT_TRUE(waitForClosed());
+        EXPECT_TRUE(waitForInterleaver());
     };
     close();
     EXPECT_FALSE(window_.isVisible());

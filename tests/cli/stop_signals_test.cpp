@@ -47,11 +47,12 @@ public:
     void signal(int number) { sendSignal(process_, number); }
     // Both outputs, as far as they came.
     bool waitFor(const QByteArray& text) {
-        return waitUntil([&] {
+        const auto arrived = [&] {
             out_ += process_.readAllStandardOutput();
             err_ += process_.readAllStandardError();
             return out_.contains(text) || err_.contains(text);
-        });
+        };
+        return waitUntil(arrived, 200'000);
     }
     // Again and again: one request may arrive twice, so a second is only one at a moment's distance from the first.
     void signalUntilItEnds(int number) {
@@ -62,7 +63,7 @@ public:
 
     // The exit status; -1 if a signal ended the program. What was printed is whole then.
     int end() {
-        EXPECT_TRUE(waitUntil([&] { return process_.state() == QProcess::NotRunning; }, 120'000));
+        EXPECT_TRUE(waitUntil([&] { return process_.state() == QProcess::NotRunning; }, 200'000));
         out_ += process_.readAllStandardOutput();
         err_ += process_.readAllStandardError();
         return process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1;

@@ -33,8 +33,9 @@ public:
     QStringList environment() const { return {QStringLiteral("OSTREL_RESOURCE_FOLDER=") + resources_.path()}; }
 
     int starts() const { return static_cast<int>(ids().size()); }
+    // A scan may go ahead of it, and on a busy machine that takes its time.
     bool waitForStarts(int count) const {
-        return waitUntil([=, this] { return starts() >= count; });
+        return waitUntil([=, this] { return starts() >= count; }, 200'000);
     }
     void letGo() const { resources_.write(QStringLiteral("go"), "x"); }
 
