@@ -32,9 +32,8 @@ def main():
         if world.faults:
             failed.append(function.__name__)
             print("  " + (inspect.getdoc(function) or "").replace("\n", "\n  "))
-            for fault in world.faults[:6]:
-                print("  * " + fault)
-            if len(world.faults) > 6:
-                print(f"  * and {len(world.faults) - 6} more", flush=True)
+            for number, fault in enumerate(world.faults):
+                # The first ones with what the run said, of the others a line.
+                print("  * " + (fault if number < 6 else fault.splitlines()[0]), flush=True)
     print(f"{len(chosen) - len(failed)} of {len(chosen)} cases pass" + (f"; failed: {', '.join(failed)}" if failed else ""))
     return 1 if failed or not chosen else 0

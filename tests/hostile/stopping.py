@@ -11,8 +11,9 @@ from world import is_running, wait_for
 SIGNALS = {signal.SIGINT: 130, signal.SIGTERM: 143, signal.SIGHUP: 129}
 # Tells that it runs, and waits to be let go: `go` ends the wait.
 HELD = """case "$*" in *filter_complex*) ;; *) exec "$real" "$@";; esac
-echo $$ >> {pids}
-sleep 600 & echo $! >> {pids}
+tell() {{ echo $1 $(cut -d ' ' -f 22 /proc/$1/stat) >> {pids}; }}
+tell $$
+sleep 600 & tell $!
 while [ ! -e {go} ]; do sleep 0.02; done
 kill $!
 exec "$real" "$@\""""
@@ -27,10 +28,11 @@ def hold(world):
     return pids, go
 
 
-def numbers(path):
+def held(path):
+    """(number, when it started) of each process that waits; whole lines only."""
     try:
         with open(path, encoding="ascii") as file:
-            return [int(word) for word in file.read().split()]
+            return [tuple(map(int, line.split())) for line in file if len(line.split()) == 2 and line.endswith("\n")]
     except FileNotFoundError:
         return []
 
@@ -76,7 +78,7 @@ def the_first_stops_after_the_running_item(world):
         ledger = world.ledger()
         pids, go = hold(world)
         process = world.start(*arguments)
-        started = wait_for(lambda: len(numbers(pids)) >= 2 or process.poll() is not None)
+        started = wait_for(lambda: len(held(pids)) >= 2 or process.poll() is not None)
         process.send_signal(which)
         time.sleep(0.1)
         world.expect(started and process.poll() is None, "it did not wait for the running item")
@@ -103,17 +105,17 @@ def the_second_ends_at_once(world):
         ledger = world.ledger()
         pids, _ = hold(world)
         process = world.start(*arguments)
-        wait_for(lambda: len(numbers(pids)) >= 2 or process.poll() is not None)
+        wait_for(lambda: len(held(pids)) >= 2 or process.poll() is not None)
         process.send_signal(which)
         time.sleep(0.1)
         process.send_signal(which)
         run = world.finish(process, 30)
         world.expect(run.status == status, f"exit status {run.status}, not {status}", run)
-        gone = wait_for(lambda: not any(is_running(pid) for pid in numbers(pids)), 20)
+        gone = wait_for(lambda: not any(is_running(*process) for process in held(pids)), 20)
         world.expect(gone, "its children live on", run)
-        for pid in numbers(pids):
-            if is_running(pid):
-                os.kill(pid, signal.SIGKILL)
+        for process in held(pids):
+            if is_running(*process):
+                os.kill(process[0], signal.SIGKILL)
         world.expect_untouched(ledger, run=run)
         expect_clean(world, ledger, run)
 
@@ -143,7 +145,7 @@ def the_second_takes_an_unfinished_file_back(world):
         process.send_signal(signal.SIGINT)
         run = world.finish(process, 30)
         world.expect(run.status == 130, f"exit status {run.status}, not 130", run)
-        wait_for(lambda: not any(is_running(pid) for pid in world.processes), 20)
+        wait_for(lambda: not any(is_running(*process) for process in world.processes), 20)
         world.expect_untouched(ledger, run=run)
         expect_clean(world, ledger, run)
 

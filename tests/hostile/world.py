@@ -133,7 +133,7 @@ class World:
                 memory = file.read()
             seen = struct.unpack_from(f"<{MAX_RULES}Q", memory)
             count = struct.unpack_from("<Q", memory, 16 * MAX_RULES)[0]
-            self.processes = [struct.unpack_from("<i", memory, 16 * MAX_RULES + 8 + 16 * i)[0] for i in range(count)]
+            self.processes = [struct.unpack_from("<i4xQ", memory, 16 * MAX_RULES + 8 + 16 * i) for i in range(count)]
             os.unlink(shared)
         self.last = Run(arguments, process.returncode, out.decode("utf-8", "replace"), err.decode("utf-8", "replace"),
                         strokes, seen)
@@ -288,9 +288,11 @@ def wait_for(condition, seconds=60):
     return bool(condition())
 
 
-def is_running(process_id):
+def is_running(process_id, started=None):
+    """`started`: when, in ticks of the machine, where the number alone could be another's by now."""
     try:
         with open(f"/proc/{process_id}/stat", encoding="ascii", errors="replace") as file:
-            return file.read().rsplit(")", 1)[1].split()[0] not in ("Z", "X")
+            fields = file.read().rsplit(")", 1)[1].split()
     except (FileNotFoundError, ProcessLookupError):
         return False
+    return fields[0] not in ("Z", "X") and started in (None, int(fields[19]))
