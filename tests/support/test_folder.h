@@ -39,7 +39,7 @@ QString debugLog();
 QString builtProgram(const QString& name);
 
 // Runs the event loop until the condition holds. False after the time limit (milliseconds).
-bool waitUntil(const std::function<bool()>& condition, int limit = 60'000);
+bool waitUntil(const std::function<bool()>& condition, int limit = 240'000);
 
 } // namespace ostrel::testing
 
