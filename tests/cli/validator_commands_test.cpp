@@ -138,20 +138,20 @@ TEST(Validate, RefusesBadUsage) {
 
 TEST(Validate, EndsBeforeTheNextFileOnCtrlC) {
     const TestFolder folder;
-    const QString file = folder.write(QStringLiteral("long.wav"), waveBytes({.channels = 2, .frames = 0}));
-    // Ten minutes of silence that take no room on the disk.
+    // Ten minutes of silence each, that take no room on the disk.
     const quint32 bytes = 48000u * 6 * 600;
-    QFile wave(file);
-    ASSERT_TRUE(wave.open(QIODevice::ReadWrite));
-    wave.seek(4);
-    wave.write(littleEndian32(bytes + 36));
-    wave.seek(40);
-    wave.write(littleEndian32(bytes));
-    wave.close();
-    QFile::resize(file, bytes + 44);
-
     QStringList arguments{QStringLiteral("validate")};
-    for (int i = 0; i < 200; ++i) arguments << file;
+    for (int i = 0; i < 200; ++i) {
+        arguments << folder.write(QStringLiteral("long%1.wav").arg(i), waveBytes({.channels = 2, .frames = 0}));
+        QFile wave(arguments.last());
+        ASSERT_TRUE(wave.open(QIODevice::ReadWrite));
+        wave.seek(4);
+        wave.write(littleEndian32(bytes + 36));
+        wave.seek(40);
+        wave.write(littleEndian32(bytes));
+        wave.close();
+        QFile::resize(arguments.last(), bytes + 44);
+    }
     QProcess process;
     process.start(builtProgram(QStringLiteral("ostrel-cli")), arguments);
     QByteArray out;
