@@ -46,7 +46,7 @@ def moments(steps, ffmpeg_steps):
 
 def wait_for_orphans(world):
     """Children of a killed program that go on writing for a while."""
-    wait_for(lambda: not any(is_running(*process) for process in world.processes), 60)
+    wait_for(lambda: not any(is_running(*process) for process in world.processes))
 
 
 def one_kill(world, rule):

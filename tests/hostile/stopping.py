@@ -2,11 +2,10 @@
 import os
 import signal
 import sys
-import time
 
 from cases import case, main
 from takes import dual_mono, isos, pair, poly
-from world import is_running, wait_for
+from world import is_running, send, wait_for
 
 SIGNALS = {signal.SIGINT: 130, signal.SIGTERM: 143, signal.SIGHUP: 129}
 # Tells that it runs, and waits to be let go: `go` ends the wait.
@@ -79,12 +78,11 @@ def the_first_stops_after_the_running_item(world):
         pids, go = hold(world)
         process = world.start(*arguments)
         started = wait_for(lambda: len(held(pids)) >= 2 or process.poll() is not None)
-        process.send_signal(which)
-        time.sleep(0.1)
+        send(process, which)
         world.expect(started and process.poll() is None, "it did not wait for the running item")
         with open(go, "w", encoding="ascii"):
             pass
-        run = world.finish(process, 60)
+        run = world.finish(process)
         world.expect(run.status == status, f"exit status {run.status}, not {status}", run)
         expect_clean(world, ledger, run)
         world.expect_claims(run)
@@ -106,12 +104,11 @@ def the_second_ends_at_once(world):
         pids, _ = hold(world)
         process = world.start(*arguments)
         wait_for(lambda: len(held(pids)) >= 2 or process.poll() is not None)
-        process.send_signal(which)
-        time.sleep(0.1)
-        process.send_signal(which)
-        run = world.finish(process, 30)
+        send(process, which)
+        send(process, which)
+        run = world.finish(process)
         world.expect(run.status == status, f"exit status {run.status}, not {status}", run)
-        gone = wait_for(lambda: not any(is_running(*process) for process in held(pids)), 20)
+        gone = wait_for(lambda: not any(is_running(*process) for process in held(pids)), 200)
         world.expect(gone, "its children live on", run)
         for process in held(pids):
             if is_running(*process):
@@ -140,12 +137,11 @@ def the_second_takes_an_unfinished_file_back(world):
         process = world.start(*arguments, rules=[{**rule, "path": "/recordings/", "nth": 2 if "clean" in job else 1, "do": "pause", "flag": flag}])
         started = wait_for(lambda: os.path.exists(flag) or process.poll() is not None)
         world.expect(started and process.poll() is None, "it was never met")
-        process.send_signal(signal.SIGINT)
-        time.sleep(0.1)
-        process.send_signal(signal.SIGINT)
-        run = world.finish(process, 30)
+        send(process, signal.SIGINT)
+        send(process, signal.SIGINT)
+        run = world.finish(process)
         world.expect(run.status == 130, f"exit status {run.status}, not 130", run)
-        wait_for(lambda: not any(is_running(*process) for process in world.processes), 20)
+        wait_for(lambda: not any(is_running(*process) for process in world.processes))
         world.expect_untouched(ledger, run=run)
         expect_clean(world, ledger, run)
 
@@ -159,11 +155,10 @@ def a_stop_ahead_of_the_fate_of_the_sources(world):
     process = world.start("interleave", "--lr-cleanup", "hardDelete", "--json", world.tree, rules=[
         {"call": "write", "path": "/state/", "proc": "ostrel-cli", "nth": 1, "do": "pause", "flag": flag}])
     wait_for(lambda: os.path.exists(flag) or process.poll() is not None)
-    process.send_signal(signal.SIGTERM)
-    time.sleep(0.1)
+    send(process, signal.SIGTERM)
     with open(flag + ".go", "w", encoding="ascii"):
         pass
-    run = world.finish(process, 60)
+    run = world.finish(process)
     world.expect(run.status == 143, f"exit status {run.status}, not 143", run)
     there = [os.path.exists(world.path(f"A.{tag}.wav")) for tag in "LR"]
     world.expect(there in ([True, True], [False, False]), f"L and R are there: {there}", run)
@@ -178,7 +173,7 @@ def a_reader_that_goes_away(world):
     process = world.start("split", "--folders", "flat", world.path("p.wav"))
     process.stdout.close()
     process.stdout = open(os.devnull, "rb")
-    world.finish(process, 60)
+    world.finish(process)
     for name, channel in zip(("One", "Two"), channels):
         world.expect_sounds(world.path(f"p_{name}.wav"), [channel])
 

@@ -8,7 +8,7 @@ from cases import case, main
 from jobs import ALL
 from recordings import noise, write
 from takes import dual_mono, isos, pair, poly
-from world import wait_for
+from world import send, wait_for
 
 
 @case
@@ -133,7 +133,7 @@ def a_stopped_analysis(world):
             {"call": "read", "path": "/recordings/", "proc": "ostrel-cli", "do": "delay", "ms": 20},
             {"call": "open", "path": "/recordings/", "proc": "ostrel-cli", "nth": 6, "do": "pause", "flag": flag}])
         wait_for(lambda: os.path.exists(flag) or process.poll() is not None)
-        process.send_signal(2)
+        send(process, 2)
         with open(flag + ".go", "w", encoding="ascii"):
             pass
         run = world.finish(process)

@@ -117,7 +117,7 @@ class World:
         process.hostile = (arguments, shared if rules else None, log)
         return process
 
-    def finish(self, process, timeout=300):
+    def finish(self, process, timeout=1500):
         try:
             out, err = process.communicate(timeout=timeout)
         except subprocess.TimeoutExpired:
@@ -139,7 +139,7 @@ class World:
                         strokes, seen)
         return self.last
 
-    def run(self, *arguments, status=None, timeout=300, **options):
+    def run(self, *arguments, status=None, timeout=1500, **options):
         run = self.finish(self.start(*arguments, **options), timeout)
         if status is not None:
             allowed = status if isinstance(status, (tuple, set, list)) else (status,)
@@ -278,7 +278,7 @@ class World:
         return lines
 
 
-def wait_for(condition, seconds=60):
+def wait_for(condition, seconds=900):
     """Waits for an event; false if it never came."""
     end = time.monotonic() + seconds
     while time.monotonic() < end:
@@ -286,6 +286,20 @@ def wait_for(condition, seconds=60):
             return True
         time.sleep(0.005)
     return bool(condition())
+
+
+def send(process, which):
+    """Sends a signal, and waits until it was taken: two that wait at once would be one."""
+    process.send_signal(which)
+
+    def is_pending():
+        with contextlib.suppress(OSError), open(f"/proc/{process.pid}/status", encoding="ascii") as file:
+            pending = [int(line.split()[1], 16) for line in file if line.startswith(("SigPnd", "ShdPnd"))]
+            return any(mask >> (which - 1) & 1 for mask in pending)
+        return False
+
+    wait_for(lambda: process.poll() is not None or not is_pending())
+    time.sleep(0.1)
 
 
 def is_running(process_id, started=None):
