@@ -32,8 +32,9 @@ public:
     const QString& unfinished() const { return file_->path(); }
 
     // What a comparison may find without failing the item: conversions that the job is known for. `strict`: every
-    // channel has to be its source's, but for what a change of encoding does to single samples.
-    enum class Check { strict, tolerant };
+    // channel has to be its source's, but for what a change of encoding does to single samples. `exact`: it has to be
+    // its source's, sample for sample.
+    enum class Check { exact, strict, tolerant };
 
     struct End {
         QString failure;      // why it does not stand under its name; empty: it does

@@ -117,21 +117,17 @@ void MonoConversion::makeFile(AudioFile& source, const MonoTarget& target) {
     }
     outcome_.warnings << ledger_.prepareFolder(request_.outputFolder);
     const QString path = target.kind == MonoTarget::Kind::numbered ? freeNumber() : target.path;
-    const WritePermission permission = permissionFor(source, path);
-    NewFile file(path);
-    write(source, file.path());
-    check(file, source.lengthInFrames());
-    file.publish(permission.replaces ? NewFile::Over::oldFile : NewFile::Over::nothing);
-    succeed(path);
-}
-
-WritePermission MonoConversion::permissionFor(AudioFile& source, const QString& path) const {
     const auto isEarlierOutput = [&] { return holdsAChannelOf(source, path); };
-    const auto rule = request_.allowOverwrite ? ExistingOutput::replaced : ExistingOutput::skipped;
-    WritePermission permission = ledger_.mayWrite(path, rule, isEarlierOutput);
-    if (permission.kind == WritePermission::Kind::exists) permission.reason = fileExistsSentence(path);
-    if (!permission.isGranted()) throw ProcessingError::processingFailed(permission.reason);
-    return permission;
+    OutputFile output(ledger_, path, request_.allowOverwrite ? ExistingOutput::replaced : ExistingOutput::skipped,
+                      isEarlierOutput);
+    if (!output.permission().isGranted()) {
+        const bool exists = output.permission().kind == WritePermission::Kind::exists;
+        throw ProcessingError::processingFailed(exists ? fileExistsSentence(path) : output.permission().reason);
+    }
+    write(source, output.unfinished());
+    publish(output);
+    outcome_.outputs = QStringList(path);
+    succeed();
 }
 
 QString MonoConversion::freeNumber() const {
@@ -143,24 +139,17 @@ QString MonoConversion::freeNumber() const {
     throw ProcessingError::processingFailed(QStringLiteral("Could not find available filename after 100 attempts"));
 }
 
-// Of a file that leaves its source alone: its length, and some blocks of it.
-void MonoConversion::check(const NewFile& file, qint64 frames) {
-    using Kind = ChannelFinding::Kind;
-    const Glance glance = glanceAt({{{request_.file, channel()}, {file.path(), 0}}});
-    const QString name = paths::lastComponent(file.finalPath());
-    const QString difference = QStringLiteral("the samples of %1 are not those of %2")
-                                   .arg(name, paths::lastComponent(request_.file));
-    if (!glance.shortOutputs.isEmpty()) throw ProcessingError::processingFailed(glance.shortOutputs.first());
-    if (glance.has(Kind::unread)) {
-        throw ProcessingError::processingFailed(QStringLiteral("%1 can't be read back").arg(name));
+// Of a file that leaves its source alone, its length and some blocks are compared.
+void MonoConversion::publish(OutputFile& output) {
+    const bool isRounded = isWiderThanFloats(request_.file);
+    const OutputFile::End end = output.finish({{{request_.file, channel()}, {output.unfinished(), 0}}},
+                                              isRounded ? OutputFile::Check::strict : OutputFile::Check::exact);
+    if (!end.failure.isEmpty()) {
+        throw ProcessingError::processingFailed(end.nameWasTaken ? fileExistsSentence(output.path()) : end.failure);
     }
-    if (glance.findings.empty() && AudioFile(file.path()).lengthInFrames() != frames) { // of a lossy source
-        throw ProcessingError::processingFailed(QStringLiteral("%1 has not got the length of its source").arg(name));
-    }
-    if (glance.has(Kind::unlike) || (glance.has(Kind::different) && !isWiderThanFloats(request_.file))) {
-        throw ProcessingError::processingFailed(difference);
-    }
-    if (glance.has(Kind::different)) outcome_.warnings << difference + QStringLiteral(": they are rounded to 24 bits");
+    if (end.isFaithful) return;
+    outcome_.warnings << QStringLiteral("%1: the samples of %2 hold more bits than its floats and are rounded to 24")
+                             .arg(paths::lastComponent(output.path()), paths::lastComponent(request_.file));
 }
 
 void MonoConversion::replaceSource(AudioFile& source) {
@@ -204,11 +193,13 @@ void MonoConversion::takePlace(NewFile& file) {
         noteWhatStands(file, made);
         throw;
     }
+    ledger_.noteWritten(request_.file);
+    outcome_.outputs = QStringList(request_.file);
     outcome_.sources = {{request_.file, SourceFate::Kind::replaced, QString()}};
     if (!journal_.end(step)) {
         outcome_.warnings << QStringLiteral("The end of a step could not be written into the journal");
     }
-    succeed(request_.file);
+    succeed();
 }
 
 // The step reports a failure from any of its parts: where the source is, only the disk can tell.
@@ -222,9 +213,13 @@ void MonoConversion::noteWhatStands(const NewFile& file, const std::optional<Fil
 
 void MonoConversion::write(AudioFile& source, const QString& path) {
     copyChannel(source, channel(), path);
-    if (!copyBWFMetadata(path) && hasBroadcastMetadata(request_.file)) {
-        outcome_.warnings << QStringLiteral("%1: its BWF metadata could not be carried over")
-                                 .arg(paths::lastComponent(request_.file));
+    const bool isCarried = copyBWFMetadata(path);
+    const QString name = paths::lastComponent(request_.file);
+    if (source.isLossy() && AudioFile(path).lengthInFrames() != source.lengthInFrames()) { // compared nowhere else
+        throw ProcessingError::processingFailed(QStringLiteral("The new file has not got the length of %1").arg(name));
+    }
+    if (!isCarried && hasBroadcastMetadata(request_.file)) {
+        outcome_.warnings << QStringLiteral("%1: its BWF metadata could not be carried over").arg(name);
     }
 }
 
@@ -232,19 +227,18 @@ void MonoConversion::write(AudioFile& source, const QString& path) {
 // effort: the audio stands without its metadata.
 bool MonoConversion::copyBWFMetadata(const QString& target) const {
     const QStringList arguments{QStringLiteral("--copy"), paths::absolute(request_.file), paths::absolute(target)};
+    const ChildLimits limits = limitsByFileSize({request_.file, target});
     return std::ranges::any_of(tools_.bwfmetaedit, [&](const QString& tool) {
         if (!paths::isExecutableFile(tool)) return false;
         try {
-            return ChildProcess::runSilently(tool, arguments, limitsByFileSize(arguments.mid(1))).succeeded();
+            return ChildProcess::runSilently(tool, arguments, limits).succeeded();
         } catch (const ProcessLaunchError&) {
             return false;
         }
     });
 }
 
-void MonoConversion::succeed(const QString& output) {
-    ledger_.noteWritten(output);
-    outcome_.outputs = QStringList(output);
+void MonoConversion::succeed() {
     outcome_.status = ProcessingStatus::completed();
     outcome_.message = QStringLiteral("Converted: ") + paths::lastComponent(request_.file);
 }

@@ -6,9 +6,9 @@
 
 #include "foundation/item_outcome.h"
 #include "foundation/journal.h"
+#include "foundation/output_file.h"
 #include "foundation/run_ledger.h"
 #include "platform/audio_file.h"
-#include "platform/new_file.h"
 #include "stereovalidator/mono_target.h"
 
 #include <QString>
@@ -30,16 +30,15 @@ public:
 private:
     void convert();
     void makeFile(AudioFile& source, const MonoTarget& target);
-    WritePermission permissionFor(AudioFile& source, const QString& path) const;
     QString freeNumber() const;
-    void check(const NewFile& file, qint64 frames);
+    void publish(OutputFile& output);
     void replaceSource(AudioFile& source);
     void prove(const NewFile& file) const;
     void takePlace(NewFile& file);
     void noteWhatStands(const NewFile& file, const std::optional<FileStamp>& made);
     void write(AudioFile& source, const QString& path);
     bool copyBWFMetadata(const QString& target) const;
-    void succeed(const QString& output);
+    void succeed();
     void fail(const QString& why);
 
     int channel() const { return request_.useLeftChannel ? 0 : 1; }

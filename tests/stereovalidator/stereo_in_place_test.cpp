@@ -1,7 +1,8 @@
 // Conversions that take the place of their source: nothing of it may be lost but the channel that was to go.
 #include "foundation/recording_list.h"
 #include "stereovalidator/conversion_fixture.h"
-#include "support/disk_faults/disk_faults.h"
+#include "support/killed_at.h"
+#include "support/own_state.h"
 #include "support/wave_file.h"
 
 #include <QFileInfo>
@@ -16,10 +17,10 @@ namespace ostrel {
 namespace {
 
 using testing::ConversionTest;
-using testing::DiskCall;
-using testing::DiskFaults;
 using testing::fingerprintOf;
 using testing::namesIn;
+using testing::OnSystemCall;
+using testing::SystemCall;
 
 class InPlaceTest : public ConversionTest {
 protected:
@@ -158,19 +159,15 @@ TEST_F(InPlaceTest, KeepsWhatAnotherProgramWritesMeanwhile) {
 // Between the last look at the source and the step itself.
 TEST_F(InPlaceTest, PutsBackWhatWasChangedAtTheLastMoment) {
     const QString source = writeSource();
-    bool wasStruck = false;
     {
-        const DiskFaults faults([&](DiskCall call) {
-            if (call != DiskCall::exchange || wasStruck) return 0;
-            wasStruck = true;
+        bool isFirst = true; // the second step puts the recording back
+        const OnSystemCall call(SystemCall::renameat2, [&](const QByteArray&, const QByteArray&) {
             QFile file(source);
-            EXPECT_TRUE(file.open(QIODevice::Append));
-            file.write("their words");
+            if (std::exchange(isFirst, false) && file.open(QIODevice::Append)) file.write("their words");
             return 0;
         });
         EXPECT_TRUE(failure(inPlace(source)).contains(QStringLiteral("it was changed meanwhile")));
     }
-    EXPECT_TRUE(wasStruck);
     EXPECT_TRUE(testing::readAll(source).endsWith("their words"));
     EXPECT_EQ(namesIn(folder_.path()), QStringList{QStringLiteral("a.wav")});
 }
@@ -206,10 +203,9 @@ TEST_F(InPlaceTest, RefusesARecordingThatThisUserMayNotWrite) {
 
 TEST_F(InPlaceTest, DoesNothingThatTheJournalCannotHold) {
     const QString source = writeSource(QStringLiteral("takes/a.wav"));
-    const QByteArray before = qgetenv("XDG_STATE_HOME");
-    qputenv("XDG_STATE_HOME", folder_.write(QStringLiteral("file"), "no folder").toUtf8());
+    const testing::OwnState state;
+    state.blockJournal();
     EXPECT_TRUE(refusal(inPlace(source)).startsWith(QStringLiteral("The journal ")));
-    qputenv("XDG_STATE_HOME", before);
 }
 
 // Whichever of its flushes fails: a failure leaves the source, and a success has the new file.
@@ -221,8 +217,8 @@ TEST_F(InPlaceTest, TakesAFailedFlushForAFailure) {
         int flushes = 0;
         ItemOutcome outcome;
         {
-            const DiskFaults faults([&](DiskCall call) {
-                return call == DiskCall::flush && ++flushes == moment ? EIO : 0;
+            const OnSystemCall call(SystemCall::fsync, [&](const QByteArray&, const QByteArray&) {
+                return ++flushes == moment ? EIO : 0;
             });
             outcome = convert(inPlace(source));
         }

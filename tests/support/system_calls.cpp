@@ -106,4 +106,11 @@ ssize_t pread(int descriptor, void* into, size_t count, off_t offset) {
     return answered<ssize_t>(askedAbout(SystemCall::pread, pathOf(descriptor), QByteArray()),
                              [&] { return real(descriptor, into, count, offset); });
 }
+
+ssize_t write(int descriptor, const void* bytes, size_t count) {
+    static auto* const real = next<ssize_t(int, const void*, size_t)>("write");
+    if (askedCount == 0) return real(descriptor, bytes, count);
+    return answered<ssize_t>(askedAbout(SystemCall::write, pathOf(descriptor), QByteArray()),
+                             [&] { return real(descriptor, bytes, count); });
+}
 }

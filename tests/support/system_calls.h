@@ -10,7 +10,7 @@
 
 namespace ostrel::testing {
 
-enum class SystemCall { renameat2, rename, link, unlink, fsync, pread };
+enum class SystemCall { renameat2, rename, link, unlink, fsync, pread, write };
 
 class OnSystemCall {
 public:
