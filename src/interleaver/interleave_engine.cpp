@@ -12,6 +12,7 @@
 #include "metadata/csv_table.h"
 #include "platform/child_process.h"
 #include "platform/diagnostics.h"
+#include "platform/file_name.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/text.h"
@@ -77,8 +78,9 @@ InterleaveEngine::InterleaveEngine(const QString& ffmpegPath, const QString& bwf
 QString InterleaveEngine::generateOutputURL(const InterleaveGroup& group, const ProcessingOptions& options) {
     const QString first = group.firstFile();
     if (first.isEmpty()) return QString();
-    const QString name = group.baseName + QLatin1Char('.') + group.outputFormat(options.outputFormatPolicy);
-    return paths::append(paths::append(paths::parent(first), QStringLiteral("Interleaved")), name);
+    const QString ending = QLatin1Char('.') + group.outputFormat(options.outputFormatPolicy);
+    return paths::append(paths::append(paths::parent(first), QStringLiteral("Interleaved")),
+                         fittedFileName(group.baseName, ending));
 }
 
 // One job on its way: what it needs at every step, and what it gives in the end.

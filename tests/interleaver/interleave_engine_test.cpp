@@ -340,6 +340,10 @@ TEST(InterleaveEngine, OutputURLStandsBesideTheFirstFile) {
     EXPECT_EQ(InterleaveEngine::generateOutputURL(group, {}), QStringLiteral("/l/Interleaved/A.B.wav"));
     group.containerKind = ContainerKind::unknown;
     EXPECT_EQ(InterleaveEngine::generateOutputURL(group, {}), QStringLiteral("/l/Interleaved/A.B.unknown"));
+    group.baseName = QString(249, u'x'); // of a file "….L.wav" with the longest name there is
+    group.containerKind = ContainerKind::wave64;
+    EXPECT_EQ(InterleaveEngine::generateOutputURL(group, {}),
+              QStringLiteral("/l/Interleaved/%1.wave64").arg(QString(248, u'x')));
 }
 
 TEST(InterleaveError, Texts) {
