@@ -63,7 +63,7 @@ public:
         process_.setChildProcessModifier([] { ::signal(SIGHUP, SIG_DFL); }); // or it would be inherited from nohup
         process_.start(builtProgram(QStringLiteral("ostrel")),
                        QStringList{QStringLiteral("-platform"), QStringLiteral("offscreen")} + arguments);
-        EXPECT_TRUE(waitUntil([this] { return handles(SIGTERM); })) << process_.readAllStandardError().toStdString();
+        EXPECT_TRUE(waitUntil([this] { return handles(SIGTERM); }, 200'000)) << process_.readAllStandardError().toStdString();
     }
     ~Window() { process_.kill(); }
 
@@ -71,7 +71,7 @@ public:
         ASSERT_EQ(process_.state(), QProcess::Running);
         ASSERT_EQ(::kill(static_cast<pid_t>(process_.processId()), number), 0);
     }
-    bool hasEnded(int limit = 60'000) {
+    bool hasEnded(int limit = 200'000) {
         return waitUntil([this] { return process_.state() == QProcess::NotRunning; }, limit);
     }
     int exitStatus() const { return process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1; }
