@@ -38,6 +38,9 @@ void BatchPolyModel::connectController() {
     connect(&polys, &RecordListSignals::reset, this, &BatchPolyModel::rebuild);
     bindings_.watch(viewModel_.expandedBatchPolyIndices, [this] { takeExpanded(); });
     bindings_.watch(viewModel_.batchResults, [this] { takeResults(); });
+    bindings_.watch(viewModel_.foreseenRefusals, [this] {
+        if (rowCount() > 0) Q_EMIT dataChanged(index(0, StatusColumn), index(rowCount() - 1, StatusColumn));
+    });
     bindings_.watch(viewModel_.batchProgress, [this] { followRun(); });
     bindings_.watch(viewModel_.isBatchProcessing, [this] { followRun(); });
     bindings_.watch(viewModel_.selectedBatchPreviewIndex, [this] { followPreview(); });
@@ -202,7 +205,9 @@ QVariant BatchPolyModel::polyData(int index, int column, int role) const {
                                      : QStringLiteral("Click to expand options");
         return {};
     }
-    if (column == StatusColumn) return statusCell(statusOf(index), role);
+    if (column == StatusColumn) {
+        return statusCell(statusOf(index), viewModel_.foreseenRefusals.value().value(metadata.id), role);
+    }
     if (role == Qt::ToolTipRole) {
         if (column == NameColumn) return metadata.url;
         return metadata.isPreviewReady ? QStringLiteral("Preview loaded - click row to play poly")

@@ -30,7 +30,7 @@ QVariant DeinterleaveTableModel::data(const QModelIndex& index, int role) const 
     const QString name = paths::lastComponent(source.sourceURL);
     if (column == IncludeColumn && role == Qt::CheckStateRole) return source.include ? Qt::Checked : Qt::Unchecked;
     if (column == IncludeColumn && role == Qt::AccessibleTextRole) return QStringLiteral("Include ") + name;
-    if (column == StatusColumn) return statusCell(source.status, role);
+    if (column == StatusColumn) return statusCell(source.status, source.foreseen, role);
     if (role == Qt::TextAlignmentRole) return itemAlignment(column);
     if (role == Qt::DisplayRole) return text(source, column);
     if (role == ChannelChipsRole && column == ChannelsColumn) {

@@ -29,6 +29,7 @@ GroupTreeModel::GroupTreeModel(PolyToolsViewModel& viewModel, QObject* parent)
     connect(&viewModel.reviewedGroups, &RecordListSignals::rowsAppended, this, &GroupTreeModel::sync);
     const auto again = [this] { Q_EMIT looksChanged(); };
     bindings_.watch(viewModel.joinKeepOriginalName, again);
+    bindings_.watch(viewModel.foreseenRefusals, again);
     bindings_.watch(viewModel.previewedGroupID, again);
     bindings_.watch(viewModel.selectedPreviewISOIndex, again);
     bindings_.watch(viewModel.isBatchJoining, again);
@@ -129,6 +130,10 @@ bool GroupTreeModel::isHeard(const QModelIndex& index) const {
     return isGroup(index) ? !solo : solo == index.row();
 }
 
+QString GroupTreeModel::foreseen(const QModelIndex& index) const {
+    return isGroup(index) && !result(index) ? viewModel_.foreseenRefusals.value().value(group(index).id) : QString();
+}
+
 const GroupJoinResult* GroupTreeModel::result(const QModelIndex& index) const {
     const auto found = results_.constFind(group(index).id);
     return found == results_.constEnd() ? nullptr : &found.value();
@@ -163,6 +168,7 @@ QVariant GroupTreeModel::data(const QModelIndex& index, int role) const {
     case Qt::AccessibleTextRole:
     case Qt::AccessibleDescriptionRole: return description(index);
     case Qt::ToolTipRole:
+        if (const QString why = foreseen(index); !why.isEmpty()) return why;
         return isGroup(index) ? QStringLiteral("Click to expand options")
                               : QStringLiteral("Click to load group and preview this ISO");
     default: return {};
@@ -183,6 +189,7 @@ QString GroupTreeModel::description(const QModelIndex& index) const {
     if (!group.timecode.isEmpty()) words << QStringLiteral("Timecode: ") + group.timecode;
     words << QString::number(group.isoFiles.size()) + QStringLiteral(" channels");
     if (const GroupJoinResult* result = this->result(index)) words << result->outcome.status.displayText();
+    if (const QString why = foreseen(index); !why.isEmpty()) words << why;
     return words.join(QStringLiteral(", "));
 }
 

@@ -32,6 +32,7 @@ public:
     QString outputName(const QModelIndex& index) const;
     bool isHeard(const QModelIndex& index) const;
     const GroupJoinResult* result(const QModelIndex& index) const; // of the last run; null without one
+    QString foreseen(const QModelIndex& index) const; // why a run would refuse the group; empty: it would not
     QModelIndex indexOf(const QUuid& group) const;
 
     QModelIndex index(int row, int column, const QModelIndex& parent = QModelIndex()) const override;

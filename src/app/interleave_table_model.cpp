@@ -30,7 +30,7 @@ QVariant InterleaveTableModel::data(const QModelIndex& index, int role) const {
     const int column = index.column();
     if (column == IncludeColumn && role == Qt::CheckStateRole) return group.include ? Qt::Checked : Qt::Unchecked;
     if (column == IncludeColumn && role == Qt::AccessibleTextRole) return QStringLiteral("Include ") + group.baseName;
-    if (column == StatusColumn) return statusCell(group.status, role);
+    if (column == StatusColumn) return statusCell(group.status, group.foreseen, role);
     if (role == Qt::TextAlignmentRole) return itemAlignment(column);
     if (role == Qt::DisplayRole) return text(group, column);
     if (role == ChannelChipsRole && column == ChannelsColumn) {

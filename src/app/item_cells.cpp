@@ -12,6 +12,20 @@ QVariant statusCell(const ProcessingStatus& status, int role) {
     }
 }
 
+QVariant statusCell(const ProcessingStatus& status, const QString& foreseen, int role) {
+    if (foreseen.isEmpty() || !status.isProcessable()) return statusCell(status, role);
+    const QString word = QStringLiteral("Will be refused");
+    switch (role) {
+    case BadgeRole:
+        return QVariant::fromValue(
+            Badge{QStringLiteral("exclamationmark.triangle"), word, ProcessingStatus::Color::orange});
+    case Qt::DisplayRole: return word;
+    case Qt::ToolTipRole: return foreseen;
+    case Qt::AccessibleTextRole: return QStringLiteral("%1: %2").arg(word, foreseen);
+    default: return {};
+    }
+}
+
 QString sampleRateText(std::optional<int> hertz) {
     if (!hertz || *hertz <= 0) return QStringLiteral("--");
     return QStringLiteral("%1 kHz").arg(*hertz / 1000.0);

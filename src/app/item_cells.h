@@ -9,6 +9,8 @@
 namespace ostrel {
 
 QVariant statusCell(const ProcessingStatus& status, int role);
+// The same for a row that a run would refuse, with the reason; empty: nothing stands against it.
+QVariant statusCell(const ProcessingStatus& status, const QString& foreseen, int role);
 QString sampleRateText(std::optional<int> hertz); // "48 kHz", "44.1 kHz", "--"
 QString bitDepthText(std::optional<int> bits);    // "24-bit", "--"
 

@@ -179,6 +179,7 @@ void PolyEditView::connectController() {
     bindings_.watch(viewModel_.polyFile, request);
     bindings_.watch(viewModel_.splitOutputFolder, request);
     bindings_.watch(viewModel_.editPolyEditInPlace, request);
+    bindings_.watch(viewModel_.foreseenRefusals, request);
     bindings_.watch(viewModel_.channelRemovalFilter, request);
     bindings_.watch(viewModel_.channelReorderMap, request);
     bindings_.watch(viewModel_.channelRemovalRenameMap, request);

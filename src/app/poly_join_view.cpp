@@ -208,6 +208,7 @@ void PolyJoinView::connectController() {
     bindings_.watch(viewModel_.joinSourceFolder, run);
     bindings_.watch(viewModel_.selectedJoinFiles, run);
     bindings_.watch(viewModel_.groupingProgress, run);
+    bindings_.watch(viewModel_.foreseenRefusals, run);
     for (QProperty<int>* count : {&viewModel_.successCount, &viewModel_.skipCount, &viewModel_.errorCount})
         bindings_.watch(*count, run);
     runSoon->follow(viewModel_.isoFiles);
@@ -283,7 +284,8 @@ QString PolyJoinView::helperText() const {
         if (viewModel_.joinOutputFolder.value().isEmpty()) return QStringLiteral("Select an output folder first");
         const auto& groups = viewModel_.reviewedGroups.rows();
         const auto joined = std::ranges::count_if(groups, [](const auto& group) { return group.isoFiles.size() > 1; });
-        return QStringLiteral("%1 groups → %2 new polys").arg(groups.size()).arg(joined);
+        return QStringLiteral("%1 groups → %2 new polys").arg(groups.size()).arg(joined) +
+               viewModel_.foreseenHelperEnding();
     }
     const auto selected = std::ranges::count_if(viewModel_.isoFiles.rows(), &ISOFile::isSelected);
     if (viewModel_.isoFiles.empty()) return QStringLiteral("Select ISO files or folder");

@@ -127,6 +127,7 @@ void PolySplitView::connectController() {
     bindings_.watch(viewModel_.sourceFolder, request);
     bindings_.watch(viewModel_.splitOutputFolder, request);
     bindings_.watch(viewModel_.folderOrganization, request);
+    bindings_.watch(viewModel_.foreseenRefusals, request);
     bindings_.watch(viewModel_.previewPreparationProgress, request);
     bindings_.watch(viewModel_.extractedChannelURLs, request);
     bindings_.watch(viewModel_.batchResults, request);

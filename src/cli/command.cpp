@@ -74,11 +74,6 @@ nlohmann::json jobItem(const QString& name, const QStringList& sources, const Pr
     return jobItem(name, ItemOutcome{status, {}, {}, QString(), ItemOutcome::allKept(sources)});
 }
 
-nlohmann::json jobItem(const QString& name, const QStringList& sources, const QStringList& outputs,
-                       const ProcessingStatus& status, const QString& message) {
-    return jobItem(name, ItemOutcome{status, outputs, {}, message, ItemOutcome::allKept(sources)});
-}
-
 nlohmann::json jobSummary(int success, int skipped, int errors, bool isStopped) {
     nlohmann::json summary{{"success", success}, {"skipped", skipped}, {"errors", errors}};
     if (isStopped) summary["stopped"] = true;

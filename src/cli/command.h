@@ -43,8 +43,6 @@ nlohmann::json toolsDocument(const ExternalToolDetector& detector);
 // was found in, and nothing else.
 nlohmann::json jobItem(const QString& name, const ItemOutcome& outcome);
 nlohmann::json jobItem(const QString& name, const QStringList& sources, const ProcessingStatus& status);
-nlohmann::json jobItem(const QString& name, const QStringList& sources, const QStringList& outputs,
-                       const ProcessingStatus& status, const QString& message);
 
 // The counts of a job's document; `stopped` is there if the job was.
 nlohmann::json jobSummary(int success, int skipped, int errors, bool isStopped);

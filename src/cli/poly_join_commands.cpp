@@ -98,13 +98,14 @@ protected:
             controller_.applyIntelligentModeDetection(paths, PolyMode::join);
         }
         wait();
-        if (isStopped() || onlyGroups_ || join_.dryRun) return;
-        start(paths);
+        if (isStopped() || onlyGroups_) return;
+        if (controller_.joinOutputFolder.value().isEmpty()) controller_.joinOutputFolder = defaultFolder(paths);
+        if (join_.dryRun) return controller_.foresee();
+        start();
         wait();
     }
 
-    void start(const QStringList& paths) {
-        if (controller_.joinOutputFolder.value().isEmpty()) controller_.joinOutputFolder = defaultFolder(paths);
+    void start() {
         if (controller_.batchJoinMode.value()) {
             if (!join_.name.empty()) {
                 controller_.addLog(QStringLiteral("--name is for a single poly and was not used"), LogLevel::warning,
@@ -134,7 +135,11 @@ protected:
         const auto& grouping = controller_.groupingResult.value();
         if (!grouping) return;
         nlohmann::json groups = nlohmann::json::array();
-        for (const ISOGroupCandidate& group : grouping->groups) groups.push_back(groupDocument(group));
+        for (const ISOGroupCandidate& group : grouping->groups) {
+            groups.push_back(groupDocument(group));
+            const QString why = controller_.foreseenRefusals.value().value(group.id);
+            if (!why.isEmpty()) groups.back()["foreseen"] = jsonText(why);
+        }
         document["groups"] = groups;
         document["ungrouped"] = isoDocuments(grouping->ungroupedFiles);
         document["summary"]["grouping"] = jsonText(grouping->summary());
@@ -162,6 +167,8 @@ private:
     void printGroup(const ISOGroupCandidate& group) {
         terminal_.line(QStringLiteral("%1  [%2, %3]")
                            .arg(group.suggestedOutputName(), rawText(group.confidence), rawText(group.groupingMethod)));
+        const QString why = controller_.foreseenRefusals.value().value(group.id);
+        if (!why.isEmpty()) terminal_.line(QStringLiteral("  will be refused: ") + why);
         int position = 0;
         for (const ISOFile& iso : group.sortedISOs()) {
             QString line = QStringLiteral("  %1  %2").arg(++position, 3).arg(iso.url);

@@ -192,18 +192,19 @@ private:
 
 // How one channel of a few blocks compares.
 struct Tally {
-    int loud = 0;  // samples of the source that are not silence
+    int loud = 0;  // samples of the source that 24 bits can tell from silence
     int alike = 0; // of those, the ones that the output has, to the precision of 20 bits
     bool differs = false;
 
     void add(const SampleReader& source, int sourceChannel, const SampleReader& output, int outputChannel, int count) {
         constexpr double kStep = 1.0 / (1 << 20);
+        constexpr double kFaintest = 1.0 / (1 << 23); // of 24 bits
         for (int frame = 0; frame < count; ++frame) {
             const double wanted = source.sample(frame, sourceChannel);
             const double found = output.sample(frame, outputChannel);
             const double difference = std::abs(wanted - found);
             if (!(difference <= kTolerance)) differs = true;
-            if (wanted == 0) continue;
+            if (std::abs(wanted) < kFaintest) continue;
             ++loud;
             if (difference <= std::min(kStep, std::abs(wanted) / 2)) ++alike;
         }

@@ -30,6 +30,8 @@ public:
     const QString& path() const { return path_; }
     // The private name to write to; only with permission.
     const QString& unfinished() const { return file_->path(); }
+    // What a tool says of the private name, said of the final one; only with permission.
+    QString namingFinal(const QString& message) const { return file_->namingFinal(message); }
 
     // What a comparison may find without failing the item: conversions that the job is known for. `strict`: every
     // channel has to be its source's, but for what a change of encoding does to single samples. `exact`: it has to be

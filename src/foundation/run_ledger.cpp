@@ -4,6 +4,7 @@
 #include "platform/paths.h"
 
 #include <QFileInfo>
+#include <QHash>
 
 namespace ostrel {
 namespace {
@@ -48,8 +49,7 @@ bool RunLedger::isBystander(const QString& path) const {
     return identity && bystanders_.contains(*identity);
 }
 
-QString RunLedger::refusal(const QString& path) const {
-    const QString place = placeOf(path);
+QString RunLedger::refusal(const QString& path, const QString& place) const {
     if (writtenNames_.contains(place)) return writtenSentence(path);
     if (sourceNames_.contains(place)) return sourceSentence(path);
     const auto identity = identityOf(path);
@@ -62,7 +62,7 @@ WritePermission RunLedger::mayWrite(const QString& path, ExistingOutput rule,
                                     const std::function<bool()>& isEarlierOutput) const {
     using Kind = WritePermission::Kind;
     std::unique_lock lock(mutex_);
-    if (const QString why = refusal(path); !why.isEmpty()) return {Kind::refused, why};
+    if (const QString why = refusal(path, placeOf(path)); !why.isEmpty()) return {Kind::refused, why};
     const bool bystander = isBystander(path);
     lock.unlock(); // what follows asks the disk alone
     if (!isTaken(path)) return {};
@@ -101,13 +101,19 @@ std::vector<QString> RunLedger::foresee(const std::vector<QStringList>& outputsO
     const std::lock_guard lock(mutex_);
     std::vector<QString> reasons;
     QSet<QString> planned;
+    QHash<QString, QString> folders; // as they are on disk: a few folders, and perhaps a hundred thousand outputs
+    const auto placeIn = [&](const QString& output) {
+        const QString folder = paths::parent(output);
+        if (!folders.contains(folder)) folders.insert(folder, paths::parent(placeOf(output)));
+        return paths::append(folders.value(folder), paths::lastComponent(output));
+    };
     for (const QStringList& outputs : outputsOfItems) {
         QString reason;
         QStringList places;
         for (const QString& output : outputs) {
-            places << placeOf(output);
+            places << placeIn(output);
             if (!reason.isEmpty()) continue;
-            reason = planned.contains(places.last()) ? writtenSentence(output) : refusal(output);
+            reason = planned.contains(places.last()) ? writtenSentence(output) : refusal(output, places.last());
         }
         if (reason.isEmpty()) planned.unite(QSet<QString>(places.begin(), places.end()));
         reasons.push_back(reason);

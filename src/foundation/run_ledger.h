@@ -56,7 +56,7 @@ public:
     QStringList written() const;
 
 private:
-    QString refusal(const QString& path) const; // empty: none
+    QString refusal(const QString& path, const QString& place) const; // empty: none
     bool isBystander(const QString& path) const;
 
     mutable std::mutex mutex_;

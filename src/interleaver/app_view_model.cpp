@@ -47,6 +47,11 @@ AppViewModel::AppViewModel(DesktopServices& desktop, AudioOutput& audio, std::un
         QSettings().setValue(kAppearanceKey, rawText(appearance.value()));
         applyAppearance();
     });
+    const auto foresee = [this] {
+        if (!isScanning.value() && !isProcessing.value()) foreseeCollisions();
+    };
+    outputNotifiers_ = {outputURL.addNotifier(foresee), useCustomOutput.addNotifier(foresee),
+                        options.addNotifier(foresee)};
 }
 
 AppViewModel::~AppViewModel() {

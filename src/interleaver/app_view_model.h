@@ -19,6 +19,7 @@
 #include <QProperty>
 #include <QString>
 #include <QStringList>
+#include <array>
 #include <memory>
 #include <optional>
 
@@ -168,6 +169,7 @@ private:
     int runningTasks_ = 0;
     QString reportPath_;
     QPropertyNotifier appearanceNotifier_;
+    std::array<QPropertyNotifier, 3> outputNotifiers_; // of all that decides where outputs go
 };
 
 } // namespace ostrel

@@ -231,22 +231,21 @@ void AppViewModel::reportGroups() {
                                            "process in Interleave mode.")
                                 .arg(layoutName));
     };
+    const auto total = interleaveGroups.size();
+    const auto sayNothingReady = [&] {
+        say(LogLevel::warning, QStringLiteral("Found %1 groups, but 0 ready to process. Check for mismatches or "
+                                              "missing channels for %2.")
+                                   .arg(total)
+                                   .arg(layoutName));
+    };
+    if (total == 0) return sayNothingFound();
     if (selectedLayout.value() != ChannelLayout::stereo) {
-        const auto total = interleaveGroups.size();
-        if (total == 0) return sayNothingFound();
-        if (readyCount() > 0) {
-            say(LogLevel::success, QStringLiteral("Found %1 groups, %2 ready").arg(total).arg(readyCount()));
-        } else {
-            say(LogLevel::warning, QStringLiteral("Found %1 groups, but 0 ready to process. Check for mismatches or "
-                                                  "missing channels for %2.")
-                                       .arg(total)
-                                       .arg(layoutName));
-        }
-        return;
+        if (readyCount() == 0) return sayNothingReady();
+        return say(LogLevel::success, QStringLiteral("Found %1 groups, %2 ready").arg(total).arg(readyCount()));
     }
     const LRScanSummary summary = LRScanSummary::generate(interleaveGroups.rows());
     const int held = summary.protectedSurround + summary.protectedAmbisonics + summary.incomplete;
-    if (summary.readyPairs == 0 && held < 1) return sayNothingFound();
+    if (summary.readyPairs == 0 && held < 1) return sayNothingReady();
     say(LogLevel::success, QStringLiteral("L/R Scan Summary:"));
     const auto sayCount = [&](const char16_t* words, int number) {
         if (number > 0) say(LogLevel::info, QString::fromUtf16(words) + QString::number(number));

@@ -5,6 +5,7 @@
 #include "foundation/unexplained_bytes.h"
 #include "interleaver/chunk_carrying.h"
 #include "interleaver/interleave_command.h"
+#include "interleaver/speaker_order.h"
 #include "platform/background.h"
 #include "platform/child_process.h"
 #include "platform/diagnostics.h"
@@ -101,6 +102,10 @@ struct DeinterleaveEngine::Work {
         result.outcome.status = ProcessingStatus::failed(message);
         result.outcome.message = message;
     }
+    QString namingFinal(QString message) const {
+        for (const auto& [tag, file] : files) message = file->namingFinal(message);
+        return message;
+    }
     QMap<QString, QString> unfinished() const {
         QMap<QString, QString> paths;
         for (const auto& [tag, file] : files) paths.insert(tag, file->path());
@@ -173,7 +178,7 @@ void DeinterleaveEngine::runFFmpeg(Work& work, const QStringList& arguments) con
     appendToDebugLog(QStringLiteral("DeinterleaveEngine"), work.result.ffmpegCommand);
     try {
         const ProcessResult run = ChildProcess::runForResult(ffmpegPath_, arguments, limitsByProgress(work.unfinished().values()));
-        if (!run.succeeded()) work.fail(QStringLiteral("ffmpeg error: ") + extractFFmpegError(run.errorText()));
+        if (!run.succeeded()) work.fail(work.namingFinal(QStringLiteral("ffmpeg error: ") + extractFFmpegError(run.errorText())));
     } catch (const ProcessLaunchError& error) {
         throw DeinterleaveError(DeinterleaveError::Kind::processLaunchFailure, error.description);
     }
@@ -204,11 +209,19 @@ void DeinterleaveEngine::check(Work& work) const {
     if (!glance.shortOutputs.isEmpty()) return work.fail(glance.shortOutputs.first());
     if (glance.has(Kind::unread)) return work.fail(QStringLiteral("The new files of %1 can't be read back").arg(name));
     if (glance.misread()) return work.fail(misreadSentence({name}));
+    const auto nameOf = [&](const ChannelFinding& finding) {
+        const QString tag = work.unfinished().key(finding.pair.output.file);
+        return paths::lastComponent(work.result.outputURLs.value(tag));
+    };
+    QStringList unlike;
     QStringList differing;
     for (const ChannelFinding& finding : glance.findings) {
-        if (finding.kind != Kind::different && finding.kind != Kind::unlike) continue;
-        const QString tag = work.unfinished().key(finding.pair.output.file);
-        differing << paths::lastComponent(work.result.outputURLs.value(tag));
+        if (finding.kind == Kind::unlike) unlike << nameOf(finding);
+        if (finding.kind == Kind::different || finding.kind == Kind::unlike) differing << nameOf(finding);
+    }
+    if (!unlike.isEmpty() && !mayRemix(work.source)) {
+        return work.fail(QStringLiteral("%1 has not got the sound of its channel in %2")
+                             .arg(unlike.join(QStringLiteral(", ")), name));
     }
     if (differing.isEmpty()) return;
     work.result.outcome.warnings << QStringLiteral("%1: ffmpeg converted or remixed the channels on the way, so the "

@@ -7,6 +7,7 @@
 #include "foundation/unexplained_bytes.h"
 #include "interleaver/chunk_carrying.h"
 #include "interleaver/interleave_command.h"
+#include "interleaver/speaker_order.h"
 #include "metadata/bext_identity.h"
 #include "metadata/core_document.h"
 #include "metadata/csv_table.h"
@@ -131,7 +132,7 @@ InterleaveResult InterleaveEngine::interleave(const InterleaveGroup& group, cons
     if (!work.hasFailed) {
         addMetadata(work);
         if (complete) complete(work.file->unfinished());
-        publish(work, channelPairs(sources, work.file->unfinished()), isDurable);
+        publish(work, sources, isDurable);
     }
     if (!outcome.skipped()) report(group.id, outcome.status);
     return work.result;
@@ -148,7 +149,7 @@ void InterleaveEngine::runFFmpeg(Work& work, const QStringList& arguments) const
         throw InterleaveError(InterleaveError::Kind::processLaunchFailure, error.description);
     }
     if (!run.succeeded()) {
-        return work.fail(QStringLiteral("ffmpeg error: ") + extractFFmpegError(run.errorText()));
+        return work.fail(work.file->namingFinal(QStringLiteral("ffmpeg error: ") + extractFFmpegError(run.errorText())));
     }
     if (paths::exists(work.file->unfinished())) return;
     printDiagnostic(QStringLiteral("⚠️  Cannot inject chunks - output file doesn't exist: ") +
@@ -168,8 +169,10 @@ void InterleaveEngine::addMetadata(Work& work) const {
     }
 }
 
-void InterleaveEngine::publish(Work& work, const std::vector<ChannelPair>& pairs, bool isDurable) const {
-    const OutputFile::End end = work.file->finish(pairs, OutputFile::Check::tolerant, isDurable);
+void InterleaveEngine::publish(Work& work, const QStringList& sources, bool isDurable) const {
+    const auto check = mayReorder(sources) ? OutputFile::Check::tolerant : OutputFile::Check::strict;
+    const OutputFile::End end =
+        work.file->finish(channelPairs(sources, work.file->unfinished()), check, isDurable);
     ItemOutcome& outcome = work.result.outcome;
     outcome.warnings << end.warnings;
     work.result.isFaithful = end.isFaithful;

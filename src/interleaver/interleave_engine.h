@@ -80,7 +80,7 @@ private:
     struct Work;
     void runFFmpeg(Work& work, const QStringList& arguments) const;
     void addMetadata(Work& work) const;
-    void publish(Work& work, const std::vector<ChannelPair>& pairs, bool isDurable) const;
+    void publish(Work& work, const QStringList& sources, bool isDurable) const;
     void cloneMetadata(const QString& from, const QString& to) const;
     void cloneMetadataViaExtraction(const QString& from, const QString& to) const;
     std::optional<QMap<QString, QString>> identityFields(const QString& path) const;

@@ -198,8 +198,9 @@ std::vector<MultiChannelSource> LibraryScanner::scanForDeinterleave(const ScanRe
             source.status = ProcessingStatus::ready();
             classify(source, file);
             sources.push_back(std::move(source));
-        } catch (const FFProbeError&) {
-            continue; // a file that can't be probed is not a multichannel recording: nothing to split
+        } catch (const FFProbeError& error) {
+            if (!request.warn) continue;
+            request.warn(QStringLiteral("Cannot use %1: %2").arg(paths::lastComponent(file), error.errorDescription()));
         }
     }
     sortBy(sources, [](const MultiChannelSource& source) { return paths::lastComponent(source.sourceURL); });

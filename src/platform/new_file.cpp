@@ -69,6 +69,10 @@ void NewFile::withdraw() {
     published_.reset();
 }
 
+QString NewFile::namingFinal(QString message) const {
+    return message.replace(paths::lastComponent(path_), paths::lastComponent(finalPath_));
+}
+
 bool isPrivateName(const QString& name) {
     // To the letter: what a person calls ".ostrel-notes.wav" is no business of ours.
     static const QString uuid = QStringLiteral("[0-9A-Fa-f]{8}(?:-[0-9A-Fa-f]{4}){3}-[0-9A-Fa-f]{12}");

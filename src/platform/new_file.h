@@ -41,6 +41,8 @@ public:
     // "{folder}/.ostrel-{UUID}.{final extension}"
     const QString& path() const { return path_; }
     const QString& finalPath() const { return finalPath_; }
+    // What a tool says of the private file, said of the final one.
+    QString namingFinal(QString message) const;
 
     // Gives the file its final name in one step. Without replacing, a name that is taken meanwhile is an error and both
     // files stay as they are. `isDurable`: the file and its name are on the disk first, as they must be ahead of the

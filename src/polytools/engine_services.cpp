@@ -42,13 +42,9 @@ MetadataPreservationResult withoutIXML(MetadataPreservationResult capture) {
     return capture;
 }
 
-QString namingFinal(QString message, const QString& unfinished, const QString& finalName) {
-    return message.replace(paths::lastComponent(unfinished), finalName);
-}
-
-QString faultText(const ProcessResult& result, qsizetype characters) {
+QString faultText(const ProcessResult& result) {
     const QString fault = ffmpegFault(result);
-    return fault.isEmpty() ? QStringLiteral("Unknown error") : fault.left(characters);
+    return fault.isEmpty() ? QStringLiteral("Unknown error") : fault;
 }
 
 } // namespace ostrel

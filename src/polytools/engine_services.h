@@ -72,10 +72,7 @@ QString describe(const std::exception& error);
 // an output that bwfmetaedit refuses.
 MetadataPreservationResult withoutIXML(MetadataPreservationResult capture);
 
-// A message about a file that stands under its private name still, with the name that it will have.
-QString namingFinal(QString message, const QString& unfinished, const QString& finalName);
-
-// The line of a failed ffmpeg run that tells the fault, for a log line; "Unknown error" where none does. -1: all of it.
-QString faultText(const ProcessResult& result, qsizetype characters = -1);
+// The line of a failed ffmpeg run that tells the fault; "Unknown error" where none does.
+QString faultText(const ProcessResult& result);
 
 } // namespace ostrel

@@ -76,7 +76,7 @@ public:
         }
         if (!output.permission().isGranted()) throw FileError(output.permission().reason);
         for (const QString& warning : unexplainedBytesWarnings({poly_.url})) warn(warning);
-        build(output.unfinished(), paths::lastComponent(path));
+        build(output);
         restoreMetadata(output);
         publish(output);
         log_.success(kProcess, QStringLiteral("━━━ COMPLETE in %1s ━━━").arg(fixed(clock.elapsed() / 1000.0, 2)));
@@ -219,15 +219,16 @@ private:
                paths::isSameFile(output, poly_.url);
     }
 
-    void build(const QString& output, const QString& file) {
+    void build(const OutputFile& output) {
+        const QString file = paths::lastComponent(output.path());
         log_.info(kProcess, QStringLiteral("💾 Output: ") + file);
         log_.info(kProcess, QStringLiteral("🔨 Building new poly with ffmpeg pan filter..."));
         const QString layout = panLayout(static_cast<int>(final_.size()), poly_.channelCount, poly_.channelLayout);
         const QString filter = panFilter(final_, layout);
         log_.info(kProcess, QStringLiteral("🔧 Pan filter: ") + filter);
-        const ProcessResult ffmpeg = runFFmpeg(filter, output);
+        const ProcessResult ffmpeg = runFFmpeg(filter, output.unfinished());
         if (!ffmpeg.succeeded()) {
-            const QString text = QStringLiteral("❌ ffmpeg failed: ") + faultText(ffmpeg);
+            const QString text = QStringLiteral("❌ ffmpeg failed: ") + output.namingFinal(faultText(ffmpeg));
             log_.error(kProcess, text);
             throw filterError(3, text);
         }
@@ -255,7 +256,7 @@ private:
         try {
             carryMetadata(output);
         } catch (const std::exception& error) {
-            log_.error(kMetadata, QStringLiteral("❌ METADATA PRESERVATION FAILED: ") + describe(error));
+            log_.error(kMetadata, QStringLiteral("❌ METADATA PRESERVATION FAILED: ") + output.namingFinal(describe(error)));
         }
     }
 
@@ -265,7 +266,7 @@ private:
         log_.info(kMetadata, QStringLiteral("📝 Preserving metadata (BWF + SMED + iXML)..."));
         const MetadataPreservationResult capture = engine.extractMetadata(poly_.url, true);
         for (const QString& said : engine.applyMetadata({output}, poly_.url, withoutIXML(capture), true, true, true)) {
-            const QString message = namingFinal(said, output, paths::lastComponent(file.path()));
+            const QString message = file.namingFinal(said);
             log_.debug(message);
             if (message.startsWith(QStringLiteral("⚠️"))) log_.warning(kMetadata, message);
         }

@@ -42,8 +42,8 @@ private:
         sortByInterleaveIndex();
         if (!agree()) return;
         tell(0.2, "Building poly file...");
-        if (!runFFmpeg(output.unfinished())) return;
-        restoreMetadata(output.unfinished());
+        if (!runFFmpeg(output)) return;
+        restoreMetadata(output);
         publish(output);
     }
 
@@ -141,20 +141,21 @@ private:
         return true;
     }
 
-    bool runFFmpeg(const QString& output) {
+    bool runFFmpeg(const OutputFile& output) {
         try {
             const ProcessResult ffmpeg = ChildProcess::runSilently(
-                tools_.ffmpegPath, PolyJoinEngine::buildJoinCommand(isos_, output, anyNamesSpeakers(urls())),
-                limitsByProgress({output}));
+                tools_.ffmpegPath, PolyJoinEngine::buildJoinCommand(isos_, output.unfinished(), anyNamesSpeakers(urls())),
+                limitsByProgress({output.unfinished()}));
             tell(0.8, "Finalizing...");
             return ffmpeg.succeeded() ||
-                   refused(QStringLiteral("ffmpeg error: ") + faultText(ffmpeg, kErrorTextLength));
+                   refused(QStringLiteral("ffmpeg error: ") +
+                           output.namingFinal(faultText(ffmpeg)).left(kErrorTextLength));
         } catch (const ProcessLaunchError& error) {
             return refused(QStringLiteral("Process error: ") + error.description);
         }
     }
 
-    void restoreMetadata(const QString& output) {
+    void restoreMetadata(const OutputFile& output) {
         if (!tools_.universalEngine) {
             log_.debug(QStringLiteral("❌ [UniversalEngine] METADATA ENGINE UNAVAILABLE — bwfmetaedit not found"));
             log_.error(kMetadata, QStringLiteral("❌ METADATA ENGINE UNAVAILABLE — bwfmetaedit not found. Output will "
@@ -165,20 +166,21 @@ private:
         try {
             carryMetadata(*tools_.universalEngine, output);
         } catch (const std::exception& error) {
-            const QString reason = describe(error);
+            const QString reason = output.namingFinal(describe(error));
             log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata restoration failed: ") + reason);
             log_.error(kMetadata, QStringLiteral("❌ METADATA RESTORATION FAILED: ") + reason);
         }
     }
 
-    void carryMetadata(const UniversalMetadataEngine& engine, const QString& output) {
+    void carryMetadata(const UniversalMetadataEngine& engine, const OutputFile& file) {
+        const QString output = file.unfinished();
         const QString first = isos_.front().url;
         log_.debug(QStringLiteral("🔵 [UniversalEngine] Starting metadata restoration for joined poly"));
         log_.debug(QStringLiteral("🔵 [UniversalEngine] Extracting metadata from: ") + paths::lastComponent(first));
         const MetadataPreservationResult capture = engine.extractMetadata(first, true);
         for (const QString& message : capture.logMessages) log_.debug(message);
         for (const QString& said : engine.applyMetadata({output}, first, withoutIXML(capture), true, true, true)) {
-            const QString message = namingFinal(said, output, file_);
+            const QString message = file.namingFinal(said);
             log_.debug(message);
             log_.success(kMetadata, message);
         }

@@ -292,6 +292,7 @@ bool PolyJoinFlow::mayMix(const std::vector<ISOFile>& isos) {
     alert.text = QStringLiteral("%1 would be mixed to one channel each, which can't be undone in the poly.")
                      .arg(names.join(QStringLiteral(", ")));
     alert.buttons = {QStringLiteral("Mix to One Channel"), QStringLiteral("Cancel")};
+    alert.defaultButton = 1;
     if (services_.desktop().showAlert(alert) == 0) return true;
     const QString why = QStringLiteral("A join takes mono files: ") + names.join(QStringLiteral(", "));
     services_.error(kProcess, why);

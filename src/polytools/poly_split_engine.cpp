@@ -237,12 +237,12 @@ private:
         OutputFile output(ledger_, path, existingOutputRule(options_.skipIfExists, options_.overwriteExisting));
         if (!output.permission().isGranted()) return refuse(output.permission(), file);
         try {
-            if (!runFFmpeg(channel, output.unfinished(), file)) return;
+            if (!runFFmpeg(channel, output)) return;
             verifyMono(output.unfinished(), file);
         } catch (const ProcessLaunchError& error) {
             return fail(QStringLiteral("Process error for %1: %2").arg(file, error.description));
         }
-        applyMetadata(output.unfinished(), file, track, capture);
+        applyMetadata(output, track, capture);
         publish(output, channel, file);
     }
 
@@ -272,11 +272,14 @@ private:
         result_.channels.push_back(std::move(outcome));
     }
 
-    bool runFFmpeg(int channel, const QString& output, const QString& file) {
+    bool runFFmpeg(int channel, const OutputFile& output) {
         const ProcessResult ffmpeg = ChildProcess::runSilently(
-            tools_.ffmpegPath, PolySplitEngine::buildSplitCommand(poly_, channel, output), limitsByProgress({output}));
+            tools_.ffmpegPath, PolySplitEngine::buildSplitCommand(poly_, channel, output.unfinished()),
+            limitsByProgress({output.unfinished()}));
         if (ffmpeg.succeeded()) return true;
-        fail(QStringLiteral("ffmpeg error for %1: %2").arg(file, faultText(ffmpeg, kErrorTextLength)));
+        fail(QStringLiteral("ffmpeg error for %1: %2")
+                 .arg(paths::lastComponent(output.path()),
+                      output.namingFinal(faultText(ffmpeg)).left(kErrorTextLength)));
         return false;
     }
 
@@ -291,7 +294,7 @@ private:
         log_.warning(kProcess, QStringLiteral("Warning: Output may not be true mono: ") + file);
     }
 
-    void applyMetadata(const QString& iso, const QString& file, const ChannelTrack& track, const Capture& capture) {
+    void applyMetadata(const OutputFile& iso, const ChannelTrack& track, const Capture& capture) {
         if (!tools_.universalEngine) {
             log_.debug(QStringLiteral("❌ [UniversalEngine] METADATA ENGINE UNAVAILABLE — bwfmetaedit not found"));
             log_.error(kMetadata, QStringLiteral("❌ METADATA ENGINE UNAVAILABLE — bwfmetaedit not found. Output will "
@@ -300,20 +303,22 @@ private:
         }
         if (!capture.preservation) return;
         try {
-            carryMetadata(iso, file, track, *capture.preservation);
+            carryMetadata(iso, track, *capture.preservation);
         } catch (const std::exception& error) {
-            const QString reason = describe(error);
+            const QString reason = iso.namingFinal(describe(error));
             log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata application failed: ") + reason);
             log_.error(kMetadata, QStringLiteral("❌ METADATA APPLICATION FAILED: ") + reason);
         }
     }
 
-    void carryMetadata(const QString& iso, const QString& file, const ChannelTrack& track,
+    void carryMetadata(const OutputFile& output, const ChannelTrack& track,
                        const MetadataPreservationResult& capture) {
+        const QString iso = output.unfinished();
+        const QString file = paths::lastComponent(output.path());
         const UniversalMetadataEngine& engine = *tools_.universalEngine;
         log_.debug(QStringLiteral("🔵 [UniversalEngine] Applying metadata to ISO: ") + file);
         for (const QString& said : engine.applyMetadata({iso}, poly_.url, withoutIXML(capture), true, true, false)) {
-            const QString message = namingFinal(said, iso, file);
+            const QString message = output.namingFinal(said);
             log_.debug(message);
             log_.success(kMetadata, message);
         }

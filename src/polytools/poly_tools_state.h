@@ -12,6 +12,7 @@
 #include "polytools/poly_split_engine.h"
 #include "polytools/poly_tools_records.h"
 
+#include <QHash>
 #include <QProperty>
 #include <QString>
 #include <QStringList>
@@ -61,6 +62,7 @@ struct PolyToolsState {
     QProperty<bool> isBatchProcessing{false};
     QProperty<bool> isScanningBatchFiles{false};
     RecordList<BatchPolyMetadata> batchPolyMetadata;
+    QProperty<QHash<QUuid, QString>> foreseenRefusals; // why a run would refuse a poly or a group, by its id
     QProperty<std::optional<int>> selectedBatchPreviewIndex;
     QProperty<bool> isExtractingBatchPreview{false};
     QProperty<bool> isLoadingAllPreviews{false};

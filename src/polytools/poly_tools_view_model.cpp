@@ -10,7 +10,7 @@ PolyToolsViewModel::PolyToolsViewModel(DesktopServices& desktop, AudioOutput* au
     : services_(*this, *this, desktop, std::move(detector), [this] { Q_EMIT taskEnded(); }),
       preview_(*this, services_, audioOutput), selection_(*this, services_, preview_),
       split_(*this, services_, selection_), join_(*this, services_, preview_), review_(*this, services_, preview_),
-      edit_(*this, services_, selection_, preview_) {
+      edit_(*this, services_, selection_, preview_), foresight_(*this) {
     checkTools();
 }
 
@@ -19,6 +19,16 @@ PolyToolsViewModel::~PolyToolsViewModel() {
     preview_.cleanupPreviewTempFiles();
     preview_.cleanupBatchPreviewTempFiles();
     preview_.cleanupJoinPreview();
+}
+
+QString PolyToolsViewModel::batchProcessHelperText() const {
+    const QString text = selection_.batchProcessHelperText();
+    return text.isEmpty() ? text : text + foresight_.helperEnding();
+}
+
+QString PolyToolsViewModel::editPolyHelperText() const {
+    const QString text = edit_.editPolyHelperText();
+    return text.isEmpty() ? text : text + foresight_.helperEnding();
 }
 
 void PolyToolsViewModel::checkTools() {

@@ -8,11 +8,13 @@
 //     PolyJoinFlow         the Join mode: loading, grouping, runs         (poly_join_flow.h)
 //     PolyJoinReview       a person's changes to the groups               (poly_join_review.h)
 //     PolyEditFlow         the Edit mode                                  (poly_edit_flow.h)
+//     PolyForesight        what a run would refuse                        (poly_foresight.h)
 //     PolyPreview          what can be heard in all three                 (poly_preview.h)
 //     PolyToolsServices    tools, log and tasks, shared by all of them    (poly_tools_services.h)
 #pragma once
 
 #include "polytools/poly_edit_flow.h"
+#include "polytools/poly_foresight.h"
 #include "polytools/poly_join_flow.h"
 #include "polytools/poly_join_review.h"
 #include "polytools/poly_preview.h"
@@ -54,7 +56,9 @@ public:
     }
     void updateOutputNames() { selection_.updateOutputNames(); }
     bool hasSplitSourceContent() const { return selection_.hasSplitSourceContent(); }
-    QString batchProcessHelperText() const { return selection_.batchProcessHelperText(); }
+    QString batchProcessHelperText() const;
+    void foresee() { foresight_.foresee(); }
+    QString foreseenHelperEnding() const { return foresight_.helperEnding(); }
     void clearSplitData() { selection_.clearSplitData(); }
 
     // Split
@@ -91,7 +95,7 @@ public:
     // Edit
     bool hasAdvancedConfig() const { return edit_.hasAdvancedConfig(); }
     bool canRunEditPoly() const { return edit_.canRunEditPoly(); }
-    QString editPolyHelperText() const { return edit_.editPolyHelperText(); }
+    QString editPolyHelperText() const;
     void initializeReorderFromChannelItems() { edit_.initializeReorderFromChannelItems(); }
     void moveChannelUp(int row) { edit_.moveChannelUp(row); }
     void moveChannelDown(int row) { edit_.moveChannelDown(row); }
@@ -126,6 +130,7 @@ private:
     PolyJoinFlow join_;
     PolyJoinReview review_;
     PolyEditFlow edit_;
+    PolyForesight foresight_;
 };
 
 } // namespace ostrel

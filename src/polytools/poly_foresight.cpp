@@ -1,0 +1,108 @@
+#include "polytools/poly_foresight.h"
+
+#include "foundation/run_ledger.h"
+#include "platform/paths.h"
+#include "polytools/iso_file_names.h"
+#include "polytools/poly_names.h"
+
+namespace ostrel {
+
+PolyForesight::PolyForesight(PolyToolsState& state) : state_(state) {
+    timer_.setSingleShot(true);
+    timer_.setInterval(0);
+    QObject::connect(&timer_, &QTimer::timeout, &timer_, [this] {
+        const bool isListing = state_.isScanningBatchFiles.value() || state_.isScanningJoinISOs.value();
+        if (!state_.isProcessing.value() && !isListing) foresee();
+    });
+    const auto request = [this] { timer_.start(); };
+    const auto watch = [&](auto&... properties) { (watches_.push_back(properties.addNotifier(request)), ...); };
+    watch(state.mode, state.splitOutputFolder, state.splitNamingPattern, state.splitKeepOriginalName,
+          state.folderOrganization, state.batchMode, state.channelRemovalOutputSameFolder, state.editPolyEditInPlace,
+          state.joinOutputFolder, state.joinKeepOriginalName, state.isScanningBatchFiles, state.isScanningJoinISOs,
+          state.isProcessing);
+    for (const RecordListSignals* list : std::initializer_list<const RecordListSignals*>{&state.batchPolyMetadata,
+                                                                                         &state.reviewedGroups}) {
+        QObject::connect(list, &RecordListSignals::reset, &timer_, request);
+        QObject::connect(list, &RecordListSignals::rowsAppended, &timer_, request);
+    }
+}
+
+void PolyForesight::foresee() {
+    QStringList sources;
+    std::vector<QStringList> outputs;
+    const std::vector<Item> all = items();
+    for (const Item& item : all) {
+        sources << item.sources;
+        outputs.push_back(item.outputs);
+    }
+    QHash<QUuid, QString> refusals;
+    const std::vector<QString> reasons = RunLedger(sources).foresee(outputs);
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (!reasons[i].isEmpty()) refusals.insert(all[i].id, reasons[i]);
+    }
+    state_.foreseenRefusals = refusals;
+}
+
+QString PolyForesight::helperEnding() const {
+    const auto& refusals = state_.foreseenRefusals.value();
+    if (refusals.isEmpty()) return {};
+    QString first;
+    for (const Item& item : items()) {
+        if (first.isEmpty()) first = refusals.value(item.id);
+    }
+    return QStringLiteral(" · %1 will be refused: %2").arg(refusals.size()).arg(first);
+}
+
+std::vector<PolyForesight::Item> PolyForesight::items() const {
+    if (state_.mode.value() == PolyMode::join) return joins();
+    std::vector<Item> result;
+    for (const BatchPolyMetadata& poly : state_.batchPolyMetadata) {
+        result.push_back(state_.mode.value() == PolyMode::split ? split(poly) : edit(poly));
+    }
+    return result;
+}
+
+PolyForesight::Item PolyForesight::split(const BatchPolyMetadata& poly) const {
+    const QString folder = state_.splitOutputFolder.value();
+    Item item{poly.id, {poly.url}, {}};
+    if (folder.isEmpty() || state_.folderOrganization.value() != FolderOrganization::flat) return item;
+    std::vector<IsoNameRequest> requests;
+    for (int channel = 0; channel < poly.channelCount; ++channel) {
+        const auto at = static_cast<std::size_t>(channel);
+        const bool isNamed = at < poly.trackInfo.size();
+        requests.push_back({isNamed ? poly.trackInfo[at].interleaveIndex - 1 : channel,
+                            isNamed ? poly.trackInfo[at].name : QString()});
+    }
+    const bool isBeside = paths::absolute(folder) == paths::parent(paths::absolute(poly.url));
+    const QStringList taken = isBeside ? QStringList(paths::lastComponent(poly.url)) : QStringList();
+    for (const QString& name : isoOutputNames(poly.baseName, requests, state_.splitNamingPattern.value(),
+                                              state_.splitKeepOriginalName.value(), taken)) {
+        item.outputs << paths::append(folder, name);
+    }
+    return item;
+}
+
+// A poly that is written anew beside itself gets another name, which its edit decides.
+PolyForesight::Item PolyForesight::edit(const BatchPolyMetadata& poly) const {
+    Item item{poly.id, {poly.url}, {}};
+    const QString folder = state_.channelRemovalOutputSameFolder.value() ? QString() : state_.splitOutputFolder.value();
+    if (state_.editPolyEditInPlace.value() || folder.isEmpty()) return item;
+    const QString output = paths::append(folder, polyFileName(poly.baseName));
+    if (!paths::isSameFile(output, poly.url)) item.outputs << output;
+    return item;
+}
+
+std::vector<PolyForesight::Item> PolyForesight::joins() const {
+    std::vector<Item> result;
+    const QString folder = state_.joinOutputFolder.value();
+    for (const ISOGroupCandidate& group : state_.reviewedGroups) {
+        Item item{group.id, {}, {}};
+        for (const ISOFile& iso : group.isoFiles) item.sources << iso.url;
+        const QString name = groupOutputName(group, state_.joinKeepOriginalName.value());
+        if (!folder.isEmpty() && group.isoFiles.size() > 1) item.outputs << paths::append(folder, polyFileName(name));
+        result.push_back(std::move(item));
+    }
+    return result;
+}
+
+} // namespace ostrel

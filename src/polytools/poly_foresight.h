@@ -1,0 +1,42 @@
+// What a run over the listed polys or groups would refuse, told ahead of it: a poly whose ISOs another poly of the list
+// would write too, an output that is a source of the run.
+//
+// Follows the state by itself, a moment behind it, and publishes `foreseenRefusals`. Looks at names and the disk's
+// directory alone, so what only a recording's metadata tells (folders by scene) is left to the run, which refuses it
+// all the same. Main thread.
+#pragma once
+
+#include "polytools/poly_tools_state.h"
+
+#include <QTimer>
+#include <vector>
+
+namespace ostrel {
+
+class PolyForesight {
+public:
+    explicit PolyForesight(PolyToolsState& state);
+
+    // At once, for a caller that can't wait for the event loop.
+    void foresee();
+
+    // " · 2 will be refused: {the first reason}"; empty where nothing will.
+    QString helperEnding() const;
+
+private:
+    struct Item {
+        QUuid id;
+        QStringList sources;
+        QStringList outputs; // empty: not known ahead of the run
+    };
+    std::vector<Item> items() const;
+    std::vector<Item> joins() const;
+    Item edit(const BatchPolyMetadata& poly) const;
+    Item split(const BatchPolyMetadata& poly) const;
+
+    PolyToolsState& state_;
+    QTimer timer_;
+    std::vector<QPropertyNotifier> watches_;
+};
+
+} // namespace ostrel
