@@ -1,5 +1,6 @@
 """Runs the cases of one script: SCRIPT PROGRAM SHIM [NAME...]. Each case is a function that takes a `World`."""
 import inspect
+import os
 import sys
 import time
 import traceback
@@ -19,7 +20,7 @@ def main():
     chosen = [function for function in _cases if not names or any(name in function.__name__ for name in names)]
     failed = []
     for function in chosen:
-        world = World(program, shim)
+        world = World(os.path.abspath(program), os.path.abspath(shim))
         began = time.monotonic()
         try:
             function(world)
