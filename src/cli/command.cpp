@@ -63,7 +63,7 @@ nlohmann::json jobItem(const QString& name, const ItemOutcome& outcome) {
     return {{"name", jsonText(name)},
             {"sources", jsonList(sources)},
             {"outputs", jsonList(outcome.outputs)},
-            {"status", jsonText(outcome.status.caseName())},
+            {"status", jsonText(outcome.skipped() ? QStringLiteral("skipped") : outcome.status.caseName())},
             {"statusText", jsonText(outcome.status.displayText())},
             {"message", jsonText(outcome.message)},
             {"warnings", jsonList(outcome.warnings)},

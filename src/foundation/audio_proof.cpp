@@ -67,6 +67,10 @@ QString differenceSentence(const ChannelPair& pair) {
     return QStringLiteral("the samples of %1 are not those of %2").arg(name(pair.output.file), name(pair.source.file));
 }
 
+QString brokenSentence(const QString& file) {
+    return QStringLiteral("%1 does not end where its head says: a tool was ended as it wrote").arg(name(file));
+}
+
 QString framesSentence(const SampleReader& reader) {
     return QStringLiteral("%1 has %2 frames").arg(name(reader.path())).arg(reader.frames());
 }
@@ -85,6 +89,9 @@ public:
             if (!unexplained.isEmpty()) return unexplained.join(QStringLiteral("; "));
             if (QString why = openAll(); !why.isEmpty()) return why;
             if (pairs_.empty()) return QStringLiteral("nothing was compared");
+            for (const ChannelPair& pair : pairs_) {
+                if (!readers_.at(pair.output.file)->isWhole()) return brokenSentence(pair.output.file);
+            }
             if (QString why = missingChannels(); !why.isEmpty()) return why;
             if (QString why = impossiblePair(); !why.isEmpty()) return why;
             if (QString why = unequalLengths(); !why.isEmpty()) return why;
@@ -297,6 +304,7 @@ private:
         }
         for (const QString& output : outputs) {
             const SampleReader& reader = *readers_.at(output);
+            if (!reader.isWhole()) glance_.brokenOutputs << brokenSentence(output);
             if (reader.frames() == 0 && least->second == 0 && !unexplainedBytesOf(least->first).isEmpty()) {
                 glance_.shortOutputs << QStringLiteral("The new file holds no sound, and the header of %1 tells of none: %2")
                                             .arg(name(least->first), unexplainedBytesOf(least->first));

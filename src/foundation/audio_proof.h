@@ -64,6 +64,7 @@ struct ChannelFinding {
 
 struct Glance {
     std::vector<ChannelFinding> findings; // of the pairs that could be compared
+    QStringList brokenOutputs;            // one sentence each: the file does not end where its head says
     QStringList shortOutputs;             // one sentence each: fewer frames than the shortest source
     QStringList unequalSources;           // one sentence for all: sources of unequal length; else empty
     QStringList oddSources;               // files whose samples stand in more bytes than they need

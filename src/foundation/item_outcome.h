@@ -29,12 +29,13 @@ struct ItemOutcome {
     QStringList warnings; // what the person should know although outputs stand
     QString message;      // one sentence about the whole
     std::vector<SourceFate> sources;
+    bool wasThere = false; // the outputs were: counts as a skip, whatever word its status has
 
     bool operator==(const ItemOutcome&) const = default;
 
     bool succeeded() const { return status.stands(); }
-    bool failed() const { return status.kind == ProcessingStatus::Kind::failed; }
-    bool skipped() const { return status.kind == ProcessingStatus::Kind::skipped; }
+    bool failed() const { return status.kind == ProcessingStatus::Kind::failed && !wasThere; }
+    bool skipped() const { return status.kind == ProcessingStatus::Kind::skipped || wasThere; }
 
     // "Kept", "Moved", "Deleted", "Replaced"; each kind with its count where they differ: "Moved 2, Kept 1".
     QString sourcesText() const;

@@ -34,6 +34,7 @@ public:
         frames_ = static_cast<qint64>(layout.frames());
         channels_ = layout.format->channels;
         encoding_ = encoding;
+        isWhole_ = layout.endsAsDeclared();
         hasOddContainer_ = (layout.format->bits + 7) / 8 != encoding.bytes;
         const auto stamp = FileStamp::of(descriptor);
         if (stamp) stamp_ = *stamp;

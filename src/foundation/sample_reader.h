@@ -46,6 +46,8 @@ public:
     // Fewer bytes of sound than of sample (24 bits in 4 bytes): layouts that tools are known to read wrongly.
     bool hasOddContainer() const { return hasOddContainer_; }
     bool isLossy() const { return isLossy_; }
+    // The file ends where its head says. True where that is not known.
+    bool isWhole() const { return isWhole_; }
 
     // Reads frames from `first` on; exactly `count` of them or an error. Interleaved, in the file's encoding.
     virtual void read(qint64 first, int count) = 0;
@@ -64,6 +66,7 @@ protected:
     Encoding encoding_;
     bool hasOddContainer_ = false;
     bool isLossy_ = false;
+    bool isWhole_ = true;
     std::vector<unsigned char> buffer_;
 };
 

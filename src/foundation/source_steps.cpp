@@ -15,7 +15,9 @@ using Kind = SourceFate::Kind;
 struct Step {
     SourceOrder order;
     QString now; // where the source stands: its own name, a private one, its destination
-    int number = 0;
+    QString target = QString(); // where the step puts it
+    int number = 0; // in the journal; 0: not written down
+    bool wasTakenBack = false;
     std::optional<FileStamp> stamp;
 };
 
@@ -23,55 +25,70 @@ class Steps {
 public:
     Steps(const std::vector<SourceOrder>& orders, Journal& journal) : journal_(journal) {
         for (const SourceOrder& order : orders) {
-            steps_.push_back({order, order.source, 0, FileStamp::of(order.source)});
+            steps_.push_back({.order = order, .now = order.source, .stamp = FileStamp::of(order.source)});
         }
     }
 
     SourceStepsResult run() {
         std::size_t done = 0;
         try {
+            // All of them ahead of the first, and their ends behind the last: a program that is killed in between
+            // leaves every one to be told of, the source that it did not reach as well as the one that is away.
+            for (Step& step : steps_) writeDown(step);
             for (; done < steps_.size(); ++done) take(steps_[done]);
         } catch (const FileError& error) {
             result_.failure = error.description;
             while (done > 0) takeBack(steps_[--done]);
+            for (const Step& step : steps_) giveUp(step, error.description);
             return finished();
         }
-        std::for_each(steps_.begin(), steps_.end(), [this](Step& step) { complete(step); });
+        for (Step& step : steps_) remove(step);
+        for (const Step& step : steps_) {
+            if (step.now != step.order.source) note(journal_.end(step.number));
+        }
         return finished();
     }
 
 private:
     static bool isDeletion(const Step& step) { return step.order.destination.isEmpty(); }
 
+    void writeDown(Step& step) {
+        const QString& source = step.order.source;
+        if (isDeletion(step)) {
+            holds_.push_back(std::make_unique<FolderHold>(paths::parent(source)));
+            step.target = privatePath(paths::parent(source), paths::extension(source));
+            step.number = journal_.begin(JournalOperation::remove, source, QString(), step.target);
+        } else {
+            step.target = step.order.destination;
+            step.number = journal_.begin(JournalOperation::move, source, step.target);
+        }
+    }
+
     // A deletion gets no further here than to a private name.
     void take(Step& step) {
         const QString& source = step.order.source;
-        const QString target = isDeletion(step) ? privatePath(paths::parent(source), paths::extension(source))
-                                                : step.order.destination;
         if (!step.stamp || FileStamp::of(source) != step.stamp) {
             throw FileError(QStringLiteral("%1 was changed meanwhile").arg(source));
         }
         if (isDeletion(step)) {
-            holds_.push_back(std::make_unique<FolderHold>(paths::parent(source)));
-            step.number = journal_.begin(JournalOperation::remove, source, QString(), target);
+            files::renameWithoutReplacing(source, step.target);
         } else {
-            files::createFolder(paths::parent(target));
-            step.number = journal_.begin(JournalOperation::move, source, target);
+            files::createFolder(paths::parent(step.target));
+            files::move(source, step.target);
         }
-        try {
-            isDeletion(step) ? files::renameWithoutReplacing(source, target) : files::move(source, target);
-        } catch (const FileError& error) {
-            journal_.fail(step.number, error.description);
-            throw;
-        }
-        step.now = target;
-        if (!isDeletion(step)) note(journal_.end(step.number));
+        step.now = step.target;
+    }
+
+    // The end of a step that was written down and not taken.
+    void giveUp(const Step& step, const QString& why) {
+        if (step.number != 0 && !step.wasTakenBack && step.now == step.order.source) journal_.fail(step.number, why);
     }
 
     void takeBack(Step& step) {
         try {
             files::move(step.now, step.order.source);
             step.now = step.order.source;
+            step.wasTakenBack = true;
             note(journal_.markUndone(step.number));
         } catch (const FileError& error) {
             result_.failure += QStringLiteral("; %1 is at %2 (%3)")
@@ -79,14 +96,19 @@ private:
         }
     }
 
-    void complete(Step& step) {
+    void remove(Step& step) {
         if (!isDeletion(step)) return;
         try {
             files::remove(step.now);
             step.now.clear();
-            note(journal_.end(step.number));
         } catch (const FileError& error) {
-            result_.failure = error.description;
+            QStringList gone;
+            for (const Step& each : steps_) {
+                if (each.now.isEmpty()) gone << paths::lastComponent(each.order.source);
+            }
+            result_.failure = QStringLiteral("%1 can't be removed (%2)")
+                                  .arg(paths::lastComponent(step.order.source), error.description);
+            if (!gone.isEmpty()) result_.failure += QStringLiteral("; deleted by then: ") + gone.join(QStringLiteral(", "));
             takeBack(step);
         }
     }
@@ -149,6 +171,8 @@ UndoResult undoMoves(const QString& run) {
             continue;
         }
         const std::optional<FileStamp> there = FileStamp::of(step->to);
+        // A program was killed ahead of this step.
+        if (step->state == JournalStep::State::begun && !there && paths::exists(step->from)) continue;
         if (!there || (step->stamp && (there->size != step->stamp->size || there->modified != step->stamp->modified))) {
             result.failures << QStringLiteral("%1: %2").arg(
                 step->to, there ? QStringLiteral("changed since it was moved") : QStringLiteral("not there"));

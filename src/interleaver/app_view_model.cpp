@@ -85,15 +85,15 @@ int AppViewModel::readyCount() const {
 }
 
 int AppViewModel::errorCount() const {
-    const auto hasError = [](const auto& item) { return item.status.isError(); };
+    const auto hasError = [](const auto& item) { return hasFailed(item); };
     return currentMode.value() == AppMode::interleave ? count(interleaveGroups, hasError)
                                                       : count(deinterleaveSources, hasError);
 }
 
 int AppViewModel::skippedCount() const {
-    const auto isLeftOut = [](const auto& item) { return !item.include; };
-    return currentMode.value() == AppMode::interleave ? count(interleaveGroups, isLeftOut)
-                                                      : count(deinterleaveSources, isLeftOut);
+    const auto isOut = [](const auto& item) { return isLeftOut(item); };
+    return currentMode.value() == AppMode::interleave ? count(interleaveGroups, isOut)
+                                                      : count(deinterleaveSources, isOut);
 }
 
 int AppViewModel::completedCount() const {

@@ -28,8 +28,8 @@ InterleaverReport reportOf(const Rows& rows) {
     InterleaverReport report;
     report.total = static_cast<int>(rows.size());
     report.successes = count([](const auto& item) { return item.status.stands(); });
-    report.skipped = count([](const auto& item) { return !item.include; });
-    report.errors = count([](const auto& item) { return item.status.isError(); });
+    report.skipped = count(isLeftOut<typename Rows::value_type>);
+    report.errors = count(hasFailed<typename Rows::value_type>);
     return report;
 }
 

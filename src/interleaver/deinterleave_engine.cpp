@@ -170,6 +170,9 @@ bool DeinterleaveEngine::mayWriteAll(Work& work, const ProcessingOptions& option
     if (work.hasFailed) return false;
     const QString why = refusal(namesOf(existing, work.source), options);
     if (!why.isEmpty()) work.fail(why);
+    // All of it, and as asked for: an output that is missing beside others is not there by a later run either.
+    work.result.outcome.wasThere = options.skipIfExists && !options.overwriteExisting &&
+                                   existing.size() == work.result.outputURLs.size();
     return !work.hasFailed;
 }
 
@@ -206,7 +209,8 @@ void DeinterleaveEngine::check(Work& work) const {
     using Kind = ChannelFinding::Kind;
     const Glance glance = glanceAt(channelPairs(work.source, work.unfinished()));
     const QString name = paths::lastComponent(work.source.sourceURL);
-    if (!glance.shortOutputs.isEmpty()) return work.fail(glance.shortOutputs.first());
+    const QStringList faults = glance.brokenOutputs + glance.shortOutputs;
+    if (!faults.isEmpty()) return work.fail(work.namingFinal(faults.first()));
     if (glance.has(Kind::unread)) return work.fail(QStringLiteral("The new files of %1 can't be read back").arg(name));
     if (glance.misread()) return work.fail(misreadSentence({name}));
     const auto nameOf = [&](const ChannelFinding& finding) {

@@ -45,6 +45,16 @@ struct ItemReport {
     void warn(const QStringList& sentences, LogCategory category, const QString& item);
 };
 
+// How the totals count a row: one whose outputs were there already is left out and no error, whatever word its status has.
+template <class Record>
+bool isLeftOut(const Record& record) {
+    return !record.include || (record.outcome && record.outcome->wasThere);
+}
+template <class Record>
+bool hasFailed(const Record& record) {
+    return record.status.isError() && !(record.outcome && record.outcome->wasThere);
+}
+
 // Whether the options ask for sources to go after a success.
 enum class Originals { keep, move, remove };
 

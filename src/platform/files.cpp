@@ -28,7 +28,8 @@ QString reason() { return QString::fromLocal8Bit(std::strerror(errno)); }
 
 class Descriptor {
 public:
-    Descriptor(const QString& path, int flags) : number(::open(QFile::encodeName(path).constData(), flags | O_CLOEXEC)) {}
+    Descriptor(const QString& path, int flags, mode_t mode = 0)
+        : number(::open(QFile::encodeName(path).constData(), flags | O_CLOEXEC, mode)) {}
     ~Descriptor() {
         if (number >= 0) ::close(number);
     }
@@ -37,12 +38,30 @@ public:
     const int number;
 };
 
+// Through a buffer, from where both stand; false with errno set.
+bool pump(int from, int to) {
+    constexpr size_t kBlock = 1 << 20;
+    const auto block = std::make_unique<char[]>(kBlock);
+    for (;;) {
+        const ssize_t got = ::read(from, block.get(), kBlock);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return got == 0;
+        for (ssize_t done = 0; done < got;) {
+            const ssize_t written = ::write(to, block.get() + done, static_cast<size_t>(got - done));
+            if (written < 0 && errno == EINTR) continue;
+            if (written < 0) return false;
+            done += written;
+        }
+    }
+}
+
 // For a move between file systems. The original goes when its copy is on the disk, was compared, and stands under its
 // name; and only if it still is what was copied.
 void copyAndRemove(const QString& from, const QString& to) {
     const std::optional<FileStamp> before = FileStamp::of(from);
     NewFile copy(to);
-    if (!before || !QFile::copy(from, copy.path())) fail(QStringLiteral("Could not copy"), from, reason());
+    files::copy(from, copy.path());
+    if (!before) fail(QStringLiteral("Could not copy"), from, QStringLiteral("it was not there"));
     struct stat source;
     if (::stat(QFile::encodeName(from).constData(), &source) == 0) {
         const timespec times[2] = {source.st_atim, source.st_mtim};
@@ -222,6 +241,20 @@ bool sameBytes(const QString& a, const QString& b) {
         if (block != right.read(wanted)) return false;
     }
     return true;
+}
+
+void copy(const QString& from, const QString& to) {
+    const Descriptor source(from, O_RDONLY);
+    struct stat found;
+    if (source.number < 0 || ::fstat(source.number, &found) != 0) fail(QStringLiteral("Could not copy"), from, reason());
+    const Descriptor target(to, O_WRONLY | O_CREAT | O_EXCL, found.st_mode & 0777);
+    if (target.number < 0) fail(QStringLiteral("Could not copy"), from, reason());
+    ::fchmod(target.number, found.st_mode & 0777); // as it stands, whatever the mask of this program
+    constexpr size_t kAtOnce = size_t{1} << 30;
+    ssize_t copied = 1;
+    while (copied > 0) copied = ::copy_file_range(source.number, nullptr, target.number, nullptr, kAtOnce, 0);
+    // Some file systems know no such call, others end it early with a 0: whatever is left goes the plain way.
+    if (!pump(source.number, target.number)) fail(QStringLiteral("Could not copy"), from, reason());
 }
 
 void remove(const QString& path) {

@@ -40,6 +40,10 @@ void renameOver(const QString& from, const QString& to);
 // them.
 void flush(const QString& path);
 
+// Copies contents and mode into a file that is not there yet; a part of it stays where that fails. Shares the blocks where the file system
+// can.
+void copy(const QString& from, const QString& to);
+
 // Whole contents, byte for byte, through fixed buffers. A file that can't be read to its end is an error.
 bool sameBytes(const QString& a, const QString& b);
 

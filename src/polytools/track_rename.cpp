@@ -1,6 +1,7 @@
 // Renaming tracks in the poly itself.
 #include "foundation/domain_error.h"
 #include "foundation/journal.h"
+#include "foundation/run_ledger.h"
 #include "foundation/unexplained_bytes.h"
 #include "platform/files.h"
 #include "platform/paths.h"
@@ -21,10 +22,7 @@ DomainError renameError(const QString& description) {
 
 // The copy that is worked on, hidden beside the recording so that it can take its place in one step.
 void copyTo(const QString& copy, const QString& recording) {
-    QFile source(recording);
-    if (!source.copy(copy)) {
-        throw FileError(QStringLiteral("Could not copy %1: %2").arg(recording, source.errorString()));
-    }
+    files::copy(recording, copy);
     // A read-only recording is refused later on; its copy has to be written to meanwhile.
     QFile::setPermissions(copy, QFile::permissions(copy) | QFileDevice::WriteUser);
 }
@@ -97,6 +95,9 @@ ChannelFilterResult PolyChannelFilterEngine::renameTracksInPlace(const PolyFile&
     const QString recording = QFileInfo(polyFile.url).canonicalFilePath(); // a link stays a link to the new file
     const std::optional<FileStamp> before = FileStamp::of(recording); // ahead of the first look at its contents
     if (!before) throw renameError(QStringLiteral("The recording is not there"));
+    RunLedger ownLedger(QStringList{recording});
+    const QStringList cleared = (hooks_.ledger ? *hooks_.ledger : ownLedger).prepareFolder(paths::parent(recording));
+    for (const QString& sentence : cleared) log.warning(LogCategory::process, sentence);
     requireReplaceable(recording);
     if (const QString why = unexplainedBytesOf(recording); !why.isEmpty()) {
         throw renameError(QStringLiteral("The recording is not replaced: ") + why);
@@ -134,6 +135,7 @@ ChannelFilterResult PolyChannelFilterEngine::renameTracksInPlace(const PolyFile&
     ChannelFilterResult result;
     result.outcome.status = ProcessingStatus::completed();
     result.outcome.outputs = {polyFile.url};
+    result.outcome.warnings = cleared;
     result.outcome.sources = {{polyFile.url, SourceFate::Kind::replaced, QString()}};
     result.channelCount = polyFile.channelCount;
     for (const auto& [number, name] : present) result.trackNames << name;

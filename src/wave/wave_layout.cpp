@@ -163,6 +163,12 @@ bool isChainToEnd(const Bytes& file, std::uint64_t at) {
 
 } // namespace
 
+bool WaveLayout::endsAsDeclared() const {
+    constexpr std::uint64_t kHead = 8; // the first four characters and the size itself
+    const std::uint64_t declared = riffSize + kHead;
+    return declared + 1 >= fileSize && declared <= fileSize + 1;
+}
+
 std::uint64_t WaveLayout::audioBytes() const {
     if (!data || data->payload > fileSize) return 0;
     const std::uint64_t there = fileSize - data->payload;

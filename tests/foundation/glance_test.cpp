@@ -61,6 +61,24 @@ TEST_F(GlanceTest, ClippedFloatsAreDifferent) {
     EXPECT_EQ(kindOf(sound("a.wav", loud, SampleFormat::float32), sound("b.wav", clipped)), Kind::different);
 }
 
+// What 24 bits can't tell from silence is no sound that an output of 24 bits could have.
+TEST_F(GlanceTest, FaintFloatsThatIntegersLoseAreNotUnlike) {
+    const auto faint = [](int, qint64 frame) { return 1e-9F * static_cast<float>(std::sin(0.01 * static_cast<double>(frame))); };
+    const auto silence = [](int, qint64) { return 0.0F; };
+    EXPECT_EQ(kindOf(sound("a.wav", faint, SampleFormat::float32), sound("b.wav", silence)), Kind::different);
+}
+
+// A tool that was ended as it wrote its chunk.
+TEST_F(GlanceTest, AnOutputThatDoesNotEndWhereItsHeadSaysIsBroken) {
+    const QString source = write("a.wav", spec);
+    const QString output = folder.write(QStringLiteral("b.wav"), waveBytes(spec) + chunkBytes("iXML", "<BWFXML/>"));
+    EXPECT_EQ(look(source, output).brokenOutputs,
+              QStringList{QStringLiteral("b.wav does not end where its head says: a tool was ended as it wrote")});
+    EXPECT_TRUE(look(source, source).brokenOutputs.isEmpty());
+    const AudioProof proof = AudioProof::of({source}, {{{source, 0}, {output, 0}}});
+    EXPECT_TRUE(proof.objection().startsWith(QStringLiteral("b.wav does not end")));
+}
+
 TEST_F(GlanceTest, LostLowerBitsAreDifferent) {
     spec.bitDepth = 32;
     const QString source = write("a.wav", spec);

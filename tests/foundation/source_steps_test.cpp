@@ -76,7 +76,7 @@ TEST_F(SourceStepsTest, MovesBothAndWritesItDownAheadAndAfter) {
     EXPECT_EQ(result.failure, QString());
     EXPECT_TRUE(result.warnings.isEmpty());
     EXPECT_EQ(result.fates, (std::vector<SourceFate>{{left, Kind::moved, movedLeft}, {right, Kind::moved, movedRight}}));
-    EXPECT_EQ(atEachStep, (QStringList{QStringLiteral("move begun"), QStringLiteral("move done|move begun")}));
+    EXPECT_EQ(atEachStep, (QStringList{QStringLiteral("move begun|move begun"), QStringLiteral("move begun|move begun")}));
     EXPECT_EQ(journalSteps().join(u'|'), QStringLiteral("move done|move done"));
     EXPECT_EQ(Journal::read()[1].to, movedRight);
     EXPECT_FALSE(QFile::exists(left) || QFile::exists(right));
@@ -97,7 +97,7 @@ TEST_F(SourceStepsTest, DeletesBothOnlyWhenBothCanGo) {
     EXPECT_EQ(result.fates[0], (SourceFate{left, Kind::deleted, QString()}));
     EXPECT_EQ(result.fates[1], (SourceFate{right, Kind::deleted, QString()}));
     EXPECT_EQ(atEachEnd, (QStringList{QStringLiteral("delete begun|delete begun"),
-                                      QStringLiteral("delete done|delete begun")}));
+                                      QStringLiteral("delete begun|delete begun")}));
     EXPECT_EQ(journalSteps().join(u'|'), QStringLiteral("delete done|delete done"));
     EXPECT_TRUE(privateFiles().isEmpty());
     EXPECT_FALSE(isHeld(folder.path()));
@@ -123,7 +123,7 @@ TEST_F(SourceStepsTest, TheFirstComesBackWhereTheSecondCannotFollow) {
 TEST_F(SourceStepsTest, TheFirstComesBackWhereTheSecondCannotBeWrittenDown) {
     int lines = 0;
     const OnSystemCall full(SystemCall::fsync, [&](const QByteArray& path, const QByteArray&) {
-        return path == QFile::encodeName(Journal::path()) && ++lines == 3 ? ENOSPC : 0; // begin, end, begin
+        return path == QFile::encodeName(Journal::path()) && ++lines == 2 ? ENOSPC : 0;
     });
     const SourceStepsResult result = move();
     expectAsBefore(result);
@@ -139,7 +139,7 @@ TEST_F(SourceStepsTest, WithoutAJournalNothingGoes) {
 TEST_F(SourceStepsTest, AnEndThatCannotBeWrittenDownIsToldAndChangesNothing) {
     int lines = 0;
     const OnSystemCall full(SystemCall::fsync, [&](const QByteArray& path, const QByteArray&) {
-        return path == QFile::encodeName(Journal::path()) && ++lines % 2 == 0 ? ENOSPC : 0;
+        return path == QFile::encodeName(Journal::path()) && ++lines > 2 ? ENOSPC : 0; // behind both beginnings
     });
     const SourceStepsResult result = move();
     EXPECT_EQ(result.failure, QString());
@@ -169,6 +169,25 @@ TEST_F(SourceStepsTest, ADeletionThatFailsAtItsLastMomentLeavesTheSource) {
     EXPECT_FALSE(result.allKept() || result.failure.isEmpty());
     EXPECT_EQ(fingerprintOf(right), before[1]);
     EXPECT_EQ(journalSteps().join(u'|'), QStringLiteral("delete done|delete undone"));
+}
+
+TEST_F(SourceStepsTest, AKillBetweenTheTwoIsToldOfBothAndCanBeTakenBack) {
+    inProgramThatEnds([&] {
+        int steps = 0;
+        const OnSystemCall killed(SystemCall::renameat2, [&](const QByteArray&, const QByteArray&) {
+            if (++steps == 2) ::_exit(0);
+            return 0;
+        });
+        move();
+    });
+    ASSERT_TRUE(QFile::exists(movedLeft) && QFile::exists(right));
+    const QStringList told = Journal::tellUnfinished();
+    ASSERT_EQ(told.size(), 2);
+    EXPECT_TRUE(told[0].contains(movedLeft + QStringLiteral(" is there"))) << told[0].toStdString();
+    EXPECT_TRUE(told[1].contains(right + QStringLiteral(" is there"))) << told[1].toStdString();
+    const UndoResult back = undoMoves(Journal::read().front().run);
+    EXPECT_TRUE(back.failures.isEmpty()) << back.failures.join(u';').toStdString();
+    EXPECT_EQ((QStringList{fingerprintOf(left), fingerprintOf(right)}), before);
 }
 
 TEST_F(SourceStepsTest, WhatTheProofDoesNotCoverStays) {

@@ -38,7 +38,8 @@ def one_fault(world, job, rule):
     job.between(world, run)
     if run.status == 0:
         job.finished(world, run)
-    rerun = world.run(*arguments, status=0)
+    rerun = world.run_again(run, *arguments)
+    rerun.before = run.words
     world.expect_claims(rerun)
     world.expect_nothing_lost(ledger, job.replaced, run=rerun)
     world.expect_no_strangers(ledger, run=rerun)

@@ -33,7 +33,7 @@ def expect_refusal_then_success(world, job, ledger, arguments):
     world.expect_nothing_lost(ledger, job.replaced, run=run)
     world.expect_no_strangers(ledger, run=run)
     world.expect_no_leftovers(run, own=True)
-    rerun = world.run(*arguments, status=0)
+    rerun = world.run_again(run, *arguments)
     world.expect_claims(rerun)
     world.expect_nothing_lost(ledger, job.replaced, run=rerun)
     world.expect_no_strangers(ledger, run=rerun)

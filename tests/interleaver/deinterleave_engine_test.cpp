@@ -115,6 +115,13 @@ TEST(DeinterleaveEngine, ExistingOutputs) {
     ProcessingOptions options;
     EXPECT_EQ(engine().deinterleave(source, options, QString()).outcome.message,
               QStringLiteral("Skipped (outputs exist): Take.R.wav"));
+    EXPECT_TRUE(engine().deinterleave(source, options, QString()).outcome.failed()) << "L is not there";
+    MultiChannelSource rightAlone = source;
+    rightAlone.selectedChannels = {QStringLiteral("R")};
+    const ItemOutcome there = engine().deinterleave(rightAlone, options, QString()).outcome;
+    EXPECT_TRUE(there.skipped());
+    EXPECT_FALSE(there.failed());
+    EXPECT_EQ(there.status, ProcessingStatus::failed(QStringLiteral("Skipped (outputs exist): Take.R.wav")));
     options.skipIfExists = false;
     EXPECT_EQ(
         engine().deinterleave(source, options, QString()).outcome.message,
