@@ -32,7 +32,7 @@ OutputFile::End OutputFile::compared(const std::vector<ChannelPair>& pairs, Chec
     const QStringList unlike = glance.names(Kind::unlike, false);
     const auto failed = [](const QString& why) { return End{why, {}, false, false}; };
     if (!paths::exists(unfinished())) return failed(QStringLiteral("%1 was not created").arg(name));
-    const QStringList faults = glance.brokenOutputs + glance.shortOutputs;
+    const QStringList faults = glance.shortOutputs + glance.brokenOutputs;
     if (!faults.isEmpty()) return failed(namingFinal(faults.first()));
     if (glance.has(Kind::unread)) return failed(QStringLiteral("%1 can't be read back").arg(name));
     if (glance.misread()) return failed(misreadSentence(unlike));

@@ -209,7 +209,7 @@ void DeinterleaveEngine::check(Work& work) const {
     using Kind = ChannelFinding::Kind;
     const Glance glance = glanceAt(channelPairs(work.source, work.unfinished()));
     const QString name = paths::lastComponent(work.source.sourceURL);
-    const QStringList faults = glance.brokenOutputs + glance.shortOutputs;
+    const QStringList faults = glance.shortOutputs + glance.brokenOutputs;
     if (!faults.isEmpty()) return work.fail(work.namingFinal(faults.first()));
     if (glance.has(Kind::unread)) return work.fail(QStringLiteral("The new files of %1 can't be read back").arg(name));
     if (glance.misread()) return work.fail(misreadSentence({name}));
