@@ -89,12 +89,12 @@ public:
             if (!unexplained.isEmpty()) return unexplained.join(QStringLiteral("; "));
             if (QString why = openAll(); !why.isEmpty()) return why;
             if (pairs_.empty()) return QStringLiteral("nothing was compared");
-            for (const ChannelPair& pair : pairs_) {
-                if (!readers_.at(pair.output.file)->isWhole()) return brokenSentence(pair.output.file);
-            }
             if (QString why = missingChannels(); !why.isEmpty()) return why;
             if (QString why = impossiblePair(); !why.isEmpty()) return why;
             if (QString why = unequalLengths(); !why.isEmpty()) return why;
+            for (const ChannelPair& pair : pairs_) {
+                if (!readers_.at(pair.output.file)->isWhole()) return brokenSentence(pair.output.file);
+            }
             return compareAll();
         } catch (const SampleReaderError& error) {
             return QStringLiteral("%1 can't be read: %2").arg(name(reading_), error.errorDescription());
