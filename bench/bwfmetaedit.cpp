@@ -1,7 +1,7 @@
 // What a launch of the delivered bwfmetaedit costs. A job launches it several times a file, so its start-up is compared
 // with that of ffprobe, which is launched as often; both look at the same small recording.
 #include "bench/ratio.h"
-#include "foundation/external_tool_detector.h"
+#include "foundation/tools/external_tool_detector.h"
 #include "platform/diagnostics.h"
 
 #include <QCoreApplication>

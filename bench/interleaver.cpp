@@ -1,14 +1,14 @@
 // What the Interleaver costs over the bare tools: a pair of 10 and of 60 minutes, a chunk injection, a scan of 500
 // pairs. With names, only these: 10 and 60 (minutes of a pair), injection, collecting, scan.
 #include "bench/ratio.h"
-#include "foundation/external_tool_detector.h"
+#include "foundation/tools/external_tool_detector.h"
 #include "interleaver/interleave_command.h"
 #include "interleaver/interleave_engine.h"
 #include "interleaver/library_scanner.h"
 #include "metadata/metadata_engine.h"
 #include "metadata/riff_chunks.h"
 #include "platform/diagnostics.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "platform/paths.h"
 
 #include <QCoreApplication>

@@ -1,9 +1,9 @@
 // What a manifest and a grouping cost over the bare tools: the hash of a long poly, the reading of 40 loose ISOs.
 #include "bench/ratio.h"
-#include "foundation/external_tool_detector.h"
+#include "foundation/tools/external_tool_detector.h"
 #include "metadata/file_hash.h"
 #include "platform/diagnostics.h"
-#include "polytools/iso_grouping_engine.h"
+#include "polytools/grouping/iso_grouping_engine.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,16 +1,16 @@
 // What split, join and edit cost over the bare ffmpeg command lines: 8 channels of 10 minutes at 24 bit, with iXML,
 // BEXT and all that is done for them.
 #include "bench/ratio.h"
-#include "foundation/external_tool_detector.h"
+#include "foundation/tools/external_tool_detector.h"
 #include "metadata/riff_chunks.h"
 #include "metadata/universal_metadata_engine.h"
 #include "platform/diagnostics.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "platform/paths.h"
-#include "polytools/poly_channel_filter_engine.h"
-#include "polytools/poly_join_engine.h"
-#include "polytools/poly_split_engine.h"
-#include "polytools/poly_track_reading.h"
+#include "polytools/edit/poly_channel_filter_engine.h"
+#include "polytools/join/poly_join_engine.h"
+#include "polytools/records/poly_track_reading.h"
+#include "polytools/split/poly_split_engine.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>

@@ -1,8 +1,8 @@
-// What the proof ahead of a removal costs: a file of six channels against its six mono files, whole, from the page cache,
-// over reading all seven once. The seconds of audio may be given.
+// What the proof ahead of a removal costs: a file of six channels against its six mono files, whole, from the page
+// cache, over reading all seven once. The seconds of audio may be given.
 #include "bench/ratio.h"
-#include "foundation/audio_proof.h"
-#include "platform/files.h"
+#include "foundation/proof/audio_proof.h"
+#include "platform/files/files.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -58,7 +58,8 @@ struct Set {
                 random = random * 1664525 + 1013904223;
                 const quint32 value = random >> 16; // 16 bits, which all sizes hold
                 put(blocks[0], value << (8 * (polyBytes - 2)), polyBytes);
-                put(blocks[static_cast<std::size_t>(1 + sample % kChannels)], value << (8 * (monoBytes - 2)), monoBytes);
+                put(blocks[static_cast<std::size_t>(1 + sample % kChannels)], value << (8 * (monoBytes - 2)),
+                    monoBytes);
             }
             for (std::size_t i = 0; i < blocks.size(); ++i) out[i]->write(blocks[i]);
         }
@@ -76,7 +77,8 @@ void readAll(const QStringList& files) {
     std::vector<char> buffer(1 << 20);
     for (const QString& file : files) {
         const int descriptor = ::open(QFile::encodeName(file).constData(), O_RDONLY);
-        while (::read(descriptor, buffer.data(), buffer.size()) > 0) {}
+        while (::read(descriptor, buffer.data(), buffer.size()) > 0) {
+        }
         ::close(descriptor);
     }
 }

@@ -1,6 +1,6 @@
 #include "bench/ratio.h"
 
-#include "platform/child_process.h"
+#include "platform/processes/child_process.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,6 +1,6 @@
 // What an analysis of a stereo file costs over decoding it, and against the tools that a person would reach for.
 #include "bench/ratio.h"
-#include "foundation/external_tool_detector.h"
+#include "foundation/tools/external_tool_detector.h"
 #include "platform/diagnostics.h"
 #include "stereovalidator/native_stereo_analyzer.h"
 

@@ -1,7 +1,7 @@
 // What a waveform costs: against bare decoding with the same library, and against ffmpeg's own picture of the same
 // file.
 #include "bench/ratio.h"
-#include "foundation/external_tool_detector.h"
+#include "foundation/tools/external_tool_detector.h"
 #include "preview/waveform_generator.h"
 
 #include <QCoreApplication>

@@ -1,12 +1,12 @@
 // The window with 20,000 rows: what a scrolled frame, a sort and one changed status cost, how soon the window is
 // painted, and what it does while nothing happens. Absolute times, since there is no bare tool to compare with; the
 // goals are a display's frame (16 ms) and half a second.
-#include "app/items_section.h"
-#include "app/main_tab_view.h"
-#include "app/ostrel_app.h"
-#include "app/record_table.h"
-#include "app/stereo_validator_tab_view.h"
-#include "app/validator_results_model.h"
+#include "app/controls/record_table.h"
+#include "app/interleaver/items_section.h"
+#include "app/shell/main_tab_view.h"
+#include "app/shell/ostrel_app.h"
+#include "app/validator/stereo_validator_tab_view.h"
+#include "app/validator/validator_results_model.h"
 #include "platform/diagnostics.h"
 
 #include <QApplication>

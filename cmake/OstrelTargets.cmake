@@ -1,4 +1,5 @@
-# How a room becomes a target. Every function takes all sources of its folder: to add a file is to build it.
+# How a room becomes a target. Every function takes all sources of its folder, and a library those of the rooms inside it:
+# to add a file is to build it.
 include_guard()
 include(GoogleTest)
 
@@ -26,7 +27,7 @@ endfunction()
 # Rooms are named without the prefix; the linker then refuses a call against the arrows.
 function(ostrel_library name)
   cmake_parse_arguments(arg "" "" "DEPENDS;LINK" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp *.h)
   list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
   add_library(ostrel_${name} STATIC ${sources})
   target_include_directories(ostrel_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)

@@ -1,5 +1,5 @@
 // ostrel: the window. Options and paths are described in the manual page ostrel(1).
-#include "app/ostrel_app.h"
+#include "app/shell/ostrel_app.h"
 #include "platform/paths.h"
 
 #include <QApplication>

@@ -1,5 +1,5 @@
 // bwfmetaedit: shows and changes the metadata of WAV files. See packaging/man/bwfmetaedit.1.
-#include "bwfmetaedit/run.h"
+#include "bwfmetaedit/program/run.h"
 
 #include <csignal>
 #include <iostream>

@@ -4,7 +4,7 @@
 
 #include "cli/exit_status.h"
 #include "cli/terminal.h"
-#include "foundation/item_outcome.h"
+#include "foundation/records/item_outcome.h"
 #include "platform/paths.h"
 
 #include <CLI/CLI.hpp>

@@ -2,7 +2,7 @@
 
 #include "cli/command.h"
 #include "cli/commands.h"
-#include "foundation/journal.h"
+#include "foundation/run/journal.h"
 
 #include <QCoreApplication>
 #include <csignal>

@@ -1,6 +1,6 @@
 #include "cli/demo_wave.h"
 
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "platform/paths.h"
 
 #include <QtEndian>

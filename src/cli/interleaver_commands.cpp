@@ -5,8 +5,8 @@
 #include "cli/wait_for_tasks.h"
 #include "interleaver/app_view_model.h"
 #include "interleaver/interleave_command.h"
-#include "platform/audio_output.h"
-#include "platform/stop_signals.h"
+#include "platform/audio/audio_output.h"
+#include "platform/processes/stop_signals.h"
 
 #include <map>
 
@@ -188,8 +188,8 @@ private:
         return {{"job", mode_ == AppMode::interleave ? "interleave" : "deinterleave"},
                 {"tools", toolsDocument(controller_.toolDetector())},
                 {"items", items()},
-                {"summary", jobSummary(controller_.successCount(), controller_.skippedCount(),
-                                       controller_.errorCount(), signals_.happened())},
+                {"summary", jobSummary(controller_.successCount(), controller_.skippedCount(), controller_.errorCount(),
+                                       signals_.happened())},
                 {"csv", jsonTextOrNull(controller_.reportPath())}};
     }
 

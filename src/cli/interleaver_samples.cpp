@@ -1,5 +1,5 @@
 #include "cli/samples.h"
-#include "foundation/channel_layout.h"
+#include "foundation/records/channel_layout.h"
 #include "platform/paths.h"
 
 namespace ostrel::cli {

@@ -1,8 +1,8 @@
 // journal: what earlier runs moved, deleted and replaced, and moves taken back.
 #include "cli/command.h"
 #include "cli/commands.h"
-#include "foundation/source_steps.h"
-#include "platform/files.h"
+#include "foundation/run/source_steps.h"
+#include "platform/files/files.h"
 
 #include <map>
 
@@ -36,7 +36,8 @@ nlohmann::json stepDocument(const JournalStep& step) {
 }
 
 QString stepLine(const JournalStep& step) {
-    QString line = QStringLiteral("  %1 %2  %3").arg(rawText(step.operation), -7).arg(rawText(step.state), -6).arg(step.from);
+    QString line =
+        QStringLiteral("  %1 %2  %3").arg(rawText(step.operation), -7).arg(rawText(step.state), -6).arg(step.from);
     if (!step.to.isEmpty() && step.to != step.from) line += QStringLiteral(" → ") + step.to;
     return step.detail.isEmpty() ? line : line + QStringLiteral("  (%1)").arg(step.detail);
 }
@@ -47,8 +48,9 @@ int list(const JournalOptions& options) {
     nlohmann::json document = nlohmann::json::array();
     for (const auto& [run, steps] : runs) {
         nlohmann::json stepDocuments = nlohmann::json::array();
-        terminal.line(QStringLiteral("%1  %2  %3").arg(
-            run, steps.front().job, steps.front().begunAt.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))));
+        terminal.line(QStringLiteral("%1  %2  %3")
+                          .arg(run, steps.front().job,
+                               steps.front().begunAt.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))));
         for (const JournalStep& step : steps) {
             stepDocuments.push_back(stepDocument(step));
             terminal.line(stepLine(step));

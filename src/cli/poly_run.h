@@ -3,7 +3,7 @@
 
 #include "cli/command.h"
 #include "cli/terminal_desktop_services.h"
-#include "platform/stop_signals.h"
+#include "platform/processes/stop_signals.h"
 #include "polytools/poly_tools_view_model.h"
 
 #include <QPropertyNotifier>

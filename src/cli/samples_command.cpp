@@ -1,7 +1,7 @@
 #include "cli/command.h"
 #include "cli/commands.h"
 #include "cli/samples.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
 
 #include <QDir>
 

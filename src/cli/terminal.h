@@ -1,8 +1,8 @@
 // What a command shows: log lines and tables or one JSON document on standard output, progress on standard error.
 #pragma once
 
-#include "foundation/processing_log.h"
-#include "foundation/record_list.h"
+#include "foundation/logs/processing_log.h"
+#include "foundation/records/record_list.h"
 
 #include <QString>
 #include <nlohmann/json.hpp>

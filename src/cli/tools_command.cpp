@@ -1,6 +1,6 @@
 #include "cli/command.h"
 #include "cli/commands.h"
-#include "foundation/external_tool_detector.h"
+#include "foundation/tools/external_tool_detector.h"
 
 namespace ostrel::cli {
 namespace {

@@ -3,9 +3,9 @@
 #include "cli/commands.h"
 #include "cli/terminal_desktop_services.h"
 #include "cli/validator_table.h"
-#include "foundation/item_outcome.h"
-#include "platform/stop_signals.h"
-#include "platform/text.h"
+#include "foundation/records/item_outcome.h"
+#include "platform/processes/stop_signals.h"
+#include "platform/text/text.h"
 #include "stereovalidator/stereo_validator_view_model.h"
 #include "stereovalidator/validator_report.h"
 
@@ -193,8 +193,7 @@ private:
 
     // Of a file that no run took: what it is, and why it would be refused.
     ItemOutcome asFound(const StereoValidatorResult& result) const {
-        ItemOutcome outcome{.message = foreseen_.value(result.id),
-                            .sources = ItemOutcome::allKept({result.filepath})};
+        ItemOutcome outcome{.message = foreseen_.value(result.id), .sources = ItemOutcome::allKept({result.filepath})};
         if (!result.error.isEmpty()) {
             outcome.status = ProcessingStatus::failed(result.error);
         } else if (isConverted(result.classification, {})) {

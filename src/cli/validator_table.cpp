@@ -1,7 +1,7 @@
 #include "cli/validator_table.h"
 
 #include "platform/paths.h"
-#include "platform/text.h"
+#include "platform/text/text.h"
 
 #include <algorithm>
 #include <array>

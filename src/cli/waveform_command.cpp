@@ -1,11 +1,11 @@
 // waveform: the peaks that the window draws, as text or JSON.
 #include "cli/command.h"
 #include "cli/commands.h"
-#include "foundation/external_tool_detector.h"
-#include "platform/audio_file.h"
+#include "foundation/tools/external_tool_detector.h"
+#include "platform/audio/audio_file.h"
 #include "platform/diagnostics.h"
-#include "platform/stop_signals.h"
-#include "platform/text.h"
+#include "platform/processes/stop_signals.h"
+#include "platform/text/text.h"
 #include "preview/waveform_generator.h"
 
 namespace ostrel::cli {

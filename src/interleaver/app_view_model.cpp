@@ -1,9 +1,9 @@
 #include "interleaver/app_view_model.h"
 
-#include "platform/files.h"
+#include "platform/files/files.h"
+#include "platform/files/unique_files.h"
 #include "platform/paths.h"
-#include "platform/text.h"
-#include "platform/unique_files.h"
+#include "platform/text/text.h"
 #include "preview/playback_manager.h"
 
 #include <QSettings>

@@ -4,12 +4,12 @@
 // background task that `stopProcessing` ends before its next item. Views show the fields and call the actions.
 #pragma once
 
-#include "foundation/app_mode.h"
-#include "foundation/external_tool_detector.h"
-#include "foundation/interleave_group.h"
-#include "foundation/multi_channel_source.h"
-#include "foundation/processing_log.h"
-#include "foundation/record_list.h"
+#include "foundation/logs/processing_log.h"
+#include "foundation/records/app_mode.h"
+#include "foundation/records/interleave_group.h"
+#include "foundation/records/multi_channel_source.h"
+#include "foundation/records/record_list.h"
+#include "foundation/tools/external_tool_detector.h"
 #include "interleaver/item_job.h"
 #include "platform/background.h"
 #include "platform/desktop_services.h"
@@ -117,8 +117,9 @@ Q_SIGNALS:
 private:
     // What one run of the loop needs, taken when it starts.
     struct Job {
-        explicit Job(AppMode runMode) : mode(runMode), run(runMode == AppMode::interleave ? QStringLiteral("interleave")
-                                                                                           : QStringLiteral("deinterleave")) {}
+        explicit Job(AppMode runMode)
+            : mode(runMode),
+              run(runMode == AppMode::interleave ? QStringLiteral("interleave") : QStringLiteral("deinterleave")) {}
         TaskHandle handle;
         AppMode mode;
         RunContext run;

@@ -4,7 +4,7 @@
 #include "interleaver/interleave_job.h"
 #include "interleaver/interleaver_report.h"
 #include "platform/diagnostics.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "platform/paths.h"
 #include "preview/playback_manager.h"
 
@@ -133,8 +133,7 @@ QCoro::Task<> AppViewModel::runProcessing(std::shared_ptr<Job> job) {
         co_await processDeinterleave(job);
     }
     if (job->run.metadataEngine) job->run.metadataEngine->cleanup();
-    const InterleaverReport report =
-        job->mode == AppMode::interleave ? reportOf(job->groups) : reportOf(job->sources);
+    const InterleaverReport report = job->mode == AppMode::interleave ? reportOf(job->groups) : reportOf(job->sources);
     log(LogLevel::info, LogCategory::system,
         QStringLiteral("Processing complete: %1 success, %2 skipped, %3 errors")
             .arg(report.successes)

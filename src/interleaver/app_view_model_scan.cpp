@@ -5,8 +5,8 @@
 #include "interleaver/library_safety.h"
 #include "interleaver/library_scanner.h"
 #include "platform/diagnostics.h"
+#include "platform/files/unique_files.h"
 #include "platform/paths.h"
-#include "platform/unique_files.h"
 #include "preview/playback_manager.h"
 
 namespace ostrel {

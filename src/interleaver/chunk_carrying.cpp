@@ -1,7 +1,7 @@
 #include "interleaver/chunk_carrying.h"
 
 #include "platform/diagnostics.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
 
 namespace ostrel {
 

@@ -1,18 +1,18 @@
 #include "interleaver/deinterleave_engine.h"
 
-#include "foundation/debug_log.h"
-#include "foundation/ffmpeg_command.h"
-#include "foundation/unexplained_bytes.h"
+#include "foundation/logs/debug_log.h"
+#include "foundation/proof/unexplained_bytes.h"
+#include "foundation/tools/ffmpeg_command.h"
 #include "interleaver/chunk_carrying.h"
 #include "interleaver/interleave_command.h"
 #include "interleaver/speaker_order.h"
 #include "platform/background.h"
-#include "platform/child_process.h"
 #include "platform/diagnostics.h"
-#include "platform/files.h"
-#include "platform/new_file.h"
+#include "platform/files/files.h"
+#include "platform/files/new_file.h"
 #include "platform/paths.h"
-#include "platform/tool_limits.h"
+#include "platform/processes/child_process.h"
+#include "platform/processes/tool_limits.h"
 
 #include <map>
 #include <memory>
@@ -43,9 +43,10 @@ void verifyMetadataPreserved(const QString& ffprobePath, const MultiChannelSourc
     for (const QString& output : outputs) {
         try {
             const ProcessResult probe = ChildProcess::runForResult(
-                ffprobePath, {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
-                              QStringLiteral("stream=sample_rate,bits_per_sample,channels"), QStringLiteral("-of"),
-                              QStringLiteral("csv=p=0"), output},
+                ffprobePath,
+                {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
+                 QStringLiteral("stream=sample_rate,bits_per_sample,channels"), QStringLiteral("-of"),
+                 QStringLiteral("csv=p=0"), output},
                 limitsByFileSize({output}));
             if (!probe.succeeded()) continue; // moved or removed since
             const QString values = probe.outputText().trimmed();
@@ -70,7 +71,8 @@ std::vector<ChannelPair> channelPairs(const MultiChannelSource& source, const QM
     std::vector<ChannelPair> pairs;
     const QStringList tags = ffmpegLayoutOf(source.layout).tags;
     for (int channel = 0; channel < tags.size(); ++channel) {
-        if (files.contains(tags[channel])) pairs.push_back({{source.sourceURL, channel}, {files.value(tags[channel]), 0}});
+        if (files.contains(tags[channel]))
+            pairs.push_back({{source.sourceURL, channel}, {files.value(tags[channel]), 0}});
     }
     return pairs;
 }
@@ -171,8 +173,8 @@ bool DeinterleaveEngine::mayWriteAll(Work& work, const ProcessingOptions& option
     const QString why = refusal(namesOf(existing, work.source), options);
     if (!why.isEmpty()) work.fail(why);
     // All of it, and as asked for: an output that is missing beside others is not there by a later run either.
-    work.result.outcome.wasThere = options.skipIfExists && !options.overwriteExisting &&
-                                   existing.size() == work.result.outputURLs.size();
+    work.result.outcome.wasThere =
+        options.skipIfExists && !options.overwriteExisting && existing.size() == work.result.outputURLs.size();
     return !work.hasFailed;
 }
 
@@ -180,8 +182,10 @@ void DeinterleaveEngine::runFFmpeg(Work& work, const QStringList& arguments) con
     work.result.ffmpegCommand = arguments.join(u' ');
     appendToDebugLog(QStringLiteral("DeinterleaveEngine"), work.result.ffmpegCommand);
     try {
-        const ProcessResult run = ChildProcess::runForResult(ffmpegPath_, arguments, limitsByProgress(work.unfinished().values()));
-        if (!run.succeeded()) work.fail(work.namingFinal(QStringLiteral("ffmpeg error: ") + extractFFmpegError(run.errorText())));
+        const ProcessResult run =
+            ChildProcess::runForResult(ffmpegPath_, arguments, limitsByProgress(work.unfinished().values()));
+        if (!run.succeeded())
+            work.fail(work.namingFinal(QStringLiteral("ffmpeg error: ") + extractFFmpegError(run.errorText())));
     } catch (const ProcessLaunchError& error) {
         throw DeinterleaveError(DeinterleaveError::Kind::processLaunchFailure, error.description);
     }
@@ -200,9 +204,10 @@ void DeinterleaveEngine::addChunks(Work& work) const {
                                 .arg(paths::lastComponent(file->finalPath()), why));
         }
     }
-    work.result.outcome.message = QStringLiteral("Successfully created: %1%2")
-                                      .arg(namesOf(work.result.outputURLs, work.source).join(QStringLiteral(", ")),
-                                           work.chunks.empty() ? QString() : QStringLiteral(" (with SMED preservation)"));
+    work.result.outcome.message =
+        QStringLiteral("Successfully created: %1%2")
+            .arg(namesOf(work.result.outputURLs, work.source).join(QStringLiteral(", ")),
+                 work.chunks.empty() ? QString() : QStringLiteral(" (with SMED preservation)"));
 }
 
 void DeinterleaveEngine::check(Work& work) const {

@@ -3,11 +3,11 @@
 // Made per job, holds nothing but tool paths. Blocks; for any thread but the main one.
 #pragma once
 
-#include "foundation/audio_proof.h"
-#include "foundation/item_outcome.h"
-#include "foundation/multi_channel_source.h"
-#include "foundation/processing_options.h"
-#include "foundation/run_ledger.h"
+#include "foundation/proof/audio_proof.h"
+#include "foundation/records/item_outcome.h"
+#include "foundation/records/multi_channel_source.h"
+#include "foundation/records/processing_options.h"
+#include "foundation/run/run_ledger.h"
 #include "metadata/riff_chunks.h"
 
 #include <QMap>
@@ -48,10 +48,10 @@ public:
     // An empty ffprobePath: not known; outputs are then not looked at afterwards.
     DeinterleaveEngine(const QString& ffmpegPath, const QString& ffprobePath, StatusUpdate onStatusUpdate = {});
 
-    // Outputs go below `outputDirectory`, or beside the source if that is empty. All of them stand under their names when
-    // they are complete and checked, on the disk where `isDurable`; a failed run leaves none. Throws DeinterleaveError if
-    // no channel is selected or ffmpeg can't be started; all else is a result. Without a ledger the source is protected
-    // alone.
+    // Outputs go below `outputDirectory`, or beside the source if that is empty. All of them stand under their names
+    // when they are complete and checked, on the disk where `isDurable`; a failed run leaves none. Throws
+    // DeinterleaveError if no channel is selected or ffmpeg can't be started; all else is a result. Without a ledger
+    // the source is protected alone.
     DeinterleaveResult deinterleave(const MultiChannelSource& source, const ProcessingOptions& options,
                                     const QString& outputDirectory, RunLedger* ledger = nullptr,
                                     const BeforePublishingAll& complete = {}, bool isDurable = false) const;

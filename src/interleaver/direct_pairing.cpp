@@ -1,7 +1,7 @@
 #include "interleaver/direct_pairing.h"
 
 #include "platform/paths.h"
-#include "platform/text.h"
+#include "platform/text/text.h"
 
 #include <map>
 

@@ -1,8 +1,8 @@
 // Pairs hand-picked files by the channel tags in their names.
 #pragma once
 
-#include "foundation/interleave_group.h"
-#include "foundation/processing_log.h"
+#include "foundation/logs/processing_log.h"
+#include "foundation/records/interleave_group.h"
 
 #include <QStringList>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "interleaver/interleave_command.h"
 
-#include "foundation/ffmpeg_command.h"
+#include "foundation/tools/ffmpeg_command.h"
 
 #include <map>
 

@@ -1,9 +1,9 @@
 // The ffmpeg command lines of both directions, as pure functions.
 #pragma once
 
-#include "foundation/interleave_group.h"
-#include "foundation/multi_channel_source.h"
-#include "foundation/processing_options.h"
+#include "foundation/records/interleave_group.h"
+#include "foundation/records/multi_channel_source.h"
+#include "foundation/records/processing_options.h"
 
 #include <QStringList>
 

@@ -1,23 +1,23 @@
 #include "interleaver/interleave_engine.h"
 
-#include "foundation/debug_log.h"
-#include "foundation/ffmpeg_command.h"
-#include "foundation/ffprobe_parser.h"
-#include "foundation/output_file.h"
-#include "foundation/unexplained_bytes.h"
+#include "foundation/logs/debug_log.h"
+#include "foundation/proof/unexplained_bytes.h"
+#include "foundation/run/output_file.h"
+#include "foundation/tools/ffmpeg_command.h"
+#include "foundation/tools/ffprobe_parser.h"
 #include "interleaver/chunk_carrying.h"
 #include "interleaver/interleave_command.h"
 #include "interleaver/speaker_order.h"
 #include "metadata/bext_identity.h"
 #include "metadata/core_document.h"
 #include "metadata/csv_table.h"
-#include "platform/child_process.h"
 #include "platform/diagnostics.h"
-#include "platform/file_name.h"
-#include "platform/files.h"
+#include "platform/files/file_name.h"
+#include "platform/files/files.h"
 #include "platform/paths.h"
-#include "platform/text.h"
-#include "platform/tool_limits.h"
+#include "platform/processes/child_process.h"
+#include "platform/processes/tool_limits.h"
+#include "platform/text/text.h"
 
 #include <array>
 
@@ -120,8 +120,8 @@ InterleaveResult InterleaveEngine::interleave(const InterleaveGroup& group, cons
         return work.result;
     }
     const auto isEarlierOutput = [&] { return AudioProof::of(sources, channelPairs(sources, outputURL)).holds(); };
-    work.file.emplace(*ledger, outputURL,
-                      options.skipIfExists ? ExistingOutput::skipped : ExistingOutput::replaced, isEarlierOutput);
+    work.file.emplace(*ledger, outputURL, options.skipIfExists ? ExistingOutput::skipped : ExistingOutput::replaced,
+                      isEarlierOutput);
     const WritePermission& permission = work.file->permission();
     if (permission.kind == WritePermission::Kind::exists) return skipped(std::move(work.result));
     if (!permission.isGranted()) work.fail(permission.reason);
@@ -149,7 +149,8 @@ void InterleaveEngine::runFFmpeg(Work& work, const QStringList& arguments) const
         throw InterleaveError(InterleaveError::Kind::processLaunchFailure, error.description);
     }
     if (!run.succeeded()) {
-        return work.fail(work.file->namingFinal(QStringLiteral("ffmpeg error: ") + extractFFmpegError(run.errorText())));
+        return work.fail(
+            work.file->namingFinal(QStringLiteral("ffmpeg error: ") + extractFFmpegError(run.errorText())));
     }
     if (paths::exists(work.file->unfinished())) return;
     printDiagnostic(QStringLiteral("⚠️  Cannot inject chunks - output file doesn't exist: ") +
@@ -171,8 +172,7 @@ void InterleaveEngine::addMetadata(Work& work) const {
 
 void InterleaveEngine::publish(Work& work, const QStringList& sources, bool isDurable) const {
     const auto check = mayReorder(sources) ? OutputFile::Check::tolerant : OutputFile::Check::strict;
-    const OutputFile::End end =
-        work.file->finish(channelPairs(sources, work.file->unfinished()), check, isDurable);
+    const OutputFile::End end = work.file->finish(channelPairs(sources, work.file->unfinished()), check, isDurable);
     ItemOutcome& outcome = work.result.outcome;
     outcome.warnings << end.warnings;
     work.result.isFaithful = end.isFaithful;
@@ -250,9 +250,9 @@ std::optional<QMap<QString, QString>> InterleaveEngine::identityFields(const QSt
     if (bwfmetaeditPath_.isEmpty()) return std::nullopt;
     const QString document = files::temporaryPath(QStringLiteral("csv"));
     try {
-        const ProcessResult exported = ChildProcess::runSilently(
-            bwfmetaeditPath_, {QStringLiteral("--out-core=") + document, path}, limitsByFileSize({path}),
-            ChildProcess::StandardError::dropped);
+        const ProcessResult exported =
+            ChildProcess::runSilently(bwfmetaeditPath_, {QStringLiteral("--out-core=") + document, path},
+                                      limitsByFileSize({path}), ChildProcess::StandardError::dropped);
         const std::optional<QString> text = exported.succeeded() ? decodeUtf8(files::read(document)) : std::nullopt;
         files::removeQuietly(document);
         const std::vector<QStringList> rows = parseCSV(text.value_or(QString()));

@@ -3,11 +3,11 @@
 // Made per job, holds nothing but tool paths. Blocks; for any thread but the main one.
 #pragma once
 
-#include "foundation/audio_proof.h"
-#include "foundation/interleave_group.h"
-#include "foundation/item_outcome.h"
-#include "foundation/processing_options.h"
-#include "foundation/run_ledger.h"
+#include "foundation/proof/audio_proof.h"
+#include "foundation/records/interleave_group.h"
+#include "foundation/records/item_outcome.h"
+#include "foundation/records/processing_options.h"
+#include "foundation/run/run_ledger.h"
 #include "metadata/riff_chunks.h"
 
 #include <QString>
@@ -62,8 +62,8 @@ public:
     static QString generateOutputURL(const InterleaveGroup& group, const ProcessingOptions& options);
 
     // The output stands under its name when it is complete and checked, and on the disk where `isDurable`; a failed run
-    // leaves nothing. A failed audio step is a result; only a failed launch throws InterleaveError. Without a ledger the
-    // group's own files are protected alone.
+    // leaves nothing. A failed audio step is a result; only a failed launch throws InterleaveError. Without a ledger
+    // the group's own files are protected alone.
     InterleaveResult interleave(const InterleaveGroup& group, const ChannelLayout& layout, const QString& outputURL,
                                 const ProcessingOptions& options, RunLedger* ledger = nullptr,
                                 const BeforePublishing& complete = {}, bool isDurable = false) const;
@@ -73,7 +73,8 @@ public:
     ProcessingStatus verifyInterleavedOutput(const QString& outputURL, int expectedChannels,
                                              std::optional<double> expectedDuration, const QString& ffprobePath) const;
 
-    // The names of the BEXT identity fields in which the output is not its source; nothing if one of them can't be read.
+    // The names of the BEXT identity fields in which the output is not its source; nothing if one of them can't be
+    // read.
     std::optional<QStringList> differingIdentity(const QString& source, const QString& output) const;
 
 private:

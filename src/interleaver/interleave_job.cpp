@@ -1,6 +1,6 @@
 #include "interleaver/interleave_job.h"
 
-#include "foundation/ffprobe_parser.h"
+#include "foundation/tools/ffprobe_parser.h"
 #include "interleaver/lr_cleanup_engine.h"
 #include "metadata/bext_identity.h"
 #include "platform/paths.h"
@@ -42,8 +42,8 @@ ItemReport InterleaveJob::run() {
     } else if (!isUnderCleanup()) {
         finishPlainly(output);
     } else if (run_.ffprobePath.isEmpty()) {
-        end(ProcessingStatus::completedWithWarning(QStringLiteral("Cannot verify: ffprobe missing")),
-            LogLevel::warning, group_.baseName + QStringLiteral(" - Created but cannot verify"));
+        end(ProcessingStatus::completedWithWarning(QStringLiteral("Cannot verify: ffprobe missing")), LogLevel::warning,
+            group_.baseName + QStringLiteral(" - Created but cannot verify"));
     } else if (!result.isFaithful) {
         // Audio that differs from its sources can't stand in for them, whatever its length and metadata say.
         const auto status = ProcessingStatus::completedUncertified(QStringLiteral("Samples differ from the sources"));
@@ -125,8 +125,7 @@ ProcessingStatus InterleaveJob::verified(const QString& output) const {
         return ProcessingStatus::completedUncertified(QStringLiteral("Metadata: ") + metadata_->message);
     }
     try {
-        const ProcessingStatus status =
-            engine_.verifyInterleavedOutput(output, 2, group_.duration, run_.ffprobePath);
+        const ProcessingStatus status = engine_.verifyInterleavedOutput(output, 2, group_.duration, run_.ffprobePath);
         return status == ProcessingStatus::completedCarbonCopyCertified() ? certified(output) : status;
     } catch (const FFProbeError& error) {
         return couldNotVerify(error.errorDescription());
@@ -158,9 +157,9 @@ void InterleaveJob::cleanUp(const QString& output) {
     const QString left = group_.channelFiles.value(QStringLiteral("L"));
     const QString right = group_.channelFiles.value(QStringLiteral("R"));
     const SourceStepsResult result =
-        moves ? LRCleanupEngine::moveToBackupFolder(left, right, libraryRootOf(left, run_.selection), proof,
-                                                    run_.journal)
-              : LRCleanupEngine::deleteFiles(left, right, proof, run_.journal);
+        moves
+            ? LRCleanupEngine::moveToBackupFolder(left, right, libraryRootOf(left, run_.selection), proof, run_.journal)
+            : LRCleanupEngine::deleteFiles(left, right, proof, run_.journal);
     report_.outcome.sources = result.fates;
     report_.warn(result.warnings, LogCategory::cleanup, group_.baseName);
     if (!result.failure.isEmpty()) {

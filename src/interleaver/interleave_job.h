@@ -3,7 +3,7 @@
 // Blocks; for any thread but the main one. Every failure is in the outcome; nothing is thrown but by memory.
 #pragma once
 
-#include "foundation/interleave_group.h"
+#include "foundation/records/interleave_group.h"
 #include "interleaver/interleave_engine.h"
 #include "interleaver/item_job.h"
 

@@ -56,19 +56,18 @@ ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources) {
     table.headers = columns(u"Source File|Source Path|Channels|Layout|Format|Metadata Tier|Sample Rate|Bit Depth|"
                             u"Duration|ISOs Created|Originals|Status");
     for (const MultiChannelSource& source : sources) {
-        table.rows << QStringList{
-            paths::lastComponent(source.sourceURL),
-            source.sourceURL,
-            QString::number(source.channels),
-            source.layout.displayName,
-            formatWord(source.containerKind),
-            tierWord(source.metadataTier),
-            QString::number(source.sampleRate),
-            QString::number(source.bitDepth),
-            CSVReportGenerator::formatDuration(source.duration),
-            outputNames(source.outcome).join(QStringLiteral(" | ")),
-            originalsWord(source.outcome),
-            CSVReportGenerator::statusString(source.status)};
+        table.rows << QStringList{paths::lastComponent(source.sourceURL),
+                                  source.sourceURL,
+                                  QString::number(source.channels),
+                                  source.layout.displayName,
+                                  formatWord(source.containerKind),
+                                  tierWord(source.metadataTier),
+                                  QString::number(source.sampleRate),
+                                  QString::number(source.bitDepth),
+                                  CSVReportGenerator::formatDuration(source.duration),
+                                  outputNames(source.outcome).join(QStringLiteral(" | ")),
+                                  originalsWord(source.outcome),
+                                  CSVReportGenerator::statusString(source.status)};
     }
     return table;
 }

@@ -1,10 +1,10 @@
 // The CSV report of an Interleaver run: columns, rows and summary.
 #pragma once
 
-#include "foundation/app_mode.h"
-#include "foundation/csv_report_generator.h"
-#include "foundation/interleave_group.h"
-#include "foundation/multi_channel_source.h"
+#include "foundation/logs/csv_report_generator.h"
+#include "foundation/records/app_mode.h"
+#include "foundation/records/interleave_group.h"
+#include "foundation/records/multi_channel_source.h"
 
 #include <vector>
 

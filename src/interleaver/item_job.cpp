@@ -1,6 +1,6 @@
 #include "interleaver/item_job.h"
 
-#include "foundation/source_steps.h"
+#include "foundation/run/source_steps.h"
 #include "platform/paths.h"
 
 namespace ostrel {

@@ -1,11 +1,11 @@
 // What one run of the Interleaver gives each of its items to work with, and what an item gives back.
 #pragma once
 
-#include "foundation/item_outcome.h"
-#include "foundation/journal.h"
-#include "foundation/multi_channel_source.h"
-#include "foundation/processing_log.h"
-#include "foundation/run_ledger.h"
+#include "foundation/logs/processing_log.h"
+#include "foundation/records/item_outcome.h"
+#include "foundation/records/multi_channel_source.h"
+#include "foundation/run/journal.h"
+#include "foundation/run/run_ledger.h"
 #include "metadata/metadata_engine.h"
 
 #include <QString>
@@ -45,7 +45,8 @@ struct ItemReport {
     void warn(const QStringList& sentences, LogCategory category, const QString& item);
 };
 
-// How the totals count a row: one whose outputs were there already is left out and no error, whatever word its status has.
+// How the totals count a row: one whose outputs were there already is left out and no error, whatever word its status
+// has.
 template <class Record>
 bool isLeftOut(const Record& record) {
     return !record.include || (record.outcome && record.outcome->wasThere);

@@ -1,7 +1,7 @@
 // The rules that protect a sound library: which files may become part of an L/R merge.
 #pragma once
 
-#include "foundation/interleave_group.h"
+#include "foundation/records/interleave_group.h"
 
 #include <QString>
 #include <QStringList>

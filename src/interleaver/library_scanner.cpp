@@ -1,10 +1,10 @@
 #include "interleaver/library_scanner.h"
 
-#include "foundation/recording_list.h"
+#include "foundation/run/recording_list.h"
 #include "interleaver/library_safety.h"
 #include "metadata/asset_descriptor.h"
+#include "platform/files/unique_files.h"
 #include "platform/paths.h"
-#include "platform/unique_files.h"
 
 namespace ostrel {
 namespace {

@@ -3,9 +3,9 @@
 // Made per scan. Blocks; for any thread but the main one. Probes run one after the other.
 #pragma once
 
-#include "foundation/ffprobe_parser.h"
-#include "foundation/interleave_group.h"
-#include "foundation/multi_channel_source.h"
+#include "foundation/records/interleave_group.h"
+#include "foundation/records/multi_channel_source.h"
+#include "foundation/tools/ffprobe_parser.h"
 
 #include <QString>
 #include <QStringList>

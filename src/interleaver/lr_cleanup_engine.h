@@ -3,7 +3,7 @@
 // Block; for any thread. Nothing is ever replaced, and nothing goes that the proof does not cover.
 #pragma once
 
-#include "foundation/source_steps.h"
+#include "foundation/run/source_steps.h"
 
 #include <QString>
 

@@ -3,7 +3,7 @@
 // Where it may not, an output channel that has not got the sound of its source is a fault. Both block on the disk.
 #pragma once
 
-#include "foundation/multi_channel_source.h"
+#include "foundation/records/multi_channel_source.h"
 
 #include <QStringList>
 

@@ -1,7 +1,7 @@
 // Which container a file really is, whatever its extension says, and how much metadata care it can get.
 #pragma once
 
-#include "foundation/container_kind.h"
+#include "foundation/records/container_kind.h"
 
 #include <QString>
 #include <stdexcept>

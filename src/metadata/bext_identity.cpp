@@ -55,8 +55,9 @@ std::optional<BextIdentity> readBextIdentity(const QString& file) {
     const std::optional<qint64> start = bextOf(file);
     const QByteArray bytes = start ? bytesAt(file, *start, kIdentity) : QByteArray();
     if (bytes.size() != kIdentity) return std::nullopt;
-    return BextIdentity{textAt(bytes, 0, kDescription), textAt(bytes, 256, 32), textAt(bytes, 288, 32),
-                        textAt(bytes, 320, 10),         textAt(bytes, 330, 8),  qFromLittleEndian<quint64>(bytes.constData() + 338)};
+    return BextIdentity{textAt(bytes, 0, kDescription), textAt(bytes, 256, 32),
+                        textAt(bytes, 288, 32),         textAt(bytes, 320, 10),
+                        textAt(bytes, 330, 8),          qFromLittleEndian<quint64>(bytes.constData() + 338)};
 }
 
 void keepLineBreaks(const QString& source, const QString& target) {

@@ -1,9 +1,9 @@
 #include "metadata/core_document.h"
 
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "platform/paths.h"
-#include "platform/regular_expression.h"
-#include "platform/text.h"
+#include "platform/text/regular_expression.h"
+#include "platform/text/text.h"
 
 namespace ostrel {
 namespace {

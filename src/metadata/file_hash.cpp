@@ -1,6 +1,6 @@
 #include "metadata/file_hash.h"
 
-#include "platform/files.h"
+#include "platform/files/files.h"
 
 #include <QFile>
 #include <array>

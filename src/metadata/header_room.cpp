@@ -1,6 +1,6 @@
 #include "metadata/header_room.h"
 
-#include "platform/files.h"
+#include "platform/files/files.h"
 
 #include <QtEndian>
 #include <algorithm>

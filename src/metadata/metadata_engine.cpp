@@ -2,13 +2,13 @@
 
 #include "metadata/core_document.h"
 #include "metadata/header_room.h"
-#include "platform/child_process.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/regular_expression.h"
-#include "platform/standard_folders.h"
-#include "platform/text.h"
-#include "platform/tool_limits.h"
+#include "platform/processes/child_process.h"
+#include "platform/processes/tool_limits.h"
+#include "platform/text/regular_expression.h"
+#include "platform/text/text.h"
 
 #include <QDir>
 
@@ -38,9 +38,7 @@ const std::vector<Field>& fields() {
     return table;
 }
 
-QString errorText(const ProcessResult& result) {
-    return result.errorText(QStringLiteral("Unknown error"));
-}
+QString errorText(const ProcessResult& result) { return result.errorText(QStringLiteral("Unknown error")); }
 
 // Whether a row of bwfmetaedit's CORE table holds metadata. Cells are cut at every comma, quotes are not looked at.
 bool rowHoldsMetadata(const QString& row) {

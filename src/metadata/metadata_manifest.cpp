@@ -1,10 +1,10 @@
 #include "metadata/metadata_manifest.h"
 
 #include "metadata/json_fields.h"
-#include "platform/file_name.h"
-#include "platform/files.h"
+#include "platform/files/file_name.h"
+#include "platform/files/files.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/standard_folders.h"
 
 #include <QFileInfo>
 

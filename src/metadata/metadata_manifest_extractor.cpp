@@ -1,16 +1,16 @@
 #include "metadata/metadata_manifest_extractor.h"
 
-#include "foundation/debug_log.h"
+#include "foundation/logs/debug_log.h"
 #include "metadata/bext_csv.h"
 #include "metadata/file_hash.h"
 #include "metadata/ixml_parser.h"
-#include "platform/child_process.h"
 #include "platform/diagnostics.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/standard_folders.h"
-#include "platform/text.h"
-#include "platform/tool_limits.h"
+#include "platform/processes/child_process.h"
+#include "platform/processes/tool_limits.h"
+#include "platform/text/text.h"
 
 #include <QDateTime>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
 #include "metadata/riff_chunks.h"
 
-#include "platform/files.h"
+#include "platform/files/files.h"
 
 #include <QFile>
 #include <QFileInfo>

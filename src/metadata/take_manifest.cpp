@@ -1,8 +1,8 @@
 #include "metadata/take_manifest.h"
 
 #include "metadata/json_fields.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/standard_folders.h"
 
 namespace ostrel {
 namespace {

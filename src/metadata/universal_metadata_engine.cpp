@@ -1,17 +1,17 @@
 #include "metadata/universal_metadata_engine.h"
 
-#include "foundation/debug_log.h"
 #include "foundation/domain_error.h"
+#include "foundation/logs/debug_log.h"
 #include "metadata/header_room.h"
 #include "metadata/ixml_surgery.h"
-#include "platform/child_process.h"
 #include "platform/diagnostics.h"
-#include "platform/file_name.h"
-#include "platform/files.h"
+#include "platform/files/file_name.h"
+#include "platform/files/files.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/standard_folders.h"
-#include "platform/text.h"
-#include "platform/tool_limits.h"
+#include "platform/processes/child_process.h"
+#include "platform/processes/tool_limits.h"
+#include "platform/text/text.h"
 
 #include <QDir>
 #include <QFile>

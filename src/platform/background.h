@@ -4,8 +4,8 @@
 //         const auto work = [engine, group] { return engine.interleave(group); };
 //         const auto result = co_await inBackground(this, work);   // this thread goes on with its events meanwhile
 //
-// The callable runs on `backgroundPool()`; its result comes back on the main thread, its exception too, of whatever type.
-// If `context` was destroyed meanwhile, the coroutine is unwound by ControllerGone instead of resumed into a dead
+// The callable runs on `backgroundPool()`; its result comes back on the main thread, its exception too, of whatever
+// type. If `context` was destroyed meanwhile, the coroutine is unwound by ControllerGone instead of resumed into a dead
 // object: so catch typed errors in a coroutine, never everything, and let no local's destructor touch the controller.
 // Name the callable before the await: gcc 12 copies temporaries of an await expression carelessly.
 #pragma once

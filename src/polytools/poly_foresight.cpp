@@ -1,9 +1,9 @@
 #include "polytools/poly_foresight.h"
 
-#include "foundation/run_ledger.h"
+#include "foundation/run/run_ledger.h"
 #include "platform/paths.h"
-#include "polytools/iso_file_names.h"
-#include "polytools/poly_names.h"
+#include "polytools/records/iso_file_names.h"
+#include "polytools/records/poly_names.h"
 
 namespace ostrel {
 
@@ -20,8 +20,8 @@ PolyForesight::PolyForesight(PolyToolsState& state) : state_(state) {
           state.folderOrganization, state.batchMode, state.channelRemovalOutputSameFolder, state.editPolyEditInPlace,
           state.joinOutputFolder, state.joinKeepOriginalName, state.isScanningBatchFiles, state.isScanningJoinISOs,
           state.isProcessing);
-    for (const RecordListSignals* list : std::initializer_list<const RecordListSignals*>{&state.batchPolyMetadata,
-                                                                                         &state.reviewedGroups}) {
+    for (const RecordListSignals* list :
+         std::initializer_list<const RecordListSignals*>{&state.batchPolyMetadata, &state.reviewedGroups}) {
         QObject::connect(list, &RecordListSignals::reset, &timer_, request);
         QObject::connect(list, &RecordListSignals::rowsAppended, &timer_, request);
     }

@@ -6,7 +6,7 @@
 // all the same. Main thread.
 #pragma once
 
-#include "polytools/poly_tools_state.h"
+#include "polytools/services/poly_tools_state.h"
 
 #include <QTimer>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "polytools/poly_tools_view_model.h"
 
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "platform/paths.h"
 
 namespace ostrel {

@@ -13,15 +13,15 @@
 //     PolyToolsServices    tools, log and tasks, shared by all of them    (poly_tools_services.h)
 #pragma once
 
-#include "polytools/poly_edit_flow.h"
+#include "polytools/edit/poly_edit_flow.h"
+#include "polytools/join/poly_join_flow.h"
+#include "polytools/join/poly_join_review.h"
 #include "polytools/poly_foresight.h"
-#include "polytools/poly_join_flow.h"
-#include "polytools/poly_join_review.h"
-#include "polytools/poly_preview.h"
-#include "polytools/poly_source_selection.h"
-#include "polytools/poly_split_flow.h"
-#include "polytools/poly_tools_services.h"
-#include "polytools/poly_tools_state.h"
+#include "polytools/preview/poly_preview.h"
+#include "polytools/services/poly_tools_services.h"
+#include "polytools/services/poly_tools_state.h"
+#include "polytools/split/poly_source_selection.h"
+#include "polytools/split/poly_split_flow.h"
 
 #include <QObject>
 #include <memory>

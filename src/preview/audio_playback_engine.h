@@ -5,7 +5,7 @@
 // with `isLoading` true meanwhile; every other one is loaded when `load` returns.
 #pragma once
 
-#include "platform/audio_player.h"
+#include "platform/audio/audio_player.h"
 #include "platform/background.h"
 
 #include <QCoro/QCoroTask>

@@ -1,7 +1,7 @@
 // Opens a file for a player without holding up the main thread.
 #pragma once
 
-#include "platform/audio_file.h"
+#include "platform/audio/audio_file.h"
 #include "platform/background.h"
 
 #include <QCoro/QCoroTask>

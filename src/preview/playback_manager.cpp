@@ -1,10 +1,10 @@
 #include "preview/playback_manager.h"
 
-#include "foundation/debug_log.h"
-#include "platform/audio_file.h"
+#include "foundation/logs/debug_log.h"
+#include "platform/audio/audio_file.h"
 #include "platform/diagnostics.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/standard_folders.h"
 
 #include <QSettings>
 

@@ -6,9 +6,9 @@
 // and what was loaded stays. A load that ends after another selection was made leaves that selection alone.
 #pragma once
 
-#include "foundation/app_mode.h"
-#include "foundation/interleave_group.h"
-#include "foundation/multi_channel_source.h"
+#include "foundation/records/app_mode.h"
+#include "foundation/records/interleave_group.h"
+#include "foundation/records/multi_channel_source.h"
 #include "platform/background.h"
 #include "preview/audio_playback_engine.h"
 #include "preview/preview_generator.h"

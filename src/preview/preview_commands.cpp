@@ -1,6 +1,6 @@
 #include "preview/preview_commands.h"
 
-#include "platform/file_name.h"
+#include "platform/files/file_name.h"
 #include "platform/paths.h"
 
 namespace ostrel {

@@ -3,7 +3,7 @@
 // The names carry a generation ("_v1", "_v2"): raising it makes older files of the cache be passed over.
 #pragma once
 
-#include "foundation/channel_layout.h"
+#include "foundation/records/channel_layout.h"
 
 #include <QMap>
 #include <QString>

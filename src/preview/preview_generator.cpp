@@ -1,13 +1,13 @@
 #include "preview/preview_generator.h"
 
-#include "platform/child_process.h"
-#include "platform/ffmpeg_fault.h"
-#include "platform/files.h"
-#include "platform/own_folder.h"
+#include "platform/files/files.h"
+#include "platform/files/own_folder.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/standard_folders.h"
-#include "platform/text.h"
-#include "platform/tool_limits.h"
+#include "platform/processes/child_process.h"
+#include "platform/processes/ffmpeg_fault.h"
+#include "platform/processes/tool_limits.h"
+#include "platform/text/text.h"
 
 #include <QCryptographicHash>
 #include <cerrno>

@@ -2,8 +2,8 @@
 
 #include "platform/diagnostics.h"
 #include "platform/paths.h"
-#include "platform/regular_expression.h"
-#include "platform/text.h"
+#include "platform/text/regular_expression.h"
+#include "platform/text/text.h"
 #include "preview/open_sound.h"
 
 namespace ostrel {

@@ -7,7 +7,7 @@
 // load returns.
 #pragma once
 
-#include "platform/audio_player.h"
+#include "platform/audio/audio_player.h"
 #include "platform/background.h"
 
 #include <QCoro/QCoroTask>

@@ -1,6 +1,6 @@
 #include "preview/waveform_generator.h"
 
-#include "platform/audio_file.h"
+#include "platform/audio/audio_file.h"
 
 #include <Eigen/Core>
 #include <array>

@@ -1,7 +1,7 @@
 // What a batch of analyses gave.
 #pragma once
 
-#include "foundation/processing_log.h"
+#include "foundation/logs/processing_log.h"
 #include "stereovalidator/stereo_validator_result.h"
 
 #include <vector>

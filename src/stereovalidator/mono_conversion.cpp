@@ -1,12 +1,12 @@
 #include "stereovalidator/mono_conversion.h"
 
-#include "foundation/audio_proof.h"
-#include "foundation/unexplained_bytes.h"
-#include "platform/audio_file_writer.h"
-#include "platform/child_process.h"
+#include "foundation/proof/audio_proof.h"
+#include "foundation/proof/unexplained_bytes.h"
+#include "platform/audio/audio_file_writer.h"
+#include "platform/files/replacement.h"
 #include "platform/paths.h"
-#include "platform/replacement.h"
-#include "platform/tool_limits.h"
+#include "platform/processes/child_process.h"
+#include "platform/processes/tool_limits.h"
 #include "wave/wave_layout.h"
 
 #include <QFile>
@@ -77,8 +77,8 @@ bool isWiderThanFloats(const QString& file) {
 bool hasBroadcastMetadata(const QString& file) {
     const auto layout = readWaveLayout(QFile::encodeName(file).toStdString());
     return layout && std::ranges::any_of(layout->chunks, [](const WaveChunk& chunk) {
-        return chunk.id == "bext" || chunk.id == "iXML";
-    });
+               return chunk.id == "bext" || chunk.id == "iXML";
+           });
 }
 
 } // namespace
@@ -112,8 +112,8 @@ void MonoConversion::convert() {
 
 void MonoConversion::makeFile(AudioFile& source, const MonoTarget& target) {
     if (request_.analyzed && FileStamp::of(request_.file) != request_.analyzed) {
-        outcome_.warnings << QStringLiteral("%1 was changed since it was analyzed")
-                                 .arg(paths::lastComponent(request_.file));
+        outcome_.warnings
+            << QStringLiteral("%1 was changed since it was analyzed").arg(paths::lastComponent(request_.file));
     }
     outcome_.warnings << ledger_.prepareFolder(request_.outputFolder);
     const QString path = target.kind == MonoTarget::Kind::numbered ? freeNumber() : target.path;
@@ -168,7 +168,8 @@ void MonoConversion::replaceSource(AudioFile& source) {
     takePlace(file);
 }
 
-// Of a file for which its source goes: every frame of the channel that stays. That the other one goes is what was asked.
+// Of a file for which its source goes: every frame of the channel that stays. That the other one goes is what was
+// asked.
 void MonoConversion::prove(const NewFile& file) const {
     QString why = AudioProof::of({}, {{{request_.file, channel()}, {file.path(), 0}}}).objection();
     if (why.isEmpty()) return;
@@ -184,8 +185,7 @@ void MonoConversion::takePlace(NewFile& file) {
     const std::optional<FileStamp> made = FileStamp::of(file.path());
     const QString detail = request_.useLeftChannel ? QStringLiteral("the left channel stays, the right one goes")
                                                    : QStringLiteral("the right channel stays, the left one goes");
-    const int step =
-        journal_.begin(JournalOperation::replace, file.finalPath(), file.finalPath(), file.path(), detail);
+    const int step = journal_.begin(JournalOperation::replace, file.finalPath(), file.finalPath(), file.path(), detail);
     try {
         replaceRecording(file, *stamp_);
     } catch (const FileError& error) {

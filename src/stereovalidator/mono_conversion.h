@@ -4,11 +4,11 @@
 // Blocks; for any thread.
 #pragma once
 
-#include "foundation/item_outcome.h"
-#include "foundation/journal.h"
-#include "foundation/output_file.h"
-#include "foundation/run_ledger.h"
-#include "platform/audio_file.h"
+#include "foundation/records/item_outcome.h"
+#include "foundation/run/journal.h"
+#include "foundation/run/output_file.h"
+#include "foundation/run/run_ledger.h"
+#include "platform/audio/audio_file.h"
 #include "stereovalidator/mono_target.h"
 
 #include <QString>

@@ -1,6 +1,6 @@
 #include "stereovalidator/mono_target.h"
 
-#include "platform/file_name.h"
+#include "platform/files/file_name.h"
 #include "platform/paths.h"
 
 namespace ostrel {

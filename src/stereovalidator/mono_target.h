@@ -1,7 +1,7 @@
 // What is asked of one conversion to mono, and where its result goes. Pure rules over what stands on the disk.
 #pragma once
 
-#include "platform/file_stamp.h"
+#include "platform/files/file_stamp.h"
 
 #include <QString>
 #include <optional>

@@ -1,9 +1,9 @@
 #include "stereovalidator/native_stereo_analyzer.h"
 
-#include "foundation/unexplained_bytes.h"
-#include "platform/audio_file.h"
+#include "foundation/proof/unexplained_bytes.h"
+#include "platform/audio/audio_file.h"
 #include "platform/paths.h"
-#include "platform/text.h"
+#include "platform/text/text.h"
 #include "stereovalidator/inter_channel_lag.h"
 #include "stereovalidator/stereo_accumulator.h"
 #include "stereovalidator/stereo_rules.h"

@@ -1,7 +1,7 @@
 #include "stereovalidator/stereo_processing_engine.h"
 
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/standard_folders.h"
 #include "stereovalidator/mono_conversion.h"
 
 namespace ostrel {

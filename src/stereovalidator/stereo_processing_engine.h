@@ -4,9 +4,9 @@
 // An engine: it blocks (for bwfmetaedit too), holds no state between calls and uses the same memory for any length.
 #pragma once
 
-#include "foundation/item_outcome.h"
-#include "foundation/journal.h"
-#include "foundation/run_ledger.h"
+#include "foundation/records/item_outcome.h"
+#include "foundation/run/journal.h"
+#include "foundation/run/run_ledger.h"
 #include "stereovalidator/mono_target.h"
 
 #include <QString>

@@ -1,6 +1,6 @@
 #include "stereovalidator/stereo_validator_engine.h"
 
-#include "foundation/debug_log.h"
+#include "foundation/logs/debug_log.h"
 
 namespace ostrel {
 namespace {

@@ -1,6 +1,6 @@
 #include "stereovalidator/stereo_validator_result.h"
 
-#include "platform/text.h"
+#include "platform/text/text.h"
 
 #include <cmath>
 #include <nlohmann/json.hpp>

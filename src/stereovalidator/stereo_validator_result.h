@@ -1,8 +1,8 @@
 // The record of one analysed file. NativeStereoAnalyzer makes it; every number in it is finite.
 #pragma once
 
-#include "foundation/item_outcome.h"
-#include "platform/file_stamp.h"
+#include "foundation/records/item_outcome.h"
+#include "platform/files/file_stamp.h"
 #include "stereovalidator/stereo_classification.h"
 
 #include <QString>

@@ -4,10 +4,10 @@
 // a loop on the main thread, deliberately. Views show the fields and call the actions.
 #pragma once
 
-#include "foundation/external_tool_detector.h"
-#include "foundation/processing_log.h"
-#include "foundation/record_list.h"
-#include "foundation/recording_list.h"
+#include "foundation/logs/processing_log.h"
+#include "foundation/records/record_list.h"
+#include "foundation/run/recording_list.h"
+#include "foundation/tools/external_tool_detector.h"
 #include "platform/background.h"
 #include "platform/desktop_services.h"
 #include "preview/playback_manager.h"

@@ -1,6 +1,6 @@
 // The analysis side of the Stereo Validator's controller.
-#include "foundation/recording_list.h"
-#include "platform/audio_file.h"
+#include "foundation/run/recording_list.h"
+#include "platform/audio/audio_file.h"
 #include "platform/paths.h"
 #include "stereovalidator/stereo_validator_engine.h"
 #include "stereovalidator/stereo_validator_view_model.h"

@@ -1,5 +1,5 @@
 // Clean & Export of the Stereo Validator's controller: one loop on the main thread, file by file.
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "platform/paths.h"
 #include "stereovalidator/stereo_validator_view_model.h"
 #include "stereovalidator/validator_report.h"
@@ -219,8 +219,7 @@ void StereoValidatorViewModel::showCompletion(const ExportCounts& counts, const 
     const QString folder = outputFolder.value();
     AlertRequest alert;
     alert.style = counts.errors == 0 ? AlertRequest::Style::informational : AlertRequest::Style::warning;
-    alert.title =
-        counts.stopped ? QStringLiteral("Clean & Export Stopped") : QStringLiteral("Clean & Export Complete");
+    alert.title = counts.stopped ? QStringLiteral("Clean & Export Stopped") : QStringLiteral("Clean & Export Complete");
     alert.text = QStringLiteral("%1 file(s) converted successfully").arg(counts.successes);
     if (counts.errors > 0) alert.text += QStringLiteral("\n%1 error(s) occurred").arg(counts.errors);
     if (!report.isEmpty()) alert.text += QStringLiteral("\n\nCSV report saved: ") + paths::lastComponent(report);

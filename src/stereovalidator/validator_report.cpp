@@ -1,8 +1,8 @@
 #include "stereovalidator/validator_report.h"
 
-#include "foundation/csv_report_generator.h"
+#include "foundation/logs/csv_report_generator.h"
 #include "platform/paths.h"
-#include "platform/text.h"
+#include "platform/text/text.h"
 
 namespace ostrel {
 namespace {

@@ -17,8 +17,8 @@ struct ValidatorReport {
     int successCount = 0;
     int errorCount = 0;
     int totalFiles = 0; // more than there are results after an analysis that was stopped
-    QString source; // where the files came from, for the report's head
-    QString output; // where the results went, for the report's head
+    QString source;     // where the files came from, for the report's head
+    QString output;     // where the results went, for the report's head
 };
 
 // What became of a result: "Converted to Mono", or why it was left alone. A failed conversion reads "Skipped" (meant).

@@ -1,8 +1,8 @@
 #include "stereovalidator/validator_words.h"
 
-#include "foundation/debug_log.h"
+#include "foundation/logs/debug_log.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/standard_folders.h"
 
 namespace ostrel {
 

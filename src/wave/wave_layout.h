@@ -1,7 +1,7 @@
 // Where everything stands in a WAV file, told by walking its chunk headers: nothing but headers is read.
 //
-// RIFF/WAVE ("Multimedia Programming Interface and Data Specifications 1.0", 1991), RF64 (EBU Tech 3306) and BW64 (ITU-R
-// BS.2088). Offsets count bytes from the start of the file. Blocks on the disk; for any thread.
+// RIFF/WAVE ("Multimedia Programming Interface and Data Specifications 1.0", 1991), RF64 (EBU Tech 3306) and BW64
+// (ITU-R BS.2088). Offsets count bytes from the start of the file. Blocks on the disk; for any thread.
 #pragma once
 
 #include <cstdint>
@@ -69,8 +69,8 @@ std::optional<WaveLayout> readWaveLayout(int descriptor);
 // TimeReference of the bext chunk (EBU Tech 3285): samples since midnight. Nothing without one.
 std::optional<std::uint64_t> readTimeReference(const WaveLayout& layout, const std::string& path);
 
-// Bytes behind the declared end of the audio that are no chain of chunks up to the end of the file: audio, perhaps, of a
-// recording that was never closed. 0 for a healthy file.
+// Bytes behind the declared end of the audio that are no chain of chunks up to the end of the file: audio, perhaps, of
+// a recording that was never closed. 0 for a healthy file.
 std::uint64_t unexplainedBytes(const WaveLayout& layout, int descriptor);
 
 // What a header claims beyond the end of the file, in bytes of audio; 0 for a whole file.

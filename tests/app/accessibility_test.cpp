@@ -1,9 +1,9 @@
 #include "app/window_test.h"
 
-#include "app/batch_channel_removal_config_view.h"
-#include "app/clean_export_dialog_view.h"
-#include "app/open_panel.h"
-#include "app/poly_edit_view.h"
+#include "app/desktop/open_panel.h"
+#include "app/poly/edit/batch_channel_removal_config_view.h"
+#include "app/poly/edit/poly_edit_view.h"
+#include "app/validator/clean_export_dialog_view.h"
 
 #include <QAbstractSlider>
 #include <QCheckBox>

@@ -1,5 +1,5 @@
 // The dialog that sets removal and new names for all polys of a batch.
-#include "app/batch_channel_removal_config_view.h"
+#include "app/poly/edit/batch_channel_removal_config_view.h"
 
 #include "poly_edit_test.h"
 

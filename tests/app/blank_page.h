@@ -1,7 +1,7 @@
 // A tab that does nothing, for tests of what stands around it.
 #pragma once
 
-#include "app/tab_page.h"
+#include "app/panels/tab_page.h"
 
 namespace ostrel::testing {
 

@@ -1,5 +1,5 @@
 // The window while every worker of the background pool is busy.
-#include "app/poly_join_view.h"
+#include "app/poly/join/poly_join_view.h"
 #include "app/window_test.h"
 
 #include "support/blocked_workers.h"
@@ -45,8 +45,8 @@ TEST_F(BusyWorkersTest, TheWindowStillPaints) {
     painter.drawImage(QRect(0, 0, 2900, 2900), shown);
     painter.end();
     EXPECT_NE(image.pixelColor(2990, 2990), QColor(Qt::white));
-    const QImage scaled = image.convertToFormat(QImage::Format_RGBA64).scaled(2000, 2000, Qt::IgnoreAspectRatio,
-                                                                              Qt::SmoothTransformation);
+    const QImage scaled = image.convertToFormat(QImage::Format_RGBA64)
+                              .scaled(2000, 2000, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     EXPECT_EQ(scaled.width(), 2000);
 }
 

@@ -1,9 +1,9 @@
-#include "app/alert_dialog.h"
 #include "app/blank_page.h"
-#include "app/job_watch.h"
-#include "app/qt_desktop_services.h"
-#include "app/recent_folders.h"
-#include "app/system_appearance.h"
+#include "app/controls/alert_dialog.h"
+#include "app/desktop/qt_desktop_services.h"
+#include "app/desktop/recent_folders.h"
+#include "app/desktop/system_appearance.h"
+#include "app/shell/job_watch.h"
 #include "support/test_folder.h"
 
 #include <QApplication>

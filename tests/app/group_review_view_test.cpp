@@ -1,8 +1,8 @@
 // The review: groups as cards, what a person changes about them, what is heard on the way, and the polys at the end.
 #include "app/join_fixture.h"
 
-#include "app/group_card_view.h"
-#include "app/group_picker.h"
+#include "app/poly/join/group_card_view.h"
+#include "app/poly/join/group_picker.h"
 
 #include <QMimeData>
 #include <QScrollBar>

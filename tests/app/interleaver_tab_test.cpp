@@ -1,7 +1,7 @@
 #include "app/window_test.h"
 
-#include "app/controls.h"
-#include "app/item_delegates.h"
+#include "app/controls/controls.h"
+#include "app/controls/item_delegates.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -2,14 +2,14 @@
 // sample can be read afterwards.
 #pragma once
 
-#include "app/group_review_view.h"
-#include "app/group_tree.h"
-#include "app/group_tree_model.h"
-#include "app/iso_list_section.h"
-#include "app/iso_table_model.h"
-#include "app/poly_join_view.h"
-#include "app/record_table.h"
-#include "app/run_row.h"
+#include "app/controls/record_table.h"
+#include "app/panels/run_row.h"
+#include "app/poly/join/group_review_view.h"
+#include "app/poly/join/group_tree.h"
+#include "app/poly/join/group_tree_model.h"
+#include "app/poly/join/iso_list_section.h"
+#include "app/poly/join/iso_table_model.h"
+#include "app/poly/join/poly_join_view.h"
 #include "app/window_test.h"
 #include "support/disk_output.h"
 #include "support/wave_file.h"

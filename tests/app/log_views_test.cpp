@@ -1,5 +1,5 @@
-#include "app/activity_footer.h"
-#include "app/log_popover_view.h"
+#include "app/panels/activity_footer.h"
+#include "app/panels/log_popover_view.h"
 #include "app/window_test.h"
 
 #include <QFile>

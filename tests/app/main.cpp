@@ -1,5 +1,5 @@
 // main() of the window's tests: as that of the others, with an application object that has widgets.
-#include "app/ostrel_app.h"
+#include "app/shell/ostrel_app.h"
 #include "support/own_environment.h"
 
 #include <QApplication>

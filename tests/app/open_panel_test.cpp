@@ -1,4 +1,4 @@
-#include "app/open_panel.h"
+#include "app/desktop/open_panel.h"
 #include "app/window_test.h"
 
 #include <QComboBox>

@@ -1,7 +1,7 @@
 // The window closed, and the session ended, while jobs run.
 #include "app/window_test.h"
 
-#include "app/orderly_quit.h"
+#include "app/shell/orderly_quit.h"
 #include "support/blocked_workers.h"
 #include "support/held_tool.h"
 

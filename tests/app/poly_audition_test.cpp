@@ -1,12 +1,12 @@
 // Auditioning in the Poly Tools tab by clicks and keys, judged by the sound that comes out.
 #include "app/window_test.h"
 
-#include "app/batch_poly_list.h"
-#include "app/batch_poly_model.h"
 #include "app/blank_page.h"
-#include "app/playback_transport.h"
-#include "app/poly_split_view.h"
-#include "app/split_channels_model.h"
+#include "app/panels/playback_transport.h"
+#include "app/poly/batch/batch_poly_list.h"
+#include "app/poly/batch/batch_poly_model.h"
+#include "app/poly/split/poly_split_view.h"
+#include "app/poly/split/split_channels_model.h"
 #include "support/disk_output.h"
 #include "support/sound.h"
 

@@ -1,6 +1,6 @@
 // What Edit Poly lets one hear, on a driver that writes it down.
-#include "app/batch_poly_list.h"
-#include "app/batch_poly_model.h"
+#include "app/poly/batch/batch_poly_list.h"
+#include "app/poly/batch/batch_poly_model.h"
 #include "poly_edit_test.h"
 #include "support/disk_output.h"
 #include "support/sound.h"

@@ -3,13 +3,13 @@
 
 #include "app/window_test.h"
 
-#include "app/channel_names_table.h"
-#include "app/channel_order_table.h"
-#include "app/channel_rename_section.h"
-#include "app/channel_reorder_section.h"
-#include "app/controls.h"
-#include "app/poly_edit_view.h"
-#include "app/run_row.h"
+#include "app/controls/controls.h"
+#include "app/panels/run_row.h"
+#include "app/poly/edit/channel_names_table.h"
+#include "app/poly/edit/channel_order_table.h"
+#include "app/poly/edit/channel_rename_section.h"
+#include "app/poly/edit/channel_reorder_section.h"
+#include "app/poly/edit/poly_edit_view.h"
 #include "support/wave_file.h"
 
 #include <QLineEdit>

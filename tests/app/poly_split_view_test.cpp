@@ -1,15 +1,15 @@
 // The Split mode by clicks and keys, over real recordings.
 #include "app/window_test.h"
 
-#include "app/batch_poly_list.h"
-#include "app/batch_poly_model.h"
-#include "app/controls.h"
-#include "app/item_roles.h"
-#include "app/poly_split_view.h"
-#include "app/run_row.h"
-#include "app/selection_row.h"
-#include "app/split_channels_model.h"
-#include "platform/audio_file.h"
+#include "app/controls/controls.h"
+#include "app/controls/item_roles.h"
+#include "app/panels/run_row.h"
+#include "app/panels/selection_row.h"
+#include "app/poly/batch/batch_poly_list.h"
+#include "app/poly/batch/batch_poly_model.h"
+#include "app/poly/split/poly_split_view.h"
+#include "app/poly/split/split_channels_model.h"
+#include "platform/audio/audio_file.h"
 #include "support/wave_file.h"
 
 #include <QCheckBox>

@@ -1,13 +1,13 @@
 // The shell of the Poly Tools tab: header, modes, keys, drops, what the log and the footer say.
 #include "app/window_test.h"
 
-#include "app/activity_footer.h"
-#include "app/controls.h"
-#include "app/help_texts.h"
-#include "app/log_popover_view.h"
-#include "app/poly_edit_view.h"
-#include "app/poly_join_view.h"
-#include "app/poly_split_view.h"
+#include "app/controls/controls.h"
+#include "app/panels/activity_footer.h"
+#include "app/panels/help_texts.h"
+#include "app/panels/log_popover_view.h"
+#include "app/poly/edit/poly_edit_view.h"
+#include "app/poly/join/poly_join_view.h"
+#include "app/poly/split/poly_split_view.h"
 
 namespace ostrel::testing {
 namespace {

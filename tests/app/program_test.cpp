@@ -63,7 +63,8 @@ public:
         process_.setChildProcessModifier([] { ::signal(SIGHUP, SIG_DFL); }); // or it would be inherited from nohup
         process_.start(builtProgram(QStringLiteral("ostrel")),
                        QStringList{QStringLiteral("-platform"), QStringLiteral("offscreen")} + arguments);
-        EXPECT_TRUE(waitUntil([this] { return handles(SIGTERM); }, 200'000)) << process_.readAllStandardError().toStdString();
+        EXPECT_TRUE(waitUntil([this] { return handles(SIGTERM); }, 200'000))
+            << process_.readAllStandardError().toStdString();
     }
     ~Window() { process_.kill(); }
 

@@ -1,9 +1,9 @@
 #include "app/window_test.h"
 
 #include "app/blank_page.h"
-#include "app/check_for_updates.h"
-#include "app/help_texts.h"
-#include "app/spacebar_monitor.h"
+#include "app/panels/help_texts.h"
+#include "app/shell/check_for_updates.h"
+#include "app/shell/spacebar_monitor.h"
 
 #include <QLineEdit>
 #include <QMenuBar>

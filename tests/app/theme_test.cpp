@@ -1,6 +1,6 @@
-#include "app/classification_badge.h"
-#include "app/symbols.h"
-#include "app/theme.h"
+#include "app/controls/symbols.h"
+#include "app/controls/theme.h"
+#include "app/validator/classification_badge.h"
 
 #include <QImage>
 #include <QPainter>

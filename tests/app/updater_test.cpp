@@ -1,6 +1,6 @@
-#include "app/updater.h"
+#include "app/shell/updater.h"
 
-#include "app/check_for_updates.h"
+#include "app/shell/check_for_updates.h"
 #include "support/scripted_desktop.h"
 #include "support/test_folder.h"
 

@@ -1,10 +1,10 @@
 #include "app/window_test.h"
 
-#include "app/classification_badge.h"
-#include "app/clean_export_dialog_view.h"
-#include "app/controls.h"
-#include "app/playback_transport.h"
-#include "app/validator_results_model.h"
+#include "app/controls/controls.h"
+#include "app/panels/playback_transport.h"
+#include "app/validator/classification_badge.h"
+#include "app/validator/clean_export_dialog_view.h"
+#include "app/validator/validator_results_model.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -304,9 +304,8 @@ TEST_F(ValidatorTabTest, ExportsTheSelectedRows) {
 
 TEST_F(ValidatorTabTest, TellsAheadWhatWillBeRefused) {
     analyzeSamples();
-    const auto dual = std::find_if(validator_.analysisResults.begin(), validator_.analysisResults.end(), [](auto& each) {
-        return each.classification == StereoClassification::dualMono;
-    });
+    const auto dual = std::find_if(validator_.analysisResults.begin(), validator_.analysisResults.end(),
+                                   [](auto& each) { return each.classification == StereoClassification::dualMono; });
     ASSERT_NE(dual, validator_.analysisResults.end());
     const QString output = folder_.path(QStringLiteral("out"));
     const QString name = paths::stem(dual->filepath) + QStringLiteral("_mono.wav");
@@ -317,8 +316,8 @@ TEST_F(ValidatorTabTest, TellsAheadWhatWillBeRefused) {
     EXPECT_TRUE(says(*dialog, words));
     for (const QLabel* label : dialog->findChildren<QLabel*>()) {
         if (label->text() != words) continue;
-        EXPECT_EQ(label->toolTip(), QStringLiteral("%1: File already exists: %2")
-                                        .arg(paths::lastComponent(dual->filepath), name));
+        EXPECT_EQ(label->toolTip(),
+                  QStringLiteral("%1: File already exists: %2").arg(paths::lastComponent(dual->filepath), name));
     }
     clickIn(*dialog, QStringLiteral("Allow Overwrite"));
     EXPECT_FALSE(says(*dialog, words));

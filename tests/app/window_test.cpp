@@ -15,9 +15,9 @@ WindowTest::WindowTest()
 
 QString WindowTest::samples() {
     const QString folder = folder_.path(QStringLiteral("samples"));
-    EXPECT_EQ(QProcess::execute(QStringLiteral("cp"),
-                                {QStringLiteral("-a"), QStringLiteral(OSTREL_TEST_SAMPLES), folder}),
-              0);
+    EXPECT_EQ(
+        QProcess::execute(QStringLiteral("cp"), {QStringLiteral("-a"), QStringLiteral(OSTREL_TEST_SAMPLES), folder}),
+        0);
     return folder;
 }
 

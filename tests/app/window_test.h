@@ -1,12 +1,12 @@
 // The whole window over real controllers, with a scripted desktop and recordings made by `ostrel-cli samples`.
 #pragma once
 
-#include "app/main_tab_view.h"
-#include "app/main_view.h"
-#include "app/poly_tools_tab_view.h"
-#include "app/record_table.h"
-#include "app/stereo_validator_tab_view.h"
-#include "app/updater.h"
+#include "app/controls/record_table.h"
+#include "app/interleaver/main_view.h"
+#include "app/poly/poly_tools_tab_view.h"
+#include "app/shell/main_tab_view.h"
+#include "app/shell/updater.h"
+#include "app/validator/stereo_validator_tab_view.h"
 #include "platform/paths.h"
 #include "preview/playback_manager.h"
 #include "support/scripted_desktop.h"

@@ -1,6 +1,6 @@
 #include "bwfmetaedit/tool_test.h"
 
-#include "bwfmetaedit/run.h"
+#include "bwfmetaedit/program/run.h"
 
 #include <cstdlib>
 #include <filesystem>

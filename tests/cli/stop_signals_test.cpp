@@ -79,8 +79,8 @@ private:
 };
 
 int itemsWith(const nlohmann::json& document, const char* status) {
-    return static_cast<int>(std::ranges::count_if(
-        document["items"], [&](const nlohmann::json& item) { return item["status"] == status; }));
+    return static_cast<int>(
+        std::ranges::count_if(document["items"], [&](const nlohmann::json& item) { return item["status"] == status; }));
 }
 
 class EverySignal : public ::testing::TestWithParam<int> {
@@ -91,8 +91,7 @@ protected:
 TEST_P(EverySignal, TheFirstStopsBehindTheRunningItem) {
     for (const char* base : {"Able", "Baker", "Charlie"}) writePair(folder_, QString::fromLatin1(base));
     const HeldTool ffmpeg(QStringLiteral("ffmpeg"));
-    Job job(ffmpeg,
-            {QStringLiteral("interleave"), QStringLiteral("--json"), QStringLiteral("--csv"), folder_.path()});
+    Job job(ffmpeg, {QStringLiteral("interleave"), QStringLiteral("--json"), QStringLiteral("--csv"), folder_.path()});
     ASSERT_TRUE(ffmpeg.waitForStarts(1));
     job.signal(GetParam());
     ASSERT_TRUE(job.waitFor(kStopped));
@@ -105,8 +104,8 @@ TEST_P(EverySignal, TheFirstStopsBehindTheRunningItem) {
     EXPECT_EQ(itemsWith(document, "completed"), 1);
     EXPECT_EQ(itemsWith(document, "readyLRMerge"), 2);
     ASSERT_EQ(wavesBelow(folder_.path(QStringLiteral("Interleaved"))).size(), 1);
-    const QString made = folder_.path(QStringLiteral("Interleaved/")) +
-                         wavesBelow(folder_.path(QStringLiteral("Interleaved"))).first();
+    const QString made =
+        folder_.path(QStringLiteral("Interleaved/")) + wavesBelow(folder_.path(QStringLiteral("Interleaved"))).first();
     EXPECT_EQ(decodedByFfmpeg(made)[0].size(), 4800u);
     EXPECT_TRUE(QFile::exists(text(document["csv"])));
 }
@@ -216,10 +215,10 @@ TEST(StopSignals, ASplitThatIsNotWholeIsNotCompleted) {
     for (const QStringList& selection : {QStringList{poly}, QStringList{poly, other}}) {
         const HeldTool ffmpeg(QStringLiteral("ffmpeg"));
         const QString out = folder.path(QStringLiteral("out%1").arg(selection.size()));
-        Job job(ffmpeg, QStringList{QStringLiteral("split"), QStringLiteral("--json"), QStringLiteral("--csv"),
-                                    QStringLiteral("--folders"), QStringLiteral("flat"), QStringLiteral("--output"),
-                                    out} +
-                            selection);
+        Job job(ffmpeg,
+                QStringList{QStringLiteral("split"), QStringLiteral("--json"), QStringLiteral("--csv"),
+                            QStringLiteral("--folders"), QStringLiteral("flat"), QStringLiteral("--output"), out} +
+                    selection);
         ASSERT_TRUE(ffmpeg.waitForStarts(1));
         job.signal(SIGINT);
         ASSERT_TRUE(job.waitFor(kStopped));

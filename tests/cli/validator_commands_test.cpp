@@ -203,8 +203,9 @@ TEST(Clean, ReplacesTheSourceOnlyWhenAskedTwiceOver) {
     for (const QString& name : {QStringLiteral("dual.wav"), QStringLiteral("X.WAV")}) {
         const QString file = writeStereo(folder, name, 1);
         const Samples stereo = decodedByFfmpeg(file);
-        const CliRun result = run(QStringLiteral("clean"), {QStringLiteral("--no-suffix"), QStringLiteral("--overwrite"),
-                                                            QStringLiteral("--json"), file});
+        const CliRun result =
+            run(QStringLiteral("clean"),
+                {QStringLiteral("--no-suffix"), QStringLiteral("--overwrite"), QStringLiteral("--json"), file});
         EXPECT_EQ(result.exitStatus, 0);
         EXPECT_EQ(namesIn(folder.path()), QStringList{name});
         EXPECT_EQ(decodedByFfmpeg(file), Samples{stereo[0]});

@@ -1,4 +1,4 @@
-#include "foundation/audio_proof.h"
+#include "foundation/proof/audio_proof.h"
 
 #include "platform/paths.h"
 #include "support/sound.h"
@@ -117,8 +117,10 @@ TEST_F(AudioProofTest, UnequalLengthsAreNamed) {
     const QString less = write("less.wav", spec);
     spec.frames = 4801;
     const QString more = write("more.wav", spec);
-    EXPECT_EQ(one(monos[0], less), QStringLiteral("the lengths differ: less.wav has 4799 frames, six.L.wav has 4800 frames"));
-    EXPECT_EQ(one(monos[0], more), QStringLiteral("the lengths differ: more.wav has 4801 frames, six.L.wav has 4800 frames"));
+    EXPECT_EQ(one(monos[0], less),
+              QStringLiteral("the lengths differ: less.wav has 4799 frames, six.L.wav has 4800 frames"));
+    EXPECT_EQ(one(monos[0], more),
+              QStringLiteral("the lengths differ: more.wav has 4801 frames, six.L.wav has 4800 frames"));
     EXPECT_FALSE(one(more, monos[0]).isEmpty());
 }
 
@@ -202,7 +204,8 @@ TEST_F(AudioProofTest, AnUnclosedSourceStays) {
     for (const quint32 size : {0u, 0xFFFFFFFFu, 21600u}) {
         folder.write(QStringLiteral("six.wav"), withDataSize(whole, size));
         const QString objection = split().objection();
-        EXPECT_TRUE(objection.startsWith(QStringLiteral("six.wav: about 0.1 s of audio may lie behind the declared end")))
+        EXPECT_TRUE(
+            objection.startsWith(QStringLiteral("six.wav: about 0.1 s of audio may lie behind the declared end")))
             << size << ": " << objection.toStdString();
     }
     folder.write(QStringLiteral("six.wav"), withDataSize(whole, 2'000'000));

@@ -1,4 +1,4 @@
-#include "foundation/channel_layout.h"
+#include "foundation/records/channel_layout.h"
 
 #include "support/test_folder.h"
 

@@ -1,4 +1,4 @@
-#include "foundation/recording_list.h"
+#include "foundation/run/recording_list.h"
 
 #include "support/test_folder.h"
 

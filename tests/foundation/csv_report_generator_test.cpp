@@ -1,6 +1,6 @@
-#include "foundation/csv_report_generator.h"
+#include "foundation/logs/csv_report_generator.h"
 
-#include "platform/regular_expression.h"
+#include "platform/text/regular_expression.h"
 #include "support/captured_output.h"
 #include "support/test_folder.h"
 

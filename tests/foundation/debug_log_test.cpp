@@ -1,6 +1,6 @@
-#include "foundation/debug_log.h"
+#include "foundation/logs/debug_log.h"
 
-#include "platform/regular_expression.h"
+#include "platform/text/regular_expression.h"
 #include "support/test_folder.h"
 
 #include <sys/stat.h>

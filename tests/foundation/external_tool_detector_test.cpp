@@ -1,4 +1,4 @@
-#include "foundation/external_tool_detector.h"
+#include "foundation/tools/external_tool_detector.h"
 
 #include "support/captured_output.h"
 #include "support/test_folder.h"

@@ -1,4 +1,4 @@
-#include "foundation/ffmpeg_command.h"
+#include "foundation/tools/ffmpeg_command.h"
 
 #include "support/test_folder.h"
 

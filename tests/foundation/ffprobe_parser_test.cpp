@@ -1,4 +1,4 @@
-#include "foundation/ffprobe_parser.h"
+#include "foundation/tools/ffprobe_parser.h"
 
 #include "support/test_folder.h"
 #include "support/wave_file.h"

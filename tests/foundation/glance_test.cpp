@@ -1,5 +1,5 @@
 // The look at a few blocks of every output, which every job takes.
-#include "foundation/audio_proof.h"
+#include "foundation/proof/audio_proof.h"
 #include "support/sound.h"
 #include "support/system_calls.h"
 #include "support/test_folder.h"
@@ -21,9 +21,7 @@ protected:
     QString sound(const char* name, const Signal& signal, SampleFormat format = SampleFormat::pcm24) const {
         return writeSound(folder.path(QString::fromUtf8(name)), 1, 48000, signal, 48000, format);
     }
-    static Glance look(const QString& source, const QString& output) {
-        return glanceAt({{{source, 0}, {output, 0}}});
-    }
+    static Glance look(const QString& source, const QString& output) { return glanceAt({{{source, 0}, {output, 0}}}); }
     static Kind kindOf(const QString& source, const QString& output) {
         const Glance glance = look(source, output);
         EXPECT_EQ(glance.findings.size(), 1u);
@@ -47,7 +45,9 @@ TEST_F(GlanceTest, EqualFilesAreEqual) {
 }
 
 TEST_F(GlanceTest, AFloatOnItsWayThroughIntegersIsEqual) {
-    const auto fine = [](int, qint64 frame) { return 0.7F * static_cast<float>(std::sin(0.01 * static_cast<double>(frame))); };
+    const auto fine = [](int, qint64 frame) {
+        return 0.7F * static_cast<float>(std::sin(0.01 * static_cast<double>(frame)));
+    };
     const QString source = sound("a.wav", fine, SampleFormat::float32);
     spec.frames = 48000;
     spec.bitDepth = 32;
@@ -56,14 +56,18 @@ TEST_F(GlanceTest, AFloatOnItsWayThroughIntegersIsEqual) {
 }
 
 TEST_F(GlanceTest, ClippedFloatsAreDifferent) {
-    const auto loud = [](int, qint64 frame) { return 1.2F * static_cast<float>(std::sin(0.01 * static_cast<double>(frame))); };
+    const auto loud = [](int, qint64 frame) {
+        return 1.2F * static_cast<float>(std::sin(0.01 * static_cast<double>(frame)));
+    };
     const auto clipped = [&](int, qint64 frame) { return std::clamp(loud(0, frame), -1.0F, 1.0F - 1.0F / (1 << 23)); };
     EXPECT_EQ(kindOf(sound("a.wav", loud, SampleFormat::float32), sound("b.wav", clipped)), Kind::different);
 }
 
 // What 24 bits can't tell from silence is no sound that an output of 24 bits could have.
 TEST_F(GlanceTest, FaintFloatsThatIntegersLoseAreNotUnlike) {
-    const auto faint = [](int, qint64 frame) { return 1e-9F * static_cast<float>(std::sin(0.01 * static_cast<double>(frame))); };
+    const auto faint = [](int, qint64 frame) {
+        return 1e-9F * static_cast<float>(std::sin(0.01 * static_cast<double>(frame)));
+    };
     const auto silence = [](int, qint64) { return 0.0F; };
     EXPECT_EQ(kindOf(sound("a.wav", faint, SampleFormat::float32), sound("b.wav", silence)), Kind::different);
 }
@@ -110,8 +114,9 @@ TEST_F(GlanceTest, ShorterOutputsAndUnequalSourcesAreToldOf) {
     const QString merged = write("merged.wav", spec);
     const Glance glance = glanceAt({{{longer, 0}, {merged, 0}}, {{shorter, 0}, {merged, 0}}});
     EXPECT_TRUE(glance.shortOutputs.isEmpty()); // as long as the shortest source
-    EXPECT_EQ(glance.unequalSources, QStringList{QStringLiteral("The sources are of unequal length: shorter.wav has 4000 "
-                                                                "frames, longer.wav has 4800 frames")});
+    EXPECT_EQ(glance.unequalSources,
+              QStringList{QStringLiteral("The sources are of unequal length: shorter.wav has 4000 "
+                                         "frames, longer.wav has 4800 frames")});
 }
 
 TEST_F(GlanceTest, AnOutputThatCannotBeReadIsUnread) {
@@ -152,9 +157,10 @@ TEST_F(GlanceTest, AnOddContainerThatWasMisreadIsSeen) {
         return static_cast<std::int32_t>(value << (8 + 8 * (frame % 3))) >> 8;
     };
     EXPECT_TRUE(look(source, write("wrong.wav", spec)).misread());
-    EXPECT_EQ(misreadSentence({QStringLiteral("odd.wav")}),
-              QStringLiteral("ffmpeg misread odd.wav, whose samples stand in more bytes than they need: the new file has "
-                             "not got its sound"));
+    EXPECT_EQ(
+        misreadSentence({QStringLiteral("odd.wav")}),
+        QStringLiteral("ffmpeg misread odd.wav, whose samples stand in more bytes than they need: the new file has "
+                       "not got its sound"));
 }
 
 } // namespace

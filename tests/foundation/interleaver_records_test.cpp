@@ -1,5 +1,5 @@
-#include "foundation/interleave_group.h"
-#include "foundation/multi_channel_source.h"
+#include "foundation/records/interleave_group.h"
+#include "foundation/records/multi_channel_source.h"
 
 #include "support/test_folder.h"
 

@@ -1,4 +1,4 @@
-#include "foundation/item_outcome.h"
+#include "foundation/records/item_outcome.h"
 
 #include "support/test_folder.h"
 
@@ -35,7 +35,8 @@ TEST(ItemOutcome, WordsOfTheFates) {
 }
 
 TEST(ItemOutcome, AFailureKeepsItsSources) {
-    const ItemOutcome outcome = ItemOutcome::failure(QStringLiteral("no room"), {QStringLiteral("a"), QStringLiteral("b")});
+    const ItemOutcome outcome =
+        ItemOutcome::failure(QStringLiteral("no room"), {QStringLiteral("a"), QStringLiteral("b")});
     EXPECT_TRUE(outcome.failed());
     EXPECT_FALSE(outcome.succeeded() || outcome.skipped());
     EXPECT_EQ(outcome.message, QStringLiteral("no room"));
@@ -50,7 +51,8 @@ TEST(ItemOutcome, StandsWhateverElseIsToBeSaid) {
     EXPECT_FALSE(outcome.succeeded() || outcome.failed() || outcome.skipped());
     for (const ProcessingStatus& status :
          {ProcessingStatus::completed(), ProcessingStatus::completedWithWarning(QStringLiteral("x")),
-          ProcessingStatus::completedUncertified(QStringLiteral("x")), ProcessingStatus::completedCarbonCopyCertified()}) {
+          ProcessingStatus::completedUncertified(QStringLiteral("x")),
+          ProcessingStatus::completedCarbonCopyCertified()}) {
         outcome.status = status;
         EXPECT_TRUE(outcome.succeeded());
     }

@@ -1,6 +1,6 @@
-#include "foundation/journal.h"
+#include "foundation/run/journal.h"
 
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "platform/paths.h"
 #include "support/own_state.h"
 #include "support/system_calls.h"
@@ -160,9 +160,10 @@ TEST_F(JournalTest, AStepWhoseProgramIsGoneIsToldOnceWithBothPlaces) {
     Journal own(QStringLiteral("interleave"));
     own.begin(JournalOperation::move, from, to); // at work
     ASSERT_EQ(Journal::unfinished().size(), 1u);
-    EXPECT_EQ(Journal::tellUnfinished(),
-              QStringList{QStringLiteral("An earlier run began to move a.wav and did not end: %1 is there; %2 is not there")
-                              .arg(from, to)});
+    EXPECT_EQ(
+        Journal::tellUnfinished(),
+        QStringList{QStringLiteral("An earlier run began to move a.wav and did not end: %1 is there; %2 is not there")
+                        .arg(from, to)});
     EXPECT_TRUE(Journal::tellUnfinished().isEmpty());
     EXPECT_EQ(Journal::unfinished().size(), 1u); // it still has no end
 }
@@ -171,9 +172,10 @@ TEST_F(JournalTest, TheSentenceOfADeletionNamesThePrivatePlaceWhereSomethingIs) 
     const QString from = folder.path(QStringLiteral("a.wav"));
     const QString parked = folder.write(QStringLiteral(".ostrel-1.wav"), "audio");
     inProgramThatEnds([&] { Journal(QStringLiteral("x")).begin(JournalOperation::remove, from, QString(), parked); });
-    EXPECT_EQ(Journal::tellUnfinished(),
-              QStringList{QStringLiteral("An earlier run began to delete a.wav and did not end: %1 is not there; %2 is there")
-                              .arg(from, parked)});
+    EXPECT_EQ(
+        Journal::tellUnfinished(),
+        QStringList{QStringLiteral("An earlier run began to delete a.wav and did not end: %1 is not there; %2 is there")
+                        .arg(from, parked)});
 }
 
 TEST_F(JournalTest, AnotherProgramOfTheSameNumberIsAnotherProgram) {

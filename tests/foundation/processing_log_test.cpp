@@ -1,6 +1,6 @@
-#include "foundation/processing_log.h"
+#include "foundation/logs/processing_log.h"
 
-#include "platform/regular_expression.h"
+#include "platform/text/regular_expression.h"
 #include "support/test_folder.h"
 
 namespace ostrel {

@@ -1,4 +1,4 @@
-#include "foundation/processing_options.h"
+#include "foundation/records/processing_options.h"
 
 #include "support/test_folder.h"
 

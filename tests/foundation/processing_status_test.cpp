@@ -1,4 +1,4 @@
-#include "foundation/processing_status.h"
+#include "foundation/records/processing_status.h"
 
 #include "support/test_folder.h"
 

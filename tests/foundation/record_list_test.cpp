@@ -1,4 +1,4 @@
-#include "foundation/record_list.h"
+#include "foundation/records/record_list.h"
 
 #include "support/test_folder.h"
 

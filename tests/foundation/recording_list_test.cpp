@@ -1,8 +1,8 @@
 // What a scan does with the files that an earlier run left under private names.
-#include "foundation/recording_list.h"
+#include "foundation/run/recording_list.h"
 
-#include "foundation/journal.h"
-#include "platform/new_file.h"
+#include "foundation/run/journal.h"
+#include "platform/files/new_file.h"
 #include "platform/paths.h"
 #include "support/own_state.h"
 
@@ -11,7 +11,8 @@ namespace {
 
 using namespace testing;
 
-const QString kWords = QStringLiteral("A recording that an earlier run had not finished with was put back: %1 (it was %2)");
+const QString kWords =
+    QStringLiteral("A recording that an earlier run had not finished with was put back: %1 (it was %2)");
 
 class RecordingListTest : public ::testing::Test {
 protected:
@@ -84,7 +85,8 @@ TEST_F(RecordingListTest, ABackupWhoseRecordingStandsBesideItIsRemoved) {
     const QString backup = write(".1b4e28ba-2fa1-11d2-883f-0016d3cca427_backup.wav", "the recording");
     const files::Listing listing = scan();
     EXPECT_EQ(listing.files, QStringList{path("a.wav")});
-    EXPECT_EQ(listing.unreadable, QStringList{QStringLiteral("Removed an unfinished file of an earlier run: ") + backup});
+    EXPECT_EQ(listing.unreadable,
+              QStringList{QStringLiteral("Removed an unfinished file of an earlier run: ") + backup});
     EXPECT_FALSE(QFile::exists(backup));
 }
 
@@ -119,7 +121,8 @@ TEST_F(ParkedDeletion, StaysWhereItsNameIsTaken) {
     write("a.wav", "another by now");
     const files::Listing listing = scan();
     ASSERT_EQ(listing.unreadable.size(), 1);
-    EXPECT_TRUE(listing.unreadable[0].startsWith(QStringLiteral("An earlier run left %1: Could not create").arg(parked)))
+    EXPECT_TRUE(
+        listing.unreadable[0].startsWith(QStringLiteral("An earlier run left %1: Could not create").arg(parked)))
         << listing.unreadable[0].toStdString();
     EXPECT_EQ(readAll(parked), "the recording");
     EXPECT_EQ(readAll(path("a.wav")), "another by now");

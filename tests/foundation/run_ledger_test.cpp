@@ -1,7 +1,7 @@
-#include "foundation/run_ledger.h"
+#include "foundation/run/run_ledger.h"
 
-#include "foundation/recording_list.h"
-#include "platform/new_file.h"
+#include "foundation/run/recording_list.h"
+#include "platform/files/new_file.h"
 #include "support/own_state.h"
 
 #include <unistd.h>
@@ -72,7 +72,8 @@ TEST_F(RunLedgerTest, WhatIsNoFileIsNeverReplaced) {
     ASSERT_TRUE(QFile::link(QStringLiteral("/nowhere/at all"), path("nowhere.wav")));
     for (const ExistingOutput rule : {ExistingOutput::skipped, ExistingOutput::refused, ExistingOutput::replaced}) {
         expectRefused(ledger.mayWrite(path("folder.wav"), rule), QStringLiteral("folder.wav is there and is no file"));
-        expectRefused(ledger.mayWrite(path("nowhere.wav"), rule), QStringLiteral("nowhere.wav is there and is no file"));
+        expectRefused(ledger.mayWrite(path("nowhere.wav"), rule),
+                      QStringLiteral("nowhere.wav is there and is no file"));
     }
 }
 
@@ -133,8 +134,10 @@ TEST_F(RunLedgerTest, ForeseesWhatARunWouldRefuse) {
                                                          {},
                                                          {path("out/4.wav")},
                                                          {path("out/3.wav")}});
-    const QStringList expected{QString(), QStringLiteral("Another item of this run already wrote 2.wav"),
-                               QStringLiteral("a.wav would replace a source of this run"), QString(),
+    const QStringList expected{QString(),
+                               QStringLiteral("Another item of this run already wrote 2.wav"),
+                               QStringLiteral("a.wav would replace a source of this run"),
+                               QString(),
                                QString(), // the item ahead of it makes none of its files
                                QString()};
     EXPECT_EQ(QStringList(reasons.begin(), reasons.end()), expected);

@@ -1,6 +1,6 @@
-#include "foundation/source_steps.h"
+#include "foundation/run/source_steps.h"
 
-#include "platform/new_file.h"
+#include "platform/files/new_file.h"
 #include "platform/paths.h"
 #include "support/own_state.h"
 #include "support/system_calls.h"
@@ -75,8 +75,10 @@ TEST_F(SourceStepsTest, MovesBothAndWritesItDownAheadAndAfter) {
     const SourceStepsResult result = move();
     EXPECT_EQ(result.failure, QString());
     EXPECT_TRUE(result.warnings.isEmpty());
-    EXPECT_EQ(result.fates, (std::vector<SourceFate>{{left, Kind::moved, movedLeft}, {right, Kind::moved, movedRight}}));
-    EXPECT_EQ(atEachStep, (QStringList{QStringLiteral("move begun|move begun"), QStringLiteral("move begun|move begun")}));
+    EXPECT_EQ(result.fates,
+              (std::vector<SourceFate>{{left, Kind::moved, movedLeft}, {right, Kind::moved, movedRight}}));
+    EXPECT_EQ(atEachStep,
+              (QStringList{QStringLiteral("move begun|move begun"), QStringLiteral("move begun|move begun")}));
     EXPECT_EQ(journalSteps().join(u'|'), QStringLiteral("move done|move done"));
     EXPECT_EQ(Journal::read()[1].to, movedRight);
     EXPECT_FALSE(QFile::exists(left) || QFile::exists(right));
@@ -96,8 +98,8 @@ TEST_F(SourceStepsTest, DeletesBothOnlyWhenBothCanGo) {
     EXPECT_EQ(result.failure, QString());
     EXPECT_EQ(result.fates[0], (SourceFate{left, Kind::deleted, QString()}));
     EXPECT_EQ(result.fates[1], (SourceFate{right, Kind::deleted, QString()}));
-    EXPECT_EQ(atEachEnd, (QStringList{QStringLiteral("delete begun|delete begun"),
-                                      QStringLiteral("delete begun|delete begun")}));
+    EXPECT_EQ(atEachEnd,
+              (QStringList{QStringLiteral("delete begun|delete begun"), QStringLiteral("delete begun|delete begun")}));
     EXPECT_EQ(journalSteps().join(u'|'), QStringLiteral("delete done|delete done"));
     EXPECT_TRUE(privateFiles().isEmpty());
     EXPECT_FALSE(isHeld(folder.path()));
@@ -154,7 +156,8 @@ TEST_F(SourceStepsTest, WhatCannotComeBackIsToldOfWithItsPlace) {
                               [&](const QByteArray&, const QByteArray&) { return ++steps >= 2 ? EIO : 0; });
     const SourceStepsResult result = move();
     EXPECT_FALSE(result.allKept());
-    EXPECT_TRUE(result.failure.contains(QStringLiteral("; a.L.wav is at ") + movedLeft)) << result.failure.toStdString();
+    EXPECT_TRUE(result.failure.contains(QStringLiteral("; a.L.wav is at ") + movedLeft))
+        << result.failure.toStdString();
     EXPECT_EQ(result.fates, (std::vector<SourceFate>{{left, Kind::moved, movedLeft}, {right, Kind::kept, QString()}}));
     EXPECT_TRUE(QFile::exists(movedLeft) && QFile::exists(right));
 }
@@ -165,7 +168,8 @@ TEST_F(SourceStepsTest, ADeletionThatFailsAtItsLastMomentLeavesTheSource) {
         return ++unlinked == 2 ? EPERM : 0; // the first is gone for good by then
     });
     const SourceStepsResult result = remove();
-    EXPECT_EQ(result.fates, (std::vector<SourceFate>{{left, Kind::deleted, QString()}, {right, Kind::kept, QString()}}));
+    EXPECT_EQ(result.fates,
+              (std::vector<SourceFate>{{left, Kind::deleted, QString()}, {right, Kind::kept, QString()}}));
     EXPECT_FALSE(result.allKept() || result.failure.isEmpty());
     EXPECT_EQ(fingerprintOf(right), before[1]);
     EXPECT_EQ(journalSteps().join(u'|'), QStringLiteral("delete done|delete undone"));
@@ -192,12 +196,13 @@ TEST_F(SourceStepsTest, AKillBetweenTheTwoIsToldOfBothAndCanBeTakenBack) {
 
 TEST_F(SourceStepsTest, WhatTheProofDoesNotCoverStays) {
     const QString third = folder.write(QStringLiteral("a.C.wav"), readAll(left));
-    const SourceStepsResult result =
-        takeSourcesAway({{left, movedLeft}, {third, folder.path(QStringLiteral("Originals/a.C.wav"))}}, proof(), journal);
+    const SourceStepsResult result = takeSourcesAway(
+        {{left, movedLeft}, {third, folder.path(QStringLiteral("Originals/a.C.wav"))}}, proof(), journal);
     EXPECT_EQ(result.failure, QStringLiteral("a.C.wav took no part in the comparison"));
     EXPECT_TRUE(result.allKept());
     EXPECT_TRUE(QFile::exists(left) && QFile::exists(third));
-    EXPECT_EQ(takeSourcesAway({{left, QString()}}, AudioProof(), journal).failure, QStringLiteral("nothing was compared"));
+    EXPECT_EQ(takeSourcesAway({{left, QString()}}, AudioProof(), journal).failure,
+              QStringLiteral("nothing was compared"));
     EXPECT_TRUE(QFile::exists(left));
     EXPECT_TRUE(Journal::read().empty());
 }
@@ -270,8 +275,8 @@ TEST_F(UndoTest, MakesTheFolderAgainThatIsGone) {
     ASSERT_TRUE(QFile::copy(merged, deep));
     Journal other(QStringLiteral("x"));
     const QString away = folder.path(QStringLiteral("away/b.wav"));
-    EXPECT_EQ(takeSourcesAway({{deep, away}}, AudioProof::of({deep}, {{{deep, 0}, {merged, 0}}, {{deep, 1}, {merged, 1}}}),
-                              other)
+    EXPECT_EQ(takeSourcesAway({{deep, away}},
+                              AudioProof::of({deep}, {{{deep, 0}, {merged, 0}}, {{deep, 1}, {merged, 1}}}), other)
                   .failure,
               QString());
     ASSERT_TRUE(QDir().rmdir(paths::parent(deep)));

@@ -1,4 +1,4 @@
-#include "foundation/unexplained_bytes.h"
+#include "foundation/proof/unexplained_bytes.h"
 
 #include "support/test_folder.h"
 #include "support/wave_file.h"

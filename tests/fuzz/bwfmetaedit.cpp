@@ -1,6 +1,6 @@
 // The whole tool over one file, in every mode. The input is the recording; behind the mark, if it is there, is the
 // document that is applied to it.
-#include "bwfmetaedit/run.h"
+#include "bwfmetaedit/program/run.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // Any text as bwfmetaedit's CORE CSV and as a BEXT Description.
 #include "metadata/bext_csv.h"
 #include "metadata/csv_table.h"
-#include "polytools/iso_evidence.h"
+#include "polytools/grouping/iso_evidence.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,5 +1,5 @@
 // Whatever ffprobe may print: a record or a typed error, and both readers of the document agree.
-#include "foundation/ffprobe_parser.h"
+#include "foundation/tools/ffprobe_parser.h"
 
 #include <cmath>
 #include <cstdlib>

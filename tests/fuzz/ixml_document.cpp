@@ -2,7 +2,7 @@
 #include "metadata/ixml_parser.h"
 #include "metadata/ixml_surgery.h"
 #include "metadata/ixml_text.h"
-#include "polytools/iso_evidence.h"
+#include "polytools/grouping/iso_evidence.h"
 
 #include <cstdlib>
 

@@ -1,8 +1,8 @@
 // Any text as what people and recorders hand to Poly Tools: track lists, track names, channel lists.
-#include "polytools/channel_filter_options.h"
-#include "polytools/iso_file_names.h"
-#include "polytools/iso_output_folder.h"
-#include "polytools/ixml_track_list.h"
+#include "polytools/records/channel_filter_options.h"
+#include "polytools/records/iso_file_names.h"
+#include "polytools/records/ixml_track_list.h"
+#include "polytools/split/iso_output_folder.h"
 
 #include <QSet>
 #include <cstdlib>

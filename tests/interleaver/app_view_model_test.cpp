@@ -362,7 +362,8 @@ TEST_F(AppViewModelTest, OriginalsThatCannotMoveStayAndAreNamed) {
     const QStringList log = run();
     EXPECT_FALSE(log.contains(QStringLiteral("[INFO] [CLEANUP] Moved originals to ORIGINALS_MONO/")));
     EXPECT_EQ(log.filter(QStringLiteral("[WARN] [CLEANUP] Originals kept: Could not move ")).size(), 1);
-    EXPECT_TRUE(statusOf(0).startsWith(QStringLiteral("Done (Originals kept: Could not move "))) << statusOf(0).toStdString();
+    EXPECT_TRUE(statusOf(0).startsWith(QStringLiteral("Done (Originals kept: Could not move ")))
+        << statusOf(0).toStdString();
     EXPECT_EQ(controller.interleaveGroups[0].outcome->sourcesText(), QStringLiteral("Kept"));
     EXPECT_TRUE(QFile::exists(output("Rain.L.wav")) && QFile::exists(output("Rain.R.wav")));
     EXPECT_EQ(readAll(output("Originals/Rain.L.wav")), "older");

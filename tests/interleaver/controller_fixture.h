@@ -2,7 +2,7 @@
 #pragma once
 
 #include "interleaver/fixtures.h"
-#include "platform/audio_output.h"
+#include "platform/audio/audio_output.h"
 #include "support/own_state.h"
 
 namespace ostrel::testing {

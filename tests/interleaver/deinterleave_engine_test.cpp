@@ -35,7 +35,8 @@ TEST_P(EveryLayoutAndDepthBack, EveryOutputIsItsChannelBitForBitUpTo24Bits) {
     const DeinterleaveResult result = engine().deinterleave(source, {}, QString());
     ASSERT_TRUE(result.outcome.succeeded()) << result.outcome.message.toStdString();
     // ffmpeg takes 32-bit samples through floats on this road and keeps their upper 24 bits: the item says so.
-    EXPECT_EQ(result.outcome.warnings.isEmpty(), spec.bitDepth < 32) << result.outcome.warnings.join(u'\n').toStdString();
+    EXPECT_EQ(result.outcome.warnings.isEmpty(), spec.bitDepth < 32)
+        << result.outcome.warnings.join(u'\n').toStdString();
     const Samples expected = expectedSamples(spec, source.channels);
     const QStringList order = ffmpegLayoutOf(layout).tags;
     for (qsizetype i = 0; i < order.size(); ++i) {
@@ -89,7 +90,8 @@ TEST(DeinterleaveEngine, EveryOutputGetsTheSourcesChunks) {
     spec.after = {{"SMED", "odd"}, {"iXML", "<x/>"}};
     const MultiChannelSource source = writeSource(folder, ChannelLayout::stereo, spec);
     const DeinterleaveResult result = engine().deinterleave(source, {}, QString());
-    EXPECT_EQ(result.outcome.message, QStringLiteral("Successfully created: Take.L.wav, Take.R.wav (with SMED preservation)"));
+    EXPECT_EQ(result.outcome.message,
+              QStringLiteral("Successfully created: Take.L.wav, Take.R.wav (with SMED preservation)"));
     for (const QString& output : result.outputURLs) {
         EXPECT_EQ(chunkOf(readAll(output), "SMED"), "odd");
         EXPECT_EQ(chunkOf(readAll(output), "iXML"), "<x/>");
@@ -151,7 +153,8 @@ TEST(DeinterleaveEngine, AFailedRunLeavesNothingBehind) {
     folder.write(QStringLiteral("Take.wav"), "no audio at all, whatever the name says");
     const DeinterleaveResult result = engine().deinterleave(source, {}, QString());
     EXPECT_FALSE(result.outcome.succeeded());
-    EXPECT_TRUE(result.outcome.message.startsWith(QStringLiteral("ffmpeg error: "))) << result.outcome.message.toStdString();
+    EXPECT_TRUE(result.outcome.message.startsWith(QStringLiteral("ffmpeg error: ")))
+        << result.outcome.message.toStdString();
     const QString outputs = folder.path(QStringLiteral("De-interleaved"));
     EXPECT_TRUE(QDir(outputs).entryList(QDir::Files | QDir::Hidden).isEmpty());
 }

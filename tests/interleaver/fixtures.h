@@ -1,11 +1,11 @@
 // What the Interleaver's tests share: sets of mono files with known samples, fake tools, and a scripted desktop.
 #pragma once
 
-#include "foundation/external_tool_detector.h"
-#include "foundation/interleave_group.h"
+#include "foundation/records/interleave_group.h"
+#include "foundation/tools/external_tool_detector.h"
 #include "interleaver/app_view_model.h"
 #include "platform/desktop_services.h"
-#include "platform/new_file.h"
+#include "platform/files/new_file.h"
 #include "platform/paths.h"
 #include "support/test_folder.h"
 #include "support/wave_file.h"
@@ -65,16 +65,17 @@ public:
     void applyAppearance(Appearance appearance) override { appearances.push_back(appearance); }
 };
 
-// A copy of ffmpeg that goes on with `afterwards` when it has done its work. There "$out" is the last file that it wrote.
+// A copy of ffmpeg that goes on with `afterwards` when it has done its work. There "$out" is the last file that it
+// wrote.
 inline QString ffmpegAnd(const TestFolder& folder, const QString& afterwards,
                          const QString& relative = QStringLiteral("tools/bin/ffmpeg")) {
-    return folder.writeScript(relative, QStringLiteral("%1 \"$@\" || exit\nfor out; do :; done\n%2\nexit 0")
-                                            .arg(tool("ffmpeg"), afterwards));
+    return folder.writeScript(
+        relative, QStringLiteral("%1 \"$@\" || exit\nfor out; do :; done\n%2\nexit 0").arg(tool("ffmpeg"), afterwards));
 }
 
 // A bwfmetaedit that writes its arguments, one a line and an empty line behind each call, into "calls" beside it. It
-// exports a CORE CSV that names its source; with a Description over two lines if "two-lines" stands beside it, whose second
-// line differs from file to file with "second-lines"; fails on request by a file "fail-{option}".
+// exports a CORE CSV that names its source; with a Description over two lines if "two-lines" stands beside it, whose
+// second line differs from file to file with "second-lines"; fails on request by a file "fail-{option}".
 inline QString fakeBwfmetaedit(const TestFolder& folder,
                                const QString& relative = QStringLiteral("tools/bin/bwfmetaedit")) {
     return folder.writeScript(relative, QStringLiteral(R"(

@@ -1,7 +1,7 @@
 #include "interleaver/interleave_engine.h"
 
-#include "foundation/ffmpeg_command.h"
-#include "foundation/ffprobe_parser.h"
+#include "foundation/tools/ffmpeg_command.h"
+#include "foundation/tools/ffprobe_parser.h"
 #include "interleaver/fixtures.h"
 #include "platform/paths.h"
 
@@ -93,7 +93,7 @@ TEST(InterleaveEngine, WithoutBwfmetaeditAFileWithoutChunksIsDoneWithAWarning) {
     const InterleaveResult result = engine().interleave(group, ChannelLayout::stereo, outputOf(group), {});
     EXPECT_TRUE(result.outcome.succeeded());
     EXPECT_EQ(result.outcome.message, QStringLiteral("Audio OK, metadata warning: bwfmetaedit not found (metadata "
-                                             "preservation disabled)"));
+                                                     "preservation disabled)"));
     EXPECT_TRUE(result.ffmpegCommand.startsWith(QStringLiteral("-y -i ")));
     expectPrivateTwin(result.ffmpegCommand.section(u' ', -1), outputOf(group));
 }
@@ -165,8 +165,10 @@ TEST(InterleaveEngine, AFailedRunTellsWhyAndLeavesNothingBehind) {
                                    [&](const QUuid&, const ProcessingStatus& status) { reported.push_back(status); });
     const InterleaveResult result = watched.interleave(group, ChannelLayout::stereo, outputOf(group), {});
     EXPECT_FALSE(result.outcome.succeeded());
-    EXPECT_TRUE(result.outcome.message.startsWith(QStringLiteral("ffmpeg error: "))) << result.outcome.message.toStdString();
-    EXPECT_TRUE(result.outcome.message.contains(QStringLiteral("Invalid data"))) << result.outcome.message.toStdString();
+    EXPECT_TRUE(result.outcome.message.startsWith(QStringLiteral("ffmpeg error: ")))
+        << result.outcome.message.toStdString();
+    EXPECT_TRUE(result.outcome.message.contains(QStringLiteral("Invalid data")))
+        << result.outcome.message.toStdString();
     EXPECT_FALSE(QFile::exists(outputOf(group)));
     ASSERT_EQ(reported.size(), 2u);
     EXPECT_EQ(reported[0], ProcessingStatus::processing());

@@ -37,10 +37,13 @@ protected:
         group.channelFiles[tag] = folder.write(QStringLiteral("A.%1.wav").arg(tag), bytes);
     }
     void useFloats(float peak) {
-        const auto signal = [peak](int channel, qint64 frame) { return frame == 16000 ? peak : markedSample(channel, frame); };
+        const auto signal = [peak](int channel, qint64 frame) {
+            return frame == 16000 ? peak : markedSample(channel, frame);
+        };
         for (const char* tag : {"L", "R"}) {
             const QString file = folder.path(QStringLiteral("A.%1.wav").arg(QString::fromLatin1(tag)));
-            group.channelFiles[QString::fromLatin1(tag)] = writeSound(file, 1, 48000, signal, 48000, SampleFormat::float32);
+            group.channelFiles[QString::fromLatin1(tag)] =
+                writeSound(file, 1, 48000, signal, 48000, SampleFormat::float32);
         }
         group.baseName = QStringLiteral("A");
         group.bitDepth = 32;
@@ -59,12 +62,14 @@ protected:
     void expectKept(const QString& why) {
         const QString sentence = QStringLiteral("Originals kept: ") + why;
         const ItemOutcome outcome = take();
-        EXPECT_EQ(outcome.status, ProcessingStatus::completedWithWarning(sentence)) << outcome.status.text.toStdString();
+        EXPECT_EQ(outcome.status, ProcessingStatus::completedWithWarning(sentence))
+            << outcome.status.text.toStdString();
         EXPECT_EQ(outcome.message, sentence);
         EXPECT_TRUE(outcome.warnings.contains(sentence));
         EXPECT_EQ(outcome.sourcesText(), QStringLiteral("Kept"));
         EXPECT_TRUE(std::any_of(report.log.begin(), report.log.end(), [&](const ProcessingLogEntry& entry) {
-            return entry.message == sentence && entry.level == LogLevel::warning && entry.category == LogCategory::cleanup;
+            return entry.message == sentence && entry.level == LogLevel::warning &&
+                   entry.category == LogCategory::cleanup;
         }));
         EXPECT_TRUE(hasSources());
         EXPECT_TRUE(QFile::exists(folder.path(QStringLiteral("Interleaved/A.wav"))));
@@ -270,8 +275,7 @@ TEST_F(CertificateTest, ADifferenceInTheSecondLineIsADifference) {
 TEST_F(CertificateTest, WithoutAnIdentityNothingIsCertified) {
     flag("no-bext");
     write();
-    EXPECT_EQ(take().status,
-              ProcessingStatus::completedUncertified(QStringLiteral("Metadata verification uncertain")));
+    EXPECT_EQ(take().status, ProcessingStatus::completedUncertified(QStringLiteral("Metadata verification uncertain")));
     EXPECT_TRUE(hasSources());
 }
 
@@ -280,8 +284,8 @@ TEST_F(CertificateTest, NothingIsCertifiedOnAFewBlocks) {
     write();
     run.ffmpegPath = ffmpegAnd(
         folder, QStringLiteral("dd if=/dev/zero of=\"$out\" bs=1000 seek=90 count=20 conv=notrunc 2>/dev/null"));
-    EXPECT_EQ(take().status, ProcessingStatus::completedUncertified(QStringLiteral(
-                                 "Originals kept: the samples of A.wav are not those of A.L.wav")));
+    EXPECT_EQ(take().status, ProcessingStatus::completedUncertified(
+                                 QStringLiteral("Originals kept: the samples of A.wav are not those of A.L.wav")));
     EXPECT_TRUE(hasSources());
 }
 
@@ -290,8 +294,7 @@ TEST_F(CertificateTest, WhatDiffersInTheBlocksIsNotEvenAskedFor) {
     WaveSpec cut = spec;
     cut.frames = 16000;
     set(QStringLiteral("R"), waveBytes(cut));
-    EXPECT_EQ(take().status,
-              ProcessingStatus::completedUncertified(QStringLiteral("Samples differ from the sources")));
+    EXPECT_EQ(take().status, ProcessingStatus::completedUncertified(QStringLiteral("Samples differ from the sources")));
     EXPECT_TRUE(hasSources());
 }
 

@@ -2,7 +2,7 @@
 
 #include "interleaver/fixtures.h"
 #include "interleaver/library_safety.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "platform/paths.h"
 
 namespace ostrel {

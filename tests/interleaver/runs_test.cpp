@@ -1,4 +1,5 @@
-// Whole runs of the controller: several folders, a second run over the same library, a selection that changes meanwhile.
+// Whole runs of the controller: several folders, a second run over the same library, a selection that changes
+// meanwhile.
 #include "interleaver/controller_fixture.h"
 
 namespace ostrel {
@@ -87,7 +88,8 @@ TEST_F(RunsTest, AJobKeepsTheRootAndTheReportOfItsOwnSelection) {
     EXPECT_TRUE(exists("One/Originals/Sub/Rain.L.wav") && exists("One/Originals/Sub/Rain.R.wav"));
     EXPECT_FALSE(exists("Two/Originals") || exists("elsewhere/Rain.wav"));
     EXPECT_TRUE(controller.interleaveGroups.empty());
-    EXPECT_TRUE(controller.reportPath().startsWith(library.path() + "/One/"_s)) << controller.reportPath().toStdString();
+    EXPECT_TRUE(controller.reportPath().startsWith(library.path() + "/One/"_s))
+        << controller.reportPath().toStdString();
     EXPECT_TRUE(csv().contains("# Total Groups: 1"_s));
     const QStringList rows = csv().filter("Rain,2ch,L+R,Rain.wav,"_s);
     ASSERT_EQ(rows.size(), 1) << csv().join(u'\n').toStdString();
@@ -184,7 +186,9 @@ TEST_F(RunsTest, AStepThatAnEarlierRunDidNotEndIsTold) {
     scan();
     controller.tellUnfinishedSteps();
     controller.tellUnfinishedSteps(); // once is enough
-    EXPECT_EQ(messages(controller).filter("[WARN] [SYSTEM] An earlier run began to move gone.wav and did not end: "_s).size(), 1);
+    EXPECT_EQ(
+        messages(controller).filter("[WARN] [SYSTEM] An earlier run began to move gone.wav and did not end: "_s).size(),
+        1);
 }
 
 TEST_F(RunsTest, WhatAnEarlierRunLeftInTheOutputFolderIsClearedAndTold) {

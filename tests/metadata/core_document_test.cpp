@@ -1,6 +1,6 @@
 #include "metadata/core_document.h"
 
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "support/test_folder.h"
 
 namespace ostrel {

@@ -1,9 +1,9 @@
 #include "metadata/header_room.h"
 
 #include "metadata/universal_metadata_engine.h"
-#include "platform/child_process.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/standard_folders.h"
+#include "platform/processes/child_process.h"
 #include "support/fake_bwfmetaedit.h"
 #include "support/test_folder.h"
 #include "support/wave_file.h"

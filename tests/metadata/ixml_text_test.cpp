@@ -1,6 +1,6 @@
 #include "metadata/ixml_text.h"
 
-#include "platform/regular_expression.h"
+#include "platform/text/regular_expression.h"
 
 #include <random>
 

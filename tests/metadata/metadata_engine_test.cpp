@@ -1,9 +1,9 @@
 #include "metadata/metadata_engine.h"
 
 #include "metadata/scripted_bwfmetaedit.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/regular_expression.h"
-#include "platform/standard_folders.h"
+#include "platform/text/regular_expression.h"
 
 namespace ostrel {
 namespace {

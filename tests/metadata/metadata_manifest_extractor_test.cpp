@@ -1,7 +1,7 @@
 #include "metadata/metadata_manifest_extractor.h"
 
 #include "metadata/file_hash.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "support/fake_bwfmetaedit.h"
 #include "support/wave_file.h"
 

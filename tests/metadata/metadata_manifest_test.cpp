@@ -1,9 +1,9 @@
 #include "metadata/metadata_manifest.h"
 
 #include "metadata/take_manifest.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/standard_folders.h"
 #include "support/fake_bwfmetaedit.h"
 
 #include <QJsonArray>

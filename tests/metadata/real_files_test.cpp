@@ -1,10 +1,10 @@
 // Real recordings of many recorders and programs, against facts that were found without this program.
-#include "foundation/ffprobe_parser.h"
+#include "foundation/tools/ffprobe_parser.h"
 #include "metadata/asset_descriptor.h"
 #include "metadata/riff_chunks.h"
-#include "platform/child_process.h"
 #include "platform/parallel.h"
 #include "platform/paths.h"
+#include "platform/processes/child_process.h"
 #include "support/test_folder.h"
 
 #include <fstream>

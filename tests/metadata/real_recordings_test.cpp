@@ -2,8 +2,8 @@
 #include "metadata/ixml_surgery.h"
 #include "metadata/metadata_manifest_extractor.h"
 #include "metadata/universal_metadata_engine.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/standard_folders.h"
 #include "support/fake_bwfmetaedit.h"
 #include "support/wave_file.h"
 

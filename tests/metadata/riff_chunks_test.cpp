@@ -1,6 +1,6 @@
 #include "metadata/riff_chunks.h"
 
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "support/test_folder.h"
 #include "support/wave_file.h"
 

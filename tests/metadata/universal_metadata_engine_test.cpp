@@ -2,8 +2,8 @@
 
 #include "foundation/domain_error.h"
 #include "metadata/ixml_surgery.h"
-#include "platform/child_process.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
+#include "platform/processes/child_process.h"
 #include "support/fake_bwfmetaedit.h"
 #include "support/wave_file.h"
 

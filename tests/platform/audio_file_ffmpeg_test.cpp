@@ -1,8 +1,8 @@
 // Files that only ffmpeg opens.
-#include "platform/audio_file.h"
+#include "platform/audio/audio_file.h"
 
-#include "platform/child_process.h"
-#include "platform/standard_folders.h"
+#include "platform/files/standard_folders.h"
+#include "platform/processes/child_process.h"
 #include "support/sound.h"
 #include "support/test_folder.h"
 

@@ -1,5 +1,5 @@
-#include "platform/audio_file.h"
-#include "platform/files.h"
+#include "platform/audio/audio_file.h"
+#include "platform/files/files.h"
 #include "platform/paths.h"
 #include "support/sound.h"
 #include "support/test_folder.h"

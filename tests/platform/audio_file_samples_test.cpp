@@ -1,7 +1,7 @@
 // Real recordings, read by AudioFile and by ffmpeg: the same frames, the same values, seeks included.
-#include "platform/audio_file.h"
+#include "platform/audio/audio_file.h"
 
-#include "platform/child_process.h"
+#include "platform/processes/child_process.h"
 #include "support/test_folder.h"
 
 #include <QDirIterator>

@@ -1,6 +1,6 @@
-#include "platform/audio_file.h"
+#include "platform/audio/audio_file.h"
 
-#include "platform/audio_file_writer.h"
+#include "platform/audio/audio_file_writer.h"
 #include "support/sound.h"
 #include "support/test_folder.h"
 

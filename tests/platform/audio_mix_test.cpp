@@ -1,4 +1,4 @@
-#include "platform/audio_mix.h"
+#include "platform/audio/audio_mix.h"
 
 #include "platform/realtime_guard.h"
 #include "support/sound.h"

@@ -1,4 +1,4 @@
-#include "platform/audio_player.h"
+#include "platform/audio/audio_player.h"
 
 #include "support/disk_output.h"
 #include "support/sound.h"

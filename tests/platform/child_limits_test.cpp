@@ -1,6 +1,6 @@
 // Children that misbehave: they print without end, stand still, or leave something behind on their outputs.
-#include "platform/child_process.h"
-#include "platform/in_flight.h"
+#include "platform/processes/child_process.h"
+#include "platform/processes/in_flight.h"
 
 #include "support/test_folder.h"
 
@@ -75,8 +75,9 @@ TEST_F(ChildLimitsTest, AfterItsTimeItIsEnded) {
 
 TEST_F(ChildLimitsTest, TheTimeLimitHoldsWhereNothingIsCapturedToo) {
     const QString tool = script("exec sleep 1000");
-    EXPECT_EQ(ChildProcess::runSilently(tool, {folder_.path()}, atMost(200ms), ChildProcess::StandardError::dropped).ended,
-              ChildEnd::timeLimit);
+    EXPECT_EQ(
+        ChildProcess::runSilently(tool, {folder_.path()}, atMost(200ms), ChildProcess::StandardError::dropped).ended,
+        ChildEnd::timeLimit);
     EXPECT_EQ(ChildProcess::runInherited(tool, {folder_.path()}, atMost(200ms)).ended, ChildEnd::timeLimit);
 }
 
@@ -96,7 +97,8 @@ TEST_F(ChildLimitsTest, OneThatSleepsStandsStill) {
     const ProcessResult result = run("sleep 1000", notStillFor(400ms));
     EXPECT_EQ(result.ended, ChildEnd::stoodStill);
     EXPECT_FALSE(result.succeeded());
-    EXPECT_EQ(result.errorText(), QStringLiteral("ended because it used no processor time and wrote nothing for 0.4 s"));
+    EXPECT_EQ(result.errorText(),
+              QStringLiteral("ended because it used no processor time and wrote nothing for 0.4 s"));
 }
 
 TEST_F(ChildLimitsTest, OneThatWaitsForItsOwnChildToWorkDoesNot) {
@@ -121,7 +123,8 @@ TEST_F(ChildLimitsTest, WhatHoldsTheOutputsAfterItsEndIsEnded) {
 }
 
 TEST_F(ChildLimitsTest, WhatLeftTheGroupAndHoldsTheOutputsIsNotWaitedFor) {
-    const ProcessResult result = run("setsid sh -c 'echo $$ > left; exec sleep 1000' & while [ ! -s left ]; do :; done");
+    const ProcessResult result =
+        run("setsid sh -c 'echo $$ > left; exec sleep 1000' & while [ ! -s left ]; do :; done");
     EXPECT_TRUE(result.succeeded());
     const QByteArray pid = leftBehind();
     EXPECT_FALSE(hasEnded(pid));

@@ -1,4 +1,4 @@
-#include "platform/child_process.h"
+#include "platform/processes/child_process.h"
 
 #include "support/captured_output.h"
 #include "support/test_folder.h"
@@ -94,9 +94,9 @@ TEST(ChildProcess, AToolWithAnOddPathIsFound) {
 TEST(ChildProcess, AHugeStandardErrorNeitherBlocksNorFillsMemory) {
     rusage before;
     getrusage(RUSAGE_SELF, &before);
-    const ProcessResult result = runScript(QStringLiteral(
-        "echo 'first words' >&2; yes 'a long complaint of a tool' | head -c 100000000 >&2; printf out; "
-        "echo 'last words' >&2; exit 3"));
+    const ProcessResult result = runScript(
+        QStringLiteral("echo 'first words' >&2; yes 'a long complaint of a tool' | head -c 100000000 >&2; printf out; "
+                       "echo 'last words' >&2; exit 3"));
     rusage after;
     getrusage(RUSAGE_SELF, &after);
     EXPECT_EQ(result.exitStatus, 3);
@@ -163,8 +163,7 @@ TEST(ChildProcess, NothingIsTakenFromTheWorkingFolderByWayOfThePath) {
     const QByteArray before = qgetenv("PATH");
     const auto pathInside = [](const char* path) {
         qputenv("PATH", path);
-        QStringList lines =
-            ChildProcess::runForResult(QStringLiteral("/usr/bin/env"), {}).outputText().split(u'\n');
+        QStringList lines = ChildProcess::runForResult(QStringLiteral("/usr/bin/env"), {}).outputText().split(u'\n');
         lines.removeIf([](const QString& line) { return !line.startsWith(QStringLiteral("PATH=")); });
         return lines;
     };

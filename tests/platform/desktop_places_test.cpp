@@ -1,5 +1,5 @@
 #include "platform/diagnostics.h"
-#include "platform/standard_folders.h"
+#include "platform/files/standard_folders.h"
 #include "support/captured_output.h"
 #include "support/test_folder.h"
 

@@ -1,4 +1,4 @@
-#include "platform/ffmpeg_fault.h"
+#include "platform/processes/ffmpeg_fault.h"
 
 #include "support/sound.h"
 #include "support/test_folder.h"
@@ -35,7 +35,8 @@ TEST(FFmpegFault, TheBannerAndTheInputsAreNone) {
     EXPECT_EQ(faultOf(""), QString());
     EXPECT_EQ(faultOf("\n\r\n"), QString());
     EXPECT_EQ(faultOf(kBanner + kInput), QString());
-    EXPECT_EQ(faultOf(kBanner + kInput + "Stream mapping:\n  Stream #0:0 -> #0:0 (copy)\nPress [q] to stop\n"
+    EXPECT_EQ(faultOf(kBanner + kInput +
+                      "Stream mapping:\n  Stream #0:0 -> #0:0 (copy)\nPress [q] to stop\n"
                       "size=       3kB time=00:00:00.01 speed=N/A    \r"),
               QString());
 }
@@ -43,16 +44,19 @@ TEST(FFmpegFault, TheBannerAndTheInputsAreNone) {
 TEST(FFmpegFault, TheLineBehindThem) {
     EXPECT_EQ(faultOf(kBanner + "/in/no.wav: No such file or directory\n"),
               QStringLiteral("/in/no.wav: No such file or directory"));
-    EXPECT_EQ(faultOf(kBanner + kInput + "Unknown encoder 'pcm_s20le'\n"), QStringLiteral("Unknown encoder 'pcm_s20le'"));
-    EXPECT_EQ(faultOf(kBanner + "[wav @ 0x55e0] invalid start code"), QStringLiteral("[wav @ 0x55e0] invalid start code"));
+    EXPECT_EQ(faultOf(kBanner + kInput + "Unknown encoder 'pcm_s20le'\n"),
+              QStringLiteral("Unknown encoder 'pcm_s20le'"));
+    EXPECT_EQ(faultOf(kBanner + "[wav @ 0x55e0] invalid start code"),
+              QStringLiteral("[wav @ 0x55e0] invalid start code"));
     EXPECT_EQ(faultOf("é: 日本\r\n"), QStringLiteral("é: 日本"));
 }
 
 TEST(FFmpegFault, ProgressIsPrintedOverItself) {
-    EXPECT_EQ(faultOf("size=  1kB speed=1x    \rsize=  2kB speed=1x    \rError closing file /a.wav: No space left on device\n"
-                      "size=  3kB speed=1x    \rvideo:0kB audio:3kB\n[out#0/wav @ 0x5] video:0kB audio:3kB\n"
-                      "Conversion failed!\n"),
-              QStringLiteral("Error closing file /a.wav: No space left on device"));
+    EXPECT_EQ(
+        faultOf("size=  1kB speed=1x    \rsize=  2kB speed=1x    \rError closing file /a.wav: No space left on device\n"
+                "size=  3kB speed=1x    \rvideo:0kB audio:3kB\n[out#0/wav @ 0x5] video:0kB audio:3kB\n"
+                "Conversion failed!\n"),
+        QStringLiteral("Error closing file /a.wav: No space left on device"));
 }
 
 TEST(FFmpegFault, TheCauseAheadOfItsConsequences) {
@@ -60,8 +64,9 @@ TEST(FFmpegFault, TheCauseAheadOfItsConsequences) {
                       "Could not write header for output file #0 (incorrect codec parameters ?): Invalid argument\n"
                       "Error initializing output stream 0:0 -- \nConversion failed!\n"),
               QStringLiteral("[mp3 @ 0x5] Invalid audio stream. Exactly one MP3 audio stream is required."));
-    EXPECT_EQ(faultOf("[AVFilterGraph @ 0x5] No such filter: 'x'\nError initializing complex filters.\nInvalid argument\n"),
-              QStringLiteral("[AVFilterGraph @ 0x5] No such filter: 'x'"));
+    EXPECT_EQ(
+        faultOf("[AVFilterGraph @ 0x5] No such filter: 'x'\nError initializing complex filters.\nInvalid argument\n"),
+        QStringLiteral("[AVFilterGraph @ 0x5] No such filter: 'x'"));
     EXPECT_EQ(faultOf("[Parsed_pan_0 @ 0x5] Pure channel mapping detected: 0\n/out.xyz: Invalid argument\n"
                       "Conversion failed!\n"),
               QStringLiteral("/out.xyz: Invalid argument"));
@@ -84,7 +89,8 @@ TEST(FFmpegFault, MegabytesAreReadInNoTime) {
     EXPECT_EQ(faultOf("/a: first\n" + QByteArray("  set in\n").repeated(400'000)), QStringLiteral("/a: first"));
     rusage after;
     getrusage(RUSAGE_SELF, &after);
-    EXPECT_LT(after.ru_utime.tv_sec - before.ru_utime.tv_sec, 10); // a look back to the start from each line takes hours
+    EXPECT_LT(after.ru_utime.tv_sec - before.ru_utime.tv_sec,
+              10); // a look back to the start from each line takes hours
 }
 
 // What the installed ffmpeg says.
@@ -111,7 +117,8 @@ TEST_F(RealFFmpegFault, AMissingFile) {
 }
 
 TEST_F(RealFFmpegFault, ACodecThatThereIsNot) {
-    const QString said = fault({QStringLiteral("-i"), input_, QStringLiteral("-c:a"), QStringLiteral("pcm_s20le"), output_});
+    const QString said =
+        fault({QStringLiteral("-i"), input_, QStringLiteral("-c:a"), QStringLiteral("pcm_s20le"), output_});
     EXPECT_TRUE(said.contains(QStringLiteral("Unknown encoder 'pcm_s20le'"))) << said.toStdString();
 }
 

@@ -1,7 +1,7 @@
 // What the tests of file operations share.
 #pragma once
 
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "support/test_folder.h"
 
 #include <functional>

@@ -1,8 +1,8 @@
 #include "platform/files_fixture.h"
 
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/regular_expression.h"
-#include "platform/standard_folders.h"
+#include "platform/text/regular_expression.h"
 #include "support/test_folder.h"
 #include "support/unprivileged.h"
 

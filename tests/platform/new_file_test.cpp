@@ -1,4 +1,4 @@
-#include "platform/new_file.h"
+#include "platform/files/new_file.h"
 
 #include "platform/files_fixture.h"
 #include "platform/paths.h"
@@ -167,8 +167,8 @@ TEST_F(NewFileTest, ASignalsEndTakesUnfinishedFilesAlone) {
 
 // Whether the lock is free for somebody else.
 bool isFreeForOthers(const QString& folder) {
-    return QProcess::execute(QStringLiteral("flock"), {QStringLiteral("-n"), QStringLiteral("-x"), folder,
-                                                       QStringLiteral("true")}) == 0;
+    return QProcess::execute(QStringLiteral("flock"),
+                             {QStringLiteral("-n"), QStringLiteral("-x"), folder, QStringLiteral("true")}) == 0;
 }
 
 TEST_F(NewFileTest, ItsFolderIsHeldForAsLongAsItIsWritten) {
@@ -189,8 +189,8 @@ TEST_F(NewFileTest, ItsFolderIsHeldForAsLongAsItIsWritten) {
 
 TEST_F(NewFileTest, AnotherProgramsHoldIsSeenAndEndsWithIt) {
     QProcess other;
-    other.start(QStringLiteral("flock"), {QStringLiteral("-s"), folder.path(), QStringLiteral("sh"), QStringLiteral("-c"),
-                                          QStringLiteral("echo held; read line")});
+    other.start(QStringLiteral("flock"), {QStringLiteral("-s"), folder.path(), QStringLiteral("sh"),
+                                          QStringLiteral("-c"), QStringLiteral("echo held; read line")});
     ASSERT_TRUE(other.waitForReadyRead(60'000));
     EXPECT_TRUE(isHeld(folder.path()));
     const NewFile ours(final); // many may hold one folder
@@ -246,7 +246,8 @@ TEST(PrivateNames, AreListedApartWhateverIsAskedFor) {
     const QString hidden = folder.write(QStringLiteral(".hidden.wav"), "x");
     const QString plain = folder.write(QStringLiteral("a.wav"), "x");
     const QString within = folder.write(QStringLiteral(".ostrel-folder/b.wav"), "x"); // a person's own
-    for (const auto& extensions : {QStringList(), QStringList{QStringLiteral("wav")}, QStringList{QStringLiteral("aif")}}) {
+    for (const auto& extensions :
+         {QStringList(), QStringList{QStringLiteral("wav")}, QStringList{QStringLiteral("aif")}}) {
         for (const files::HiddenEntries entries : {files::HiddenEntries::leftOut, files::HiddenEntries::included}) {
             auto listing = files::list(folder.path(), true, extensions, entries);
             ASSERT_TRUE(listing);

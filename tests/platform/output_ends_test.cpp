@@ -1,6 +1,6 @@
-#include "platform/output_ends.h"
+#include "platform/processes/output_ends.h"
 
-#include "platform/text.h"
+#include "platform/text/text.h"
 #include "support/test_folder.h"
 
 namespace ostrel {
@@ -9,8 +9,8 @@ namespace {
 // However it comes in.
 QByteArray ends(const QByteArray& text, qsizetype first, qsizetype last, qsizetype atATime) {
     OutputEnds result(first, last);
-    for (qsizetype at = 0; at < text.size(); at += atATime) result.append(QByteArrayView(text).sliced(at).first(
-        std::min(atATime, text.size() - at)));
+    for (qsizetype at = 0; at < text.size(); at += atATime)
+        result.append(QByteArrayView(text).sliced(at).first(std::min(atATime, text.size() - at)));
     return result.take();
 }
 

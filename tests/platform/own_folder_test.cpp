@@ -1,7 +1,7 @@
-#include "platform/own_folder.h"
+#include "platform/files/own_folder.h"
 
-#include "platform/files.h"
-#include "platform/standard_folders.h"
+#include "platform/files/files.h"
+#include "platform/files/standard_folders.h"
 #include "support/test_folder.h"
 #include "support/unprivileged.h"
 

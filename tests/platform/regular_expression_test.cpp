@@ -1,4 +1,4 @@
-#include "platform/regular_expression.h"
+#include "platform/text/regular_expression.h"
 
 #include "support/test_folder.h"
 

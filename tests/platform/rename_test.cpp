@@ -89,8 +89,7 @@ TEST(Files, FlushTellsWhatTheDiskDidNotTake) {
     files::flush(file);
     files::flush(folder.path());
     const OnSystemCall broken(SystemCall::fsync, EIO);
-    EXPECT_EQ(errorOf([&] { files::flush(file); }),
-              QStringLiteral("Could not write %1: Input/output error").arg(file));
+    EXPECT_EQ(errorOf([&] { files::flush(file); }), QStringLiteral("Could not write %1: Input/output error").arg(file));
     EXPECT_THROW(files::flush(folder.path()), FileError);
     EXPECT_THROW(files::flush(folder.path(QStringLiteral("none.wav"))), FileError);
 }
@@ -136,7 +135,8 @@ protected:
 TEST_F(MoveAcross, TheCopyIsOnTheDiskAheadOfTheOriginalsEnd) {
     QStringList steps;
     const OnSystemCall onFlush(SystemCall::fsync, [&](const QByteArray& path, const QByteArray&) {
-        steps << QStringLiteral("flush ") + (path.contains("/.ostrel-") ? QStringLiteral("copy") : QStringLiteral("folder"));
+        steps << QStringLiteral("flush ") +
+                     (path.contains("/.ostrel-") ? QStringLiteral("copy") : QStringLiteral("folder"));
         return 0;
     });
     const OnSystemCall onRename(SystemCall::renameat2, [&](const QByteArray&, const QByteArray& name) {
@@ -162,8 +162,7 @@ TEST_F(MoveAcross, ACopyThatDiffersIsNoCopy) {
         }
         return 0;
     });
-    EXPECT_EQ(errorOf([&] { files::move(from, to); }),
-              QStringLiteral("Could not copy %1: the copy differs").arg(from));
+    EXPECT_EQ(errorOf([&] { files::move(from, to); }), QStringLiteral("Could not copy %1: the copy differs").arg(from));
     EXPECT_EQ(readAll(from), QByteArray(200'000, 'r'));
     EXPECT_EQ(other.entries(), QStringList());
 }

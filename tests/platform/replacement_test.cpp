@@ -1,4 +1,4 @@
-#include "platform/replacement.h"
+#include "platform/files/replacement.h"
 
 #include "platform/files_fixture.h"
 #include "support/system_calls.h"
@@ -130,7 +130,8 @@ TEST_F(ReplacementTest, TheFoldersListForNewFilesOpensNothing) {
     ASSERT_TRUE(made.open(QIODevice::WriteOnly));
     made.write("new");
     made.close();
-    ASSERT_GT(::getxattr(QFile::encodeName(file->path()).constData(), kAccess, nullptr, 0), 0); // it came with the folder
+    ASSERT_GT(::getxattr(QFile::encodeName(file->path()).constData(), kAccess, nullptr, 0),
+              0); // it came with the folder
     replace();
     EXPECT_EQ(attribute(kAccess), QByteArray());
     EXPECT_EQ(status().st_mode & 07777, 0640u);
@@ -156,7 +157,8 @@ TEST_F(ReplacementTest, AFileOfAnotherPersonStaysTheirs) {
         const Unprivileged nobody(folder.path());
         ASSERT_EQ(::chmod(QFile::encodeName(file->path()).constData(), 0600), 0);
         const QString error = errorOf([&] { replace(); });
-        EXPECT_TRUE(error.startsWith(refusal(QStringLiteral("its owner or group can't be kept")))) << error.toStdString();
+        EXPECT_TRUE(error.startsWith(refusal(QStringLiteral("its owner or group can't be kept"))))
+            << error.toStdString();
     }
     expectOnly("the old contents");
 }

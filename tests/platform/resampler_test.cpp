@@ -1,4 +1,4 @@
-#include "platform/resampler.h"
+#include "platform/audio/resampler.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

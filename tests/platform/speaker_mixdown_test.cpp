@@ -1,4 +1,4 @@
-#include "platform/speaker_mixdown.h"
+#include "platform/audio/speaker_mixdown.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/stand_still.h"
+#include "platform/processes/stand_still.h"
 
 #include "support/test_folder.h"
 

@@ -1,6 +1,6 @@
-#include "platform/stop_signals.h"
+#include "platform/processes/stop_signals.h"
 
-#include "platform/in_flight.h"
+#include "platform/processes/in_flight.h"
 #include "support/test_folder.h"
 
 #include <QCoreApplication>

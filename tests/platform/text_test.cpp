@@ -1,6 +1,6 @@
-#include "platform/text.h"
+#include "platform/text/text.h"
 
-#include "platform/regular_expression.h"
+#include "platform/text/regular_expression.h"
 #include "support/test_folder.h"
 
 #include <cmath>

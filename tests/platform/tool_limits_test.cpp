@@ -1,4 +1,4 @@
-#include "platform/tool_limits.h"
+#include "platform/processes/tool_limits.h"
 
 #include "support/test_folder.h"
 

@@ -1,4 +1,4 @@
-#include "platform/unique_files.h"
+#include "platform/files/unique_files.h"
 
 #include "support/test_folder.h"
 

@@ -1,4 +1,4 @@
-#include "polytools/channel_plan.h"
+#include "polytools/records/channel_plan.h"
 
 #include "support/test_folder.h"
 

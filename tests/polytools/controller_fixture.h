@@ -1,7 +1,7 @@
 // The controller of Poly Tools over real tools and a scripted desktop.
 #pragma once
 
-#include "platform/standard_folders.h"
+#include "platform/files/standard_folders.h"
 #include "poly_fixture.h"
 #include "polytools/poly_tools_view_model.h"
 #include "support/scripted_desktop.h"

@@ -1,4 +1,4 @@
-#include "polytools/iso_evidence.h"
+#include "polytools/grouping/iso_evidence.h"
 
 #include "support/fake_bwfmetaedit.h"
 

@@ -1,4 +1,4 @@
-#include "polytools/iso_file_names.h"
+#include "polytools/records/iso_file_names.h"
 
 #include "support/test_folder.h"
 

@@ -1,4 +1,4 @@
-#include "polytools/iso_group.h"
+#include "polytools/records/iso_group.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,4 +1,4 @@
-#include "polytools/iso_grouping_engine.h"
+#include "polytools/grouping/iso_grouping_engine.h"
 
 #include "foundation/domain_error.h"
 #include "platform/parallel.h"

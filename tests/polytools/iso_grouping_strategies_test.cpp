@@ -1,4 +1,4 @@
-#include "polytools/iso_grouping_strategies.h"
+#include "polytools/grouping/iso_grouping_strategies.h"
 
 #include "support/test_folder.h"
 

@@ -1,4 +1,4 @@
-#include "polytools/ixml_track_list.h"
+#include "polytools/records/ixml_track_list.h"
 
 #include "poly_fixture.h"
 

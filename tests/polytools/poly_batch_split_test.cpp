@@ -1,12 +1,12 @@
-#include "polytools/poly_split_engine.h"
+#include "polytools/split/poly_split_engine.h"
 
 #include "foundation/domain_error.h"
 #include "metadata/metadata_manifest.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/standard_folders.h"
 #include "poly_fixture.h"
-#include "polytools/iso_output_folder.h"
-#include "polytools/poly_file_reader.h"
+#include "polytools/split/iso_output_folder.h"
+#include "polytools/split/poly_file_reader.h"
 
 namespace ostrel {
 namespace {
@@ -226,7 +226,8 @@ TEST_F(BatchSplit, FailedChannelsAreCountedInTheRow) {
     BatchSplitOptions strict = options();
     strict.skipIfExists = false;
     const BatchSplitResult result = PolySplitEngine(tools_).batchSplit(strict);
-    EXPECT_EQ(result.fileResults[0].outcome.status, ProcessingStatus::failed(QStringLiteral("Failed to create 1 ISOs")));
+    EXPECT_EQ(result.fileResults[0].outcome.status,
+              ProcessingStatus::failed(QStringLiteral("Failed to create 1 ISOs")));
     EXPECT_EQ(result.fileResults[0].outcome.message, QStringLiteral("Failed to create 1 ISOs"));
     EXPECT_EQ(result.fileResults[0].isosCreated, 2);
 }

@@ -1,10 +1,10 @@
-#include "polytools/poly_channel_filter_engine.h"
+#include "polytools/edit/poly_channel_filter_engine.h"
 
 #include "foundation/domain_error.h"
-#include "platform/child_process.h"
 #include "platform/paths.h"
+#include "platform/processes/child_process.h"
 #include "poly_fixture.h"
-#include "polytools/wave_data.h"
+#include "polytools/records/wave_data.h"
 
 namespace ostrel {
 namespace {

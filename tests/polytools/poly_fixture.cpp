@@ -1,8 +1,8 @@
 #include "poly_fixture.h"
 
 #include "metadata/universal_metadata_engine.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/standard_folders.h"
 
 #include <QStandardPaths>
 

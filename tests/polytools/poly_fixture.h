@@ -1,9 +1,9 @@
 // Polys, ISOs and tools for the tests of this room.
 #pragma once
 
-#include "polytools/engine_services.h"
-#include "polytools/iso_file.h"
-#include "polytools/poly_file.h"
+#include "polytools/records/iso_file.h"
+#include "polytools/records/poly_file.h"
+#include "polytools/services/engine_services.h"
 #include "support/test_folder.h"
 #include "support/wave_file.h"
 

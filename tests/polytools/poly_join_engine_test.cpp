@@ -1,4 +1,4 @@
-#include "polytools/poly_join_engine.h"
+#include "polytools/join/poly_join_engine.h"
 
 #include "platform/paths.h"
 #include "poly_fixture.h"

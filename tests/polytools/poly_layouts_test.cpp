@@ -1,12 +1,12 @@
 // What ffmpeg would reorder, mix or refuse by the speakers that files name: samples must come through all the same.
 #include "platform/paths.h"
 #include "poly_fixture.h"
-#include "polytools/merge_graph.h"
-#include "polytools/poly_channel_filter_engine.h"
-#include "polytools/poly_join_engine.h"
-#include "polytools/poly_split_engine.h"
-#include "polytools/poly_track_reading.h"
-#include "polytools/wave_data.h"
+#include "polytools/edit/poly_channel_filter_engine.h"
+#include "polytools/join/poly_join_engine.h"
+#include "polytools/records/merge_graph.h"
+#include "polytools/records/poly_track_reading.h"
+#include "polytools/records/wave_data.h"
+#include "polytools/split/poly_split_engine.h"
 
 #include <QCryptographicHash>
 #include <nlohmann/json.hpp>

@@ -1,4 +1,4 @@
-#include "polytools/poly_split_engine.h"
+#include "polytools/split/poly_split_engine.h"
 
 #include "platform/paths.h"
 #include "poly_fixture.h"

@@ -1,7 +1,7 @@
 // The Edit face of the controller: configuration, runs, in place, reports.
 #include "controller_fixture.h"
 #include "platform/paths.h"
-#include "polytools/preview_files.h"
+#include "polytools/preview/preview_files.h"
 
 namespace ostrel {
 namespace {

@@ -1,8 +1,8 @@
 // The Join face of the controller: loading, order, grouping, shortcut and review, runs, reports.
 #include "controller_fixture.h"
 #include "platform/paths.h"
-#include "polytools/iso_file_names.h"
-#include "polytools/iso_ordering.h"
+#include "polytools/records/iso_file_names.h"
+#include "polytools/records/iso_ordering.h"
 
 namespace ostrel {
 namespace {

@@ -1,6 +1,6 @@
 // Files that only ffmpeg reads, with an ffmpeg that takes its time.
 #include "platform/background.h"
-#include "platform/child_process.h"
+#include "platform/processes/child_process.h"
 #include "preview/audio_playback_engine.h"
 #include "preview/preview_mixer.h"
 #include "support/disk_output.h"

@@ -1,5 +1,5 @@
-// What the tests of conversions to mono share: marked sources, one conversion as a run of its own, and results read back
-// through libsndfile alone.
+// What the tests of conversions to mono share: marked sources, one conversion as a run of its own, and results read
+// back through libsndfile alone.
 #pragma once
 
 #include "platform/paths.h"
@@ -58,7 +58,8 @@ protected:
         return result;
     }
     // A run of one item. Without any bwfmetaedit unless a test brings one.
-    static ItemOutcome convert(const MonoRequest& asked, const QStringList& tools = {}, const QStringList& others = {}) {
+    static ItemOutcome convert(const MonoRequest& asked, const QStringList& tools = {},
+                               const QStringList& others = {}) {
         RunLedger ledger({asked.file}, others);
         Journal journal(QStringLiteral("clean"));
         return StereoProcessingEngine(QString(), tools).convertToMono(asked, ledger, journal);
@@ -71,7 +72,10 @@ protected:
     // The reason, if the outcome of a failure is what it has to be: no output, and the source where it was.
     static QString failure(const MonoRequest& asked, const QStringList& tools = {}) {
         const ItemOutcome outcome = convert(asked, tools);
-        EXPECT_EQ(outcome, ItemOutcome({ProcessingStatus::failed(outcome.message), {}, outcome.warnings, outcome.message,
+        EXPECT_EQ(outcome, ItemOutcome({ProcessingStatus::failed(outcome.message),
+                                        {},
+                                        outcome.warnings,
+                                        outcome.message,
                                         ItemOutcome::allKept({asked.file})}));
         return outcome.message;
     }

@@ -1,7 +1,7 @@
-#include "foundation/external_tool_detector.h"
-#include "platform/audio_file.h"
-#include "platform/child_process.h"
+#include "foundation/tools/external_tool_detector.h"
+#include "platform/audio/audio_file.h"
 #include "platform/paths.h"
+#include "platform/processes/child_process.h"
 #include "stereovalidator/native_stereo_analyzer.h"
 #include "stereovalidator/stereo_reference.h"
 #include "stereovalidator/stereo_sums.h"
@@ -283,8 +283,7 @@ TEST_F(AnalyzerTest, StopsBeforeTheNextFile) {
 TEST_F(AnalyzerTest, IsNotStoppedByARequestBehindTheLastFile) {
     const QString file = writeStereo(folder_.path(QStringLiteral("a.wav")), scaled(1, 1));
     int asked = 0;
-    const AnalysisResult batch =
-        NativeStereoAnalyzer().analyzeFiles({file, file}, {}, {}, [&] { return ++asked > 2; });
+    const AnalysisResult batch = NativeStereoAnalyzer().analyzeFiles({file, file}, {}, {}, [&] { return ++asked > 2; });
     EXPECT_FALSE(batch.stopped);
     EXPECT_TRUE(batch.summary().startsWith(QStringLiteral("Analyzed: 2 files •")));
 }

@@ -1,5 +1,5 @@
 // Conversions that take the place of their source: nothing of it may be lost but the channel that was to go.
-#include "foundation/recording_list.h"
+#include "foundation/run/recording_list.h"
 #include "stereovalidator/conversion_fixture.h"
 #include "support/killed_at.h"
 #include "support/own_state.h"
@@ -217,9 +217,8 @@ TEST_F(InPlaceTest, TakesAFailedFlushForAFailure) {
         int flushes = 0;
         ItemOutcome outcome;
         {
-            const OnSystemCall call(SystemCall::fsync, [&](const QByteArray&, const QByteArray&) {
-                return ++flushes == moment ? EIO : 0;
-            });
+            const OnSystemCall call(
+                SystemCall::fsync, [&](const QByteArray&, const QByteArray&) { return ++flushes == moment ? EIO : 0; });
             outcome = convert(inPlace(source));
         }
         EXPECT_EQ(namesIn(folder_.path()), QStringList{QStringLiteral("a.wav")});

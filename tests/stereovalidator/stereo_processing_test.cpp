@@ -1,4 +1,4 @@
-#include "platform/standard_folders.h"
+#include "platform/files/standard_folders.h"
 #include "stereovalidator/conversion_fixture.h"
 #include "support/wave_file.h"
 
@@ -191,8 +191,8 @@ TEST_F(ConversionTest, TellsWhatTheHeaderDoesNotExplain) {
     bytes.replace(40, 4, testing::littleEndian32(60'000)); // a quarter of the audio
     const ItemOutcome outcome = convert(request(folder_.write(QStringLiteral("a.wav"), bytes)));
     EXPECT_TRUE(outcome.succeeded());
-    EXPECT_EQ(outcome.warnings, QStringList{QStringLiteral(
-                                    "a.wav: about 0.6 s of audio may lie behind the declared end")});
+    EXPECT_EQ(outcome.warnings,
+              QStringList{QStringLiteral("a.wav: about 0.6 s of audio may lie behind the declared end")});
 }
 
 TEST_F(ConversionTest, TellsOfBitsThatItsFloatsDoNotHold) {

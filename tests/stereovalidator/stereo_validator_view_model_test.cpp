@@ -1,4 +1,4 @@
-#include "foundation/csv_report_generator.h"
+#include "foundation/logs/csv_report_generator.h"
 #include "platform/paths.h"
 #include "stereovalidator/stereo_reference.h"
 #include "stereovalidator/stereo_validator_view_model.h"
@@ -500,9 +500,9 @@ TEST_F(ValidatorTest, DoesNotOverwriteAResultOfTheSameRunByANamesake) {
     controller_.outputFolder = folder_.path(QStringLiteral("out"));
     for (int run = 1; run <= 2; ++run) { // results of an earlier run may be replaced
         const auto refusals = controller_.foreseenRefusals({});
-        EXPECT_EQ(refusals, (QHash<QUuid, QString>{
-                                {controller_.analysisResults[1].id,
-                                 QStringLiteral("Another item of this run already wrote a_mono.wav")}}));
+        EXPECT_EQ(refusals,
+                  (QHash<QUuid, QString>{{controller_.analysisResults[1].id,
+                                          QStringLiteral("Another item of this run already wrote a_mono.wav")}}));
         newLog();
         controller_.cleanAndExport({});
         const QStringList lines = newLog();

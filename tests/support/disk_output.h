@@ -1,7 +1,7 @@
 // Sound without a sound card: SDL's disk driver writes what would be heard into a file, faster than real time.
 #pragma once
 
-#include "platform/audio_output.h"
+#include "platform/audio/audio_output.h"
 #include "support/test_folder.h"
 
 #include <vector>

@@ -30,7 +30,8 @@ inline bool isKilledAt(int moment, const std::function<void()>& job) {
         ::_exit(0);
     }
     int status = 0;
-    while (child > 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) {}
+    while (child > 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
     return child > 0 && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
 }
 

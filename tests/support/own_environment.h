@@ -11,7 +11,8 @@ namespace ostrel::testing {
 class OwnEnvironment {
 public:
     OwnEnvironment() {
-        for (const char* name : {"XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME", "TMPDIR"}) own(name);
+        for (const char* name : {"XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME", "TMPDIR"})
+            own(name);
         // As open as the shared temporary folder is: some tests go on as another user.
         ::chmod(home_.path().toUtf8().constData(), 0755);
         ::chmod(qgetenv("TMPDIR").constData(), 01777);

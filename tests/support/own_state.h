@@ -1,7 +1,7 @@
 // A state folder of a test's own, and in it a journal of its own, for as long as this lives.
 #pragma once
 
-#include "foundation/journal.h"
+#include "foundation/run/journal.h"
 #include "support/test_folder.h"
 
 #include <sys/wait.h>

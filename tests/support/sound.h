@@ -1,7 +1,7 @@
 // Recordings made for a test. Every channel carries its own signal, so that a swap or a mix is seen.
 #pragma once
 
-#include "platform/audio_buffer.h"
+#include "platform/audio/audio_buffer.h"
 
 #include <QString>
 #include <functional>

@@ -97,7 +97,8 @@ int unlink(const char* path) noexcept {
 
 int fsync(int descriptor) {
     static auto* const real = next<int(int)>("fsync");
-    return answered<int>(askedAbout(SystemCall::fsync, pathOf(descriptor), QByteArray()), [&] { return real(descriptor); });
+    return answered<int>(askedAbout(SystemCall::fsync, pathOf(descriptor), QByteArray()),
+                         [&] { return real(descriptor); });
 }
 
 ssize_t pread(int descriptor, void* into, size_t count, off_t offset) {

@@ -1,5 +1,5 @@
-// Lets a test answer for the C library: a call of this program fails as a disk, a share or another program would make it
-// fail, or something happens just ahead of it.
+// Lets a test answer for the C library: a call of this program fails as a disk, a share or another program would make
+// it fail, or something happens just ahead of it.
 //
 // A test program that uses this has these calls go through here; they pass on to the C library's own where nobody asked
 // for them. One thread at a time may make and end these objects.

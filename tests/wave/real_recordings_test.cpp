@@ -1,5 +1,5 @@
 // Recordings of many makers, and files that were made to be wrong: only those whose header lies are told of.
-#include "foundation/unexplained_bytes.h"
+#include "foundation/proof/unexplained_bytes.h"
 #include "support/test_folder.h"
 #include "wave/wave_layout.h"
 

@@ -1,4 +1,5 @@
-// What stands behind the declared end of the audio: chunks, a few bytes, or audio that nobody would miss until it is gone.
+// What stands behind the declared end of the audio: chunks, a few bytes, or audio that nobody would miss until it is
+// gone.
 #include "wave/wave_bytes.h"
 
 namespace ostrel {

@@ -16,13 +16,13 @@ inline QByteArray operator""_b(const char* bytes, std::size_t count) {
 
 // "fmt " of mono PCM with 16 bits at 48,000 Hz.
 inline QByteArray monoFormat() {
-    return "fmt \x10\0\0\0"_b  // 16 bytes
-           "\x01\0"            // PCM
-           "\x01\0"            // channels
-           "\x80\xBB\0\0"      // 48,000 Hz
-           "\x00\x77\x01\0"    // 96,000 bytes a second
-           "\x02\0"            // bytes a frame
-           "\x10\0"_b;         // bits
+    return "fmt \x10\0\0\0"_b // 16 bytes
+           "\x01\0"           // PCM
+           "\x01\0"           // channels
+           "\x80\xBB\0\0"     // 48,000 Hz
+           "\x00\x77\x01\0"   // 96,000 bytes a second
+           "\x02\0"           // bytes a frame
+           "\x10\0"_b;        // bits
 }
 
 // A file on disk and what is told of it.

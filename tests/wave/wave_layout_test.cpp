@@ -9,8 +9,7 @@ using namespace testing;
 using Kind = WaveLayout::Kind;
 
 TEST(WaveLayout, RiffTellsFormatAndData) {
-    const Written file("RIFF\x2A\0\0\0WAVE"_b + monoFormat() +
-                       "data\x06\0\0\0"_b + // three frames
+    const Written file("RIFF\x2A\0\0\0WAVE"_b + monoFormat() + "data\x06\0\0\0"_b + // three frames
                        "\x01\x02\x03\x04\x05\x06"_b);
     ASSERT_TRUE(file.layout);
     const WaveLayout& layout = *file.layout;
@@ -36,16 +35,16 @@ TEST(WaveLayout, RiffTellsFormatAndData) {
 
 TEST(WaveLayout, AnExtensibleHeaderIsLookedThrough) {
     const Written file("RIFF\x44\0\0\0WAVE"_b
-                       "fmt \x28\0\0\0"      // 40 bytes
-                       "\xFE\xFF"            // extensible
-                       "\x02\0"              // channels
-                       "\x44\xAC\0\0"        // 44,100 Hz
-                       "\x98\x09\x04\0"      // bytes a second
-                       "\x06\0"              // bytes a frame
-                       "\x18\0"              // bits of the container
-                       "\x16\0"              // 22 bytes more
-                       "\x14\0"              // 20 bits that hold sound
-                       "\x03\0\0\0"          // front left, front right
+                       "fmt \x28\0\0\0"       // 40 bytes
+                       "\xFE\xFF"             // extensible
+                       "\x02\0"               // channels
+                       "\x44\xAC\0\0"         // 44,100 Hz
+                       "\x98\x09\x04\0"       // bytes a second
+                       "\x06\0"               // bytes a frame
+                       "\x18\0"               // bits of the container
+                       "\x16\0"               // 22 bytes more
+                       "\x14\0"               // 20 bits that hold sound
+                       "\x03\0\0\0"           // front left, front right
                        "\x03\0\0\0\0\0\x10\0" // the GUID of float samples
                        "\x80\0\0\xAA\0\x38\x9B\x71"
                        "data\0\0\0\0"_b);
@@ -64,9 +63,9 @@ TEST(WaveLayout, AnExtensibleHeaderIsLookedThrough) {
 TEST(WaveLayout, TwentyFourBitsInFourBytes) {
     const Written file("RIFF\x2C\0\0\0WAVE"_b
                        "fmt \x10\0\0\0\x01\0\x01\0\x80\xBB\0\0"
-                       "\x00\xEE\x02\0"      // 192,000 bytes a second
-                       "\x04\0"              // four bytes a frame
-                       "\x18\0"              // 24 bits
+                       "\x00\xEE\x02\0" // 192,000 bytes a second
+                       "\x04\0"         // four bytes a frame
+                       "\x18\0"         // 24 bits
                        "data\x08\0\0\0\0\x01\x02\x03\0\x04\x05\x06"_b);
     ASSERT_TRUE(file.layout);
     EXPECT_EQ(file.layout->format->bits, 24);
@@ -75,7 +74,8 @@ TEST(WaveLayout, TwentyFourBitsInFourBytes) {
 }
 
 TEST(WaveLayout, AFormatThatIsNoneHasNoFrames) {
-    const Written none("RIFF\x10\0\0\0WAVE"_b "data\x04\0\0\0\x01\x02\x03\x04"_b);
+    const Written none("RIFF\x10\0\0\0WAVE"_b
+                       "data\x04\0\0\0\x01\x02\x03\x04"_b);
     ASSERT_TRUE(none.layout);
     EXPECT_FALSE(none.layout->format);
     EXPECT_EQ(none.layout->frames(), 0u);
@@ -92,8 +92,7 @@ TEST(WaveLayout, AFormatThatIsNoneHasNoFrames) {
 }
 
 QByteArray longSizes(const char* form, const QByteArray& riff, const QByteArray& data) {
-    return QByteArray(form) + "\xFF\xFF\xFF\xFFWAVE"_b +
-           "ds64\x28\0\0\0"_b + riff + data +
+    return QByteArray(form) + "\xFF\xFF\xFF\xFFWAVE"_b + "ds64\x28\0\0\0"_b + riff + data +
            "\x03\0\0\0\0\0\0\0"_b + // frames
            "\x01\0\0\0"_b +         // one row
            "iXML\x05\0\0\0\0\0\0\0"_b;
@@ -103,8 +102,7 @@ TEST(WaveLayout, Rf64AndBw64TellTheirSizesInTheirFirstChunk) {
     for (const char* form : {"RF64", "BW64"}) {
         const Written file(longSizes(form, "\x68\0\0\0\0\0\0\0"_b, "\x06\0\0\0\0\0\0\0"_b) + monoFormat() +
                            "iXML\xFF\xFF\xFF\xFF<odd>\0"_b + // its size stands in the row
-                           "data\xFF\xFF\xFF\xFF"_b +
-                           "\x01\x02\x03\x04\x05\x06"_b);
+                           "data\xFF\xFF\xFF\xFF"_b + "\x01\x02\x03\x04\x05\x06"_b);
         ASSERT_TRUE(file.layout) << form;
         const WaveLayout& layout = *file.layout;
         EXPECT_EQ(layout.kind, form[0] == 'R' ? Kind::rf64 : Kind::bw64);
@@ -159,8 +157,7 @@ TEST(WaveLayout, SizesBeyondAllNumbersEndTheWalk) {
 }
 
 TEST(WaveLayout, TheWalkEndsAtWhatIsNoHeader) {
-    const Written file("RIFF\x40\0\0\0WAVE"_b + monoFormat() +
-                       "\x01\x02\x03\x04\x04\0\0\0"_b + // no name of a chunk
+    const Written file("RIFF\x40\0\0\0WAVE"_b + monoFormat() + "\x01\x02\x03\x04\x04\0\0\0"_b + // no name of a chunk
                        "data\x04\0\0\0\x01\x02\x03\x04"_b);
     EXPECT_EQ(idsOf(*file.layout), QStringList{QStringLiteral("fmt ")});
     EXPECT_FALSE(file.layout->data);

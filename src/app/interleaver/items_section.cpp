@@ -1,0 +1,159 @@
+#include "app/interleaver/items_section.h"
+
+#include "app/controls/item_delegates.h"
+#include "app/controls/layouts.h"
+#include "app/controls/record_table.h"
+#include "app/interleaver/deinterleave_table_model.h"
+#include "app/interleaver/interleave_table_model.h"
+
+#include <QMenu>
+#include <QStackedWidget>
+
+namespace ostrel {
+
+ItemsSection::ItemsSection(AppViewModel& viewModel, QWidget* parent)
+    : QWidget(parent), viewModel_(viewModel), groups_(new InterleaveTableModel(viewModel, this)),
+      sources_(new DeinterleaveTableModel(viewModel, this)), tables_(new QStackedWidget) {
+    setAccessibleName(QStringLiteral("Items"));
+    interleaveTable_ = makeTable(*groups_, QStringLiteral("Groups to interleave"));
+    interleaveTable_->setEmptyText(QStringLiteral("Scan a folder or files to see the sets that can be interleaved."));
+    deinterleaveTable_ = makeTable(*sources_, QStringLiteral("Files to de-interleave"));
+    deinterleaveTable_->setEmptyText(QStringLiteral("Scan a folder or files to see what can be de-interleaved."));
+    tables_->addWidget(interleaveTable_);
+    tables_->addWidget(deinterleaveTable_);
+    auto* column = columnLayout(6);
+    column->addWidget(makeHeading());
+    column->addWidget(tables_, 1);
+    setLayout(column);
+    auto* refreshSoon = new Coalesced(this, [this] { refresh(); });
+    refreshSoon->follow(viewModel.interleaveGroups);
+    refreshSoon->follow(viewModel.deinterleaveSources);
+    bindings_.watch(viewModel.isProcessing, [refreshSoon] { refreshSoon->request(); });
+    bindings_.watch(viewModel.isScanning, [refreshSoon] { refreshSoon->request(); });
+    bindings_.bind(viewModel.selectedLayout, [this] { fitChannels(); });
+    bindings_.bind(viewModel.currentMode, [this] {
+        tables_->setCurrentIndex(viewModel_.currentMode.value() == AppMode::interleave ? 0 : 1);
+        refresh();
+    });
+}
+
+QWidget* ItemsSection::makeHeading() {
+    heading_ = boldLabel();
+    selectAll_ = pushButton(QStringLiteral("Select All"));
+    deselectAll_ = pushButton(QStringLiteral("Deselect All"));
+    clear_ = pushButton(QStringLiteral("Clear Items"), QString(),
+                        QStringLiteral("Clear all items and results (allows re-scanning different folder)"));
+    const auto include = [this](bool isOn) {
+        viewModel_.currentMode.value() == AppMode::interleave ? viewModel_.toggleAllInterleave(isOn)
+                                                              : viewModel_.toggleAllDeinterleave(isOn);
+    };
+    connect(selectAll_, &QPushButton::clicked, this, [include] { include(true); });
+    connect(deselectAll_, &QPushButton::clicked, this, [include] { include(false); });
+    connect(clear_, &QPushButton::clicked, this, [this] { viewModel_.clearResults(); });
+    using Color = ProcessingStatus::Color;
+    ready_ = new StatusCounter(QStringLiteral("Ready"), Color::blue);
+    done_ = new StatusCounter(QStringLiteral("Done"), Color::green);
+    skipped_ = new StatusCounter(QStringLiteral("Skipped"), Color::secondary);
+    errors_ = new StatusCounter(QStringLiteral("Errors"), Color::red);
+    auto* row = rowLayout(6);
+    row->addWidget(heading_);
+    row->addSpacing(8);
+    row->addWidget(selectAll_);
+    row->addWidget(deselectAll_);
+    row->addWidget(clear_);
+    row->addStretch();
+    for (StatusCounter* counter : {ready_, done_, skipped_, errors_}) row->addWidget(counter);
+    auto* heading = new QWidget;
+    heading->setLayout(row);
+    return heading;
+}
+
+RecordTable* ItemsSection::makeTable(QAbstractItemModel& model, const QString& name) {
+    auto* table = new RecordTable(name);
+    table->setModel(&model);
+    table->setItemDelegateForColumn(StatusColumn, new StatusBadge(table));
+    table->setItemDelegateForColumn(ChannelsColumn, new ChannelIndicators(table));
+    table->setColumnWidth(IncludeColumn, 30);
+    table->setColumnText(StatusColumn, QStringLiteral("Protected (Surround)"), 20);
+    table->setColumnText(TypeColumn, QStringLiteral("WAVE64"));
+    table->setColumnText(FormatColumn, QStringLiteral("Format "));
+    table->setColumnText(SampleRateColumn, QStringLiteral("Sample Rate"));
+    table->setColumnText(BitDepthColumn, QStringLiteral("Bit Depth"));
+    table->setColumnText(DurationColumn, QStringLiteral("Duration "));
+    table->setColumnWidth(NameColumn, 96);
+    table->setColumnWidth(ResultColumn, 96);
+    table->setStretchColumns({NameColumn, ResultColumn});
+    table->setMinimumRows(3);
+    connect(table, &RecordTable::rowChosen, this, &ItemsSection::choose);
+    connect(table, &RecordTable::rowActivated, this, &ItemsSection::toggleInclude);
+    connect(table, &RecordTable::menuRequested, this, &ItemsSection::showMenu);
+    return table;
+}
+
+// As wide as the layout's chips, which grow a little smaller when there are many.
+void ItemsSection::fitChannels() {
+    const ChannelChips chips{viewModel_.selectedLayout.value().channelTags, {}, false};
+    for (RecordTable* table : {interleaveTable_, deinterleaveTable_}) {
+        const auto rects = ChannelIndicators::chipRects(chips, QRect(0, 0, 1000, 20), table->font());
+        const int heading = table->fontMetrics().horizontalAdvance(QStringLiteral("Channels")) + 18;
+        table->setColumnWidth(ChannelsColumn, std::clamp(rects.back().right() + 10, heading, 190));
+        table->stretch();
+    }
+}
+
+RecordTable& ItemsSection::table() const {
+    return viewModel_.currentMode.value() == AppMode::interleave ? *interleaveTable_ : *deinterleaveTable_;
+}
+
+void ItemsSection::choose(int row) {
+    if (viewModel_.currentMode.value() == AppMode::interleave) {
+        selectedInterleaveID = groups_->record(row).id;
+        Q_EMIT groupChosen(groups_->record(row));
+    } else {
+        selectedDeinterleaveID = sources_->record(row).id;
+        Q_EMIT sourceChosen(sources_->record(row));
+    }
+}
+
+void ItemsSection::toggleInclude(int row) {
+    QAbstractItemModel& model = *table().model();
+    const QModelIndex index = model.index(row, IncludeColumn);
+    if (!index.flags().testFlag(Qt::ItemIsUserCheckable)) return;
+    const bool isOn = index.data(Qt::CheckStateRole).toInt() == Qt::Checked;
+    model.setData(index, isOn ? Qt::Unchecked : Qt::Checked, Qt::CheckStateRole);
+}
+
+// What the pointer does on check box and chips, for the keyboard.
+void ItemsSection::showMenu(int row, const QPoint& position) {
+    const QAbstractItemModel& model = *table().model();
+    QMenu menu(this);
+    QAction* include = menu.addAction(QStringLiteral("Include"), this, [this, row] { toggleInclude(row); });
+    include->setCheckable(true);
+    include->setChecked(model.index(row, IncludeColumn).data(Qt::CheckStateRole).toInt() == Qt::Checked);
+    include->setEnabled(!viewModel_.isProcessing.value());
+    const auto chips = model.index(row, ChannelsColumn).data(ChannelChipsRole).value<ChannelChips>();
+    if (chips.isSelector) {
+        menu.addSeparator();
+        for (const QString& tag : chips.tags) {
+            QAction* action = menu.addAction(QStringLiteral("Export %1").arg(tag), this,
+                                             [this, row, tag] { sources_->toggleChannel(row, tag); });
+            action->setCheckable(true);
+            action->setChecked(chips.active.contains(tag));
+            action->setEnabled(!viewModel_.isProcessing.value());
+        }
+    }
+    menu.exec(position);
+}
+
+void ItemsSection::refresh() {
+    const int total = viewModel_.totalCount();
+    const bool isBusy = viewModel_.isProcessing.value() || viewModel_.isScanning.value();
+    heading_->setText(QStringLiteral("ITEMS (%1)").arg(total));
+    for (QPushButton* button : {selectAll_, deselectAll_, clear_}) button->setEnabled(total > 0 && !isBusy);
+    ready_->setCount(viewModel_.readyCount());
+    done_->setCount(viewModel_.completedCount());
+    skipped_->setCount(viewModel_.skippedCount());
+    errors_->setCount(viewModel_.errorCount());
+}
+
+} // namespace ostrel

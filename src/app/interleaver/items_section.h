@@ -1,0 +1,58 @@
+// The Interleaver's results: heading, bulk switches, counters and the table of the current mode.
+#pragma once
+
+#include "app/controls/bindings.h"
+#include "app/controls/controls.h"
+#include "interleaver/app_view_model.h"
+
+class QAbstractItemModel;
+class QStackedWidget;
+
+namespace ostrel {
+
+class DeinterleaveTableModel;
+class InterleaveTableModel;
+class RecordTable;
+
+class ItemsSection : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ItemsSection(AppViewModel& viewModel, QWidget* parent = nullptr);
+
+    RecordTable& table() const; // of the current mode
+
+    std::optional<QUuid> selectedInterleaveID;
+    std::optional<QUuid> selectedDeinterleaveID;
+
+Q_SIGNALS:
+    void groupChosen(const ostrel::InterleaveGroup& group);
+    void sourceChosen(const ostrel::MultiChannelSource& source);
+
+private:
+    QWidget* makeHeading();
+    RecordTable* makeTable(QAbstractItemModel& model, const QString& name);
+    void fitChannels();
+    void choose(int row);
+    void toggleInclude(int row);
+    void showMenu(int row, const QPoint& position);
+    void refresh();
+
+    AppViewModel& viewModel_;
+    Bindings bindings_;
+    InterleaveTableModel* groups_;
+    DeinterleaveTableModel* sources_;
+    RecordTable* interleaveTable_;
+    RecordTable* deinterleaveTable_;
+    QStackedWidget* tables_;
+    QLabel* heading_;
+    QPushButton* selectAll_;
+    QPushButton* deselectAll_;
+    QPushButton* clear_;
+    StatusCounter* ready_;
+    StatusCounter* done_;
+    StatusCounter* skipped_;
+    StatusCounter* errors_;
+};
+
+} // namespace ostrel

@@ -1,0 +1,138 @@
+#include "app/poly/batch/batch_poly_list.h"
+
+#include "app/controls/controls.h"
+#include "app/controls/item_delegates.h"
+#include "app/controls/layouts.h"
+#include "app/controls/record_table.h"
+#include "app/poly/batch/batch_poly_model.h"
+
+#include <QKeyEvent>
+
+namespace ostrel {
+
+BatchPolyList::BatchPolyList(PolyToolsViewModel& viewModel, QWidget* parent)
+    : QWidget(parent), viewModel_(viewModel), model_(new BatchPolyModel(viewModel, this)),
+      table_(new RecordTable(QStringLiteral("Polys"))) {
+    setAccessibleName(QStringLiteral("Batch"));
+    makeTable();
+    auto* column = columnLayout(6);
+    column->addWidget(makeHeading());
+    column->addWidget(table_, 1);
+    setLayout(column);
+    auto* refreshSoon = new Coalesced(this, [this] { refresh(); });
+    refreshSoon->follow(viewModel.batchPolyMetadata);
+    const auto request = [refreshSoon] { refreshSoon->request(); };
+    bindings_.watch(viewModel.isLoadingAllPreviews, request);
+    bindings_.watch(viewModel.isScanningBatchFiles, request);
+    bindings_.watch(viewModel.isProcessing, request);
+    bindings_.watch(viewModel.sourceFolder, request);
+    bindings_.watch(viewModel.expandedBatchPolyIndices, request);
+    connect(&viewModel, &PolyToolsViewModel::taskEnded, refreshSoon, &Coalesced::request);
+    refresh();
+}
+
+QWidget* BatchPolyList::makeHeading() {
+    heading_ = boldLabel();
+    expandAll_ = pushButton(QStringLiteral("Expand All"));
+    collapseAll_ = pushButton(QStringLiteral("Collapse All"));
+    loadAll_ = pushButton(QStringLiteral("Load All Previews"), QString(),
+                          QStringLiteral("Extract audio for all polys so you can preview instantly"));
+    loadAll_->setMinimumWidth(loadAll_->sizeHint().width()); // of the longest text that it gets
+    connect(expandAll_, &QPushButton::clicked, this, [this] { setAllExpanded(true); });
+    connect(collapseAll_, &QPushButton::clicked, this, [this] { setAllExpanded(false); });
+    connect(loadAll_, &QPushButton::clicked, this, [this] { viewModel_.preview().loadAllPreviews(); });
+    auto* row = rowLayout(6);
+    row->addWidget(heading_);
+    row->addSpacing(8);
+    row->addWidget(expandAll_);
+    row->addWidget(collapseAll_);
+    row->addStretch();
+    row->addWidget(loadAll_);
+    auto* heading = new QWidget;
+    heading->setLayout(row);
+    return heading;
+}
+
+void BatchPolyList::makeTable() {
+    using Model = BatchPolyModel;
+    table_->setModel(model_);
+    table_->setItemDelegateForColumn(Model::ExpanderColumn, new ExpanderDelegate(table_));
+    table_->setItemDelegateForColumn(Model::StatusColumn, new StatusBadge(table_));
+    table_->setItemDelegateForColumn(Model::PreviewColumn, new StatusBadge(table_));
+    table_->setColumnWidth(Model::ExpanderColumn, 30);
+    table_->setColumnText(Model::StatusColumn, QStringLiteral("Processing"), 24);
+    table_->setColumnText(Model::ChannelsColumn, QStringLiteral("Channels "));
+    table_->setColumnText(Model::SampleRateColumn, QStringLiteral("Sample Rate "));
+    table_->setColumnText(Model::DurationColumn, QStringLiteral("Duration "));
+    table_->setColumnText(Model::PreviewColumn, QStringLiteral("Not loaded"), 24);
+    table_->setColumnWidth(Model::NameColumn, 160);
+    table_->setStretchColumns({Model::NameColumn});
+    table_->setMinimumRows(4);
+    table_->installEventFilter(this);
+    connect(table_, &QTableView::clicked, this, [this](const QModelIndex& index) {
+        const BatchPolyModel::Line line = model_->lineAt(index.row());
+        if (line.isPoly() && index.column() == Model::ExpanderColumn)
+            return model_->setExpanded(line.poly, !model_->isExpanded(line.poly));
+        play(index.row());
+    });
+    connect(table_, &RecordTable::rowActivated, this, &BatchPolyList::play);
+}
+
+// The line that a person is at keeps its place.
+void BatchPolyList::setAllExpanded(bool areExpanded) {
+    const QModelIndex current = table_->currentIndex();
+    const int poly = current.isValid() ? model_->lineAt(current.row()).poly : -1;
+    model_->setAllExpanded(areExpanded);
+    if (poly < 0) return;
+    const QModelIndex index = model_->index(model_->rowOf(poly), BatchPolyModel::NameColumn);
+    table_->setCurrentIndex(index);
+    table_->scrollTo(index, QAbstractItemView::PositionAtCenter);
+}
+
+bool BatchPolyList::eventFilter(QObject* object, QEvent* event) {
+    if (object == table_ && event->type() == QEvent::KeyPress) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        if (key->modifiers() == Qt::NoModifier && foldByKey(key->key())) return true;
+    }
+    return QWidget::eventFilter(object, event);
+}
+
+// As in a tree: right unfolds, left folds, from a channel's line too.
+bool BatchPolyList::foldByKey(int key) {
+    const QModelIndex current = table_->currentIndex();
+    if ((key != Qt::Key_Left && key != Qt::Key_Right) || !current.isValid()) return false;
+    const BatchPolyModel::Line line = model_->lineAt(current.row());
+    if (key == Qt::Key_Left && !line.isPoly())
+        table_->setCurrentIndex(model_->index(model_->rowOf(line.poly), BatchPolyModel::NameColumn));
+    if (line.isPoly() || key == Qt::Key_Left) model_->setExpanded(line.poly, key == Qt::Key_Right);
+    return true;
+}
+
+void BatchPolyList::play(int row) {
+    const BatchPolyModel::Line line = model_->lineAt(row);
+    line.isPoly() ? viewModel_.preview().playBatchPoly(line.poly)
+                  : viewModel_.preview().playBatchChannel(line.poly, line.channel);
+}
+
+void BatchPolyList::refresh() {
+    const auto& polys = viewModel_.batchPolyMetadata;
+    const bool isReading = viewModel_.isScanningBatchFiles.value() ||
+                           (viewModel_.hasRunningTask() && viewModel_.batchMode.value() && polys.empty());
+    const auto isReady = [](const BatchPolyMetadata& poly) { return poly.isPreviewReady; };
+    const bool areLoaded = !polys.empty() && std::all_of(polys.begin(), polys.end(), isReady);
+    const bool isLoading = viewModel_.isLoadingAllPreviews.value();
+    heading_->setText(QStringLiteral("ITEMS (%1)").arg(polys.size()));
+    table_->setEmptyText(isReading ? QStringLiteral("Scanning for poly files...")
+                                   : QStringLiteral("Select poly files or folders to see them here"));
+    table_->viewport()->update();
+    const auto expanded = viewModel_.expandedBatchPolyIndices.value().size();
+    expandAll_->setEnabled(expanded < polys.size());
+    collapseAll_->setEnabled(expanded > 0 && !polys.empty());
+    loadAll_->setText(isLoading   ? QStringLiteral("Loading...")
+                      : areLoaded ? QStringLiteral("All Loaded")
+                                  : QStringLiteral("Load All Previews"));
+    loadAll_->setAccessibleName(loadAll_->text());
+    loadAll_->setEnabled(!polys.empty() && !areLoaded && !isLoading && viewModel_.preview().isEnabled());
+}
+
+} // namespace ostrel

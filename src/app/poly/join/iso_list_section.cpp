@@ -1,0 +1,178 @@
+#include "app/poly/join/iso_list_section.h"
+
+#include "app/controls/item_delegates.h"
+#include "app/controls/layouts.h"
+#include "app/controls/record_table.h"
+#include "app/poly/join/iso_table_model.h"
+
+#include <QMenu>
+#include <QShortcut>
+
+namespace ostrel {
+
+IsoListSection::IsoListSection(PolyToolsViewModel& viewModel, QWidget* parent)
+    : QWidget(parent), viewModel_(viewModel), model_(new IsoTableModel(viewModel, this)),
+      table_(new RecordTable(QStringLiteral("ISO files"))) {
+    setAccessibleName(QStringLiteral("ISO files"));
+    makeTable();
+    auto* column = columnLayout(6);
+    column->addWidget(makeHeading());
+    column->addWidget(makeActions());
+    column->addWidget(table_, 1);
+    setLayout(column);
+    auto* refreshSoon = new Coalesced(this, [this] { refresh(); });
+    refreshSoon->follow(viewModel.isoFiles);
+    const auto request = [refreshSoon] { refreshSoon->request(); };
+    bindings_.watch(viewModel.isoOrderingMethod, request);
+    bindings_.watch(viewModel.isProcessing, request);
+    bindings_.watch(viewModel.isAnalyzing, request);
+    bindings_.watch(viewModel.isScanningJoinISOs, request);
+    if (PreviewMixer* mixer = viewModel.previewMixer()) bindings_.watch(mixer->isLoaded, request);
+    refresh();
+}
+
+QWidget* IsoListSection::makeHeading() {
+    count_ = boldLabel();
+    order_ = new SecondaryLabel;
+    addFiles_ = action(QStringLiteral("Add Files..."), QStringLiteral("Add mono files to the list"),
+                       [this] { viewModel_.selectISOFiles(); });
+    auto* row = rowLayout(12);
+    row->addWidget(count_);
+    row->addWidget(order_);
+    row->addStretch();
+    row->addWidget(addFiles_);
+    auto* heading = new QWidget;
+    heading->setLayout(row);
+    return heading;
+}
+
+QPushButton* IsoListSection::action(const QString& text, const QString& help, std::function<void()> perform) {
+    QPushButton* button = pushButton(text, QString(), help);
+    connect(button, &QPushButton::clicked, this, std::move(perform));
+    return button;
+}
+
+QWidget* IsoListSection::makeActions() {
+    selectAll_ = action(QStringLiteral("Select All"), QString(), [this] { viewModel_.selectAllISOs(); });
+    deselectAll_ = action(QStringLiteral("Deselect All"), QString(), [this] { viewModel_.deselectAllISOs(); });
+    moveUp_ = action(QStringLiteral("Move Up"), QStringLiteral("To the channel before (Alt+Up)"), [this] { move(-1); });
+    moveDown_ =
+        action(QStringLiteral("Move Down"), QStringLiteral("To the channel behind (Alt+Down)"), [this] { move(1); });
+    reveal_ = action(QStringLiteral("Reveal in Files"), QStringLiteral("Open the folder that the file is in"),
+                     [this] { viewModel_.revealInFinder(model_->record(currentRow()).url); });
+    playAll_ =
+        action(QStringLiteral("Play All"), QStringLiteral("Play all ISOs as interleaved poly (ground truth preview)"),
+               [this] { viewModel_.preview().playJoinPolySource(); });
+    previewAll_ =
+        action(QStringLiteral("Preview All"), QStringLiteral("Select all ISOs for preview"), [this] { previewAll(); });
+    clearPreview_ = action(QStringLiteral("Clear Preview"), QStringLiteral("Stop and unload the preview"),
+                           [this] { viewModel_.preview().clearPlaybackState(); });
+    auto* row = rowLayout(6);
+    for (QPushButton* button : {selectAll_, deselectAll_}) row->addWidget(button);
+    row->addSpacing(10);
+    for (QPushButton* button : {moveUp_, moveDown_, reveal_}) row->addWidget(button);
+    row->addStretch();
+    for (QPushButton* button : {playAll_, previewAll_, clearPreview_}) row->addWidget(button);
+    auto* actions = new QWidget;
+    actions->setLayout(row);
+    return actions;
+}
+
+void IsoListSection::makeTable() {
+    using Model = IsoTableModel;
+    table_->setModel(model_);
+    table_->setEmptyText(QStringLiteral("Add ISO files to join into a poly file"));
+    for (const int column : {Model::SoloColumn, Model::MarksColumn})
+        table_->setItemDelegateForColumn(column, new StatusBadge(table_));
+    table_->setColumnWidth(Model::IncludeColumn, 30);
+    table_->setColumnText(Model::ChannelColumn, QStringLiteral("88"));
+    table_->setColumnText(Model::SoloColumn, QStringLiteral("Solo"), 20);
+    table_->setColumnText(Model::TrackColumn, QStringLiteral("Leonard Lav"));
+    table_->setColumnText(Model::SampleRateColumn, QStringLiteral("Sample Rate"));
+    table_->setColumnText(Model::BitDepthColumn, QStringLiteral("Bit Depth"));
+    table_->setColumnText(Model::DurationColumn, QStringLiteral("Duration "));
+    table_->setColumnWidth(Model::FileColumn, 150);
+    table_->setColumnText(Model::MarksColumn, QStringLiteral("Not a mono file (2 channels)"), 20);
+    table_->setStretchColumns({Model::FileColumn, Model::MarksColumn});
+    table_->setMinimumRows(4);
+    table_->setDragDropMode(QAbstractItemView::InternalMove);
+    table_->setDragDropOverwriteMode(false);
+    connect(table_, &QTableView::clicked, this, &IsoListSection::onClicked);
+    connect(table_, &RecordTable::rowActivated, this,
+            [this](int row) { viewModel_.preview().selectISOForPlayback(row); });
+    connect(table_, &RecordTable::menuRequested, this, &IsoListSection::showMenu);
+    connect(table_->selectionModel(), &QItemSelectionModel::currentRowChanged, this, &IsoListSection::refreshMoves);
+    for (const int step : {-1, 1}) {
+        auto* shortcut = new QShortcut(QKeySequence(step < 0 ? QStringLiteral("Alt+Up") : QStringLiteral("Alt+Down")),
+                                       table_, nullptr, nullptr, Qt::WidgetShortcut);
+        connect(shortcut, &QShortcut::activated, this, [this, step] { move(step); });
+    }
+}
+
+int IsoListSection::currentRow() const { return table_->currentIndex().isValid() ? table_->currentIndex().row() : -1; }
+
+void IsoListSection::move(int step) {
+    const int row = currentRow();
+    const int to = row + step;
+    if (row < 0 || to < 0 || to >= model_->rowCount() || viewModel_.isProcessing.value()) return;
+    viewModel_.moveISO(row, to);
+    table_->selectRow(to);
+}
+
+void IsoListSection::previewAll() {
+    viewModel_.selectAllISOs();
+    viewModel_.preview().playJoinPolySource();
+}
+
+void IsoListSection::onClicked(const QModelIndex& index) {
+    if (index.column() == IsoTableModel::IncludeColumn) return;
+    if (index.column() == IsoTableModel::SoloColumn) return viewModel_.preview().toggleISOSolo(index.row());
+    if (table_->selectionModel()->selectedRows().size() == 1) viewModel_.preview().selectISOForPlayback(index.row());
+}
+
+// What the pointer does in the row, for the keyboard.
+void IsoListSection::showMenu(int row, const QPoint& position) {
+    table_->selectRow(row);
+    QMenu menu(this);
+    menu.addAction(QStringLiteral("Preview"), this, [this, row] { viewModel_.preview().selectISOForPlayback(row); });
+    menu.addAction(QStringLiteral("Solo this track"), this, [this, row] { viewModel_.preview().toggleISOSolo(row); });
+    menu.addSeparator();
+    QAction* include = menu.addAction(QStringLiteral("Include"));
+    include->setCheckable(true);
+    include->setChecked(model_->record(row).isSelected);
+    include->setEnabled(!viewModel_.isProcessing.value());
+    connect(include, &QAction::toggled, this, [this, row](bool isOn) { viewModel_.setISOSelected(row, isOn); });
+    for (QPushButton* button : {moveUp_, moveDown_, reveal_}) {
+        menu.addAction(button->text(), button, &QPushButton::click)->setEnabled(button->isEnabled());
+    }
+    menu.exec(position);
+}
+
+void IsoListSection::refresh() {
+    const auto count = viewModel_.isoFiles.size();
+    const bool isFree = !viewModel_.isProcessing.value();
+    const bool isReading = viewModel_.isAnalyzing.value() || viewModel_.isScanningJoinISOs.value();
+    count_->setText(QStringLiteral("%1 files loaded").arg(count));
+    order_->setText(sentence(viewModel_.isoOrderingMethod.value()));
+    order_->setToolTip(viewModel_.isoOrderingMethod.value() == IsoOrdering::metadata
+                           ? QStringLiteral("ISOs sorted by their original recorder channel number from iXML metadata "
+                                            "(ground truth).")
+                           : QString());
+    addFiles_->setEnabled(isFree && !isReading);
+    for (QPushButton* button : {selectAll_, deselectAll_}) button->setEnabled(isFree && count > 0);
+    const bool canHear = viewModel_.preview().isEnabled() && count > 0;
+    playAll_->setEnabled(canHear);
+    previewAll_->setEnabled(canHear && isFree);
+    clearPreview_->setEnabled(canHear && viewModel_.previewMixer()->isLoaded.value());
+    refreshMoves();
+}
+
+void IsoListSection::refreshMoves() {
+    const int row = currentRow();
+    const bool isFree = row >= 0 && !viewModel_.isProcessing.value();
+    moveUp_->setEnabled(isFree && row > 0);
+    moveDown_->setEnabled(isFree && row + 1 < model_->rowCount());
+    reveal_->setEnabled(row >= 0);
+}
+
+} // namespace ostrel

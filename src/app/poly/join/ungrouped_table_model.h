@@ -1,0 +1,30 @@
+// The files that are in no group, one a row. Files can be dragged from here into a group and back.
+#pragma once
+
+#include "app/controls/record_table_model.h"
+#include "polytools/poly_tools_view_model.h"
+
+namespace ostrel {
+
+class UngroupedTableModel : public RecordTableModel<ISOFile> {
+public:
+    enum Column { FileColumn, SampleRateColumn, BitDepthColumn, DurationColumn, ColumnCount };
+
+    explicit UngroupedTableModel(PolyToolsViewModel& viewModel, QObject* parent = nullptr);
+
+    int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+
+    Qt::DropActions supportedDropActions() const override { return Qt::MoveAction; }
+    QStringList mimeTypes() const override;
+    QMimeData* mimeData(const QModelIndexList& indexes) const override;
+    bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                      const QModelIndex& parent) override;
+
+private:
+    PolyToolsViewModel& viewModel_;
+};
+
+} // namespace ostrel

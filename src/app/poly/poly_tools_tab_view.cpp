@@ -1,0 +1,256 @@
+#include "app/poly/poly_tools_tab_view.h"
+
+#include "app/controls/appearance_toggle.h"
+#include "app/controls/layouts.h"
+#include "app/controls/page_stack.h"
+#include "app/controls/scrolled_page.h"
+#include "app/panels/activity_footer.h"
+#include "app/panels/help_texts.h"
+#include "app/panels/playback_transport.h"
+#include "app/panels/run_row.h"
+#include "app/panels/tab_header.h"
+#include "app/poly/edit/poly_edit_view.h"
+#include "app/poly/join/poly_join_view.h"
+#include "app/poly/split/poly_split_view.h"
+
+namespace ostrel {
+namespace {
+
+QString dropHint(PolyMode mode) {
+    switch (mode) {
+    case PolyMode::split: return QStringLiteral("Drop files or folders • Batch scenes/takes supported");
+    case PolyMode::join:
+        return QStringLiteral("Drop files or folders • Auto-groups by scene/take • Batch join supported");
+    case PolyMode::editPoly: break;
+    }
+    return QStringLiteral("Drop files or folders • Batch scenes/takes supported • Channel removal");
+}
+
+} // namespace
+
+PolyToolsTabView::PolyToolsTabView(PolyToolsViewModel& viewModel, QProperty<Appearance>& appearance, QWidget* parent)
+    : TabPage(parent), viewModel_(viewModel), feed_(QStringLiteral("Poly Tools Log"), viewModel.logEntries, this) {
+    setAccessibleName(QStringLiteral("Poly Tools"));
+    feed_.clearLog = [this] { viewModel_.clearLog(); };
+    feed_.saveLog = [this] { viewModel_.saveLog(); };
+    auto* content = columnLayout(6);
+    content->setContentsMargins(kMargin, 6, kMargin, 4);
+    content->addWidget(makeHeader(appearance));
+    ffmpegBanner_ = new WarningBanner(missingFFmpegText());
+    bwfmetaeditBanner_ = new WarningBanner(missingBwfmetaeditText());
+    content->addWidget(ffmpegBanner_);
+    content->addWidget(bwfmetaeditBanner_);
+    dropHint_ = new TruncatingText(Qt::ElideRight);
+    content->addWidget(dropHint_);
+    split_ = new PolySplitView(viewModel);
+    join_ = new PolyJoinView(viewModel);
+    edit_ = new PolyEditView(viewModel);
+    pages_ = new PageStack;
+    for (QWidget* page : std::initializer_list<QWidget*>{split_, join_, edit_}) pages_->addPage(page);
+    content->addWidget(pages_, 1);
+    if (PreviewMixer* mixer = viewModel.previewMixer()) {
+        transport_ = new PolyToolsPlaybackTransport(*mixer);
+        content->addWidget(transport_);
+    }
+    auto* page = columnLayout(0);
+    page->addWidget(new ScrolledPage(content), 1);
+    page->addWidget(new ActivityFooter(feed_));
+    setLayout(page);
+    connectController();
+    connectPreview();
+}
+
+QWidget* PolyToolsTabView::makeHeader(QProperty<Appearance>& appearance) {
+    modes_ = new SegmentedControl(QStringLiteral("Mode"));
+    const QStringList helps{QStringLiteral("One poly to mono files (Ctrl+,)"),
+                            QStringLiteral("Mono files to polys (Ctrl+.)"),
+                            QStringLiteral("Rename, remove and reorder channels (Ctrl+/)")};
+    for (const PolyMode mode : kAllPolyModes)
+        modes_->addSegment(rawText(mode), QString(), helps.at(static_cast<int>(mode)));
+    connect(modes_, &SegmentedControl::chosen, this, &PolyToolsTabView::setModeIndex);
+    ffmpeg_ = new ToolStatusIndicator(QStringLiteral("ffmpeg"));
+    bwfmetaedit_ = new ToolStatusIndicator(QStringLiteral("bwfmetaedit"));
+    return tabHeader(QStringLiteral("Poly Tools"), {modes_}, {ffmpeg_, bwfmetaedit_, new AppearanceToggle(appearance)});
+}
+
+void PolyToolsTabView::connectController() {
+    auto* refreshSoon = new Coalesced(this, [this] { refresh(); });
+    const auto request = [refreshSoon] { refreshSoon->request(); };
+    for (QProperty<bool>* flag : {&viewModel_.isProcessing, &viewModel_.isAnalyzing, &viewModel_.isPreparingPreview,
+                                  &viewModel_.isScanningBatchFiles, &viewModel_.isScanningJoinISOs,
+                                  &viewModel_.ffmpegAvailable, &viewModel_.bwfmetaeditAvailable}) {
+        bindings_.watch(*flag, request);
+    }
+    bindings_.watch(viewModel_.splitProgress, request);
+    bindings_.watch(viewModel_.joinProgress, request);
+    bindings_.watch(viewModel_.batchProgress, request);
+    bindings_.watch(viewModel_.batchJoinProgress, request);
+    for (QProperty<int>* count : {&viewModel_.successCount, &viewModel_.skipCount, &viewModel_.errorCount})
+        bindings_.watch(*count, request);
+    bindings_.bind(viewModel_.mode, [this] { showMode(); });
+    connect(&viewModel_, &PolyToolsViewModel::taskEnded, this, &TabPage::taskEnded);
+    refresh();
+}
+
+void PolyToolsTabView::connectPreview() {
+    PreviewMixer* mixer = viewModel_.previewMixer();
+    if (!mixer) return;
+    auto* showSoon = new Coalesced(this, [this] { showWhatIsHeard(); });
+    const auto request = [showSoon] { showSoon->request(); };
+    for (QProperty<bool>* flag : {&mixer->isPlaying, &mixer->isLoaded, &mixer->isPolySourceActive,
+                                  &viewModel_.batchMode, &viewModel_.showGroupReview}) {
+        bindings_.watch(*flag, request);
+    }
+    for (QProperty<std::optional<int>>* selection :
+         {&viewModel_.selectedChannelForPlayback, &viewModel_.selectedBatchChannelForPlayback,
+          &viewModel_.selectedBatchPreviewIndex, &viewModel_.selectedISOForPlayback,
+          &viewModel_.selectedPreviewISOIndex}) {
+        bindings_.watch(*selection, request);
+    }
+    bindings_.watch(mixer->loadError, request);
+    bindings_.watch(viewModel_.polyFile, request);
+    bindings_.watch(viewModel_.previewedGroupISOs, request);
+    bindings_.watch(viewModel_.mode, request);
+    showSoon->follow(viewModel_.channelItems);
+    showSoon->follow(viewModel_.isoFiles);
+    showWhatIsHeard();
+}
+
+void PolyToolsTabView::selectInput() {
+    if (viewModel_.isProcessing.value()) return;
+    viewModel_.mode.value() == PolyMode::join ? viewModel_.selectJoinSource() : viewModel_.selectSource();
+}
+
+void PolyToolsTabView::selectOutput() {
+    if (viewModel_.isProcessing.value()) return;
+    viewModel_.mode.value() == PolyMode::join ? viewModel_.selectJoinOutputFolder()
+                                              : viewModel_.selectSplitOutputFolder();
+}
+
+bool PolyToolsTabView::hasJoinSelection() const {
+    const auto& files = viewModel_.selectedJoinFiles.value();
+    return !viewModel_.joinSourceFolder.value().isEmpty() || (files && !files->isEmpty());
+}
+
+// Only a join has something to scan; the other modes offer another source instead.
+void PolyToolsTabView::scan() {
+    if (viewModel_.isProcessing.value() || viewModel_.isScanningJoinISOs.value()) return;
+    if (viewModel_.mode.value() != PolyMode::join) {
+        if (viewModel_.hasSplitSourceContent()) viewModel_.selectSource();
+    } else if (hasJoinSelection()) {
+        viewModel_.scanAndGroupISOs();
+    }
+}
+
+void PolyToolsTabView::run() {
+    if (viewModel_.isProcessing.value()) return;
+    switch (viewModel_.mode.value()) {
+    case PolyMode::split:
+        return viewModel_.batchMode.value() ? viewModel_.startBatchSplit() : viewModel_.startSingleSplit();
+    case PolyMode::join: return runJoinMode();
+    case PolyMode::editPoly:
+        if (viewModel_.canRunEditPoly()) viewModel_.startEditPolyProcessing();
+    }
+}
+
+void PolyToolsTabView::runJoinMode() {
+    const bool isBatch = viewModel_.batchJoinMode.value();
+    if (isBatch ? viewModel_.canRunBatchJoin() : viewModel_.canRunJoin())
+        return isBatch ? viewModel_.startBatchJoin() : viewModel_.runJoin();
+    viewModel_.addLog(isBatch ? QStringLiteral("⌘R: Can't join — select an output folder first")
+                              : QStringLiteral("⌘R: Can't join — load and scan ISOs first"),
+                      LogLevel::warning, LogCategory::system);
+}
+
+void PolyToolsTabView::setModeIndex(int index) {
+    if (viewModel_.isProcessing.value()) return modes_->setCurrent(static_cast<int>(viewModel_.mode.value()));
+    viewModel_.mode = static_cast<PolyMode>(index);
+}
+
+// A job goes on with what it was started with: a drop onto it changes nothing.
+void PolyToolsTabView::acceptDrop(const QStringList& urls) {
+    if (!viewModel_.isProcessing.value()) viewModel_.applyIntelligentModeDetection(urls, viewModel_.mode.value());
+}
+
+bool PolyToolsTabView::isPreviewReady() const {
+    PreviewMixer* mixer = viewModel_.previewMixer();
+    return mixer && mixer->isLoaded.value();
+}
+
+void PolyToolsTabView::togglePreview() {
+    if (PreviewMixer* mixer = viewModel_.previewMixer()) mixer->isPlaying.value() ? mixer->pause() : mixer->play();
+}
+
+void PolyToolsTabView::skipPreview(double seconds) {
+    if (PreviewMixer* mixer = viewModel_.previewMixer()) mixer->seek(mixer->currentTime.value() + seconds);
+}
+
+bool PolyToolsTabView::isRunningJob() const {
+    return viewModel_.isProcessing.value() || viewModel_.isScanningJoinISOs.value();
+}
+
+// Nobody waits for a preview.
+bool PolyToolsTabView::hasRunningTask() const {
+    return viewModel_.hasRunningTask() && (isRunningJob() || viewModel_.isCancelled.value());
+}
+
+void PolyToolsTabView::stop() { viewModel_.stopProcessing(); }
+
+QWidget* PolyToolsTabView::firstFocus() { return pages_->currentPage(); }
+
+void PolyToolsTabView::showMode() {
+    const PolyMode mode = viewModel_.mode.value();
+    modes_->setCurrent(static_cast<int>(mode));
+    dropHint_->setText(dropHint(mode), true);
+    pages_->setCurrent(static_cast<int>(mode));
+}
+
+ActivityState PolyToolsTabView::activityState() const {
+    if (viewModel_.isProcessing.value()) return ActivityState::running;
+    const bool isReading = viewModel_.isAnalyzing.value() && !viewModel_.isPreparingPreview.value();
+    if (isReading || viewModel_.isScanningBatchFiles.value() || viewModel_.isScanningJoinISOs.value())
+        return ActivityState::scanning;
+    if (viewModel_.errorCount.value() > 0) return ActivityState::error;
+    const bool hasRun = viewModel_.successCount.value() + viewModel_.skipCount.value() > 0;
+    return hasRun ? ActivityState::done : ActivityState::ready;
+}
+
+void PolyToolsTabView::refresh() {
+    ffmpeg_->setAvailable(viewModel_.ffmpegAvailable.value());
+    bwfmetaedit_->setAvailable(viewModel_.bwfmetaeditAvailable.value());
+    ffmpegBanner_->setVisible(!viewModel_.ffmpegAvailable.value());
+    bwfmetaeditBanner_->setVisible(!viewModel_.bwfmetaeditAvailable.value());
+    modes_->setEnabled(!viewModel_.isProcessing.value());
+    feed_.set(activityState(), runProgress(viewModel_));
+    const bool isBusy = isRunningJob();
+    if (isBusy == wasBusy_) return;
+    wasBusy_ = isBusy;
+    const auto& entries = viewModel_.logEntries;
+    Q_EMIT busyChanged(isBusy, entries.empty() ? QString() : entries.rows().back().message);
+}
+
+void PolyToolsTabView::showWhatIsHeard() {
+    const PreviewMixer& mixer = *viewModel_.previewMixer();
+    const PolyPreview& preview = viewModel_.preview();
+    const PolyMode mode = viewModel_.mode.value();
+    QString label;
+    std::optional<int> channel;
+    if (mode == PolyMode::join && viewModel_.showGroupReview.value()) {
+        label = preview.previewGroupDisplayLabel();
+        channel = preview.activePreviewChannelNumber();
+    } else if (mode == PolyMode::join) {
+        label = preview.joinPlaybackDisplayLabel();
+        channel = preview.activeJoinChannelNumber();
+    } else if (mode == PolyMode::editPoly || viewModel_.batchMode.value()) {
+        label = preview.batchPlaybackDisplayLabel();
+        channel = preview.activeBatchChannelNumber();
+    } else {
+        label = preview.playbackDisplayLabel();
+        channel = preview.activeChannelNumber();
+    }
+    const QString error = mixer.loadError.value();
+    transport_->setSource(error.isEmpty() ? label : error, channel,
+                          mixer.isLoaded.value() && mixer.isPolySourceActive.value() && !channel);
+}
+
+} // namespace ostrel

@@ -1,0 +1,27 @@
+// The channels of the poly that is to be split, one a row.
+#pragma once
+
+#include "app/controls/bindings.h"
+#include "app/controls/record_table_model.h"
+#include "polytools/poly_tools_view_model.h"
+
+namespace ostrel {
+
+class SplitChannelsModel : public RecordTableModel<ChannelItem> {
+public:
+    enum Column { ChannelColumn, TrackColumn, OutputColumn, StatusColumn, ColumnCount };
+
+    explicit SplitChannelsModel(PolyToolsViewModel& viewModel, QObject* parent = nullptr);
+
+    int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+private:
+    QVariant channelCell(const ChannelItem& item, int role) const;
+
+    PolyToolsViewModel& viewModel_;
+    Bindings bindings_;
+};
+
+} // namespace ostrel

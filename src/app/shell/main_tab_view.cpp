@@ -1,0 +1,227 @@
+#include "app/shell/main_tab_view.h"
+
+#include "app/controls/appearance_toggle.h"
+#include "app/controls/controls.h"
+#include "app/controls/layouts.h"
+#include "app/panels/help_texts.h"
+#include "app/shell/check_for_updates.h"
+#include "app/shell/drop_overlay.h"
+#include "app/shell/keyboard_shortcuts.h"
+#include "app/shell/orderly_quit.h"
+#include "app/shell/spacebar_monitor.h"
+#include "platform/diagnostics.h"
+
+#include <QActionGroup>
+#include <QCloseEvent>
+#include <QDragEnterEvent>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QStackedWidget>
+#include <QUrl>
+
+namespace ostrel {
+namespace {
+
+constexpr QSize kMinimumSize(950, 700);
+constexpr QSize kFirstSize(1180, 820);
+
+// Local paths only: what can't be read as a file is dropped without a word.
+QStringList localPaths(const QMimeData& data) {
+    QStringList paths;
+    for (const QUrl& url : data.urls()) {
+        if (url.isLocalFile()) paths << QDir::cleanPath(url.toLocalFile());
+    }
+    return paths;
+}
+
+} // namespace
+
+MainTabView::MainTabView(DesktopServices& desktop, Updater& updater, QProperty<Appearance>& appearance,
+                         const ProductSettings& settings, const std::array<TabPage*, kAllAppTabs.size()>& pages)
+    : desktop_(desktop), appearance_(appearance), pages_(pages),
+      quit_(new OrderlyQuit(desktop, {pages.begin(), pages.end()}, this)) {
+    setWindowTitle(QStringLiteral("Ostrel"));
+    setMinimumSize(kMinimumSize);
+    resize(kFirstSize);
+    setAcceptDrops(true);
+    makeTabs();
+    makeMenus(updater, settings);
+    makeShortcuts();
+    overlay_ = new DropOverlay(this);
+    bindings_.watch(selectedTab, [this] { showTab(); });
+    bindings_.watch(isDragTargeted, [this] { isDragTargeted.value() ? overlay_->appear() : overlay_->hide(); });
+    bindings_.watch(quit_->isStopping, [this] { showStopping(); });
+    connect(quit_, &OrderlyQuit::ended, this, &QWidget::close);
+    setupSpacebarMonitor();
+    currentPage().firstFocus()->setFocus();
+}
+
+MainTabView::~MainTabView() { SpacebarMonitor::shared().stop(); }
+
+void MainTabView::makeTabs() {
+    tabs_ = new SegmentedControl(QStringLiteral("Tabs"), SegmentedControl::Size::large);
+    stack_ = new QStackedWidget;
+    for (const AppTab tab : kAllAppTabs) {
+        const int number = static_cast<int>(tab) + 1;
+        tabs_->addSegment(rawText(tab), symbol(tab),
+                          forThisDesktop(QStringLiteral("%1 (⌘%2)")).arg(rawText(tab)).arg(number));
+        stack_->addWidget(&page(tab));
+    }
+    connect(tabs_, &SegmentedControl::chosen, this, [this](int index) { selectedTab = static_cast<AppTab>(index); });
+    auto* row = rowLayout(0);
+    row->setContentsMargins(kMargin, 6, kMargin, 0);
+    row->addStretch();
+    row->addWidget(tabs_);
+    row->addStretch();
+    auto* column = columnLayout(0);
+    column->addLayout(row);
+    column->addWidget(makeStoppingBanner());
+    column->addWidget(stack_, 1);
+    auto* content = new QWidget;
+    content->setLayout(column);
+    setCentralWidget(content);
+}
+
+void MainTabView::makeMenus(Updater& updater, const ProductSettings& settings) {
+    auto* checkForUpdates = new CheckForUpdatesView(updater, this);
+    QMenu* file = menuBar()->addMenu(QStringLiteral("&Ostrel"));
+    file->addAction(checkForUpdates);
+    file->addSeparator();
+    QAction* quit = file->addAction(QStringLiteral("Quit"), this, &QWidget::close);
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    makeAppearanceMenu(*menuBar()->addMenu(QStringLiteral("A&ppearance")));
+
+    QMenu* about = menuBar()->addMenu(QStringLiteral("&About"));
+    const auto addAbout = [&](const QString& name, const QString& text) {
+        about->addAction(QStringLiteral("About ") + name, this,
+                         [this, name, text] { showKeyboardShortcutsWindow(name, text); });
+    };
+    addAbout(QStringLiteral("Interleaver"), aboutInterleaverText());
+    addAbout(QStringLiteral("Poly Tools"), aboutPolyToolsText());
+    addAbout(QStringLiteral("Stereo Validator"), aboutStereoValidatorText());
+
+    QMenu* support = menuBar()->addMenu(QStringLiteral("&Support"));
+    support->addAction(checkForUpdates);
+    support->addSeparator();
+    const auto addAddress = [&](const QString& name, const QString& scheme, const QString& address) {
+        QAction* action =
+            support->addAction(name, this, [this, scheme, address] { desktop_.openWebPage(scheme + address); });
+        action->setEnabled(!address.isEmpty());
+    };
+    addAddress(QStringLiteral("Website"), QString(), settings.website);
+    addAddress(QStringLiteral("Email Support"), QStringLiteral("mailto:"), settings.supportAddress);
+
+    QMenu* shortcuts = menuBar()->addMenu(QStringLiteral("Short&cuts"));
+    QAction* show = shortcuts->addAction(QStringLiteral("Show Keyboard Shortcuts"), this, [this] {
+        showKeyboardShortcutsWindow(QStringLiteral("Keyboard Shortcuts"), keyboardShortcutsText());
+    });
+    // "?" is Shift and slash on many keyboards: the spellings of the same press.
+    show->setShortcuts({QKeySequence(QStringLiteral("Ctrl+?")), QKeySequence(QStringLiteral("Ctrl+Shift+/")),
+                        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Question)});
+}
+
+void MainTabView::makeAppearanceMenu(QMenu& menu) {
+    auto* group = new QActionGroup(this);
+    const std::pair<Appearance, QKeyCombination> items[] = {{Appearance::system, Qt::CTRL | Qt::SHIFT | Qt::Key_0},
+                                                            {Appearance::light, Qt::CTRL | Qt::SHIFT | Qt::Key_1},
+                                                            {Appearance::dark, Qt::CTRL | Qt::SHIFT | Qt::Key_2}};
+    // Shift turns a digit into another character, which differs from keyboard to keyboard.
+    const QStringList shifted{QStringLiteral("Ctrl+)"), QStringLiteral("Ctrl+!"), QStringLiteral("Ctrl+@")};
+    int number = 0;
+    for (const auto& [value, keys] : items) {
+        QAction* action = menu.addAction(displayName(value), this, [this, value = value] { appearance_ = value; });
+        action->setShortcuts({QKeySequence(keys), QKeySequence(shifted.at(number++))});
+        action->setCheckable(true);
+        group->addAction(action);
+        bindings_.bind(appearance_,
+                       [this, action, value = value] { action->setChecked(appearance_.value() == value); });
+    }
+}
+
+void MainTabView::makeShortcuts() {
+    auto* keys = new KeyboardShortcutHandler(this);
+    connect(keys, &KeyboardShortcutHandler::inputSelection, this, [this] { currentPage().selectInput(); });
+    connect(keys, &KeyboardShortcutHandler::outputSelection, this, [this] { currentPage().selectOutput(); });
+    connect(keys, &KeyboardShortcutHandler::scan, this, [this] {
+        if (!quit_->isStopping.value()) currentPage().scan();
+    });
+    connect(keys, &KeyboardShortcutHandler::run, this, [this] {
+        if (!quit_->isStopping.value()) currentPage().run();
+    });
+    connect(keys, &KeyboardShortcutHandler::modeChosen, this, [this](int index) { currentPage().setModeIndex(index); });
+    connect(keys, &KeyboardShortcutHandler::skip, this, [this](double seconds) { currentPage().skipPreview(seconds); });
+    connect(keys, &KeyboardShortcutHandler::tabChosen, this,
+            [this](int index) { selectedTab = static_cast<AppTab>(index); });
+}
+
+void MainTabView::showTab() {
+    page(shownTab_).leave();
+    shownTab_ = selectedTab.value();
+    tabs_->setCurrent(static_cast<int>(shownTab_));
+    stack_->setCurrentWidget(&currentPage());
+    currentPage().firstFocus()->setFocus();
+}
+
+void MainTabView::setupSpacebarMonitor() {
+    SpacebarMonitor& monitor = SpacebarMonitor::shared();
+    monitor.isEnabled = [this] { return currentPage().isPreviewReady(); };
+    monitor.onSpace = [this] { currentPage().togglePreview(); };
+    monitor.start();
+}
+
+void MainTabView::handleGlobalDrop(const QStringList& urls) {
+    printDiagnostic(QStringLiteral("🎯 GLOBAL DROP HANDLER FIRED: %1 URLs, routing to tab: %2")
+                        .arg(urls.size())
+                        .arg(rawText(selectedTab.value())));
+    if (!urls.isEmpty() && !quit_->isStopping.value()) currentPage().acceptDrop(urls);
+}
+
+void MainTabView::showKeyboardShortcutsWindow(const QString& title, const QString& message) {
+    AlertRequest alert;
+    alert.title = title;
+    alert.text = message;
+    alert.buttons = {QStringLiteral("OK")};
+    desktop_.showAlert(alert);
+}
+
+QWidget* MainTabView::makeStoppingBanner() {
+    auto* margin = columnLayout(0);
+    margin->setContentsMargins(kMargin, 6, kMargin, 0);
+    margin->addWidget(new WarningBanner(
+        QStringLiteral("Stopping after the item that is being worked on. Ostrel quits when it is finished.")));
+    stoppingBanner_ = new QWidget;
+    stoppingBanner_->setLayout(margin);
+    stoppingBanner_->hide();
+    return stoppingBanner_;
+}
+
+// The tabs go on showing what happens, and start nothing any more.
+void MainTabView::showStopping() {
+    stoppingBanner_->show();
+    stack_->setEnabled(false);
+}
+
+void MainTabView::closeEvent(QCloseEvent* event) { event->setAccepted(quit_->mayClose()); }
+
+void MainTabView::dragEnterEvent(QDragEnterEvent* event) {
+    if (!event->mimeData()->hasUrls()) return;
+    event->acceptProposedAction();
+    isDragTargeted = true;
+}
+
+void MainTabView::dragLeaveEvent(QDragLeaveEvent*) { isDragTargeted = false; }
+
+void MainTabView::dropEvent(QDropEvent* event) {
+    isDragTargeted = false;
+    // Sources are never moved by being dropped here, whatever the other side proposes.
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+    handleGlobalDrop(localPaths(*event->mimeData()));
+}
+
+void MainTabView::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+    if (isDragTargeted.value()) overlay_->appear();
+}
+
+} // namespace ostrel

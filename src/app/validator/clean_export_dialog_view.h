@@ -1,0 +1,54 @@
+// "Clean & Export": what is converted, how, and where to. Open until the controller closes it.
+#pragma once
+
+#include "app/controls/bindings.h"
+#include "stereovalidator/stereo_validator_view_model.h"
+
+#include <QDialog>
+
+class QCheckBox;
+class QComboBox;
+class QPushButton;
+class QVBoxLayout;
+
+namespace ostrel {
+
+class ToneLabel;
+
+class CleanExportDialogView : public QDialog {
+    Q_OBJECT
+
+public:
+    using Rows = std::function<std::vector<StereoValidatorResult>()>;
+
+    // `selected` and `filtered` give the table's rows at the time of the export.
+    CleanExportDialogView(StereoValidatorViewModel& viewModel, int selectedCount, Rows selected, Rows filtered,
+                          QWidget* parent);
+
+    // Sources would be replaced by what is made of them.
+    bool isDestructiveOverwrite() const;
+
+protected:
+    void reject() override;
+
+private:
+    QCheckBox* toggle(const QString& text, QProperty<bool>& property, const QString& help = QString());
+    QWidget* makeScope(int selectedCount);
+    void addConversions(QVBoxLayout& column);
+    void addOutputOptions(QVBoxLayout& column);
+    QWidget* makeButtons();
+    void refresh();
+    void tellRefusals();
+    void run();
+
+    StereoValidatorViewModel& viewModel_;
+    Rows selected_;
+    Rows filtered_;
+    Bindings bindings_;
+    ToneLabel* noSuffix_ = nullptr;
+    ToneLabel* destructive_ = nullptr;
+    ToneLabel* refusals_ = nullptr;
+    QPushButton* run_ = nullptr;
+};
+
+} // namespace ostrel

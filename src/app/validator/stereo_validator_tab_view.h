@@ -1,0 +1,99 @@
+// The Stereo Validator tab: selection, settings, analysis, the results table, Clean & Export.
+#pragma once
+
+#include "app/controls/bindings.h"
+#include "app/controls/controls.h"
+#include "app/panels/activity_feed.h"
+#include "app/panels/tab_page.h"
+#include "platform/desktop_services.h"
+#include "stereovalidator/stereo_validator_view_model.h"
+
+#include <QPointer>
+
+class QCheckBox;
+
+namespace ostrel {
+
+class CleanExportDialogView;
+class FlowLayout;
+class ProgressLine;
+class RecordTable;
+class SelectionRow;
+class SimplePlaybackTransport;
+class ValidatorResultsModel;
+class ValidatorSettings;
+
+class StereoValidatorTabView : public TabPage {
+    Q_OBJECT
+
+public:
+    StereoValidatorTabView(StereoValidatorViewModel& viewModel, QProperty<Appearance>& appearance,
+                           QWidget* parent = nullptr);
+
+    void selectInput() override;
+    void selectOutput() override;
+    void scan() override;
+    void run() override;
+    void setModeIndex(int) override {} // the tab has no modes
+    void acceptDrop(const QStringList& urls) override;
+    bool isPreviewReady() const override;
+    void togglePreview() override;
+    void skipPreview(double seconds) override;
+    void leave() override;
+    bool isRunningJob() const override;
+    bool hasRunningTask() const override { return isRunningJob(); }
+    void stop() override;
+    QWidget* firstFocus() override;
+
+    QProperty<bool> showAnalysisSummary{true};
+    QProperty<QString> currentlyPlayingFile;
+
+    ValidatorResultsModel& results() { return *results_; }
+    RecordTable& table() { return *table_; }
+    std::vector<StereoValidatorResult> selectedResults() const;
+    CleanExportDialogView* cleanExportDialog() const; // null while it is closed
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    QWidget* makeHeader(QProperty<Appearance>& appearance);
+    QWidget* makeSource();
+    QWidget* makeActions();
+    QWidget* makeSummary();
+    QWidget* makeResults();
+    void connectController();
+    void clearSelection();
+    void chooseSortColumn(int column);
+    void load(int row);
+    void audition(int row);
+    void rebuildBadges();
+    void toggleFilter(StereoClassification classification);
+    void openDialog();
+    void refresh();
+
+    StereoValidatorViewModel& viewModel_;
+    Bindings bindings_;
+    ActivityFeed feed_;
+    ValidatorResultsModel* results_;
+    bool hasAppeared_ = false;
+    bool wasBusy_ = false;
+    SelectionRow* source_ = nullptr;
+    SelectionRow* output_ = nullptr;
+    QCheckBox* recursive_ = nullptr;
+    QWidget* sourceSection_ = nullptr;
+    ValidatorSettings* settings_ = nullptr;
+    QPushButton* analyze_ = nullptr;
+    QPushButton* cleanExport_ = nullptr;
+    QPushButton* clearResults_ = nullptr;
+    TruncatingText* status_ = nullptr;
+    ProgressLine* progress_ = nullptr;
+    QLabel* analyzed_ = nullptr;
+    QWidget* badges_ = nullptr;
+    FlowLayout* badgeFlow_ = nullptr;
+    RecordTable* table_ = nullptr;
+    SimplePlaybackTransport* transport_ = nullptr;
+    QPointer<CleanExportDialogView> dialog_;
+};
+
+} // namespace ostrel

@@ -1,0 +1,189 @@
+#include "app/validator/validator_results_model.h"
+
+#include "app/validator/classification_badge.h"
+#include "platform/paths.h"
+#include "platform/text/text.h"
+
+namespace ostrel {
+namespace {
+
+bool isNumber(int column) {
+    return column != ValidatorResultsModel::FileColumn && column != ValidatorResultsModel::CodecColumn &&
+           column != ValidatorResultsModel::ClassificationColumn;
+}
+
+// Without the sign of a number that rounds to nothing.
+QString signedText(double value, int digits) {
+    const QString text = fixed(value, digits);
+    return text == u'-' + fixed(0, digits) ? text.mid(1) : text;
+}
+
+QString textOf(const StereoValidatorResult& result, const QString& name, int column) {
+    switch (column) {
+    case ValidatorResultsModel::FileColumn: return name;
+    case ValidatorResultsModel::CodecColumn: return paths::extension(name).toUpper();
+    case ValidatorResultsModel::ClassificationColumn: return result.smartDisplayName();
+    case ValidatorResultsModel::CorrelationColumn: return signedText(result.correlation, 3);
+    case ValidatorResultsModel::ConfidenceColumn: return fixed(result.confidence, 1) + u'%';
+    case ValidatorResultsModel::LagColumn: return signedText(result.lagMs, 2) + QStringLiteral(" ms");
+    case ValidatorResultsModel::MidSideColumn: return result.formattedMidSideRatio();
+    case ValidatorResultsModel::DurationColumn: return result.formattedDuration();
+    default: return QString();
+    }
+}
+
+} // namespace
+
+ValidatorResultsModel::ValidatorResultsModel(const RecordList<StereoValidatorResult>& results, QObject* parent)
+    : QAbstractTableModel(parent), results_(results) {
+    connect(&results, &RecordListSignals::reset, this, [this] {
+        filter_.reset();
+        rebuild();
+    });
+    connect(&results, &RecordListSignals::rowsAppended, this, &ValidatorResultsModel::rebuild);
+    connect(&results, &RecordListSignals::rowChanged, this, &ValidatorResultsModel::rebuild);
+    rebuild();
+}
+
+int ValidatorResultsModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(visible_.size());
+}
+
+int ValidatorResultsModel::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(ColumnCount);
+}
+
+const StereoValidatorResult& ValidatorResultsModel::record(int row) const {
+    return results_[visible_[static_cast<std::size_t>(row)]];
+}
+
+QVariant ValidatorResultsModel::data(const QModelIndex& index, int role) const {
+    if (!index.isValid() || index.row() >= rowCount()) return {};
+    const std::size_t row = visible_[static_cast<std::size_t>(index.row())];
+    const StereoValidatorResult& result = results_[row];
+    switch (role) {
+    case Qt::DisplayRole: return textOf(result, names_[row], index.column());
+    case Qt::TextAlignmentRole:
+        return QVariant((isNumber(index.column()) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+    case Qt::ToolTipRole:
+        if (index.column() == FileColumn) return result.filepath;
+        if (index.column() != ClassificationColumn) return {};
+        return result.error.isEmpty() ? result.smartDisplayName() : result.error;
+    case ElideMiddleRole: return index.column() == FileColumn;
+    case BadgeRole: {
+        Badge badge = badgeOf(result.classification);
+        badge.word = result.smartDisplayName();
+        return QVariant::fromValue(badge);
+    }
+    case ChannelChipsRole: {
+        const QString codec = textOf(result, names_[row], CodecColumn);
+        return QVariant::fromValue(ChannelChips{{codec}, {codec}, false});
+    }
+    default: return {};
+    }
+}
+
+QVariant ValidatorResultsModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal) return {};
+    if (role == Qt::TextAlignmentRole)
+        return QVariant((isNumber(section) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+    if (role != Qt::DisplayRole) return {};
+    static const QStringList titles{QStringLiteral("File"),           QStringLiteral("Format"),
+                                    QStringLiteral("Classification"), QStringLiteral("Correlation"),
+                                    QStringLiteral("Confidence"),     QStringLiteral("Lag"),
+                                    QStringLiteral("Mid/Side"),       QStringLiteral("Duration")};
+    return titles.value(section);
+}
+
+void ValidatorResultsModel::setSelectedClassification(std::optional<StereoClassification> classification) {
+    if (classification == filter_) return;
+    filter_ = classification;
+    rebuild();
+}
+
+void ValidatorResultsModel::chooseSortOrder(SortOrder order) {
+    sortAscending_ = order == sortOrder_ ? !sortAscending_ : true;
+    sortOrder_ = order;
+    // Selected rows stay with their records.
+    Q_EMIT layoutAboutToBeChanged({}, VerticalSortHint);
+    const std::vector<std::size_t> before = visible_;
+    sortRows();
+    std::vector<int> rowOf(results_.size(), -1);
+    for (std::size_t row = 0; row < visible_.size(); ++row) rowOf[visible_[row]] = static_cast<int>(row);
+    QModelIndexList from = persistentIndexList();
+    QModelIndexList to;
+    for (const QModelIndex& old : from) {
+        to << index(rowOf[before[static_cast<std::size_t>(old.row())]], old.column());
+    }
+    changePersistentIndexList(from, to);
+    Q_EMIT layoutChanged({}, VerticalSortHint);
+}
+
+std::optional<SortOrder> ValidatorResultsModel::sortOrderOf(int column) {
+    switch (column) {
+    case FileColumn: return SortOrder::filename;
+    case ClassificationColumn: return SortOrder::classification;
+    case CorrelationColumn: return SortOrder::correlation;
+    case ConfidenceColumn: return SortOrder::confidence;
+    default: return std::nullopt;
+    }
+}
+
+int ValidatorResultsModel::columnOf(SortOrder order) {
+    for (int column = 0; column < ColumnCount; ++column) {
+        if (sortOrderOf(column) == order) return column;
+    }
+    return FileColumn;
+}
+
+std::vector<StereoValidatorResult> ValidatorResultsModel::sortedAndFilteredResults() const {
+    std::vector<StereoValidatorResult> results;
+    results.reserve(visible_.size());
+    for (const std::size_t row : visible_) results.push_back(results_[row]);
+    return results;
+}
+
+std::vector<int> ValidatorResultsModel::classCounts() const {
+    std::vector<int> counts(kAllStereoClassifications.size(), 0);
+    for (const StereoValidatorResult& result : results_) ++counts[static_cast<std::size_t>(result.classification)];
+    return counts;
+}
+
+void ValidatorResultsModel::rebuild() {
+    beginResetModel();
+    names_.clear();
+    visible_.clear();
+    names_.reserve(results_.size());
+    for (std::size_t row = 0; row < results_.size(); ++row) {
+        names_.push_back(paths::lastComponent(results_[row].filepath));
+        if (!filter_ || results_[row].classification == *filter_) visible_.push_back(row);
+    }
+    sortRows();
+    endResetModel();
+}
+
+void ValidatorResultsModel::sortRows() {
+    const auto sortBy = [this](auto less) {
+        std::stable_sort(visible_.begin(), visible_.end(),
+                         [&](std::size_t a, std::size_t b) { return sortAscending_ ? less(a, b) : less(b, a); });
+    };
+    switch (sortOrder_) {
+    case SortOrder::filename: return sortBy([this](auto a, auto b) { return names_[a] < names_[b]; });
+    case SortOrder::classification: {
+        // Raw texts are compared; each is made once.
+        std::vector<QString> words;
+        for (const StereoClassification classification : kAllStereoClassifications)
+            words.push_back(rawText(classification));
+        const auto word = [&](std::size_t row) -> const QString& {
+            return words[static_cast<std::size_t>(results_[row].classification)];
+        };
+        return sortBy([&](auto a, auto b) { return word(a) < word(b); });
+    }
+    case SortOrder::correlation:
+        return sortBy([this](auto a, auto b) { return results_[a].correlation < results_[b].correlation; });
+    case SortOrder::confidence:
+        return sortBy([this](auto a, auto b) { return results_[a].confidence < results_[b].confidence; });
+    }
+}
+
+} // namespace ostrel

@@ -1,0 +1,45 @@
+#include "foundation/logs/processing_log.h"
+
+#include <QStringList>
+
+namespace ostrel {
+
+QString rawText(LogLevel level) {
+    switch (level) {
+    case LogLevel::info: return QStringLiteral("INFO");
+    case LogLevel::success: return QStringLiteral("OK");
+    case LogLevel::warning: return QStringLiteral("WARN");
+    case LogLevel::error: break;
+    }
+    return QStringLiteral("ERROR");
+}
+
+QString rawText(LogCategory category) {
+    switch (category) {
+    case LogCategory::scan: return QStringLiteral("SCAN");
+    case LogCategory::process: return QStringLiteral("PROCESS");
+    case LogCategory::metadata: return QStringLiteral("META");
+    case LogCategory::cleanup: return QStringLiteral("CLEANUP");
+    case LogCategory::system: break;
+    }
+    return QStringLiteral("SYSTEM");
+}
+
+QString ProcessingLogEntry::formattedEntry() const {
+    return QStringLiteral("[%1] [%2] [%3] %4")
+        .arg(timestamp.toLocalTime().toString(QStringLiteral("HH:mm:ss")), rawText(level), rawText(category), message);
+}
+
+QString exportToText(const std::vector<ProcessingLogEntry>& entries, const QString& sourcePath, const QString& mode,
+                     const QString& layout) {
+    QStringList lines{QStringLiteral("Ostrel Log"),
+                      QStringLiteral("Generated: ") + QDateTime::currentDateTimeUtc().toString(Qt::ISODate),
+                      QStringLiteral("Source: ") + sourcePath,
+                      QStringLiteral("Mode: ") + mode,
+                      QStringLiteral("Layout: ") + layout,
+                      QString()};
+    for (const ProcessingLogEntry& entry : entries) lines << entry.formattedEntry();
+    return lines.join(QLatin1Char('\n'));
+}
+
+} // namespace ostrel

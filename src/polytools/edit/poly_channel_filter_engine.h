@@ -1,0 +1,58 @@
+// Writes a poly anew with some channels gone, in a new order or under new names, and gives it a track list that
+// matches.
+//
+// Blocks its caller; for the thread pool. The source poly is only read, except by `renameTracksInPlace`.
+#pragma once
+
+#include "foundation/records/item_outcome.h"
+#include "foundation/run/run_ledger.h"
+#include "polytools/records/channel_plan.h"
+#include "polytools/records/poly_file.h"
+#include "polytools/services/engine_services.h"
+
+#include <QStringList>
+#include <functional>
+#include <vector>
+
+namespace ostrel {
+
+struct ChannelFilterResult {
+    ItemOutcome outcome; // skipped: nothing matched, or the output is there
+    std::vector<ProcessingLogEntry> logEntries;
+    int channelCount = 0; // of what was written
+    QStringList trackNames;
+};
+
+class PolyChannelFilterEngine {
+public:
+    explicit PolyChannelFilterEngine(PolyEngineTools tools, PolyEngineHooks hooks = {});
+
+    // Writes `{outputFolder}/{name}.wav`; what an existing file means is the rule's. Without a name
+    // it is the poly's own, and "_{k}ch" is added where that would be the poly itself; a given name that leads to the
+    // poly is refused. `preserveMetadata` has no effect: metadata is restored wherever the tools allow it. Throws
+    // DomainError "ChannelFilter" 1 (nothing to do), 2 (no channel would stay), 3 (ffmpeg failed), 4 (the output is the
+    // source), ProcessLaunchError and FileError. Failed metadata is a log line.
+    ChannelFilterResult removeChannelsFromPoly(const PolyFile& polyFile, const ChannelFilterOptions& filter,
+                                               const QString& outputFolder, const QString& outputFileName,
+                                               bool preserveMetadata, const RenameMap& batchRenameMap,
+                                               const ReorderList& channelReorderMap,
+                                               ExistingOutput rule = ExistingOutput::replaced) const;
+
+    // Changes track names in the poly itself and nothing else: a copy beside it gets the new iXML, is compared with the
+    // old file and takes its place in one step. Whatever fails before leaves the old file whole.
+    // Throws DomainError "ChannelFilter", FileError and ProcessLaunchError.
+    ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMap& renames) const;
+
+    // The file's own track list by interleave index; numbered channels where it has none.
+    std::vector<SourceTrack> extractTrackListFromPoly(const QString& polyURL, int channelCount,
+                                                      const QString& bwfmetaeditPath) const;
+
+    static QStringList buildFilterCommand(const QString& polyURL, const QString& filter, const QString& codec,
+                                          const QString& output);
+
+private:
+    const PolyEngineTools tools_;
+    const PolyEngineHooks hooks_;
+};
+
+} // namespace ostrel

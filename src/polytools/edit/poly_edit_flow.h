@@ -1,0 +1,51 @@
+// The Edit mode: what is to be changed, and the run over one or many polys.
+#pragma once
+
+#include "polytools/edit/batch_edit.h"
+#include "polytools/services/poly_tools_services.h"
+#include "polytools/services/poly_tools_state.h"
+#include "polytools/split/poly_source_selection.h"
+
+#include <QStringList>
+
+namespace ostrel {
+
+class PolyPreview;
+
+class PolyEditFlow {
+public:
+    PolyEditFlow(PolyToolsState& state, PolyToolsServices& services, const PolySourceSelection& selection,
+                 PolyPreview& preview)
+        : state_(state), services_(services), selection_(selection), preview_(preview) {}
+
+    bool hasAdvancedConfig() const;
+    bool canRunEditPoly() const;
+    QString editPolyHelperText() const;
+
+    void initializeReorderFromChannelItems();
+    void moveChannelUp(int row);
+    void moveChannelDown(int row);
+
+    void startEditPolyProcessing();
+    void startBatchChannelRemoval();
+    void clearEditPolyData();
+
+private:
+    bool editsInPlace() const; // names only: a reorder means a rebuild, whatever the switch says
+    bool mayRun(const QString& missingEdits, const QString& missingFolder);
+    BatchEditOptions makeOptions() const;
+    void logRun(const BatchEditOptions& options);
+    QCoro::Task<> run(BatchEditOptions options, QString folder, TaskHandle handle);
+    QCoro::Task<QStringList> findFiles(QString folder, TaskHandle handle);
+    QCoro::Task<> edit(BatchEditOptions options, TaskHandle handle);
+    void showResults(const BatchSplitResult& result, const BatchEditOptions& options);
+    void countResults(const BatchSplitResult& result, const BatchEditOptions& options);
+    void swapChannels(int row, int other);
+
+    PolyToolsState& state_;
+    PolyToolsServices& services_;
+    const PolySourceSelection& selection_;
+    PolyPreview& preview_;
+};
+
+} // namespace ostrel

@@ -1,0 +1,146 @@
+// Renaming tracks in the poly itself.
+#include "foundation/domain_error.h"
+#include "foundation/proof/unexplained_bytes.h"
+#include "foundation/run/journal.h"
+#include "foundation/run/run_ledger.h"
+#include "platform/files/files.h"
+#include "platform/files/replacement.h"
+#include "platform/paths.h"
+#include "platform/text/text.h"
+#include "polytools/edit/poly_channel_filter_engine.h"
+#include "polytools/records/wave_data.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+namespace ostrel {
+namespace {
+
+DomainError renameError(const QString& description) {
+    return DomainError(QStringLiteral("ChannelFilter"), 5, description);
+}
+
+// The copy that is worked on, hidden beside the recording so that it can take its place in one step.
+void copyTo(const QString& copy, const QString& recording) {
+    files::copy(recording, copy);
+    // A read-only recording is refused later on; its copy has to be written to meanwhile.
+    QFile::setPermissions(copy, QFile::permissions(copy) | QFileDevice::WriteUser);
+}
+
+// Written down ahead of the step and after it.
+void takePlace(NewFile& copy, const FileStamp& before, Journal& journal) {
+    const int step = journal.begin(JournalOperation::replace, copy.finalPath(), copy.finalPath(), copy.path());
+    try {
+        replaceRecording(copy, before);
+    } catch (const FileError& error) {
+        journal.fail(step, error.description);
+        throw;
+    }
+    journal.end(step);
+}
+
+QString trackElement(const SourceTrack& track) {
+    return QStringLiteral("<TRACK><CHANNEL_INDEX>%1</CHANNEL_INDEX><INTERLEAVE_INDEX>%2</INTERLEAVE_INDEX>"
+                          "<NAME>%3</NAME></TRACK>")
+        .arg(track.channelIndex)
+        .arg(track.interleaveIndex)
+        .arg(encodeXMLText(track.name));
+}
+
+// For a recording without a track list. The document of a recorder keeps everything else that it holds.
+QString withNewTrackList(const QString& ixml, int channelCount, const std::map<int, QString>& names) {
+    QString list = QStringLiteral("<TRACK_LIST><TRACK_COUNT>%1</TRACK_COUNT>").arg(channelCount);
+    for (SourceTrack track : sequentialTracks(channelCount)) {
+        if (const auto name = names.find(track.interleaveIndex); name != names.end()) track.name = name->second;
+        list += trackElement(track);
+    }
+    list += QStringLiteral("</TRACK_LIST>");
+    const qsizetype end = ixml.lastIndexOf(QStringLiteral("</BWFXML>"));
+    if (end >= 0) return ixml.left(end) + list + ixml.mid(end);
+    if (!ixml.trimmed().isEmpty())
+        throw renameError(QStringLiteral("The recording's iXML has no track list and can't be extended"));
+    return QStringLiteral(
+               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<BWFXML><IXML_VERSION>1.5</IXML_VERSION>%1</BWFXML>\n")
+        .arg(list);
+}
+
+// The names as the tracks are found by their number, for comparing what was wanted with what is there.
+std::map<int, QString> namesByNumber(const QString& ixml) {
+    std::map<int, QString> names;
+    for (const SourceTrack& track : parseTrackBlocks(ixml)) names.emplace(track.interleaveIndex, track.name);
+    return names;
+}
+
+} // namespace
+
+ChannelFilterResult PolyChannelFilterEngine::renameTracksInPlace(const PolyFile& polyFile,
+                                                                 const RenameMap& renames) const {
+    EngineLog log(hooks_, QStringLiteral("PolyChannelFilterEngine"), paths::stem(polyFile.url));
+    log.info(LogCategory::process, QStringLiteral("━━━ RENAME TRACKS IN PLACE: %1 ━━━").arg(polyFile.fileName));
+    if (tools_.bwfmetaeditPath.isEmpty()) {
+        throw renameError(QStringLiteral("bwfmetaedit not found - track names can't be changed in place"));
+    }
+    std::map<int, QString> names;
+    QStringList applied;
+    for (const auto& [number, name] : renames) {
+        if (name.isEmpty()) continue;
+        if (number < 1 || number > polyFile.channelCount) {
+            log.warning(LogCategory::metadata, QStringLiteral("⚠️ No channel %1 to rename").arg(number));
+            continue;
+        }
+        names.emplace(number, name);
+        applied << QStringLiteral("Ch%1→%2").arg(number).arg(name);
+    }
+
+    const QString recording = QFileInfo(polyFile.url).canonicalFilePath(); // a link stays a link to the new file
+    const std::optional<FileStamp> before = FileStamp::of(recording);      // ahead of the first look at its contents
+    if (!before) throw renameError(QStringLiteral("The recording is not there"));
+    RunLedger ownLedger(QStringList{recording});
+    const QStringList cleared = (hooks_.ledger ? *hooks_.ledger : ownLedger).prepareFolder(paths::parent(recording));
+    for (const QString& sentence : cleared) log.warning(LogCategory::process, sentence);
+    requireReplaceable(recording);
+    if (const QString why = unexplainedBytesOf(recording); !why.isEmpty()) {
+        throw renameError(QStringLiteral("The recording is not replaced: ") + why);
+    }
+    const std::optional<QString> old = exportIXML(tools_.bwfmetaeditPath, recording);
+    if (!old) throw renameError(QStringLiteral("bwfmetaedit could not read the iXML"));
+    const bool hasTracks = !parseTrackBlocks(*old).empty();
+    const QString renamed =
+        hasTracks ? replaceTrackNames(*old, names) : withNewTrackList(*old, polyFile.channelCount, names);
+
+    NewFile copy(recording);
+    copyTo(copy.path(), recording);
+    if (!importIXML(tools_.bwfmetaeditPath, renamed, copy.path())) {
+        throw renameError(QStringLiteral("bwfmetaedit could not write the iXML"));
+    }
+    const std::optional<QString> written = exportIXML(tools_.bwfmetaeditPath, copy.path());
+    if (!written || namesByNumber(*written) != namesByNumber(renamed)) {
+        throw renameError(QStringLiteral("The new track names could not be read back"));
+    }
+    if (!sameWaveData(recording, copy.path())) {
+        throw renameError(QStringLiteral("The audio of the edited copy differs"));
+    }
+    const auto journal = hooks_.journal ? hooks_.journal : std::make_shared<Journal>(QStringLiteral("edit"));
+    takePlace(copy, *before, *journal);
+
+    const std::map<int, QString> present = namesByNumber(*written);
+    for (const auto& [number, name] : names) {
+        if (present.contains(number)) continue;
+        log.warning(LogCategory::metadata,
+                    QStringLiteral("⚠️ The iXML lists no track %1, name not written").arg(number));
+    }
+    log.success(LogCategory::metadata,
+                QStringLiteral("✏️ Batch rename applied: ") + applied.join(QStringLiteral(", ")));
+
+    ChannelFilterResult result;
+    result.outcome.status = ProcessingStatus::completed();
+    result.outcome.outputs = {polyFile.url};
+    result.outcome.warnings = cleared;
+    result.outcome.sources = {{polyFile.url, SourceFate::Kind::replaced, QString()}};
+    result.channelCount = polyFile.channelCount;
+    for (const auto& [number, name] : present) result.trackNames << name;
+    result.logEntries = log.take();
+    return result;
+}
+
+} // namespace ostrel

@@ -1,0 +1,426 @@
+#include "polytools/join/poly_join_flow.h"
+
+#include "foundation/run/run_ledger.h"
+#include "platform/files/file_name.h"
+#include "platform/files/files.h"
+#include "platform/paths.h"
+#include "polytools/preview/poly_preview.h"
+#include "polytools/records/iso_ordering.h"
+#include "polytools/services/poly_tools_reports.h"
+
+#include <algorithm>
+
+namespace ostrel {
+namespace {
+
+using Task = PolyToolsServices::Task;
+constexpr LogCategory kScan = LogCategory::scan;
+constexpr LogCategory kProcess = LogCategory::process;
+
+QStringList urlsOf(const RecordList<ISOFile>& files) {
+    QStringList urls;
+    for (const ISOFile& file : files) urls << file.url;
+    return urls;
+}
+
+} // namespace
+
+void PolyJoinFlow::selectISOFiles() {
+    if (state_.mode.value() != PolyMode::join) {
+        return services_.error(
+            kScan,
+            QStringLiteral("selectISOFiles() called in wrong mode (current: %1)").arg(rawText(state_.mode.value())));
+    }
+    OpenPanelRequest request;
+    request.allowsMultipleSelection = true;
+    request.message = QStringLiteral("Select mono WAV files to join into a poly file");
+    request.allowedExtensions = {QStringLiteral("wav")};
+    const QStringList chosen = services_.desktop().showOpenPanel(request);
+    if (chosen.isEmpty()) return;
+    analyzeISOFiles(urlsOf(state_.isoFiles) + chosen);
+}
+
+void PolyJoinFlow::applyJoinModeDetection(const QStringList& folders, const QStringList& files) {
+    if (folders.size() == 1) {
+        state_.joinSourceFolder = folders.first();
+        state_.selectedJoinFiles = std::nullopt;
+        services_.info(kScan, QStringLiteral("Join source folder selected: ") + paths::lastComponent(folders.first()));
+    } else if (!folders.isEmpty()) {
+        state_.selectedJoinFiles = folders;
+        state_.joinSourceFolder = QString();
+        services_.info(kScan, QStringLiteral("Selected %1 folder(s) for joining").arg(folders.size()));
+    } else if (files.size() == 1) {
+        state_.selectedJoinFiles = files;
+        state_.joinSourceFolder = QString();
+        return analyzeISOFiles(files);
+    } else if (!files.isEmpty()) {
+        state_.selectedJoinFiles = files;
+        state_.joinSourceFolder = QString();
+        services_.info(kScan, QStringLiteral("Selected %1 ISO file(s)").arg(files.size()));
+    } else {
+        return;
+    }
+    scanAndGroupISOs();
+}
+
+void PolyJoinFlow::analyzeISOFiles(const QStringList& urls) {
+    state_.isAnalyzing = true;
+    if (!services_.requireFFprobe()) {
+        state_.isAnalyzing = false;
+        return;
+    }
+    services_.run(load(services_.eachOnce(urls), services_.begin(Task::isoAnalysis)));
+}
+
+QCoro::Task<> PolyJoinFlow::load(QStringList urls, TaskHandle handle) {
+    const auto work = [urls, autoOrder = state_.autoOrderChannels.value(), tools = services_.engineTools(),
+                       hooks = services_.hooks(handle)] { return loadISOs(urls, autoOrder, tools, hooks); };
+    const auto [loaded, failure] = co_await services_.attempt(work);
+    if (handle.isCancelled()) co_return;
+    state_.isAnalyzing = false;
+    if (loaded) {
+        showLoaded(*loaded);
+    } else {
+        services_.error(kScan, QStringLiteral("Analysis failed: ") + failure);
+    }
+}
+
+void PolyJoinFlow::showLoaded(const LoadedISOs& loaded) {
+    state_.batchJoinMode = false;
+    state_.showGroupReview = false;
+    state_.usedSmartShortcut = false;
+    setISOFiles(loaded.files);
+    state_.isoOrderingMethod = loaded.ordering;
+    state_.joinOutputName = suggestedName();
+    validateISOFiles();
+    services_.success(kScan, QStringLiteral("Loaded %1 files for joining").arg(loaded.files.size()));
+    logOrdering(loaded);
+    preview_.updatePreviewMix();
+}
+
+void PolyJoinFlow::logOrdering(const LoadedISOs& loaded) {
+    switch (loaded.ordering) {
+    case IsoOrdering::none: break;
+    case IsoOrdering::metadata:
+        services_.success(kScan,
+                          QStringLiteral("✅ Sorted by INTERLEAVE_INDEX from iXML metadata (ground truth ordering)"));
+        break;
+    case IsoOrdering::manifest: services_.info(kScan, QStringLiteral("Sorted files by manifest track order")); break;
+    case IsoOrdering::autoOrder:
+        services_.info(kScan, loaded.moved ? QStringLiteral("Auto-ordered files by track name")
+                                           : QStringLiteral("Auto-order enabled but files already in optimal order"));
+        break;
+    case IsoOrdering::selection:
+        services_.warning(kScan, QStringLiteral("⚠️ No metadata found - preserving file selection order"));
+        break;
+    }
+}
+
+void PolyJoinFlow::setISOFiles(std::vector<ISOFile> files) {
+    numberChannels(files);
+    state_.referenceISOIndex = 0;
+    if (!files.empty() && state_.joinOutputFolder.value().isEmpty()) {
+        state_.joinOutputFolder = paths::parent(files.front().url);
+    }
+    state_.isoFiles.assign(std::move(files));
+}
+
+void PolyJoinFlow::validateISOFiles() {
+    const std::vector<ISOFile>& files = state_.isoFiles.rows();
+    if (files.size() < 2) return;
+    const QStringList mismatches = isoMismatches(files);
+    for (const QString& mismatch : mismatches) services_.warning(kScan, mismatch);
+    if (!mismatches.isEmpty()) return;
+    const ISOFile& first = files.front();
+    const auto seconds = static_cast<qlonglong>(first.duration);
+    services_.success(kScan, QStringLiteral("All files validated: %1Hz, %2-bit, ~%3:%4")
+                                 .arg(first.sampleRate)
+                                 .arg(first.bitDepth)
+                                 .arg(seconds / 60)
+                                 .arg(seconds % 60, 2, 10, QLatin1Char('0')));
+}
+
+void PolyJoinFlow::moveISO(int row, int to) {
+    const int count = static_cast<int>(state_.isoFiles.size());
+    if (row < 0 || to < 0 || row >= count || to >= count || row == to) return;
+    std::vector<ISOFile> files = state_.isoFiles.rows();
+    const auto from = files.begin() + row;
+    row < to ? std::rotate(from, from + 1, files.begin() + to + 1) : std::rotate(files.begin() + to, from, from + 1);
+    numberChannels(files);
+    // The metadata goes on coming from the same file.
+    const int reference = state_.referenceISOIndex.value();
+    if (reference == row) {
+        state_.referenceISOIndex = to;
+    } else if (row < reference && reference <= to) {
+        state_.referenceISOIndex = reference - 1;
+    } else if (to <= reference && reference < row) {
+        state_.referenceISOIndex = reference + 1;
+    }
+    state_.isoFiles.assign(std::move(files));
+    preview_.updatePreviewMix();
+}
+
+void PolyJoinFlow::moveISOUp(int row) { moveISO(row, row - 1); }
+void PolyJoinFlow::moveISODown(int row) { moveISO(row, row + 1); }
+
+void PolyJoinFlow::updateChannelIndices() {
+    int number = 0;
+    state_.isoFiles.updateAll([&](ISOFile& file) { file.channelIndex = ++number; });
+}
+
+void PolyJoinFlow::setAllSelected(bool isSelected) {
+    state_.isoFiles.updateAll([&](ISOFile& file) { file.isSelected = isSelected; });
+    preview_.updatePreviewMix();
+}
+
+void PolyJoinFlow::setSelected(int row, bool isSelected) {
+    state_.isoFiles.update(static_cast<std::size_t>(row), [&](ISOFile& file) { file.isSelected = isSelected; });
+    preview_.updatePreviewMix();
+}
+
+void PolyJoinFlow::selectOutputFolder() {
+    const QString folder = services_.chooseFolder(QStringLiteral("Select folder where poly files will be created"));
+    if (!folder.isEmpty()) state_.joinOutputFolder = folder;
+}
+
+void PolyJoinFlow::clearOutputFolder() {
+    const auto& isos = state_.isoFiles;
+    state_.joinOutputFolder = isos.empty() ? QString() : paths::parent(isos[0].url);
+}
+
+QString PolyJoinFlow::suggestedName() const {
+    const bool keep = state_.joinKeepOriginalName.value();
+    if (state_.usedSmartShortcut.value() && state_.groupingResult.value()) {
+        return groupOutputName(state_.groupingResult.value()->groups.front(), keep);
+    }
+    return derivePolyName(urlsOf(state_.isoFiles), keep);
+}
+
+// A name that was suggested follows; one that a person typed stays.
+void PolyJoinFlow::setKeepOriginalName(bool keep) {
+    const bool isSuggested = state_.joinOutputName.value() == suggestedName();
+    state_.joinKeepOriginalName = keep;
+    if (isSuggested) state_.joinOutputName = suggestedName();
+}
+
+void PolyJoinFlow::setReviewsGroups(bool isOn) {
+    if (isOn == state_.showGroupReview.value() || !state_.usedSmartShortcut.value()) return;
+    state_.showGroupReview = isOn;
+    state_.batchJoinMode = isOn;
+    preview_.clearPlaybackState(); // it held the other list
+}
+
+bool PolyJoinFlow::canRunJoin() const {
+    const auto selected = std::ranges::count_if(state_.isoFiles.rows(), &ISOFile::isSelected);
+    return state_.ffmpegAvailable.value() && selected >= 2 && !state_.joinOutputName.value().isEmpty() &&
+           !state_.isProcessing.value();
+}
+
+bool PolyJoinFlow::canRunBatchJoin() const {
+    return state_.ffmpegAvailable.value() && !state_.reviewedGroups.empty() &&
+           !state_.joinOutputFolder.value().isEmpty() && !state_.isBatchJoining.value();
+}
+
+bool PolyJoinFlow::hasJoinSourceContent() const {
+    const auto& selected = state_.selectedJoinFiles.value();
+    return !state_.joinSourceFolder.value().isEmpty() || (selected && !selected->isEmpty()) || !state_.isoFiles.empty();
+}
+
+JoinOptions PolyJoinFlow::joinOptions() const {
+    JoinOptions options;
+    options.channelLayout = state_.joinChannelLayout.value();
+    options.preserveMetadata = state_.preserveMetadata.value();
+    options.skipIfExists = state_.skipIfExists.value();
+    options.overwriteExisting = state_.overwriteExisting.value();
+    options.keepOriginalName = state_.joinKeepOriginalName.value();
+    options.strict = state_.joinStrict.value();
+    options.downmix = state_.joinDownmix.value();
+    return options;
+}
+
+void PolyJoinFlow::runJoin() {
+    std::vector<ISOFile> isos;
+    for (const ISOFile& file : state_.isoFiles) {
+        if (file.isSelected) isos.push_back(file);
+    }
+    QString name = safeFileName(state_.joinOutputName.value());
+    const QString folder = state_.joinOutputFolder.value();
+    if (isos.size() < 2) return services_.error(kProcess, QStringLiteral("Need at least 2 files to join"));
+    if (name.isEmpty()) return services_.error(kProcess, QStringLiteral("Output name required"));
+    if (folder.isEmpty()) return services_.error(kProcess, QStringLiteral("Output folder required"));
+    if (!services_.requireFFmpeg()) return;
+    state_.resetTotals();
+    if (!mayMix(isos)) return;
+    state_.isProcessing = true;
+    state_.isJoining = true;
+    state_.joinProgress = 0;
+    const bool isWav = name.endsWith(QStringLiteral(".wav"), Qt::CaseInsensitive);
+    name = isWav ? fittedFileName(name.chopped(4), name.last(4)) : fittedFileName(name, QStringLiteral(".wav"));
+    services_.info(kProcess, QStringLiteral("Starting join: %1 files → %2").arg(isos.size()).arg(name));
+
+    std::ranges::stable_sort(isos, {}, &ISOFile::channelIndex);
+    JoinOptions options = joinOptions();
+    options.downmix = true; // asked above
+    const int reference = state_.referenceISOIndex.value();
+    if (reference >= 0 && reference < static_cast<int>(state_.isoFiles.size())) {
+        options.referenceISO = state_.isoFiles[static_cast<std::size_t>(reference)];
+    }
+    services_.run(join(isos, paths::append(folder, name), options, services_.begin(Task::join)));
+}
+
+// Everything in the selection is protected, joined or not.
+PolyEngineHooks PolyJoinFlow::hooksOfRun(const TaskHandle& handle) const {
+    QStringList sources = urlsOf(state_.isoFiles) + urlsOf(state_.ungroupedFiles);
+    for (const ISOGroupCandidate& group : state_.reviewedGroups) {
+        for (const ISOFile& iso : group.isoFiles) sources << iso.url;
+    }
+    PolyEngineHooks hooks = services_.hooks(handle);
+    hooks.ledger = std::make_shared<RunLedger>(sources);
+    return hooks;
+}
+
+// Whether files of several channels may be mixed to one: on the terminal an option says so, in the window a person.
+bool PolyJoinFlow::mayMix(const std::vector<ISOFile>& isos) {
+    QStringList names;
+    for (const ISOFile& iso : isos) {
+        if (iso.channelCount > 1) names << QStringLiteral("%1 (%2 channels)").arg(iso.fileName).arg(iso.channelCount);
+    }
+    if (names.isEmpty() || state_.joinDownmix.value()) return true;
+    AlertRequest alert;
+    alert.style = AlertRequest::Style::warning;
+    alert.title = QStringLiteral("Not all files are mono");
+    alert.text = QStringLiteral("%1 would be mixed to one channel each, which can't be undone in the poly.")
+                     .arg(names.join(QStringLiteral(", ")));
+    alert.buttons = {QStringLiteral("Mix to One Channel"), QStringLiteral("Cancel")};
+    alert.defaultButton = 1;
+    if (services_.desktop().showAlert(alert) == 0) return true;
+    const QString why = QStringLiteral("A join takes mono files: ") + names.join(QStringLiteral(", "));
+    services_.error(kProcess, why);
+    state_.errorCount = 1;
+    state_.lastOutcome = ItemOutcome::failure(why, urlsOf(state_.isoFiles));
+    return false;
+}
+
+QCoro::Task<> PolyJoinFlow::join(std::vector<ISOFile> isos, QString outputURL, JoinOptions options, TaskHandle handle) {
+    const PolyJoinEngine engine(services_.engineTools(), hooksOfRun(handle));
+    const auto progress = services_.follow(handle, [state = &state_](double fraction, const QString& step) {
+        state->joinProgress = fraction;
+        state->currentProcessingItem = step;
+    });
+    const auto work = [engine, isos, outputURL, options, progress] {
+        files::createFolder(paths::parent(outputURL));
+        return engine.join(isos, outputURL, options, progress);
+    };
+    const auto [result, failure] = co_await services_.attempt(work);
+    // A stopped join was finished all the same; a run that began meanwhile has the totals.
+    if (handle.isCancelled() && !state_.isCancelled.value()) co_return;
+    if (!failure.isEmpty()) services_.error(kProcess, failure);
+    showJoin(result ? result->outcome : ItemOutcome::failure(failure, {}), isos, outputURL);
+    if (handle.isCancelled()) co_return;
+    state_.isProcessing = false;
+    state_.isJoining = false;
+}
+
+void PolyJoinFlow::showJoin(ItemOutcome outcome, const std::vector<ISOFile>& isos, const QString& outputURL) {
+    if (outcome.succeeded()) {
+        state_.successCount = 1;
+        services_.success(kProcess, QStringLiteral("Join complete: ") + paths::lastComponent(outputURL));
+    } else if (outcome.skipped()) {
+        state_.skipCount = 1;
+    } else {
+        state_.errorCount = 1;
+        outcome.status = ProcessingStatus::failed(QStringLiteral("Join operation failed"));
+        services_.error(kProcess, QStringLiteral("Join failed"));
+    }
+    state_.createdFiles = outcome.outputs;
+    state_.lastOutcome = outcome;
+    if (state_.generateCSV.value())
+        services_.noteReport(writeJoinReport(state_, isos, outputURL, outcome, paths::parent(outputURL)));
+}
+
+void PolyJoinFlow::startBatchJoin() {
+    const std::vector<ISOGroupCandidate> groups = state_.reviewedGroups.rows();
+    if (groups.empty()) return services_.error(kProcess, QStringLiteral("No groups to process"));
+    if (state_.joinOutputFolder.value().isEmpty())
+        return services_.error(kProcess, QStringLiteral("Output folder required"));
+    if (!services_.requireFFmpeg()) return;
+    state_.resetTotals();
+    state_.isProcessing = true;
+    state_.isBatchJoining = true;
+    state_.batchJoinProgress = std::nullopt;
+    state_.batchJoinResults = std::nullopt;
+    services_.info(kProcess, QStringLiteral("Starting batch join: %1 groups").arg(groups.size()));
+    services_.run(batchJoin(groups, joinOptions(), services_.begin(Task::batchJoin)));
+}
+
+QCoro::Task<> PolyJoinFlow::batchJoin(std::vector<ISOGroupCandidate> groups, JoinOptions options, TaskHandle handle) {
+    const PolyJoinEngine engine(services_.engineTools(), hooksOfRun(handle));
+    const auto progress = services_.follow(handle, [state = &state_](const BatchJoinProgress& step) {
+        state->batchJoinProgress = step;
+        state->currentProcessingItem = step.currentGroup;
+    });
+    const auto work = [engine, groups, folder = state_.joinOutputFolder.value(), options, progress] {
+        files::createFolder(folder);
+        return engine.batchJoin(groups, folder, options, progress);
+    };
+    const auto [result, failure] = co_await services_.attempt(work);
+    if (handle.isCancelled()) {
+        if (result && state_.isCancelled.value()) countBatchJoin(*result, groups); // what was made until the stop
+        co_return;
+    }
+    if (result) {
+        showBatchJoin(*result, groups);
+    } else {
+        services_.error(kProcess, QStringLiteral("Batch join failed: ") + failure);
+        state_.errorCount = 1;
+    }
+    state_.isBatchJoining = false;
+    state_.isProcessing = false;
+}
+
+void PolyJoinFlow::countBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups) {
+    state_.batchJoinResults = result;
+    state_.successCount = result.successCount;
+    state_.skipCount = result.skipCount;
+    state_.errorCount = result.errorCount;
+    QStringList created;
+    for (const GroupJoinResult& row : result.groupResults) {
+        created << row.outcome.outputs;
+    }
+    state_.createdFiles = created;
+    if (state_.generateCSV.value()) {
+        services_.noteReport(writeBatchJoinReport(state_, groups, result, state_.joinOutputFolder.value()));
+    }
+}
+
+void PolyJoinFlow::showBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups) {
+    services_.success(kProcess, QStringLiteral("Batch join complete: %1 groups → %2 polys")
+                                    .arg(result.processedGroups)
+                                    .arg(result.totalPolysCreated));
+    if (result.errorCount > 0)
+        services_.warning(kProcess, QStringLiteral("%1 groups had errors").arg(result.errorCount));
+    countBatchJoin(result, groups);
+}
+
+void PolyJoinFlow::clearJoinData() {
+    services_.cancel(Task::isoAnalysis);
+    services_.cancel(Task::grouping);
+    state_.isScanningJoinISOs = false;
+    state_.isoFiles.clear();
+    state_.joinOutputName = QString();
+    state_.referenceISOIndex = 0;
+    state_.isoOrderingMethod = IsoOrdering::none;
+    state_.joinSourceFolder = QString();
+    state_.selectedJoinFiles = std::nullopt;
+    state_.groupingResult = std::nullopt;
+    state_.reviewedGroups.clear();
+    state_.ungroupedFiles.clear();
+    state_.batchJoinResults = std::nullopt;
+    state_.batchJoinProgress = std::nullopt;
+    state_.usedSmartShortcut = false;
+    state_.showGroupReview = false;
+    preview_.clearPlaybackState();
+    services_.info(LogCategory::system, QStringLiteral("Cleared join data - ready for new files"));
+}
+
+} // namespace ostrel

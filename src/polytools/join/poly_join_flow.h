@@ -1,0 +1,67 @@
+// The Join mode: loading ISOs, grouping a pile of them into takes, and the runs.
+#pragma once
+
+#include "polytools/grouping/iso_loader.h"
+#include "polytools/services/poly_tools_services.h"
+#include "polytools/services/poly_tools_state.h"
+
+#include <QStringList>
+
+namespace ostrel {
+
+class PolyPreview;
+
+class PolyJoinFlow {
+public:
+    PolyJoinFlow(PolyToolsState& state, PolyToolsServices& services, PolyPreview& preview)
+        : state_(state), services_(services), preview_(preview) {}
+
+    // Folders win over files. One file is loaded, anything more is grouped.
+    void applyJoinModeDetection(const QStringList& folders, const QStringList& files);
+    void selectISOFiles(); // in addition to those that are loaded
+    void analyzeISOFiles(const QStringList& urls);
+    void scanAndGroupISOs();
+    void selectOutputFolder();
+    void clearOutputFolder(); // back to that of the loaded ISOs
+    void setKeepOriginalName(bool keep);
+    void setReviewsGroups(bool isOn); // of the one group that the shortcut took
+
+    void moveISOUp(int row);
+    void moveISODown(int row);
+    void moveISO(int row, int to);
+    void updateChannelIndices();
+    void setAllSelected(bool isSelected);
+    void setSelected(int row, bool isSelected);
+
+    bool canRunJoin() const;
+    bool canRunBatchJoin() const;
+    bool hasJoinSourceContent() const;
+    void runJoin();
+    void startBatchJoin();
+    void clearJoinData();
+
+private:
+    QCoro::Task<> load(QStringList urls, TaskHandle handle);
+    void showLoaded(const LoadedISOs& loaded);
+    void logOrdering(const LoadedISOs& loaded);
+    void validateISOFiles();
+    QString suggestedName() const;
+    QCoro::Task<> group(TaskHandle handle);
+    void showGroups(const GroupingResult& result);
+    void takeShortcut(const ISOGroupCandidate& group);
+    void setISOFiles(std::vector<ISOFile> files);
+    QCoro::Task<> join(std::vector<ISOFile> isos, QString outputURL, JoinOptions options, TaskHandle handle);
+    void showJoin(ItemOutcome outcome, const std::vector<ISOFile>& isos, const QString& outputURL);
+    QCoro::Task<> batchJoin(std::vector<ISOGroupCandidate> groups, JoinOptions options, TaskHandle handle);
+    void countBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups);
+    void showBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups);
+    PolyEngineHooks hooksOfRun(const TaskHandle& handle) const;
+    bool mayMix(const std::vector<ISOFile>& isos);
+    JoinOptions joinOptions() const;
+
+    PolyToolsState& state_;
+    PolyToolsServices& services_;
+    PolyPreview& preview_;
+};
+
+} // namespace ostrel

@@ -1,0 +1,108 @@
+// The Join mode's grouping of a pile of ISOs into takes.
+#include "foundation/domain_error.h"
+#include "platform/files/files.h"
+#include "platform/paths.h"
+#include "polytools/grouping/iso_grouping_engine.h"
+#include "polytools/join/poly_join_flow.h"
+#include "polytools/preview/poly_preview.h"
+
+namespace ostrel {
+namespace {
+
+using Task = PolyToolsServices::Task;
+constexpr LogCategory kScan = LogCategory::scan;
+
+// What is to be grouped: a folder, folders, or files.
+struct Pile {
+    QString folder;
+    QStringList selection;
+    bool recursive = true;
+
+    bool holdsFolders() const { return !selection.isEmpty() && paths::isFolder(selection.first()); }
+};
+
+GroupingResult groupPile(const ISOGroupingEngine& engine, const Pile& pile) {
+    if (!pile.folder.isEmpty()) return engine.groupISOFilesInFolder(pile.folder, pile.recursive);
+    if (pile.selection.isEmpty()) {
+        throw DomainError(QStringLiteral("Grouping"), 1, QStringLiteral("No source folder or files selected"));
+    }
+    if (!pile.holdsFolders()) return engine.groupISOFiles(pile.selection);
+    return engine.groupISOFilesInFolders(pile.selection, pile.recursive);
+}
+
+} // namespace
+
+void PolyJoinFlow::scanAndGroupISOs() {
+    const auto& selected = state_.selectedJoinFiles.value();
+    if (state_.joinSourceFolder.value().isEmpty() && !selected) {
+        return services_.error(kScan, QStringLiteral("Select files or folder to process"));
+    }
+    if (!state_.ffmpegAvailable.value()) {
+        return services_.error(LogCategory::system, QStringLiteral("ffmpeg/ffprobe not available"));
+    }
+    state_.isScanningJoinISOs = true;
+    state_.isCancelled = false;
+    if (!selected) {
+        services_.info(kScan, QStringLiteral("🔍 Scanning folder for ISO groups..."));
+    } else if (!selected->isEmpty() && paths::isFolder(selected->first())) {
+        services_.info(kScan, QStringLiteral("Scanning %1 folder(s) for ISO groups...").arg(selected->size()));
+    } else {
+        services_.info(kScan, QStringLiteral("Scanning %1 ISO file(s)...").arg(selected->size()));
+    }
+    services_.run(group(services_.begin(Task::grouping)));
+}
+
+QCoro::Task<> PolyJoinFlow::group(TaskHandle handle) {
+    GroupingHooks hooks;
+    hooks.isStopped = [handle] { return handle.isCancelled(); };
+    hooks.onFile = services_.follow(
+        handle, [state = &state_](int done, int total) { state->groupingProgress = std::pair(done, total); });
+    const ISOGroupingEngine engine(state_.ffprobePath.value(), state_.bwfmetaeditPath.value(), hooks);
+    const Pile pile{state_.joinSourceFolder.value(), state_.selectedJoinFiles.value().value_or(QStringList()),
+                    state_.joinRecursiveScan.value()};
+    const auto work = [engine, pile] { return groupPile(engine, pile); };
+    const auto [result, failure] = co_await services_.attempt(work);
+    if (handle.isCancelled()) co_return;
+    state_.isScanningJoinISOs = false;
+    state_.groupingProgress = std::nullopt;
+    if (result) {
+        showGroups(*result);
+    } else {
+        services_.error(kScan, QStringLiteral("Grouping failed: ") + failure);
+    }
+}
+
+void PolyJoinFlow::showGroups(const GroupingResult& result) {
+    for (const QString& sentence : result.remarks) services_.warning(kScan, sentence);
+    state_.groupingResult = result;
+    state_.reviewedGroups.assign(result.groups);
+    state_.ungroupedFiles.assign(result.ungroupedFiles);
+    const bool isClear = result.groups.size() == 1 && result.ungroupedFiles.empty() &&
+                         result.groups.front().isoFiles.size() >= 2 &&
+                         result.groups.front().confidence == GroupConfidence::high;
+    state_.usedSmartShortcut = isClear;
+    state_.showGroupReview = !isClear;
+    state_.batchJoinMode = !isClear;
+    if (isClear) return takeShortcut(result.groups.front());
+    services_.success(kScan, result.summary());
+    if (result.lowConfidenceCount > 0) {
+        services_.warning(
+            kScan, QStringLiteral("%1 groups have low confidence - please review").arg(result.lowConfidenceCount));
+    }
+}
+
+// One take beyond doubt: nothing to review, so it goes the way of a single join.
+void PolyJoinFlow::takeShortcut(const ISOGroupCandidate& group) {
+    setISOFiles(group.sortedISOs());
+    state_.joinOutputName = suggestedName();
+    const QString take = !group.scene.isEmpty() && !group.take.isEmpty()
+                             ? QStringLiteral("%1-T%2").arg(group.scene, group.take)
+                             : group.suggestedOutputName();
+    services_.success(kScan, QStringLiteral("✅ Detected 1 group: %1 (%2 ISOs)").arg(take).arg(group.isoFiles.size()));
+    services_.info(kScan,
+                   QStringLiteral("Tip: Click 'Show details' or enable 'Review groups before joining' to see full "
+                                  "grouping info"));
+    preview_.updatePreviewMix();
+}
+
+} // namespace ostrel

@@ -1,0 +1,65 @@
+#include "polytools/records/poly_track_reading.h"
+
+#include "foundation/tools/ffprobe_parser.h"
+#include "platform/files/files.h"
+#include "platform/paths.h"
+#include "platform/processes/child_process.h"
+#include "polytools/records/ixml_track_list.h"
+
+#include <algorithm>
+
+namespace ostrel {
+namespace {
+
+std::vector<TrackInfo> parseAllTracks(const QString& ixml) {
+    std::vector<TrackInfo> result;
+    for (const SourceTrack& track : parseTrackBlocks(ixml)) {
+        result.push_back({track.name, track.channelIndex, track.interleaveIndex});
+    }
+    std::ranges::stable_sort(result, {}, &TrackInfo::interleaveIndex);
+    return result;
+}
+
+} // namespace
+
+PolyFile readPolyFile(const QString& url, const QString& ffprobePath) {
+    const FileAnalysis analysis = FFProbeParser::analyzeFile(url, ffprobePath);
+    PolyFile poly;
+    poly.url = url;
+    poly.fileName = paths::lastComponent(url);
+    poly.channelCount = analysis.channels;
+    poly.channelLayout = analysis.channelLayout;
+    poly.sampleRate = analysis.sampleRate;
+    poly.bitDepth = analysis.bitDepth;
+    poly.codecName = analysis.codecName;
+    poly.duration = analysis.duration;
+    poly.fileSize = analysis.fileSize;
+    return poly;
+}
+
+TrackReading readTrackInfo(const QString& url, const QString& bwfmetaeditPath) {
+    if (bwfmetaeditPath.isEmpty()) return {};
+    try {
+        const QString ixml = exportIXML(bwfmetaeditPath, url).value_or(QString());
+        return {parseAllTracks(ixml), !ixml.isEmpty()};
+    } catch (const ProcessLaunchError&) {
+        return {}; // no tool, no names
+    } catch (const FileError&) {
+        return {};
+    }
+}
+
+BatchPolyMetadata readBatchPolyMetadata(const QString& url, const QString& ffprobePath,
+                                        const QString& bwfmetaeditPath) {
+    const PolyFile poly = readPolyFile(url, ffprobePath);
+    BatchPolyMetadata metadata;
+    metadata.url = url;
+    metadata.baseName = paths::stem(url);
+    metadata.channelCount = poly.channelCount;
+    metadata.sampleRate = poly.sampleRate;
+    metadata.duration = poly.duration;
+    metadata.trackInfo = readTrackInfo(url, bwfmetaeditPath).tracks;
+    return metadata;
+}
+
+} // namespace ostrel

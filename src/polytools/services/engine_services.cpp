@@ -1,0 +1,50 @@
+#include "polytools/services/engine_services.h"
+
+#include "foundation/logs/debug_log.h"
+#include "foundation/tools/ffprobe_parser.h"
+#include "metadata/metadata_engine.h"
+#include "metadata/riff_chunks.h"
+#include "metadata/universal_metadata_engine.h"
+#include "platform/files/files.h"
+#include "platform/paths.h"
+#include "platform/processes/child_process.h"
+#include "platform/processes/ffmpeg_fault.h"
+
+namespace ostrel {
+
+void EngineLog::debug(const QString& message) const { appendToDebugLog(tag_, message); }
+
+void EngineLog::add(LogLevel level, LogCategory category, const QString& message) {
+    ProcessingLogEntry entry;
+    entry.level = level;
+    entry.category = category;
+    entry.message = message;
+    entry.baseName = baseName_;
+    if (hooks_.onLogEntry) hooks_.onLogEntry(entry);
+    entries_.push_back(std::move(entry));
+}
+
+void append(std::vector<ProcessingLogEntry>& log, std::vector<ProcessingLogEntry> more) {
+    log.insert(log.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+QString describe(const std::exception& error) {
+    if (const auto* launch = dynamic_cast<const ProcessLaunchError*>(&error)) return launch->description;
+    if (const auto* file = dynamic_cast<const FileError*>(&error)) return file->description;
+    if (const auto* metadata = dynamic_cast<const MetadataError*>(&error)) return metadata->errorDescription();
+    if (const auto* probe = dynamic_cast<const FFProbeError*>(&error)) return probe->errorDescription();
+    if (const auto* riff = dynamic_cast<const RIFFError*>(&error)) return riff->errorDescription();
+    return QString::fromUtf8(error.what());
+}
+
+MetadataPreservationResult withoutIXML(MetadataPreservationResult capture) {
+    std::erase_if(capture.riffChunks, [](const RIFFChunk& chunk) { return chunk.id == "iXML"; });
+    return capture;
+}
+
+QString faultText(const ProcessResult& result) {
+    const QString fault = ffmpegFault(result);
+    return fault.isEmpty() ? QStringLiteral("Unknown error") : fault;
+}
+
+} // namespace ostrel

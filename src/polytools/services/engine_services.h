@@ -1,0 +1,78 @@
+// What the engines of this room share: the tools they run, how they tell what happens, when they stop.
+#pragma once
+
+#include "foundation/logs/processing_log.h"
+
+#include <QString>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace ostrel {
+
+class Journal;
+class RunLedger;
+class UniversalMetadataEngine;
+struct MetadataPreservationResult;
+struct ProcessResult;
+
+// Absolute paths; empty where a tool was not found. Without a metadata engine outputs keep what ffmpeg carries over.
+struct PolyEngineTools {
+    QString ffmpegPath;
+    QString ffprobePath;
+    QString bwfmetaeditPath;
+    std::shared_ptr<const UniversalMetadataEngine> universalEngine;
+};
+
+// Both are called on the engine's own thread and may be empty.
+struct PolyEngineHooks {
+    std::function<void(const ProcessingLogEntry&)> onLogEntry; // each entry, as it comes about
+    std::function<bool()> isStopped;                           // asked ahead of every file and channel
+    // Of the run: what it must not write over, and the record of what it replaces. An engine that is called by itself
+    // goes without: it then protects its own sources alone.
+    std::shared_ptr<RunLedger> ledger;
+    std::shared_ptr<Journal> journal;
+
+    bool stopped() const { return isStopped && isStopped(); }
+};
+
+// The log of one engine call: entries for the person, lines for the debug log.
+class EngineLog {
+public:
+    // `tag` names the engine in the debug log, `baseName` the item in every entry.
+    EngineLog(const PolyEngineHooks& hooks, const QString& tag, const QString& baseName)
+        : hooks_(hooks), tag_(tag), baseName_(baseName) {}
+
+    void info(LogCategory category, const QString& message) { add(LogLevel::info, category, message); }
+    void success(LogCategory category, const QString& message) { add(LogLevel::success, category, message); }
+    void warning(LogCategory category, const QString& message) { add(LogLevel::warning, category, message); }
+    void error(LogCategory category, const QString& message) { add(LogLevel::error, category, message); }
+    void debug(const QString& message) const;
+
+    std::vector<ProcessingLogEntry> take() { return std::exchange(entries_, {}); }
+
+private:
+    void add(LogLevel level, LogCategory category, const QString& message);
+
+    const PolyEngineHooks& hooks_;
+    QString tag_;
+    QString baseName_;
+    std::vector<ProcessingLogEntry> entries_;
+};
+
+void append(std::vector<ProcessingLogEntry>& log, std::vector<ProcessingLogEntry> more);
+
+// What any of the errors that the metadata subsystem and the platform throw says to a person.
+QString describe(const std::exception& error);
+
+// The capture as it is put on an output whose iXML is written afterwards: less the source's own iXML. To splice that in
+// ahead of the audio and replace it a moment later would move the audio twice, and a source with two of them would make
+// an output that bwfmetaedit refuses.
+MetadataPreservationResult withoutIXML(MetadataPreservationResult capture);
+
+// The line of a failed ffmpeg run that tells the fault; "Unknown error" where none does.
+QString faultText(const ProcessResult& result);
+
+} // namespace ostrel

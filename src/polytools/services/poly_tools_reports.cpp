@@ -1,0 +1,265 @@
+#include "polytools/services/poly_tools_reports.h"
+
+#include "foundation/logs/csv_report_generator.h"
+#include "platform/paths.h"
+
+#include <QLocale>
+#include <algorithm>
+
+namespace ostrel {
+namespace {
+
+using Pairs = CSVReportGenerator::Pairs;
+
+QString number(auto value) { return QString::number(value); }
+QString depthText(int bitDepth) { return QStringLiteral("%1-bit").arg(bitDepth); }
+QString rateText(int sampleRate) { return QStringLiteral("%1 Hz").arg(sampleRate); }
+QString yesNo(bool value) { return value ? QStringLiteral("Yes") : QStringLiteral("No"); }
+QString sizeText(quint64 bytes) {
+    return QLocale::c().formattedDataSize(static_cast<qint64>(bytes), 1, QLocale::DataSizeTraditionalFormat);
+}
+
+QString namesOf(const QStringList& urls) {
+    QStringList names;
+    for (const QString& url : urls) names << paths::lastComponent(url);
+    return names.join(QStringLiteral("; "));
+}
+
+QStringList numbersOf(const std::vector<int>& values) {
+    QStringList texts;
+    for (const int value : values) texts << number(value);
+    return texts;
+}
+
+// One row of a join report.
+QStringList joinRow(int groupNumber, const ISOGroupCandidate& group, const QString& confidence,
+                    const QString& outputFile, const ProcessingStatus& status, const QString& error) {
+    const std::vector<ISOFile> isos = group.sortedISOs();
+    QStringList names;
+    for (const ISOFile& iso : isos) names << iso.fileName;
+    const ISOFile first = isos.empty() ? ISOFile() : isos.front();
+    return {QStringLiteral("Group %1").arg(groupNumber),
+            outputFile,
+            number(isos.size()),
+            names.join(QStringLiteral(" | ")),
+            rateText(first.sampleRate),
+            depthText(first.bitDepth),
+            CSVReportGenerator::formatDuration(group.duration.value_or(first.duration)),
+            confidence,
+            rawText(group.groupingMethod),
+            group.scene,
+            group.take,
+            CSVReportGenerator::statusString(status),
+            error};
+}
+
+QString confidenceText(const ISOGroupCandidate& group) {
+    return group.groupingMethod == GroupingMethod::manual ? QStringLiteral("Manual") : rawText(group.confidence);
+}
+
+struct JoinCounts {
+    qsizetype groups = 0;
+    int created = 0;
+    int success = 0;
+    int errors = 0;
+};
+
+QString writeJoin(const PolyToolsState& state, const ISOFile& first, qsizetype isoCount, const JoinCounts& counts,
+                  const QVector<QStringList>& rows, const QString& outputFolder) {
+    const QString folder = state.joinSourceFolder.value();
+    Pairs metadata;
+    if (folder.isEmpty()) {
+        metadata << std::pair(QStringLiteral("Source Files"),
+                              namesOf(state.selectedJoinFiles.value().value_or(QStringList())));
+    } else {
+        metadata << std::pair(QStringLiteral("Source Folder"), folder);
+    }
+    metadata << std::pair(QStringLiteral("Output Folder"), outputFolder)
+             << std::pair(QStringLiteral("Channel Layout"), rawText(state.joinChannelLayout.value()))
+             << std::pair(QStringLiteral("Total Source ISOs"), number(isoCount))
+             << std::pair(QStringLiteral("Groups Processed"), number(counts.groups))
+             << std::pair(QStringLiteral("Polys Created"), number(counts.created))
+             << std::pair(QStringLiteral("Success"), number(counts.success))
+             << std::pair(QStringLiteral("Errors"), number(counts.errors))
+             << std::pair(QStringLiteral("Sample Rate"), rateText(first.sampleRate))
+             << std::pair(QStringLiteral("Bit Depth"), depthText(first.bitDepth))
+             << std::pair(QStringLiteral("Keep Original Name"), yesNo(state.joinKeepOriginalName.value()))
+             << std::pair(QStringLiteral("Skip If Exists"), yesNo(state.skipIfExists.value()))
+             << std::pair(QStringLiteral("Overwrite Existing"), yesNo(state.overwriteExisting.value()));
+    const QStringList headers{
+        QStringLiteral("Group"),       QStringLiteral("Output File"), QStringLiteral("Channels"),
+        QStringLiteral("Source ISOs"), QStringLiteral("Sample Rate"), QStringLiteral("Bit Depth"),
+        QStringLiteral("Duration"),    QStringLiteral("Confidence"),  QStringLiteral("Grouping Method"),
+        QStringLiteral("Scene"),       QStringLiteral("Take"),        QStringLiteral("Status"),
+        QStringLiteral("Error")};
+    const Pairs summary{{QStringLiteral("Total Groups"), number(counts.groups)},
+                        {QStringLiteral("Total Polys Created"), number(counts.created)},
+                        {QStringLiteral("Success"), number(counts.success)},
+                        {QStringLiteral("Errors"), number(counts.errors)}};
+    return CSVReportGenerator::generate(QStringLiteral("PolyJoin"), metadata, headers, rows, summary, outputFolder);
+}
+
+// "Channel removal (channels 2, 4) + Track rename (1)", or "None".
+QString editsApplied(const PolyToolsState& state) {
+    QStringList parts;
+    if (const auto& filter = state.channelRemovalFilter.value()) {
+        parts << (filter->selectedChannelIndices.empty()
+                      ? QStringLiteral("Channel removal (tracks containing: %1)").arg(filter->nameContainsFilter)
+                      : QStringLiteral("Channel removal (channels: %1)")
+                            .arg(joinedNumbers(filter->selectedChannelIndices)));
+    }
+    if (const auto& reorder = state.channelReorderMap.value()) {
+        parts << QStringLiteral("Channel reorder (%1)").arg(numbersOf(*reorder).join(QStringLiteral(", ")));
+    }
+    if (!state.channelRemovalRenameMap.value().empty()) {
+        parts << QStringLiteral("Track rename (%1)").arg(state.channelRemovalRenameMap.value().size());
+    }
+    return parts.isEmpty() ? QStringLiteral("None") : parts.join(QStringLiteral(" + "));
+}
+
+} // namespace
+
+QString writeSplitReport(const PolyToolsState& state, const QString& outputFolder) {
+    const PolyFile poly = state.polyFile.value().value_or(PolyFile());
+    const Pairs metadata{
+        {QStringLiteral("Source File"), poly.fileName},
+        {QStringLiteral("Source Path"), poly.url},
+        {QStringLiteral("Channels"), number(poly.channelCount)},
+        {QStringLiteral("Sample Rate"), rateText(poly.sampleRate)},
+        {QStringLiteral("Bit Depth"), depthText(poly.bitDepth)},
+        {QStringLiteral("Codec"), poly.codecName.isEmpty() ? QStringLiteral("Unknown") : poly.codecName},
+        {QStringLiteral("Duration"), CSVReportGenerator::formatDuration(poly.duration)},
+        {QStringLiteral("File Size"), sizeText(poly.fileSize)},
+        {QStringLiteral("Output Folder"), outputFolder},
+        {QStringLiteral("Naming Pattern"), rawText(state.splitNamingPattern.value())}};
+    const QStringList headers{QStringLiteral("Channel"),     QStringLiteral("Track Name"),
+                              QStringLiteral("Output File"), QStringLiteral("Sample Rate"),
+                              QStringLiteral("Bit Depth"),   QStringLiteral("Status")};
+    QVector<QStringList> rows;
+    for (const ChannelItem& item : state.channelItems) {
+        rows << QStringList{number(item.channelIndex + 1), item.trackName,           item.outputFileName,
+                            rateText(poly.sampleRate),     depthText(poly.bitDepth), displayName(item.status)};
+    }
+    const Pairs summary{{QStringLiteral("Total Channels"), number(poly.channelCount)},
+                        {QStringLiteral("ISOs Created"), number(state.successCount.value())},
+                        {QStringLiteral("Errors"), number(state.errorCount.value())}};
+    return CSVReportGenerator::generate(QStringLiteral("PolySplit"), metadata, headers, rows, summary, outputFolder);
+}
+
+QString writeBatchSplitReport(const PolyToolsState& state, const QString& outputFolder) {
+    const BatchSplitResult results = state.batchResults.value().value_or(BatchSplitResult());
+    const auto& selected = state.selectedFiles.value();
+    const Pairs metadata{{QStringLiteral("Source"), selected ? namesOf(*selected) : state.sourceFolder.value()},
+                         {QStringLiteral("Output Folder"), outputFolder},
+                         {QStringLiteral("Organization"), rawText(state.folderOrganization.value())},
+                         {QStringLiteral("Recursive"), yesNo(state.recursiveScan.value())},
+                         {QStringLiteral("Files Processed"), number(results.processedFiles)},
+                         {QStringLiteral("Total ISOs Created"), number(results.totalISOsCreated)},
+                         {QStringLiteral("Success"), number(results.successCount)},
+                         {QStringLiteral("Errors"), number(results.errorCount)},
+                         {QStringLiteral("Skipped"), number(results.skipCount)}};
+    const QStringList headers{
+        QStringLiteral("Source File"), QStringLiteral("Source Path"),  QStringLiteral("Channels"),
+        QStringLiteral("Track Names"), QStringLiteral("ISOs Created"), QStringLiteral("Sample Rate"),
+        QStringLiteral("Bit Depth"),   QStringLiteral("Duration"),     QStringLiteral("Output Folder"),
+        QStringLiteral("Status"),      QStringLiteral("Error")};
+    QVector<QStringList> rows;
+    for (const PolyFileResult& row : results.fileResults) {
+        rows << QStringList{row.fileName,
+                            row.poly.url,
+                            number(row.channelCount),
+                            row.trackNames.join(QStringLiteral(" | ")),
+                            number(row.isosCreated),
+                            rateText(row.poly.sampleRate),
+                            depthText(row.poly.bitDepth),
+                            CSVReportGenerator::formatDuration(row.poly.duration),
+                            row.outputFolder,
+                            CSVReportGenerator::statusString(row.outcome.status),
+                            row.outcome.message};
+    }
+    const Pairs summary{{QStringLiteral("Total Poly Files"), number(results.processedFiles)},
+                        {QStringLiteral("Success"), number(results.successCount)},
+                        {QStringLiteral("Errors"), number(results.errorCount)},
+                        {QStringLiteral("Skipped"), number(results.skipCount)}};
+    return CSVReportGenerator::generate(QStringLiteral("BatchSplit"), metadata, headers, rows, summary, outputFolder);
+}
+
+QString writeJoinReport(const PolyToolsState& state, const std::vector<ISOFile>& joined, const QString& outputURL,
+                        const ItemOutcome& outcome, const QString& outputFolder) {
+    ISOGroupCandidate group;
+    group.isoFiles = joined;
+    group.groupingMethod = GroupingMethod::manual;
+    const bool made = outcome.succeeded();
+    const bool failed = outcome.failed();
+    const QStringList row = joinRow(1, group, confidenceText(group), paths::lastComponent(outputURL), outcome.status,
+                                    failed ? outcome.message : QString());
+    const ISOFile first = joined.empty() ? ISOFile() : joined.front();
+    return writeJoin(state, first, static_cast<qsizetype>(joined.size()), {1, made, made, failed}, {row}, outputFolder);
+}
+
+QString writeBatchJoinReport(const PolyToolsState& state, const std::vector<ISOGroupCandidate>& groups,
+                             const BatchJoinResult& results, const QString& outputFolder) {
+    QVector<QStringList> rows;
+    qsizetype isoCount = 0;
+    ISOFile first;
+    for (const ISOGroupCandidate& group : groups) {
+        if (isoCount == 0 && !group.isoFiles.empty()) first = group.isoFiles.front();
+        isoCount += static_cast<qsizetype>(group.isoFiles.size());
+        const auto result = std::ranges::find(results.groupResults, group.id, &GroupJoinResult::groupId);
+        if (result == results.groupResults.end() || !result->isReported) continue;
+        const int groupNumber = static_cast<int>(&group - groups.data()) + 1;
+        rows << joinRow(groupNumber, group, confidenceText(group), result->outputName + QStringLiteral(".wav"),
+                        result->outcome.status, result->outcome.message);
+    }
+    const JoinCounts counts{results.processedGroups, results.totalPolysCreated, results.successCount,
+                            results.errorCount};
+    return writeJoin(state, first, isoCount, counts, rows, outputFolder);
+}
+
+QString writeEditReport(const PolyToolsState& state, const QStringList& files, const BatchSplitResult& results,
+                        const QString& outputFolder) {
+    const bool inPlace = state.editPolyEditInPlace.value() && !state.channelReorderMap.value();
+    Pairs metadata{{QStringLiteral("Mode"), inPlace ? QStringLiteral("In-Place") : QStringLiteral("New File")},
+                   {QStringLiteral("Edits Applied"), editsApplied(state)}};
+    if (state.selectedFiles.value()) {
+        metadata << std::pair(QStringLiteral("Source Files"), namesOf(files));
+    } else {
+        metadata << std::pair(QStringLiteral("Source Folder"), state.sourceFolder.value());
+    }
+    metadata << std::pair(QStringLiteral("Output Folder"),
+                          inPlace ? QStringLiteral("Same as source (in-place)") : state.splitOutputFolder.value())
+             << std::pair(QStringLiteral("Files Processed"), number(results.processedFiles))
+             << std::pair(QStringLiteral("Success"), number(results.successCount))
+             << std::pair(QStringLiteral("Errors"), number(results.errorCount))
+             << std::pair(QStringLiteral("Skipped"), number(results.skipCount));
+    const QStringList headers{QStringLiteral("Source File"),
+                              QStringLiteral("Source Path"),
+                              QStringLiteral("Original Channels"),
+                              QStringLiteral("Result Channels"),
+                              QStringLiteral("Track Names"),
+                              QStringLiteral("Sample Rate"),
+                              QStringLiteral("Duration"),
+                              QStringLiteral("Output"),
+                              QStringLiteral("Status"),
+                              QStringLiteral("Error")};
+    QVector<QStringList> rows;
+    for (const PolyFileResult& row : results.fileResults) {
+        rows << QStringList{row.fileName,
+                            row.sourceURL,
+                            QStringLiteral("%1ch").arg(row.channelCount),
+                            QStringLiteral("%1ch").arg(row.resultChannels),
+                            row.trackNames.join(QStringLiteral(" | ")),
+                            rateText(row.poly.sampleRate),
+                            CSVReportGenerator::formatDuration(row.poly.duration),
+                            namesOf(row.outcome.outputs),
+                            CSVReportGenerator::statusString(row.outcome.status),
+                            row.outcome.message};
+    }
+    const Pairs summary{{QStringLiteral("Total Files"), number(results.processedFiles)},
+                        {QStringLiteral("Success"), number(results.successCount)},
+                        {QStringLiteral("Errors"), number(results.errorCount)},
+                        {QStringLiteral("Skipped"), number(results.skipCount)}};
+    return CSVReportGenerator::generate(QStringLiteral("PolyEdit"), metadata, headers, rows, summary, outputFolder);
+}
+
+} // namespace ostrel

@@ -1,0 +1,137 @@
+#include "polytools/services/poly_tools_services.h"
+
+#include "foundation/run/journal.h"
+#include "platform/diagnostics.h"
+#include "platform/files/unique_files.h"
+#include "platform/paths.h"
+
+namespace ostrel {
+namespace {
+
+ProcessingLogEntry entryOf(LogLevel level, LogCategory category, const QString& message) {
+    ProcessingLogEntry entry;
+    entry.level = level;
+    entry.category = category;
+    entry.message = message;
+    return entry;
+}
+
+QString word(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
+
+} // namespace
+
+PolyToolsServices::PolyToolsServices(QObject& owner, PolyToolsState& state, DesktopServices& desktop,
+                                     std::unique_ptr<ExternalToolDetector> detector, std::function<void()> onTaskEnded)
+    : owner_(owner), state_(state), desktop_(desktop),
+      detector_(detector ? std::move(detector) : std::make_unique<ExternalToolDetector>()),
+      onTaskEnded_(std::move(onTaskEnded)) {}
+
+void PolyToolsServices::checkTools() {
+    detector_->detectTools();
+    state_.ffmpegAvailable = detector_->ffmpegAvailable.value();
+    state_.ffprobePath = detector_->ffprobePath.value();
+    state_.ffmpegPath = detector_->ffmpegPath.value();
+    state_.bwfmetaeditAvailable = detector_->bwfmetaeditAvailable.value();
+    state_.bwfmetaeditPath = detector_->bwfmetaeditPath.value();
+    manifestExtractor_.reset();
+    universalEngine_.reset();
+    if (const QString path = state_.bwfmetaeditPath.value(); !path.isEmpty()) {
+        manifestExtractor_.emplace(path, manifestLogger());
+        universalEngine_ = std::make_shared<UniversalMetadataEngine>(path);
+    } else {
+        printDiagnostic(QStringLiteral("[PolyToolsVM] bwfmetaedit not found: no manifests, no metadata"));
+    }
+    info(LogCategory::system,
+         QStringLiteral("Tools checked: ffmpeg=%1, bwfmetaedit=%2")
+             .arg(word(state_.ffmpegAvailable.value()), word(state_.bwfmetaeditAvailable.value())));
+}
+
+// Called on the threads that extract.
+MetadataManifestExtractor::Logger PolyToolsServices::manifestLogger() const {
+    return [hop = hop(), state = &state_](const QString& message) {
+        hop([state, entry = entryOf(LogLevel::info, LogCategory::system, message)] {
+            state->logEntries.append(entry);
+        });
+    };
+}
+
+PolyEngineTools PolyToolsServices::engineTools() const {
+    return {state_.ffmpegPath.value(), state_.ffprobePath.value(), state_.bwfmetaeditPath.value(), universalEngine_};
+}
+
+const MetadataManifestExtractor* PolyToolsServices::manifestExtractor() const {
+    return manifestExtractor_ ? &*manifestExtractor_ : nullptr;
+}
+
+void PolyToolsServices::log(LogLevel level, LogCategory category, const QString& message) {
+    state_.logEntries.append(entryOf(level, category, message));
+}
+
+bool PolyToolsServices::requireFFmpeg() {
+    if (state_.ffmpegAvailable.value()) return true;
+    error(LogCategory::system,
+          QStringLiteral("ffmpeg not available - Install from ffmpeg.org or use: brew install ffmpeg"));
+    return false;
+}
+
+bool PolyToolsServices::requireFFprobe() {
+    if (!state_.ffprobePath.value().isEmpty()) return true;
+    error(LogCategory::system,
+          QStringLiteral("ffprobe not available - Install ffmpeg from ffmpeg.org or use: brew install ffmpeg"));
+    return false;
+}
+
+QString PolyToolsServices::chooseFolder(const QString& message) {
+    OpenPanelRequest request;
+    request.canChooseFiles = false;
+    request.canChooseFolders = true;
+    request.canCreateFolders = true;
+    request.message = message;
+    return desktop_.showOpenPanel(request).value(0);
+}
+
+QStringList PolyToolsServices::eachOnce(const QStringList& selection) {
+    const UniqueFiles unique = uniqueFiles(selection);
+    for (const QString& sentence : unique.repeats) warning(LogCategory::scan, sentence);
+    return unique.files;
+}
+
+void PolyToolsServices::noteReport(const QString& path) {
+    state_.reportPath = path;
+    if (path.isEmpty()) error(LogCategory::system, QStringLiteral("The CSV report could not be saved"));
+    if (!path.isEmpty()) info(LogCategory::system, QStringLiteral("CSV report saved: ") + paths::lastComponent(path));
+}
+
+TaskHandle PolyToolsServices::begin(Task task) {
+    cancel(task);
+    return tasks_[task] = TaskHandle();
+}
+
+void PolyToolsServices::cancel(Task task) {
+    if (const auto found = tasks_.find(task); found != tasks_.end()) found->second.cancel();
+}
+
+void PolyToolsServices::cancelAll() {
+    for (auto& [task, handle] : tasks_) handle.cancel();
+}
+
+void PolyToolsServices::run(QCoro::Task<> task) { counted(std::move(task)); }
+
+QCoro::Task<> PolyToolsServices::counted(QCoro::Task<> task) {
+    ++runningTasks_;
+    co_await task;
+    --runningTasks_;
+    onTaskEnded_();
+}
+
+PolyEngineHooks PolyToolsServices::hooks(const TaskHandle& handle) const {
+    PolyEngineHooks hooks;
+    hooks.onLogEntry = [hop = hop(), state = &state_](const ProcessingLogEntry& entry) {
+        hop([state, entry] { state->logEntries.append(entry); });
+    };
+    hooks.isStopped = [handle] { return handle.isCancelled(); };
+    hooks.journal = std::make_shared<Journal>(QStringLiteral("edit")); // no other job of these replaces a recording
+    return hooks;
+}
+
+} // namespace ostrel

@@ -1,0 +1,125 @@
+// What the controller's collaborators share besides its state: the tools, the log, and the tasks under way.
+//
+// Lives on the main thread.
+#pragma once
+
+#include "foundation/tools/external_tool_detector.h"
+#include "metadata/metadata_manifest_extractor.h"
+#include "metadata/universal_metadata_engine.h"
+#include "platform/background.h"
+#include "platform/desktop_services.h"
+#include "polytools/services/engine_services.h"
+#include "polytools/services/poly_tools_state.h"
+
+#include <QCoro/QCoroTask>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace ostrel {
+
+// What work in the background gave, or the sentence that says why it gave nothing.
+template <class Result>
+struct Attempt {
+    std::optional<Result> result;
+    QString failure;
+};
+
+class PolyToolsServices {
+public:
+    // `owner` is the controller: background work is never resumed once it is gone. `onTaskEnded` tells it of every end.
+    PolyToolsServices(QObject& owner, PolyToolsState& state, DesktopServices& desktop,
+                      std::unique_ptr<ExternalToolDetector> detector, std::function<void()> onTaskEnded);
+
+    QObject* owner() const { return &owner_; }
+    DesktopServices& desktop() const { return desktop_; }
+    ExternalToolDetector& toolDetector() const { return *detector_; }
+
+    // Looks for the tools, publishes what was found and makes the metadata engines that they allow.
+    void checkTools();
+    PolyEngineTools engineTools() const;
+    // Null without bwfmetaedit.
+    const MetadataManifestExtractor* manifestExtractor() const;
+
+    void log(LogLevel level, LogCategory category, const QString& message);
+    void info(LogCategory category, const QString& message) { log(LogLevel::info, category, message); }
+    void success(LogCategory category, const QString& message) { log(LogLevel::success, category, message); }
+    void warning(LogCategory category, const QString& message) { log(LogLevel::warning, category, message); }
+    void error(LogCategory category, const QString& message) { log(LogLevel::error, category, message); }
+
+    // Says so in the log where they are missing.
+    bool requireFFmpeg();
+    bool requireFFprobe();
+    // A folder that a person chose; empty: none.
+    QString chooseFolder(const QString& message);
+    // Each file of a selection once; further names of a file are told in the log.
+    QStringList eachOnce(const QStringList& selection);
+    // Keeps the path of a CSV report that was written; empty: it was not.
+    void noteReport(const QString& path);
+
+    // One handle an action, so that a stop reaches each of them.
+    enum class Task {
+        split,
+        join,
+        batchSplit,
+        batchJoin,
+        channelFilter,
+        isoAnalysis,
+        analysis,
+        listing,
+        grouping,
+        preview
+    };
+
+    // A fresh handle for the action; an earlier run of it is told to stop.
+    TaskHandle begin(Task task);
+    void cancel(Task task);
+    void cancelAll();
+
+    // Runs a coroutine and counts it until it has really ended: after a stop that is later than the flags tell, since a
+    // running child process finishes by itself.
+    void run(QCoro::Task<> task);
+    bool hasRunningTask() const { return runningTasks_ > 0; }
+
+    // Runs blocking work; its exceptions come as a failure.
+    template <class Work>
+    QCoro::Task<Attempt<std::invoke_result_t<Work&>>> attempt(Work work) {
+        Attempt<std::invoke_result_t<Work&>> attempt;
+        try {
+            attempt.result = co_await inBackground(&owner_, work);
+        } catch (const std::exception& error) {
+            attempt.failure = describe(error);
+        }
+        co_return attempt;
+    }
+
+    // For an engine on another thread to report its steps: `show` runs here, unless the job was stopped meanwhile.
+    template <class Show>
+    auto follow(const TaskHandle& handle, Show show) const {
+        return [hop = hop(), handle, show](const auto&... step) {
+            hop([handle, show, ... step = step] {
+                if (!handle.isCancelled()) show(step...);
+            });
+        };
+    }
+
+    // For an engine on another thread: its log entries arrive here, and it stops when the handle says so.
+    PolyEngineHooks hooks(const TaskHandle& handle) const;
+    MainThreadHop hop() const { return MainThreadHop(&owner_); }
+
+private:
+    QCoro::Task<> counted(QCoro::Task<> task);
+    MetadataManifestExtractor::Logger manifestLogger() const;
+
+    QObject& owner_;
+    PolyToolsState& state_;
+    DesktopServices& desktop_;
+    std::unique_ptr<ExternalToolDetector> detector_;
+    std::function<void()> onTaskEnded_;
+    std::optional<MetadataManifestExtractor> manifestExtractor_;
+    std::shared_ptr<const UniversalMetadataEngine> universalEngine_;
+    std::map<Task, TaskHandle> tasks_;
+    int runningTasks_ = 0;
+};
+
+} // namespace ostrel

@@ -1,0 +1,394 @@
+#include "polytools/split/poly_split_engine.h"
+
+#include "foundation/proof/unexplained_bytes.h"
+#include "foundation/run/output_file.h"
+#include "metadata/universal_metadata_engine.h"
+#include "platform/paths.h"
+#include "platform/processes/child_process.h"
+#include "platform/processes/tool_limits.h"
+#include "polytools/records/iso_file_names.h"
+
+namespace ostrel {
+namespace {
+
+constexpr LogCategory kProcess = LogCategory::process;
+constexpr LogCategory kMetadata = LogCategory::metadata;
+constexpr qsizetype kErrorTextLength = 200;
+
+// What the poly holds, lifted once for all its ISOs.
+struct Capture {
+    std::optional<MetadataPreservationResult> preservation;
+    std::vector<SourceTrack> tracks; // empty: sequential order
+};
+
+// What one ISO is told about itself.
+struct ChannelTrack {
+    QString name; // empty: none
+    int interleaveIndex = 0;
+    int channelIndex = 0;
+};
+
+std::vector<ChannelTrack> channelTracks(const PolyFile& poly, const Capture& capture,
+                                        const std::optional<QStringList>& trackNames) {
+    std::vector<ChannelTrack> result;
+    for (int i = 0; i < poly.channelCount; ++i) {
+        if (!capture.tracks.empty()) {
+            const SourceTrack& track = capture.tracks[static_cast<std::size_t>(i)];
+            result.push_back({track.name, track.interleaveIndex, track.channelIndex});
+        } else {
+            const QString name = trackNames ? trackNames->value(i) : QString();
+            result.push_back({isUsableTrackName(name) ? name : QString(), i + 1, i + 1});
+        }
+    }
+    return result;
+}
+
+// One split: its collaborators, its log and its counters.
+class Split {
+public:
+    Split(const PolyEngineTools& tools, const PolyEngineHooks& hooks, const PolyFile& poly, const QString& outputFolder,
+          const SplitOptions& options)
+        : tools_(tools), hooks_(hooks), poly_(poly), baseName_(paths::stem(poly.url)), outputFolder_(outputFolder),
+          options_(options), ownLedger_(QStringList(poly.url)), ledger_(hooks.ledger ? *hooks.ledger : ownLedger_),
+          log_(hooks, QStringLiteral("PolySplitEngine"), baseName_) {}
+
+    SplitResult run(const PolySplitEngine::Progress& progress) {
+        logRequest();
+        prepare();
+        const Capture capture = captureMetadata();
+        const std::vector<ChannelTrack> tracks = channelTracks(poly_, capture, options_.trackNames);
+        const QStringList names = outputNames(tracks);
+        for (int i = 0; i < poly_.channelCount && !hooks_.stopped(); ++i) {
+            const ChannelTrack& track = tracks[static_cast<std::size_t>(i)];
+            logNameChoice(track, i, names[i]);
+            if (progress) progress(static_cast<double>(i) / poly_.channelCount, names[i]);
+            splitChannel(i, track, paths::append(outputFolder_, names[i]), capture);
+        }
+        if (progress) progress(1.0, QStringLiteral("Complete"));
+        conclude();
+        result_.logEntries = log_.take();
+        return std::move(result_);
+    }
+
+private:
+    void prepare() {
+        for (const QString& warning : ledger_.prepareFolder(outputFolder_) + unexplainedBytesWarnings({poly_.url})) {
+            log_.warning(kProcess, warning);
+            result_.outcome.warnings << warning;
+        }
+    }
+
+    // The poly's outcome is that of its channels.
+    void conclude() {
+        ItemOutcome& outcome = result_.outcome;
+        outcome.sources = ItemOutcome::allKept({poly_.url});
+        for (const ItemOutcome& channel : result_.channels) {
+            outcome.outputs << channel.outputs;
+            outcome.warnings << channel.warnings;
+            result_.createdCount += channel.succeeded() ? 1 : 0;
+            result_.skippedCount += channel.skipped() ? 1 : 0;
+            result_.errorCount += channel.failed() ? 1 : 0;
+        }
+        if (result_.errorCount > 0) {
+            outcome.message = QStringLiteral("Failed to create %1 ISOs").arg(result_.errorCount);
+            outcome.status = ProcessingStatus::failed(outcome.message);
+        } else if (!result_.channels.empty() && missingChannels() > 0) {
+            // What stands is not the whole of the poly, and a run that is to finish it takes it up again.
+            outcome.message =
+                QStringLiteral("Stopped ahead of %1 of its %2 channels").arg(missingChannels()).arg(poly_.channelCount);
+            outcome.status = ProcessingStatus::failed(outcome.message);
+        } else if (result_.createdCount > 0) {
+            outcome.status = ProcessingStatus::completed();
+        } else if (result_.skippedCount > 0) {
+            outcome.message = QStringLiteral("exists");
+            outcome.status = ProcessingStatus::skipped(outcome.message);
+        }
+    }
+
+    int missingChannels() const { return poly_.channelCount - static_cast<int>(result_.channels.size()); }
+
+    void logRequest() {
+        log_.info(kProcess, QStringLiteral("Engine received pattern: ") + rawText(options_.namingPattern));
+        if (options_.trackNames) {
+            log_.info(kProcess, QStringLiteral("Engine received %1 track names: %2")
+                                    .arg(options_.trackNames->size())
+                                    .arg(options_.trackNames->join(QStringLiteral(", "))));
+        } else {
+            log_.warning(kProcess, QStringLiteral("Engine received NO track names (trackNames is nil)"));
+        }
+    }
+
+    // Any failure costs the metadata alone.
+    Capture captureMetadata() {
+        Capture capture;
+        if (tools_.universalEngine) {
+            try {
+                capture.preservation = tools_.universalEngine->extractMetadata(poly_.url, true);
+                askForTrackIndices();
+                capture.tracks = readSourceTracks();
+                logCapture(capture);
+            } catch (const std::exception& error) {
+                log_.warning(kMetadata, QStringLiteral("⚠️ Metadata extraction failed: ") + describe(error));
+                capture = Capture();
+            }
+            saveManifest(capture);
+        }
+        useTracksIfComplete(capture);
+        return capture;
+    }
+
+    // Looks whether the file tells indices at all. The same file is asked up to once a channel, which is meant.
+    void askForTrackIndices() const {
+        for (int i = 0; i < poly_.channelCount; ++i) {
+            if (tools_.universalEngine->extractTrackIndicesFromiXML(poly_.url)) break;
+        }
+    }
+
+    std::vector<SourceTrack> readSourceTracks() const {
+        const QString tool =
+            tools_.bwfmetaeditPath.isEmpty() ? QStringLiteral("/opt/homebrew/bin/bwfmetaedit") : tools_.bwfmetaeditPath;
+        const std::optional<QString> ixml = exportIXML(tool, poly_.url);
+        if (!ixml) {
+            log_.debug(
+                QStringLiteral("⚠️ Failed to read source iXML (bwfmetaedit failed), using sequential indices"));
+            return sequentialTracks(poly_.channelCount);
+        }
+        std::vector<SourceTrack> tracks = parseTrackBlocks(*ixml);
+        if (tracks.empty()) {
+            log_.debug(QStringLiteral("⚠️ No tracks found in source iXML, using sequential indices"));
+            return sequentialTracks(poly_.channelCount);
+        }
+        log_.debug(QStringLiteral("✅ Extracted %1 tracks from source iXML:").arg(tracks.size()));
+        for (const SourceTrack& track : tracks) {
+            log_.debug(
+                QStringLiteral("  T%1 (Ch%2): %3").arg(track.interleaveIndex).arg(track.channelIndex).arg(track.name));
+        }
+        return tracks;
+    }
+
+    void logCapture(const Capture& capture) {
+        for (const QString& message : capture.preservation->logMessages) log_.info(kMetadata, message);
+    }
+
+    void saveManifest(const Capture& capture) {
+        if (!capture.preservation || !capture.preservation->sceneInfo) return;
+        const SceneTakeInfo& scene = *capture.preservation->sceneInfo;
+        QStringList names;
+        std::vector<int> order;
+        for (const SourceTrack& track : capture.tracks) {
+            names << track.name;
+            order.push_back(track.interleaveIndex);
+        }
+        try {
+            tools_.universalEngine->saveManifest(scene, names, order, std::nullopt, {});
+            log_.success(kMetadata,
+                         QStringLiteral("📝 Manifest saved: %1 T%2 with %3 tracks (Scene/Take-based, filename-agnostic)")
+                             .arg(scene.scene, scene.take)
+                             .arg(names.size()));
+        } catch (const std::exception& error) {
+            log_.warning(kMetadata, QStringLiteral("⚠️ Metadata extraction failed: ") + describe(error));
+        }
+    }
+
+    void useTracksIfComplete(Capture& capture) {
+        const auto count = static_cast<std::size_t>(poly_.channelCount);
+        if (!capture.tracks.empty() && capture.tracks.size() == count) {
+            log_.debug(QStringLiteral(
+                "🔵 [Split] Using source iXML track list (preserves original INTERLEAVE_INDEX and CHANNEL_INDEX)"));
+            return;
+        }
+        if (!capture.tracks.empty()) {
+            log_.warning(kMetadata,
+                         QStringLiteral("iXML lists %1 tracks for %2 channels - using sequential channel order")
+                             .arg(capture.tracks.size())
+                             .arg(count));
+        }
+        capture.tracks.clear();
+        log_.debug(QStringLiteral("🔵 [Split] Using sequential channel order (no source track list)"));
+    }
+
+    QStringList outputNames(const std::vector<ChannelTrack>& tracks) const {
+        std::vector<IsoNameRequest> requests;
+        for (const ChannelTrack& track : tracks) requests.push_back({track.interleaveIndex - 1, track.name});
+        // An ISO never takes the poly's own name beside it.
+        const bool besidePoly = paths::absolute(outputFolder_) == paths::parent(paths::absolute(poly_.url));
+        const QStringList taken = besidePoly ? QStringList{paths::lastComponent(poly_.url)} : QStringList();
+        return isoOutputNames(baseName_, requests, options_.namingPattern, options_.keepOriginalName, taken);
+    }
+
+    void logNameChoice(const ChannelTrack& track, int position, const QString& file) {
+        if (options_.namingPattern != SplitNamingPattern::trackName || options_.keepOriginalName) return;
+        if (isUsableTrackName(track.name)) {
+            log_.info(kProcess, QStringLiteral("Using track name '%1' for interleave index %2 (array %3) → %4")
+                                    .arg(track.name)
+                                    .arg(track.interleaveIndex)
+                                    .arg(position)
+                                    .arg(file));
+        } else {
+            log_.warning(kProcess, QStringLiteral("Track name pattern selected but no track name for interleave index "
+                                                  "%1, falling back to channel number")
+                                       .arg(track.interleaveIndex));
+        }
+    }
+
+    void splitChannel(int channel, const ChannelTrack& track, const QString& path, const Capture& capture) {
+        const QString file = paths::lastComponent(path);
+        OutputFile output(ledger_, path, existingOutputRule(options_.skipIfExists, options_.overwriteExisting));
+        if (!output.permission().isGranted()) return refuse(output.permission(), file);
+        try {
+            if (!runFFmpeg(channel, output)) return;
+            verifyMono(output.unfinished(), file);
+        } catch (const ProcessLaunchError& error) {
+            return fail(QStringLiteral("Process error for %1: %2").arg(file, error.description));
+        }
+        applyMetadata(output, track, capture);
+        publish(output, channel, file);
+    }
+
+    void publish(OutputFile& output, int channel, const QString& file) {
+        const OutputFile::End end =
+            output.finish({{{poly_.url, channel}, {output.unfinished(), 0}}}, OutputFile::Check::strict);
+        if (end.nameWasTaken) return refuse({WritePermission::Kind::refused, end.failure}, file);
+        if (!end.failure.isEmpty()) return fail(end.failure);
+        for (const QString& warning : end.warnings) log_.warning(kProcess, warning);
+        log_.success(kProcess, QStringLiteral("Created: ") + file);
+        note({ProcessingStatus::completed(), {output.path()}, end.warnings});
+    }
+
+    void refuse(const WritePermission& permission, const QString& file) {
+        if (permission.kind != WritePermission::Kind::exists) return fail(permission.reason);
+        log_.info(kProcess, QStringLiteral("Skipped (exists): ") + file);
+        note({ProcessingStatus::skipped(QStringLiteral("exists"))});
+    }
+
+    void fail(const QString& message) {
+        log_.error(kProcess, message);
+        note({ProcessingStatus::failed(message), {}, {}, message});
+    }
+
+    void note(ItemOutcome outcome) {
+        outcome.sources = ItemOutcome::allKept({poly_.url});
+        result_.channels.push_back(std::move(outcome));
+    }
+
+    bool runFFmpeg(int channel, const OutputFile& output) {
+        const ProcessResult ffmpeg = ChildProcess::runSilently(
+            tools_.ffmpegPath, PolySplitEngine::buildSplitCommand(poly_, channel, output.unfinished()),
+            limitsByProgress({output.unfinished()}));
+        if (ffmpeg.succeeded()) return true;
+        fail(QStringLiteral("ffmpeg error for %1: %2")
+                 .arg(paths::lastComponent(output.path()),
+                      output.namingFinal(faultText(ffmpeg)).left(kErrorTextLength)));
+        return false;
+    }
+
+    void verifyMono(const QString& output, const QString& file) {
+        if (tools_.ffprobePath.isEmpty()) return;
+        const ProcessResult probe = ChildProcess::runForResult(
+            tools_.ffprobePath,
+            {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
+             QStringLiteral("stream=channels"), QStringLiteral("-of"), QStringLiteral("csv=p=0"), output},
+            limitsByFileSize({output}));
+        if (probe.outputText().trimmed() == QStringLiteral("1")) return;
+        log_.warning(kProcess, QStringLiteral("Warning: Output may not be true mono: ") + file);
+    }
+
+    void applyMetadata(const OutputFile& iso, const ChannelTrack& track, const Capture& capture) {
+        if (!tools_.universalEngine) {
+            log_.debug(QStringLiteral("❌ [UniversalEngine] METADATA ENGINE UNAVAILABLE — bwfmetaedit not found"));
+            log_.error(kMetadata, QStringLiteral("❌ METADATA ENGINE UNAVAILABLE — bwfmetaedit not found. Output will "
+                                                 "have NO metadata."));
+            return;
+        }
+        if (!capture.preservation) return;
+        try {
+            carryMetadata(iso, track, *capture.preservation);
+        } catch (const std::exception& error) {
+            const QString reason = iso.namingFinal(describe(error));
+            log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata application failed: ") + reason);
+            log_.error(kMetadata, QStringLiteral("❌ METADATA APPLICATION FAILED: ") + reason);
+        }
+    }
+
+    void carryMetadata(const OutputFile& output, const ChannelTrack& track, const MetadataPreservationResult& capture) {
+        const QString iso = output.unfinished();
+        const QString file = paths::lastComponent(output.path());
+        const UniversalMetadataEngine& engine = *tools_.universalEngine;
+        log_.debug(QStringLiteral("🔵 [UniversalEngine] Applying metadata to ISO: ") + file);
+        for (const QString& said : engine.applyMetadata({iso}, poly_.url, withoutIXML(capture), true, true, false)) {
+            const QString message = output.namingFinal(said);
+            log_.debug(message);
+            log_.success(kMetadata, message);
+        }
+        // An ISO is always number 1 of 1, but it keeps its channel index: that is what a later join restores.
+        const QString name = track.name.isEmpty() ? QStringLiteral("CH%1").arg(track.channelIndex) : track.name;
+        engine.normalizeiXMLForSingleTrack(poly_.url, iso, track.channelIndex, encodeXMLText(name), track.channelIndex,
+                                           1);
+        const QString indices =
+            QStringLiteral("INTERLEAVE_INDEX=1, CHANNEL_INDEX=%1, NAME=%2").arg(track.channelIndex).arg(name);
+        log_.debug(QStringLiteral("✅ [UniversalEngine] iXML normalized: %1 → %2").arg(file, indices));
+        log_.success(kMetadata, QStringLiteral("✅ iXML normalized: ") + indices);
+        checkPreservation(iso, file, capture);
+    }
+
+    void checkPreservation(const QString& iso, const QString& file, const MetadataPreservationResult& capture) {
+        const MetadataPreservationResult found = tools_.universalEngine->extractMetadata(iso, true);
+        const bool complete = found.riffChunks.size() >= capture.riffChunks.size() && found.hasBWF == capture.hasBWF &&
+                              found.hasiXML == capture.hasiXML && found.hasTimecode == capture.hasTimecode;
+        if (complete) {
+            log_.debug(QStringLiteral("✅ [UniversalEngine] Split completed: ") + file);
+            log_.success(kMetadata, QStringLiteral("✅ Split completed - All metadata preserved: ") + file);
+        } else {
+            log_.debug(QStringLiteral("⚠️ [UniversalEngine] Partial metadata preservation: ") + file);
+            log_.warning(kMetadata, QStringLiteral("⚠️ Partial metadata preservation: ") + file);
+        }
+    }
+
+    const PolyEngineTools& tools_;
+    const PolyEngineHooks& hooks_;
+    const PolyFile& poly_;
+    const QString baseName_;
+    const QString outputFolder_;
+    const SplitOptions& options_;
+    RunLedger ownLedger_; // of a split by itself
+    RunLedger& ledger_;
+    EngineLog log_;
+    SplitResult result_;
+};
+
+} // namespace
+
+PolySplitEngine::PolySplitEngine(PolyEngineTools tools, PolyEngineHooks hooks)
+    : tools_(std::move(tools)), hooks_(std::move(hooks)) {}
+
+SplitResult PolySplitEngine::split(const PolyFile& polyFile, const QString& outputFolder, const SplitOptions& options,
+                                   const Progress& progress) const {
+    return Split(tools_, hooks_, polyFile, outputFolder, options).run(progress);
+}
+
+QStringList PolySplitEngine::buildSplitCommand(const PolyFile& polyFile, int channel, const QString& output) {
+    return {QStringLiteral("-y"),
+            QStringLiteral("-i"),
+            polyFile.url,
+            QStringLiteral("-filter_complex"),
+            QStringLiteral("[0:a]pan=mono|c0=c%1[out]").arg(channel),
+            QStringLiteral("-map"),
+            QStringLiteral("[out]"),
+            QStringLiteral("-ac"),
+            QStringLiteral("1"),
+            QStringLiteral("-c:a"),
+            QStringLiteral("pcm_s%1le").arg(polyFile.bitDepth),
+            QStringLiteral("-map_metadata"),
+            QStringLiteral("0"),
+            QStringLiteral("-map_metadata:s:a"),
+            QStringLiteral("0:s:a"),
+            QStringLiteral("-write_bext"),
+            QStringLiteral("1"),
+            QStringLiteral("-f"),
+            QStringLiteral("wav"),
+            QStringLiteral("-rf64"),
+            QStringLiteral("auto"),
+            output};
+}
+
+} // namespace ostrel

@@ -1,0 +1,275 @@
+#include "polytools/split/poly_split_flow.h"
+
+#include "platform/files/files.h"
+#include "platform/paths.h"
+#include "polytools/services/poly_tools_reports.h"
+#include "polytools/split/iso_output_folder.h"
+
+namespace ostrel {
+namespace {
+
+using Task = PolyToolsServices::Task;
+constexpr LogCategory kProcess = LogCategory::process;
+
+QString word(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
+
+} // namespace
+
+bool PolySplitFlow::canRunSplit() const {
+    const auto& poly = state_.polyFile.value();
+    return state_.ffmpegAvailable.value() && poly && poly->channelCount >= 2 &&
+           !state_.splitOutputFolder.value().isEmpty() && !state_.isProcessing.value();
+}
+
+bool PolySplitFlow::canRunBatchSplit() const {
+    const auto& selected = state_.selectedFiles.value();
+    const bool hasSource = !state_.sourceFolder.value().isEmpty() || (selected && !selected->isEmpty());
+    return state_.ffmpegAvailable.value() && hasSource && !state_.splitOutputFolder.value().isEmpty() &&
+           !state_.isProcessing.value();
+}
+
+void PolySplitFlow::selectOutputFolder() {
+    const QString folder = services_.chooseFolder(QStringLiteral("Select output folder"));
+    if (!folder.isEmpty()) state_.splitOutputFolder = folder;
+}
+
+void PolySplitFlow::beginRun() {
+    state_.resetTotals();
+    state_.isProcessing = true;
+}
+
+SplitOptions PolySplitFlow::splitOptions() const {
+    SplitOptions options;
+    options.namingPattern = state_.splitNamingPattern.value();
+    options.trackNames = state_.trackNames.value();
+    options.preserveMetadata = state_.preserveMetadata.value();
+    options.skipIfExists = state_.skipIfExists.value();
+    options.overwriteExisting = state_.overwriteExisting.value();
+    options.keepOriginalName = state_.splitKeepOriginalName.value();
+    return options;
+}
+
+PolySplitEngine::Progress PolySplitFlow::channelProgress(const TaskHandle& handle) const {
+    return services_.follow(handle, [state = &state_](double fraction, const QString& name) {
+        state->splitProgress = fraction;
+        state->currentProcessingItem = name;
+    });
+}
+
+void PolySplitFlow::runSplit() {
+    const auto& poly = state_.polyFile.value();
+    if (!poly) return services_.error(kProcess, QStringLiteral("No valid poly file selected"));
+    if (state_.splitOutputFolder.value().isEmpty())
+        return services_.error(kProcess, QStringLiteral("No output folder selected"));
+    if (!services_.requireFFmpeg()) return;
+    beginRun();
+    state_.isSplitting = true;
+    state_.splitProgress = 0;
+    services_.run(split(*poly, services_.begin(Task::split)));
+}
+
+QCoro::Task<> PolySplitFlow::split(PolyFile poly, TaskHandle handle) {
+    const QString folder = co_await effectiveFolder(poly);
+    if (!folder.isEmpty() && !handle.isCancelled()) co_await splitInto(poly, folder, handle);
+    if (handle.isCancelled()) co_return; // the stop has reset the flags, and another run may have set them
+    state_.isProcessing = false;
+    state_.isSplitting = false;
+}
+
+// Where the ISOs go, made ready; empty if it could not be made.
+QCoro::Task<QString> PolySplitFlow::effectiveFolder(PolyFile poly) {
+    const QString base = state_.splitOutputFolder.value();
+    const FolderOrganization organization = state_.folderOrganization.value();
+    struct Folder {
+        QString path;
+        bool created = false;
+    };
+    const auto work = [poly, base, organization, saved = selection_.manifestSaved()]() -> Folder {
+        Folder folder{base};
+        if (organization != FolderOrganization::flat) {
+            if (saved.valid()) saved.wait(); // the manifest may still be on its way
+            const auto manifest = MetadataManifestExtractor::loadManifest(poly.url);
+            folder.path =
+                isoOutputFolder(poly, manifest ? &*manifest : nullptr, base, organization, [](const QString&) {});
+        }
+        folder.created = !paths::isFolder(folder.path);
+        files::createFolder(folder.path);
+        return folder;
+    };
+    Folder folder;
+    QString failure;
+    try {
+        folder = co_await inBackground(services_.owner(), work);
+    } catch (const FileError& error) {
+        failure = error.description;
+    }
+    if (!failure.isEmpty()) {
+        services_.error(kProcess, QStringLiteral("Failed to create output folder: ") + failure);
+        state_.errorCount = 1;
+        co_return QString();
+    }
+    services_.info(kProcess, organization == FolderOrganization::flat
+                                 ? QStringLiteral("Output organization: Flat (all ISOs in output folder)")
+                                 : QStringLiteral("Output organization: %1 / %2")
+                                       .arg(rawText(organization), paths::lastComponent(folder.path)));
+    if (folder.created)
+        services_.info(kProcess, QStringLiteral("Created output folder: ") + paths::lastComponent(folder.path));
+    co_return folder.path;
+}
+
+QCoro::Task<> PolySplitFlow::splitInto(PolyFile poly, QString folder, TaskHandle handle) {
+    const SplitOptions options = splitOptions();
+    services_.info(kProcess,
+                   QStringLiteral("Starting split: %1 → %2 mono files").arg(poly.fileName).arg(poly.channelCount));
+    services_.info(kProcess, QStringLiteral("Naming pattern: ") + rawText(options.namingPattern));
+    const qsizetype names = options.trackNames ? options.trackNames->size() : 0;
+    services_.info(kProcess, names > 0 ? QStringLiteral("Track names available: %1").arg(names)
+                                       : QStringLiteral("No track names available"));
+    const PolySplitEngine engine(services_.engineTools(), services_.hooks(handle));
+    const auto work = [engine, poly, folder, options, progress = channelProgress(handle)] {
+        return engine.split(poly, folder, options, progress);
+    };
+    const auto [result, failure] = co_await services_.attempt(work);
+    const auto& shown = state_.polyFile.value();
+    const bool isShown = shown && shown->url == poly.url;
+    if (handle.isCancelled() && !(isShown && isOfLastRun())) co_return;
+    if (result) {
+        showSplit(*result, folder);
+    } else {
+        services_.error(kProcess, QStringLiteral("Split failed: ") + failure);
+        state_.errorCount = 1;
+    }
+}
+
+// After a stop, and before another run: what was made until then still counts.
+bool PolySplitFlow::isOfLastRun() const { return state_.isCancelled.value(); }
+
+void PolySplitFlow::countSplit(const SplitResult& result) {
+    state_.successCount = result.createdCount;
+    state_.skipCount = result.skippedCount;
+    state_.errorCount = result.errorCount;
+    state_.createdFiles = result.outcome.outputs;
+    state_.lastOutcome = result.outcome;
+}
+
+void PolySplitFlow::showSplit(const SplitResult& result, const QString& folder) {
+    countSplit(result);
+    std::size_t row = 0;
+    state_.channelItems.updateAll([&](ChannelItem& item) {
+        if (row >= result.channels.size()) return; // stopped ahead of it
+        const ItemOutcome& channel = result.channels[row++];
+        item.status = channel.succeeded() ? ItemStatus::complete
+                      : channel.skipped() ? ItemStatus::skipped
+                                          : ItemStatus::error;
+    });
+    if (row < state_.channelItems.size()) {
+        services_.warning(
+            kProcess, QStringLiteral("Split stopped after %1 of %2 channels").arg(row).arg(state_.channelItems.size()));
+    } else if (result.errorCount > 0) {
+        services_.warning(kProcess, QStringLiteral("Split finished with %1 errors").arg(result.errorCount));
+    } else {
+        services_.success(kProcess, QStringLiteral("Split complete: %1 files created").arg(result.createdCount));
+    }
+    if (state_.generateCSV.value()) services_.noteReport(writeSplitReport(state_, folder));
+}
+
+void PolySplitFlow::startSingleSplit() {
+    const auto& poly = state_.polyFile.value();
+    if (!poly) return services_.error(kProcess, QStringLiteral("No poly file selected"));
+    if (state_.splitOutputFolder.value().isEmpty())
+        return services_.error(kProcess, QStringLiteral("Output folder required"));
+    if (!services_.requireFFmpeg()) return;
+    beginRun();
+    services_.info(kProcess, QStringLiteral("Starting split: ") + poly->fileName);
+    services_.run(splitPolyFile(*poly, state_.splitOutputFolder.value(), services_.begin(Task::split)));
+}
+
+QCoro::Task<> PolySplitFlow::splitPolyFile(PolyFile poly, QString folder, TaskHandle handle) {
+    const PolySplitEngine engine(services_.engineTools(), services_.hooks(handle));
+    const auto work = [engine, poly, folder, options = splitOptions(), progress = channelProgress(handle)] {
+        files::createFolder(folder);
+        return engine.split(poly, folder, options, progress);
+    };
+    const auto [result, failure] = co_await services_.attempt(work);
+    if (handle.isCancelled()) {
+        if (result && isOfLastRun()) countSplit(*result);
+        co_return;
+    }
+    if (result) {
+        countSplit(*result);
+        services_.success(kProcess, QStringLiteral("Split completed successfully"));
+    } else {
+        services_.error(kProcess, QStringLiteral("Split failed: ") + failure);
+        state_.errorCount = 1;
+    }
+    state_.isProcessing = false;
+}
+
+void PolySplitFlow::startBatchSplit() {
+    const QString folder = state_.splitOutputFolder.value();
+    const auto& selected = state_.selectedFiles.value();
+    if (folder.isEmpty()) return services_.error(kProcess, QStringLiteral("Output folder required"));
+    if (state_.sourceFolder.value().isEmpty() && !selected) {
+        return services_.error(kProcess, QStringLiteral("Select files or folder to process"));
+    }
+    if (!services_.requireFFmpeg()) return;
+    beginRun();
+    state_.isBatchProcessing = true;
+    state_.batchProgress = std::nullopt;
+    state_.batchResults = std::nullopt;
+
+    BatchSplitOptions options;
+    options.sourceFolder = state_.sourceFolder.value();
+    options.selectedFiles = selected;
+    options.outputFolder = folder;
+    options.recursive = state_.recursiveScan.value();
+    options.namingPattern = state_.splitNamingPattern.value();
+    options.folderOrganization = state_.folderOrganization.value();
+    options.preserveMetadata = state_.preserveMetadata.value();
+    options.skipIfExists = state_.skipIfExists.value();
+    options.overwriteExisting = state_.overwriteExisting.value();
+    options.keepOriginalName = state_.splitKeepOriginalName.value();
+
+    services_.info(kProcess,
+                   selected
+                       ? QStringLiteral("Starting batch split: %1 selected file(s)").arg(selected->size())
+                       : QStringLiteral("Starting batch split from: ") + paths::lastComponent(options.sourceFolder));
+    services_.info(kProcess, QStringLiteral("Output folder: ") + paths::lastComponent(folder));
+    services_.info(kProcess, QStringLiteral("Folder organization: ") + rawText(options.folderOrganization));
+    if (!selected) services_.info(kProcess, QStringLiteral("Recursive scan: ") + word(options.recursive));
+    services_.run(batchSplit(options, services_.begin(Task::batchSplit)));
+}
+
+QCoro::Task<> PolySplitFlow::batchSplit(BatchSplitOptions options, TaskHandle handle) {
+    const PolySplitEngine engine(services_.engineTools(), services_.hooks(handle));
+    const auto progress =
+        services_.follow(handle, [state = &state_](const BatchProgress& step) { state->showBatchProgress(step); });
+    const auto work = [engine, options, progress] { return engine.batchSplit(options, progress); };
+    const auto [result, failure] = co_await services_.attempt(work);
+    if (handle.isCancelled()) {
+        if (result && isOfLastRun()) countBatch(*result, options.outputFolder);
+        co_return;
+    }
+    state_.isBatchProcessing = false;
+    state_.isProcessing = false;
+    if (result) {
+        showBatch(*result, options.outputFolder);
+    } else {
+        services_.error(kProcess, QStringLiteral("Batch failed: ") + failure);
+        state_.errorCount = 1;
+    }
+}
+
+void PolySplitFlow::showBatch(const BatchSplitResult& result, const QString& folder) {
+    services_.success(kProcess, QStringLiteral("Batch complete: %1 poly files → %2 ISOs")
+                                    .arg(result.processedFiles)
+                                    .arg(result.totalISOsCreated));
+    countBatch(result, folder);
+}
+
+void PolySplitFlow::countBatch(const BatchSplitResult& result, const QString& folder) {
+    state_.count(result);
+    if (state_.generateCSV.value()) services_.noteReport(writeBatchSplitReport(state_, folder));
+}
+
+} // namespace ostrel

@@ -1,0 +1,43 @@
+// The Split mode's runs: one file, or a batch.
+#pragma once
+
+#include "polytools/services/poly_tools_services.h"
+#include "polytools/services/poly_tools_state.h"
+#include "polytools/split/poly_source_selection.h"
+
+namespace ostrel {
+
+class PolySplitFlow {
+public:
+    PolySplitFlow(PolyToolsState& state, PolyToolsServices& services, const PolySourceSelection& selection)
+        : state_(state), services_(services), selection_(selection) {}
+
+    bool canRunSplit() const;
+    bool canRunBatchSplit() const;
+    void selectOutputFolder();
+    void runSplit();
+    // The loaded file straight into the output folder.
+    void startSingleSplit();
+    void startBatchSplit();
+
+private:
+    void beginRun();
+    SplitOptions splitOptions() const;
+    PolySplitEngine::Progress channelProgress(const TaskHandle& handle) const;
+    QCoro::Task<> split(PolyFile poly, TaskHandle handle);
+    QCoro::Task<QString> effectiveFolder(PolyFile poly);
+    QCoro::Task<> splitInto(PolyFile poly, QString folder, TaskHandle handle);
+    bool isOfLastRun() const;
+    void countSplit(const SplitResult& result);
+    void showSplit(const SplitResult& result, const QString& folder);
+    QCoro::Task<> splitPolyFile(PolyFile poly, QString folder, TaskHandle handle);
+    QCoro::Task<> batchSplit(BatchSplitOptions options, TaskHandle handle);
+    void showBatch(const BatchSplitResult& result, const QString& folder);
+    void countBatch(const BatchSplitResult& result, const QString& folder);
+
+    PolyToolsState& state_;
+    PolyToolsServices& services_;
+    const PolySourceSelection& selection_;
+};
+
+} // namespace ostrel
