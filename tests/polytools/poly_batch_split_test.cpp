@@ -1,4 +1,4 @@
-#include "polytools/split/poly_split_engine.h"
+#include "polytools/split/batch_split.h"
 
 #include "foundation/domain_error.h"
 #include "metadata/metadata_manifest.h"
@@ -113,7 +113,7 @@ TEST_F(BatchSplit, AFolderIsSplitIntoSceneFoldersAndReportsItsProgress) {
     folder_.write(QStringLiteral("in/notes.txt"), "x");
     const QStringList before = testing::fingerprint(folder_.path(QStringLiteral("in")));
     QStringList progress;
-    const BatchSplitResult result = PolySplitEngine(tools_).batchSplit(options(), [&](const BatchProgress& p) {
+    const BatchSplitResult result = batchSplit(options(), tools_, {}, [&](const BatchProgress& p) {
         progress << QStringLiteral("%1/%2 %3 %4")
                         .arg(p.currentIndex)
                         .arg(p.totalFiles)
@@ -139,7 +139,7 @@ TEST_F(BatchSplit, WithoutRecursionSubfoldersAreLeftAlone) {
     BatchSplitOptions flat = options();
     flat.recursive = false;
     flat.folderOrganization = kFlat;
-    EXPECT_EQ(PolySplitEngine(tools_).batchSplit(flat).totalISOsCreated, 2);
+    EXPECT_EQ(batchSplit(flat, tools_).totalISOsCreated, 2);
     EXPECT_EQ(namesIn(out()).join(u' '), QStringLiteral("K_ch1.wav K_ch2.wav"));
 }
 
@@ -148,7 +148,7 @@ TEST_F(BatchSplit, NothingToSplitIsAnError) {
     nothing.sourceFolder.clear();
     const auto error = [&](const BatchSplitOptions& given) -> QString {
         try {
-            PolySplitEngine(tools_).batchSplit(given);
+            batchSplit(given, tools_);
             return {};
         } catch (const DomainError& thrown) {
             return QStringLiteral("%1 %2 %3").arg(thrown.domain).arg(thrown.code).arg(thrown.errorDescription());
@@ -169,7 +169,7 @@ TEST_F(BatchSplit, ASelectionTakesOnlyItsPolys) {
     selected.folderOrganization = kFlat;
     selected.selectedFiles = QStringList{poly("B.wav").url, folder_.write(QStringLiteral("in/x.txt"), "x"),
                                          poly("mono.wav", 1).url, poly("A.wav").url};
-    const BatchSplitResult result = PolySplitEngine(tools_).batchSplit(selected);
+    const BatchSplitResult result = batchSplit(selected, tools_);
     ASSERT_EQ(result.fileResults.size(), 2u);
     EXPECT_EQ(result.fileResults[0].fileName, QStringLiteral("B.wav"));
 }
@@ -177,10 +177,9 @@ TEST_F(BatchSplit, ASelectionTakesOnlyItsPolys) {
 TEST_F(BatchSplit, ASecondRunSkipsEveryChannelAndReportsSuccess) {
     poly("A.wav", 3);
     poly("B.wav", 2);
-    const PolySplitEngine engine(tools_);
-    engine.batchSplit(options());
+    batchSplit(options(), tools_);
     const QStringList before = testing::fingerprint(out());
-    const BatchSplitResult again = engine.batchSplit(options());
+    const BatchSplitResult again = batchSplit(options(), tools_);
     EXPECT_EQ(again.successCount, 2);
     EXPECT_EQ(again.skipCount, 5);
     EXPECT_EQ(again.totalISOsCreated, 0);
@@ -197,12 +196,12 @@ TEST_F(BatchSplit, ASidecarTravelsWithTheIsosAndASecondRunKeepsTheFirst) {
     manifest.ixml->trackList = {{1, QStringLiteral("Boom"), {}, 0}, {2, QStringLiteral("Lav"), {}, 1}};
     folder_.write(QStringLiteral("in/A.WAV.metadata.json"), manifest.toJson());
     folder_.write(QStringLiteral("in/A.wav.metadata.json"), manifest.toJson()); // what loading looks for
-    const BatchSplitResult result = PolySplitEngine(tools_).batchSplit(options());
+    const BatchSplitResult result = batchSplit(options(), tools_);
     EXPECT_EQ(namesIn(out("9C-T1")).join(u' '), QStringLiteral("A.WAV.metadata.json A_Boom.wav A_Lav.wav"));
     EXPECT_EQ(result.fileResults[0].trackNames.join(u' '), QStringLiteral("Boom Lav"));
 
     folder_.write(QStringLiteral("out/9C-T1/A.WAV.metadata.json"), "first");
-    const BatchSplitResult again = PolySplitEngine(tools_).batchSplit(options());
+    const BatchSplitResult again = batchSplit(options(), tools_);
     EXPECT_EQ(testing::readAll(out("9C-T1/A.WAV.metadata.json")), "first");
     EXPECT_EQ(again.successCount, 1);
     EXPECT_EQ(again.errorCount, 0);
@@ -212,7 +211,7 @@ TEST_F(BatchSplit, OneBadFileNeverStopsTheBatch) {
     poly("A.wav");
     poly("B.wav");
     folder_.write(QStringLiteral("out/A"), "a file where the folder should be");
-    const BatchSplitResult result = PolySplitEngine(tools_).batchSplit(options());
+    const BatchSplitResult result = batchSplit(options(), tools_);
     EXPECT_EQ(result.errorCount, 1);
     EXPECT_EQ(result.successCount, 1);
     EXPECT_EQ(result.fileResults[0].outcome.status.kind, ProcessingStatus::Kind::failed);
@@ -225,7 +224,7 @@ TEST_F(BatchSplit, FailedChannelsAreCountedInTheRow) {
     folder_.write(QStringLiteral("out/A/A_ch2.wav"), "old");
     BatchSplitOptions strict = options();
     strict.skipIfExists = false;
-    const BatchSplitResult result = PolySplitEngine(tools_).batchSplit(strict);
+    const BatchSplitResult result = batchSplit(strict, tools_);
     EXPECT_EQ(result.fileResults[0].outcome.status,
               ProcessingStatus::failed(QStringLiteral("Failed to create 1 ISOs")));
     EXPECT_EQ(result.fileResults[0].outcome.message, QStringLiteral("Failed to create 1 ISOs"));
@@ -260,7 +259,7 @@ TEST_F(BatchSplit, StoppingEndsTheBatchAheadOfTheNextFile) {
     hooks.onLogEntry = [&](const ProcessingLogEntry& entry) {
         if (entry.message == QStringLiteral("Created: A_ch2.wav")) stop = true;
     };
-    EXPECT_EQ(PolySplitEngine(tools_, hooks).batchSplit(options()).processedFiles, 1);
+    EXPECT_EQ(batchSplit(options(), tools_, hooks).processedFiles, 1);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "polytools/edit/poly_channel_filter_engine.h"
+#include "polytools/edit/track_rename.h"
 
 #include "foundation/domain_error.h"
 #include "platform/paths.h"
@@ -203,10 +204,7 @@ TEST_F(ChannelFilter, AFloatPolyStaysInFloat) {
 TEST_F(ChannelFilter, InPlaceNeedsBwfmetaedit) {
     const PolyFile file = poly();
     const QString before = testing::fingerprintOf(file.url);
-    EXPECT_EQ(errorOf([&] {
-                  PolyChannelFilterEngine(tools_).renameTracksInPlace(file, {{1, QStringLiteral("x")}});
-              }).first,
-              5);
+    EXPECT_EQ(errorOf([&] { renameTracksInPlace(file, {{1, QStringLiteral("x")}}, tools_); }).first, 5);
     EXPECT_EQ(testing::fingerprintOf(file.url), before);
 }
 
@@ -273,8 +271,8 @@ TEST_F(ChannelFilterWithMetadata, InPlaceChangesTheNamesAndNothingElse) {
     QFile::link(file.url, link);
     PolyFile linked = file;
     linked.url = link;
-    const ChannelFilterResult result = PolyChannelFilterEngine(tools_).renameTracksInPlace(
-        linked, {{2, QStringLiteral("A & B")}, {7, QStringLiteral("x")}});
+    const ChannelFilterResult result =
+        renameTracksInPlace(linked, {{2, QStringLiteral("A & B")}, {7, QStringLiteral("x")}}, tools_);
     EXPECT_FALSE(result.outcome.failed());
     EXPECT_TRUE(QFileInfo(link).isSymLink());
     const QByteArray after = testing::readAll(file.url);
@@ -290,7 +288,7 @@ TEST_F(ChannelFilterWithMetadata, InPlaceChangesTheNamesAndNothingElse) {
 
 TEST_F(ChannelFilterWithMetadata, InPlaceGivesATrackListToAFileWithoutOne) {
     const PolyFile file = poly(2);
-    PolyChannelFilterEngine(tools_).renameTracksInPlace(file, {{2, QStringLiteral("Boom")}});
+    renameTracksInPlace(file, {{2, QStringLiteral("Boom")}}, tools_);
     EXPECT_EQ(tracksOf(file.url),
               (std::vector<SourceTrack>{{1, 1, QStringLiteral("CH1")}, {2, 2, QStringLiteral("Boom")}}));
 }
@@ -304,11 +302,7 @@ TEST_F(ChannelFilterWithMetadata, AnyFailureInPlaceLeavesTheOldFileWhole) {
                              "case \"$1\" in --in-iXML=*) exit 0;; esac; exec %1 \"$@\"",
                              "case \"$1\" in --in-iXML=*) : > \"$2\"; exit 0;; esac; exec %1 \"$@\""}) {
         tools_.bwfmetaeditPath = folder_.writeScript(QStringLiteral("tool"), QString::fromLatin1(body).arg(real));
-        EXPECT_EQ(errorOf([&] {
-                      PolyChannelFilterEngine(tools_).renameTracksInPlace(file, {{1, QStringLiteral("x")}});
-                  }).first,
-                  5)
-            << body;
+        EXPECT_EQ(errorOf([&] { renameTracksInPlace(file, {{1, QStringLiteral("x")}}, tools_); }).first, 5) << body;
         EXPECT_EQ(testing::fingerprintOf(file.url), before) << body;
         EXPECT_EQ(testing::namesIn(folder_.path()).join(u' '), QStringLiteral("P.WAV tool"));
     }

@@ -1,3 +1,4 @@
+#include "polytools/join/batch_join.h"
 #include "polytools/join/poly_join_engine.h"
 
 #include "platform/paths.h"
@@ -167,7 +168,7 @@ protected:
     }
     BatchJoinResult run(const std::vector<ISOGroupCandidate>& groups, const JoinOptions& options = {}) {
         QDir().mkpath(folder());
-        return PolyJoinEngine(tools_).batchJoin(groups, folder(), options);
+        return batchJoin(groups, folder(), options, tools_);
     }
     QString folder() const { return paths::append(folder_.path(), QStringLiteral("polys")); }
 };
@@ -179,15 +180,14 @@ TEST_F(PolyBatchJoin, FiveGroupsOfWhichTwoExistReportTwoSkipsAndNoRowsForThem) {
     folder_.write(QStringLiteral("polys/7-T4_poly.wav"), "old");
     QStringList progress;
     QDir().mkpath(folder());
-    const BatchJoinResult result =
-        PolyJoinEngine(tools_).batchJoin(groups, folder(), {}, [&](const BatchJoinProgress& p) {
-            progress << QStringLiteral("%1/%2 %3 %4 %5")
-                            .arg(p.currentIndex)
-                            .arg(p.totalGroups)
-                            .arg(p.currentGroup)
-                            .arg(p.totalPolysCreated)
-                            .arg(p.skipCount);
-        });
+    const BatchJoinResult result = batchJoin(groups, folder(), {}, tools_, {}, [&](const BatchJoinProgress& p) {
+        progress << QStringLiteral("%1/%2 %3 %4 %5")
+                        .arg(p.currentIndex)
+                        .arg(p.totalGroups)
+                        .arg(p.currentGroup)
+                        .arg(p.totalPolysCreated)
+                        .arg(p.skipCount);
+    });
     EXPECT_EQ(result.skipCount, 2);
     EXPECT_EQ(result.successCount, 3);
     EXPECT_EQ(result.totalPolysCreated, 3);

@@ -4,6 +4,7 @@
 #include "platform/files/files.h"
 #include "platform/paths.h"
 #include "polytools/edit/poly_channel_filter_engine.h"
+#include "polytools/edit/track_rename.h"
 #include "polytools/records/poly_track_reading.h"
 
 #include <algorithm>
@@ -56,7 +57,7 @@ private:
         }
         try {
             ChannelFilterResult edited =
-                options_.inPlace ? engine_.renameTracksInPlace(row.poly, options_.renames) : rebuild(row.poly);
+                options_.inPlace ? renameTracksInPlace(row.poly, options_.renames, tools_, hooks_) : rebuild(row.poly);
             succeed(row, edited);
         } catch (const std::exception& error) {
             const QString reason = describe(error);

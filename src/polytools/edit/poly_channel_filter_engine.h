@@ -1,11 +1,11 @@
 // Writes a poly anew with some channels gone, in a new order or under new names, and gives it a track list that
 // matches.
 //
-// Blocks its caller; for the thread pool. The source poly is only read, except by `renameTracksInPlace`.
+// Blocks its caller; for the thread pool. The source poly is only read.
 #pragma once
 
-#include "foundation/records/item_outcome.h"
 #include "foundation/run/run_ledger.h"
+#include "polytools/edit/edit_result.h"
 #include "polytools/records/channel_plan.h"
 #include "polytools/records/poly_file.h"
 #include "polytools/services/engine_services.h"
@@ -15,13 +15,6 @@
 #include <vector>
 
 namespace ostrel {
-
-struct ChannelFilterResult {
-    ItemOutcome outcome; // skipped: nothing matched, or the output is there
-    std::vector<ProcessingLogEntry> logEntries;
-    int channelCount = 0; // of what was written
-    QStringList trackNames;
-};
 
 class PolyChannelFilterEngine {
 public:
@@ -37,11 +30,6 @@ public:
                                                bool preserveMetadata, const RenameMap& batchRenameMap,
                                                const ReorderList& channelReorderMap,
                                                ExistingOutput rule = ExistingOutput::replaced) const;
-
-    // Changes track names in the poly itself and nothing else: a copy beside it gets the new iXML, is compared with the
-    // old file and takes its place in one step. Whatever fails before leaves the old file whole.
-    // Throws DomainError "ChannelFilter", FileError and ProcessLaunchError.
-    ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMap& renames) const;
 
     // The file's own track list by interleave index; numbered channels where it has none.
     std::vector<SourceTrack> extractTrackListFromPoly(const QString& polyURL, int channelCount,

@@ -1,4 +1,5 @@
-// Renaming tracks in the poly itself.
+#include "polytools/edit/track_rename.h"
+
 #include "foundation/domain_error.h"
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/run/journal.h"
@@ -7,7 +8,6 @@
 #include "platform/files/replacement.h"
 #include "platform/paths.h"
 #include "platform/text/text.h"
-#include "polytools/edit/poly_channel_filter_engine.h"
 #include "polytools/records/wave_data.h"
 
 #include <QFile>
@@ -73,11 +73,11 @@ std::map<int, QString> namesByNumber(const QString& ixml) {
 
 } // namespace
 
-ChannelFilterResult PolyChannelFilterEngine::renameTracksInPlace(const PolyFile& polyFile,
-                                                                 const RenameMap& renames) const {
-    EngineLog log(hooks_, QStringLiteral("PolyChannelFilterEngine"), paths::stem(polyFile.url));
+ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMap& renames,
+                                        const PolyEngineTools& tools, const PolyEngineHooks& hooks) {
+    EngineLog log(hooks, QStringLiteral("PolyChannelFilterEngine"), paths::stem(polyFile.url));
     log.info(LogCategory::process, QStringLiteral("━━━ RENAME TRACKS IN PLACE: %1 ━━━").arg(polyFile.fileName));
-    if (tools_.bwfmetaeditPath.isEmpty()) {
+    if (tools.bwfmetaeditPath.isEmpty()) {
         throw renameError(QStringLiteral("bwfmetaedit not found - track names can't be changed in place"));
     }
     std::map<int, QString> names;
@@ -96,13 +96,13 @@ ChannelFilterResult PolyChannelFilterEngine::renameTracksInPlace(const PolyFile&
     const std::optional<FileStamp> before = FileStamp::of(recording);      // ahead of the first look at its contents
     if (!before) throw renameError(QStringLiteral("The recording is not there"));
     RunLedger ownLedger(QStringList{recording});
-    const QStringList cleared = (hooks_.ledger ? *hooks_.ledger : ownLedger).prepareFolder(paths::parent(recording));
+    const QStringList cleared = (hooks.ledger ? *hooks.ledger : ownLedger).prepareFolder(paths::parent(recording));
     for (const QString& sentence : cleared) log.warning(LogCategory::process, sentence);
     requireReplaceable(recording);
     if (const QString why = unexplainedBytesOf(recording); !why.isEmpty()) {
         throw renameError(QStringLiteral("The recording is not replaced: ") + why);
     }
-    const std::optional<QString> old = exportIXML(tools_.bwfmetaeditPath, recording);
+    const std::optional<QString> old = exportIXML(tools.bwfmetaeditPath, recording);
     if (!old) throw renameError(QStringLiteral("bwfmetaedit could not read the iXML"));
     const bool hasTracks = !parseTrackBlocks(*old).empty();
     const QString renamed =
@@ -110,17 +110,17 @@ ChannelFilterResult PolyChannelFilterEngine::renameTracksInPlace(const PolyFile&
 
     NewFile copy(recording);
     copyTo(copy.path(), recording);
-    if (!importIXML(tools_.bwfmetaeditPath, renamed, copy.path())) {
+    if (!importIXML(tools.bwfmetaeditPath, renamed, copy.path())) {
         throw renameError(QStringLiteral("bwfmetaedit could not write the iXML"));
     }
-    const std::optional<QString> written = exportIXML(tools_.bwfmetaeditPath, copy.path());
+    const std::optional<QString> written = exportIXML(tools.bwfmetaeditPath, copy.path());
     if (!written || namesByNumber(*written) != namesByNumber(renamed)) {
         throw renameError(QStringLiteral("The new track names could not be read back"));
     }
     if (!sameWaveData(recording, copy.path())) {
         throw renameError(QStringLiteral("The audio of the edited copy differs"));
     }
-    const auto journal = hooks_.journal ? hooks_.journal : std::make_shared<Journal>(QStringLiteral("edit"));
+    const auto journal = hooks.journal ? hooks.journal : std::make_shared<Journal>(QStringLiteral("edit"));
     takePlace(copy, *before, *journal);
 
     const std::map<int, QString> present = namesByNumber(*written);

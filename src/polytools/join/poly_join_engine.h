@@ -15,7 +15,6 @@ namespace ostrel {
 class PolyJoinEngine {
 public:
     using Progress = std::function<void(double fraction, const QString& step)>;
-    using OnBatchProgress = std::function<void(const BatchJoinProgress&)>;
 
     explicit PolyJoinEngine(PolyEngineTools tools, PolyEngineHooks hooks = {});
 
@@ -23,10 +22,6 @@ public:
     // depths must agree, durations need not. Throws nothing of its own.
     JoinResult join(const std::vector<ISOFile>& isoFiles, const QString& outputURL, const JoinOptions& options,
                     const Progress& progress = {}) const;
-
-    // One poly a group, one after the other. The folder must exist.
-    BatchJoinResult batchJoin(const std::vector<ISOGroupCandidate>& groups, const QString& outputFolder,
-                              const JoinOptions& options, const OnBatchProgress& progress = {}) const;
 
     // `namesSpeakers`: some of the files say which speaker they feed. amerge would put such channels into the order of
     // the speakers, or mix them; so each is made plain mono ahead of it, without a change to its samples.
@@ -37,12 +32,5 @@ private:
     const PolyEngineTools tools_;
     const PolyEngineHooks hooks_;
 };
-
-// The file name of a group's poly, without its extension: the suggested name, less "_poly" if the original is kept. A
-// slash in a scene or take becomes "-".
-QString groupOutputName(const ISOGroupCandidate& group, bool keepOriginalName);
-
-// The name as one component of a path: "/" becomes "-", and what would lead elsewhere or hide the file is defused.
-QString safeFileName(const QString& name);
 
 } // namespace ostrel

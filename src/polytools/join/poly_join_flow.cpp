@@ -4,6 +4,7 @@
 #include "platform/files/file_name.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
+#include "polytools/join/batch_join.h"
 #include "polytools/preview/poly_preview.h"
 #include "polytools/records/iso_ordering.h"
 #include "polytools/services/poly_tools_reports.h"
@@ -354,14 +355,14 @@ void PolyJoinFlow::startBatchJoin() {
 }
 
 QCoro::Task<> PolyJoinFlow::batchJoin(std::vector<ISOGroupCandidate> groups, JoinOptions options, TaskHandle handle) {
-    const PolyJoinEngine engine(services_.engineTools(), hooksOfRun(handle));
     const auto progress = services_.follow(handle, [state = &state_](const BatchJoinProgress& step) {
         state->batchJoinProgress = step;
         state->currentProcessingItem = step.currentGroup;
     });
-    const auto work = [engine, groups, folder = state_.joinOutputFolder.value(), options, progress] {
+    const auto work = [tools = services_.engineTools(), hooks = hooksOfRun(handle), groups,
+                       folder = state_.joinOutputFolder.value(), options, progress] {
         files::createFolder(folder);
-        return engine.batchJoin(groups, folder, options, progress);
+        return ostrel::batchJoin(groups, folder, options, tools, hooks, progress);
     };
     const auto [result, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) {

@@ -18,4 +18,26 @@ QString polyStem(const QString& stem, const QString& ending) { return polyFileNa
 
 QString takeEnding(const QString& take) { return QStringLiteral("-T") + fittedText(take, kMostTakeBytes); }
 
+QString safeFileName(const QString& name) {
+    QString result = name;
+    result.replace(u'/', u'-').remove(QChar(u'\0'));
+    if (result.startsWith(u'.')) result[0] = u'-';
+    return result;
+}
+
+QString groupOutputName(const ISOGroupCandidate& group, bool keepOriginalName) {
+    const auto without = [](const QString& name, const QString& end) {
+        return name.endsWith(end) ? name.chopped(end.size()) : name;
+    };
+    const QString poly = QStringLiteral("_poly");
+    const QString suggested = group.suggestedOutputName();
+    QString name = without(suggested, poly);
+    QString ending = keepOriginalName || name == suggested ? QString() : poly;
+    if (!group.scene.isEmpty() && !group.take.isEmpty()) {
+        name = without(name, QStringLiteral("-T") + group.take);
+        ending.prepend(takeEnding(group.take));
+    }
+    return polyStem(safeFileName(name), ending);
+}
+
 } // namespace ostrel

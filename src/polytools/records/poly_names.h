@@ -1,6 +1,8 @@
 // What the names of polys, and of the folders of their ISOs, are made of.
 #pragma once
 
+#include "polytools/records/iso_group.h"
+
 #include <QString>
 
 namespace ostrel {
@@ -14,5 +16,12 @@ QString polyFileName(const QString& stem, const QString& ending = QString());
 
 // "-T{take}". A long take is cut, so that behind a scene of any length one take is told from the next.
 QString takeEnding(const QString& take);
+
+// The file name of a group's poly, without its extension: the suggested name, less "_poly" if the original is kept. A
+// slash in a scene or take becomes "-".
+QString groupOutputName(const ISOGroupCandidate& group, bool keepOriginalName);
+
+// The name as one component of a path: "/" becomes "-", and what would lead elsewhere or hide the file is defused.
+QString safeFileName(const QString& name);
 
 } // namespace ostrel

@@ -17,17 +17,12 @@ namespace ostrel {
 class PolySplitEngine {
 public:
     using Progress = std::function<void(double fraction, const QString& name)>;
-    using OnBatchProgress = std::function<void(const BatchProgress&)>;
 
     explicit PolySplitEngine(PolyEngineTools tools, PolyEngineHooks hooks = {});
 
     // The folder must exist. Throws nothing of its own.
     SplitResult split(const PolyFile& polyFile, const QString& outputFolder, const SplitOptions& options,
                       const Progress& progress = {}) const;
-
-    // All polys of a folder or a selection, one after the other, each into the folder that its scene and take give.
-    // Throws DomainError "BatchSplit" if there is nothing to split, "ScanError" if the folder can't be read.
-    BatchSplitResult batchSplit(const BatchSplitOptions& options, const OnBatchProgress& progress = {}) const;
 
     static QStringList buildSplitCommand(const PolyFile& polyFile, int channel, const QString& output);
 

@@ -3,6 +3,7 @@
 #include "platform/files/files.h"
 #include "platform/paths.h"
 #include "polytools/services/poly_tools_reports.h"
+#include "polytools/split/batch_split.h"
 #include "polytools/split/iso_output_folder.h"
 
 namespace ostrel {
@@ -241,10 +242,11 @@ void PolySplitFlow::startBatchSplit() {
 }
 
 QCoro::Task<> PolySplitFlow::batchSplit(BatchSplitOptions options, TaskHandle handle) {
-    const PolySplitEngine engine(services_.engineTools(), services_.hooks(handle));
     const auto progress =
         services_.follow(handle, [state = &state_](const BatchProgress& step) { state->showBatchProgress(step); });
-    const auto work = [engine, options, progress] { return engine.batchSplit(options, progress); };
+    const auto work = [tools = services_.engineTools(), hooks = services_.hooks(handle), options, progress] {
+        return ostrel::batchSplit(options, tools, hooks, progress);
+    };
     const auto [result, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) {
         if (result && isOfLastRun()) countBatch(*result, options.outputFolder);

@@ -1,4 +1,5 @@
-// The batch layer of the split: which polys, which folders, and the manifests that travel along.
+#include "polytools/split/batch_split.h"
+
 #include "foundation/domain_error.h"
 #include "foundation/run/run_ledger.h"
 #include "metadata/metadata_manifest.h"
@@ -24,7 +25,7 @@ public:
     BatchSplit(const PolyEngineTools& tools, const PolyEngineHooks& hooks, const BatchSplitOptions& options)
         : tools_(tools), hooks_(hooks), options_(options), log_(hooks, QStringLiteral("PolySplitEngine"), QString()) {}
 
-    BatchSplitResult run(const PolySplitEngine::OnBatchProgress& progress) {
+    BatchSplitResult run(const std::function<void(const BatchProgress&)>& progress) {
         const std::vector<PolyFile> polys = findPolys();
         openLedger(polys);
         log_.info(LogCategory::scan, QStringLiteral("Found %1 poly files to process").arg(polys.size()));
@@ -234,8 +235,9 @@ private:
 
 } // namespace
 
-BatchSplitResult PolySplitEngine::batchSplit(const BatchSplitOptions& options, const OnBatchProgress& progress) const {
-    return BatchSplit(tools_, hooks_, options).run(progress);
+BatchSplitResult batchSplit(const BatchSplitOptions& options, const PolyEngineTools& tools,
+                            const PolyEngineHooks& hooks, const std::function<void(const BatchProgress&)>& progress) {
+    return BatchSplit(tools, hooks, options).run(progress);
 }
 
 } // namespace ostrel

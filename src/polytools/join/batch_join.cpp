@@ -1,4 +1,5 @@
-// The batch layer of the join: one poly a group.
+#include "polytools/join/batch_join.h"
+
 #include "foundation/run/run_ledger.h"
 #include "platform/paths.h"
 #include "polytools/join/poly_join_engine.h"
@@ -16,7 +17,8 @@ public:
         : hooks_(withLedger(hooks, groups)), engine_(tools, hooks_), outputFolder_(outputFolder), options_(options),
           log_(hooks_, QStringLiteral("PolyJoinEngine"), QString()) {}
 
-    BatchJoinResult run(const std::vector<ISOGroupCandidate>& groups, const PolyJoinEngine::OnBatchProgress& progress) {
+    BatchJoinResult run(const std::vector<ISOGroupCandidate>& groups,
+                        const std::function<void(const BatchJoinProgress&)>& progress) {
         log_.debug(QStringLiteral("🔵 [BatchJoin] Starting batch join: %1 groups").arg(groups.size()));
         const auto report = [&](int index, const QString& group) {
             if (!progress) return;
@@ -130,31 +132,10 @@ private:
 
 } // namespace
 
-QString safeFileName(const QString& name) {
-    QString result = name;
-    result.replace(u'/', u'-').remove(QChar(u'\0'));
-    if (result.startsWith(u'.')) result[0] = u'-';
-    return result;
-}
-
-QString groupOutputName(const ISOGroupCandidate& group, bool keepOriginalName) {
-    const auto without = [](const QString& name, const QString& end) {
-        return name.endsWith(end) ? name.chopped(end.size()) : name;
-    };
-    const QString poly = QStringLiteral("_poly");
-    const QString suggested = group.suggestedOutputName();
-    QString name = without(suggested, poly);
-    QString ending = keepOriginalName || name == suggested ? QString() : poly;
-    if (!group.scene.isEmpty() && !group.take.isEmpty()) {
-        name = without(name, QStringLiteral("-T") + group.take);
-        ending.prepend(takeEnding(group.take));
-    }
-    return polyStem(safeFileName(name), ending);
-}
-
-BatchJoinResult PolyJoinEngine::batchJoin(const std::vector<ISOGroupCandidate>& groups, const QString& outputFolder,
-                                          const JoinOptions& options, const OnBatchProgress& progress) const {
-    return BatchJoin(tools_, hooks_, groups, outputFolder, options).run(groups, progress);
+BatchJoinResult batchJoin(const std::vector<ISOGroupCandidate>& groups, const QString& outputFolder,
+                          const JoinOptions& options, const PolyEngineTools& tools, const PolyEngineHooks& hooks,
+                          const std::function<void(const BatchJoinProgress&)>& progress) {
+    return BatchJoin(tools, hooks, groups, outputFolder, options).run(groups, progress);
 }
 
 } // namespace ostrel
