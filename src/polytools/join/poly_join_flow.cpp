@@ -424,4 +424,18 @@ void PolyJoinFlow::clearJoinData() {
     services_.info(LogCategory::system, QStringLiteral("Cleared join data - ready for new files"));
 }
 
+// One take beyond doubt: nothing to review, so it goes the way of a single join.
+void PolyJoinFlow::takeShortcut(const ISOGroupCandidate& group) {
+    setISOFiles(group.sortedISOs());
+    state_.joinOutputName = suggestedName();
+    const QString take = !group.scene.isEmpty() && !group.take.isEmpty()
+                             ? QStringLiteral("%1-T%2").arg(group.scene, group.take)
+                             : group.suggestedOutputName();
+    services_.success(kScan, QStringLiteral("✅ Detected 1 group: %1 (%2 ISOs)").arg(take).arg(group.isoFiles.size()));
+    services_.info(kScan,
+                   QStringLiteral("Tip: Click 'Show details' or enable 'Review groups before joining' to see full "
+                                  "grouping info"));
+    preview_.updatePreviewMix();
+}
+
 } // namespace ostrel

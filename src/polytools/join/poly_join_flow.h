@@ -2,6 +2,7 @@
 #pragma once
 
 #include "polytools/grouping/iso_loader.h"
+#include "polytools/join/join_grouping.h"
 #include "polytools/services/poly_tools_services.h"
 #include "polytools/services/poly_tools_state.h"
 
@@ -14,13 +15,14 @@ class PolyPreview;
 class PolyJoinFlow {
 public:
     PolyJoinFlow(PolyToolsState& state, PolyToolsServices& services, PolyPreview& preview)
-        : state_(state), services_(services), preview_(preview) {}
+        : state_(state), services_(services), preview_(preview),
+          grouping_(state, services, [this](const ISOGroupCandidate& take) { takeShortcut(take); }) {}
 
     // Folders win over files. One file is loaded, anything more is grouped.
     void applyJoinModeDetection(const QStringList& folders, const QStringList& files);
     void selectISOFiles(); // in addition to those that are loaded
     void analyzeISOFiles(const QStringList& urls);
-    void scanAndGroupISOs();
+    void scanAndGroupISOs() { grouping_.scan(); }
     void selectOutputFolder();
     void clearOutputFolder(); // back to that of the loaded ISOs
     void setKeepOriginalName(bool keep);
@@ -46,8 +48,6 @@ private:
     void logOrdering(const LoadedISOs& loaded);
     void validateISOFiles();
     QString suggestedName() const;
-    QCoro::Task<> group(TaskHandle handle);
-    void showGroups(const GroupingResult& result);
     void takeShortcut(const ISOGroupCandidate& group);
     void setISOFiles(std::vector<ISOFile> files);
     QCoro::Task<> join(std::vector<ISOFile> isos, QString outputURL, JoinOptions options, TaskHandle handle);
@@ -62,6 +62,7 @@ private:
     PolyToolsState& state_;
     PolyToolsServices& services_;
     PolyPreview& preview_;
+    JoinGrouping grouping_;
 };
 
 } // namespace ostrel

@@ -1,10 +1,9 @@
-// The Join mode's grouping of a pile of ISOs into takes.
+#include "polytools/join/join_grouping.h"
+
 #include "foundation/domain_error.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
 #include "polytools/grouping/iso_grouping_engine.h"
-#include "polytools/join/poly_join_flow.h"
-#include "polytools/preview/poly_preview.h"
 
 namespace ostrel {
 namespace {
@@ -32,7 +31,7 @@ GroupingResult groupPile(const ISOGroupingEngine& engine, const Pile& pile) {
 
 } // namespace
 
-void PolyJoinFlow::scanAndGroupISOs() {
+void JoinGrouping::scan() {
     const auto& selected = state_.selectedJoinFiles.value();
     if (state_.joinSourceFolder.value().isEmpty() && !selected) {
         return services_.error(kScan, QStringLiteral("Select files or folder to process"));
@@ -52,7 +51,7 @@ void PolyJoinFlow::scanAndGroupISOs() {
     services_.run(group(services_.begin(Task::grouping)));
 }
 
-QCoro::Task<> PolyJoinFlow::group(TaskHandle handle) {
+QCoro::Task<> JoinGrouping::group(TaskHandle handle) {
     GroupingHooks hooks;
     hooks.isStopped = [handle] { return handle.isCancelled(); };
     hooks.onFile = services_.follow(
@@ -72,7 +71,7 @@ QCoro::Task<> PolyJoinFlow::group(TaskHandle handle) {
     }
 }
 
-void PolyJoinFlow::showGroups(const GroupingResult& result) {
+void JoinGrouping::showGroups(const GroupingResult& result) {
     for (const QString& sentence : result.remarks) services_.warning(kScan, sentence);
     state_.groupingResult = result;
     state_.reviewedGroups.assign(result.groups);
@@ -83,26 +82,12 @@ void PolyJoinFlow::showGroups(const GroupingResult& result) {
     state_.usedSmartShortcut = isClear;
     state_.showGroupReview = !isClear;
     state_.batchJoinMode = !isClear;
-    if (isClear) return takeShortcut(result.groups.front());
+    if (isClear) return onOneTake_(result.groups.front());
     services_.success(kScan, result.summary());
     if (result.lowConfidenceCount > 0) {
         services_.warning(
             kScan, QStringLiteral("%1 groups have low confidence - please review").arg(result.lowConfidenceCount));
     }
-}
-
-// One take beyond doubt: nothing to review, so it goes the way of a single join.
-void PolyJoinFlow::takeShortcut(const ISOGroupCandidate& group) {
-    setISOFiles(group.sortedISOs());
-    state_.joinOutputName = suggestedName();
-    const QString take = !group.scene.isEmpty() && !group.take.isEmpty()
-                             ? QStringLiteral("%1-T%2").arg(group.scene, group.take)
-                             : group.suggestedOutputName();
-    services_.success(kScan, QStringLiteral("✅ Detected 1 group: %1 (%2 ISOs)").arg(take).arg(group.isoFiles.size()));
-    services_.info(kScan,
-                   QStringLiteral("Tip: Click 'Show details' or enable 'Review groups before joining' to see full "
-                                  "grouping info"));
-    preview_.updatePreviewMix();
 }
 
 } // namespace ostrel
