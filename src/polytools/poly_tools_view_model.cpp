@@ -16,9 +16,9 @@ PolyToolsViewModel::PolyToolsViewModel(DesktopServices& desktop, AudioOutput* au
 
 PolyToolsViewModel::~PolyToolsViewModel() {
     services_.cancelAll();
-    preview_.cleanupPreviewTempFiles();
-    preview_.cleanupBatchPreviewTempFiles();
-    preview_.cleanupJoinPreview();
+    preview_.channels().cleanupPreviewTempFiles();
+    preview_.batch().cleanupBatchPreviewTempFiles();
+    preview_.join().cleanupJoinPreview();
 }
 
 QString PolyToolsViewModel::batchProcessHelperText() const {
@@ -33,7 +33,7 @@ QString PolyToolsViewModel::editPolyHelperText() const {
 
 void PolyToolsViewModel::checkTools() {
     services_.checkTools();
-    preview_.toolsChanged();
+    preview_.deck().toolsChanged();
 }
 
 void PolyToolsViewModel::selectSource() { showSourcePanel(QString()); }

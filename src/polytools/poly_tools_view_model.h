@@ -39,7 +39,7 @@ public:
     ~PolyToolsViewModel() override;
 
     const ExternalToolDetector& toolDetector() const { return services_.toolDetector(); }
-    PreviewMixer* previewMixer() { return preview_.mixer(); } // null without an audio output
+    PreviewMixer* previewMixer() { return preview_.deck().mixer(); } // null without an audio output
     PolyPreview& preview() { return preview_; }
 
     void checkTools();

@@ -223,7 +223,7 @@ TEST_F(GroupReviewViewTest, AClickOnAFileLoadsItsGroupAndPlaysIt) {
     tree().setCurrentIndex(file("12A-T4_poly", "T4_Lav.wav"));
     key(tree(), Qt::Key_Return);
     EXPECT_EQ(heardNow(), both(std::round(0.4 * kTrim * 1000) / 1000));
-    EXPECT_EQ(model_.preview().previewGroupDisplayLabel(), QStringLiteral("2: T4_Lav.wav"));
+    EXPECT_EQ(model_.preview().join().previewGroupDisplayLabel(), QStringLiteral("2: T4_Lav.wav"));
 
     ASSERT_TRUE(wait());
     clickSymbol(card("12A-T4_poly"), Action::play);

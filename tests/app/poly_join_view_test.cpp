@@ -235,7 +235,7 @@ TEST_F(PolyJoinViewTest, AClickPlaysAnIsoAndAnotherClickPausesIt) {
     EXPECT_EQ(heardNow(), both(0.2 * kTrim));
     clickRow(table(), row(2));
     EXPECT_EQ(heardNow(), both(0.3 * kTrim));
-    EXPECT_EQ(model_.preview().joinPlaybackDisplayLabel(), QStringLiteral("3: T1_c.wav"));
+    EXPECT_EQ(model_.preview().join().joinPlaybackDisplayLabel(), QStringLiteral("3: T1_c.wav"));
     key(table(), Qt::Key_Up);
     key(table(), Qt::Key_Return);
     EXPECT_EQ(heardNow(), both(0.2 * kTrim));

@@ -250,19 +250,19 @@ TEST_F(PreviewSide, ALoadedPolyCanBeHeardChannelByChannel) {
     EXPECT_TRUE(mixer.isPolySourceActive.value());
     EXPECT_EQ(testing::decodedByFfmpeg(controller_->extractedChannelURLs.value()[1])[0],
               testing::decodedByFfmpeg(path("P.wav"))[1]);
-    EXPECT_EQ(controller_->preview().playbackDisplayLabel(), QStringLiteral("Select a channel to preview"));
+    EXPECT_EQ(controller_->preview().channels().playbackDisplayLabel(), QStringLiteral("Select a channel to preview"));
 
-    controller_->preview().selectChannelForPlayback(1);
+    controller_->preview().channels().selectChannelForPlayback(1);
     EXPECT_TRUE(entry("Selected channel 2"));
     EXPECT_TRUE(mixer.isPlaying.value());
     EXPECT_TRUE(mixer.sourceStates.value()[1].isSoloed);
-    EXPECT_EQ(controller_->preview().activeChannelNumber(), 2);
-    EXPECT_TRUE(controller_->preview().playbackDisplayLabel().startsWith(QStringLiteral("2: ")));
-    controller_->preview().selectChannelForPlayback(1); // a click on the playing channel pauses it
+    EXPECT_EQ(controller_->preview().channels().activeChannelNumber(), 2);
+    EXPECT_TRUE(controller_->preview().channels().playbackDisplayLabel().startsWith(QStringLiteral("2: ")));
+    controller_->preview().channels().selectChannelForPlayback(1); // a click on the playing channel pauses it
     EXPECT_FALSE(mixer.isPlaying.value());
-    controller_->preview().selectChannelForPlayback(2);
+    controller_->preview().channels().selectChannelForPlayback(2);
     EXPECT_TRUE(mixer.sourceStates.value()[2].isSoloed && !mixer.sourceStates.value()[1].isSoloed);
-    controller_->preview().playPolySource();
+    controller_->preview().channels().playPolySource();
     EXPECT_TRUE(mixer.isPolySourceActive.value());
     EXPECT_FALSE(controller_->selectedChannelForPlayback.value());
 
@@ -280,7 +280,7 @@ TEST_F(PreviewSide, ABadChannelLeavesAPreviewOfTheOthers) {
     ASSERT_TRUE(settled());
     EXPECT_EQ(entry("Failed to extract channel 2: Error: no")->level, LogLevel::warning);
     EXPECT_EQ(controller_->extractedChannelURLs.value().size(), 2);
-    controller_->preview().selectChannelForPlayback(2);
+    controller_->preview().channels().selectChannelForPlayback(2);
     EXPECT_TRUE(controller_->previewMixer()->sourceStates.value()[1].isSoloed) << "channel 3 is the second source";
     controller_->ffmpegPath = QStringLiteral("/nowhere/ffmpeg");
     controller_->analyzePolyFile(path("P.wav"));
@@ -309,10 +309,10 @@ TEST_F(PreviewSide, TwoIsosBuildAPreviewPolyOfTheirDepthAndOneDoesNot) {
     EXPECT_EQ(paths::lastComponent(made), QStringLiteral("preview_poly.wav"));
     EXPECT_EQ(testing::decodedByFfmpeg(made).size(), 2u);
     EXPECT_EQ(testing::chunkOf(testing::readAll(made), "fmt ").mid(14, 2), testing::littleEndian16(16));
-    controller_->preview().selectISOForPlayback(1);
-    EXPECT_EQ(controller_->preview().activeJoinChannelNumber(), 2);
-    EXPECT_EQ(controller_->preview().joinPlaybackDisplayLabel(), QStringLiteral("2: b.wav"));
-    controller_->preview().updatePreviewMix();
+    controller_->preview().join().selectISOForPlayback(1);
+    EXPECT_EQ(controller_->preview().join().activeJoinChannelNumber(), 2);
+    EXPECT_EQ(controller_->preview().join().joinPlaybackDisplayLabel(), QStringLiteral("2: b.wav"));
+    controller_->preview().join().updatePreviewMix();
     EXPECT_TRUE(entry("Preview updated: 2 ISOs in mix"));
     controller_->clearJoinData();
     EXPECT_FALSE(controller_->previewMixer()->isLoaded.value());
@@ -333,17 +333,17 @@ TEST_F(PreviewSide, AGroupUnderReviewIsLoadedAndSoloed) {
     group.scene = QStringLiteral("1");
     group.take = QStringLiteral("2");
     group.isoFiles = {iso(QStringLiteral("x_A.wav")), iso(QStringLiteral("x_C.wav"), 1)};
-    controller_->preview().loadGroupForPreview(group);
+    controller_->preview().join().loadGroupForPreview(group);
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("Loaded 2 ISOs for group preview — generating poly source..."));
     EXPECT_EQ(controller_->previewIncludedIndices.value(), (std::set<int>{0, 1}));
-    EXPECT_EQ(controller_->preview().previewGroupDisplayLabel(), QStringLiteral("1-T2_poly"));
-    controller_->preview().selectPreviewISO(1);
+    EXPECT_EQ(controller_->preview().join().previewGroupDisplayLabel(), QStringLiteral("1-T2_poly"));
+    controller_->preview().join().selectPreviewISO(1);
     EXPECT_TRUE(controller_->previewMixer()->sourceStates.value()[1].isSoloed);
-    EXPECT_EQ(controller_->preview().activePreviewChannelNumber(), 2);
-    controller_->preview().selectPreviewISO(1);
-    EXPECT_FALSE(controller_->preview().activePreviewChannelNumber());
-    controller_->preview().playPreviewPolySource();
+    EXPECT_EQ(controller_->preview().join().activePreviewChannelNumber(), 2);
+    controller_->preview().join().selectPreviewISO(1);
+    EXPECT_FALSE(controller_->preview().join().activePreviewChannelNumber());
+    controller_->preview().join().playPreviewPolySource();
     EXPECT_TRUE(controller_->previewMixer()->isPolySourceActive.value());
 }
 
@@ -352,24 +352,24 @@ TEST_F(PreviewSide, PolysOfABatchAreExtractedOnceAndPlayed) {
         {poly(QStringLiteral("A.wav")).url, poly(QStringLiteral("B.wav"), 3).url}, PolyMode::split);
     ASSERT_TRUE(settled());
     PolyPreview& preview = controller_->preview();
-    preview.extractBatchPolyForPreview(1);
+    preview.batch().extractBatchPolyForPreview(1);
     ASSERT_TRUE(settled());
     EXPECT_TRUE(controller_->batchPolyMetadata[1].isPreviewReady);
     EXPECT_EQ(controller_->batchChannelItems.size(), 3u);
     EXPECT_EQ(controller_->batchChannelItems[0].trackName, QStringLiteral("—"));
     EXPECT_TRUE(controller_->previewMixer()->isPlaying.value());
-    preview.selectBatchChannelForPlayback(2);
+    preview.batch().selectBatchChannelForPlayback(2);
     EXPECT_TRUE(entry("Selected batch channel 3"));
-    preview.loadAllPreviews();
+    preview.batch().loadAllPreviews();
     EXPECT_TRUE(controller_->isLoadingAllPreviews.value());
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("All previews loaded: 2"));
-    preview.loadCachedPreviewAndPlay(0);
+    preview.batch().loadCachedPreviewAndPlay(0);
     EXPECT_TRUE(entry("Loaded cached preview: A"));
     EXPECT_EQ(controller_->previewMixer()->loadedFileCount.value(), 2);
-    preview.loadCachedPreviewAndPlay(7);
+    preview.batch().loadCachedPreviewAndPlay(7);
     EXPECT_TRUE(entry("Invalid batch poly index: 7"));
-    preview.extractBatchPolyForPreviewSilent(9);
+    preview.batch().extractBatchPolyForPreviewSilent(9);
     EXPECT_TRUE(entry("Silent extract: invalid index 9"));
     controller_->clearSplitData();
     EXPECT_EQ(temporaryFolders(), before_);

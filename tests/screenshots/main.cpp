@@ -152,7 +152,7 @@ private:
         waitUntil([this] { return polyTools().splitProgress.value() > 0.3; });
         take(QStringLiteral("split-running"));
         waitForPolyTools();
-        polyTools().preview().selectChannelForPlayback(2);
+        polyTools().preview().channels().selectChannelForPlayback(2);
         polyTools().previewMixer()->pause();
         polyTools().previewMixer()->seek(0.8);
         take(QStringLiteral("split"));
@@ -169,7 +169,7 @@ private:
         take(QStringLiteral("split-batch-running"));
         waitForPolyTools();
         splitView().batch().model().setExpanded(1, true);
-        polyTools().preview().playBatchChannel(1, 2);
+        polyTools().preview().batch().playBatchChannel(1, 2);
         waitForPolyTools();
         polyTools().previewMixer()->pause();
         polyTools().previewMixer()->seek(0.8);
@@ -187,7 +187,7 @@ private:
         waitForPolyTools();
         auto* view = app_.window().findChild<PolyJoinView*>();
         view->isos().table().selectRow(2);
-        polyTools().preview().selectISOForPlayback(2);
+        polyTools().preview().join().selectISOForPlayback(2);
         polyTools().previewMixer()->pause();
         polyTools().isoFiles.update(3, [](ISOFile& file) { file.sampleRate = 96000; });
         take(QStringLiteral("join"));
@@ -204,7 +204,7 @@ private:
         polyTools().review().deleteGroups({groups.group(last).id});
         const QModelIndex first = groups.index(0, 0);
         review.tree().unfold(first, true);
-        polyTools().preview().previewGroupISO(groups.group(first), 1);
+        polyTools().preview().join().previewGroupISO(groups.group(first), 1);
         polyTools().previewMixer()->pause();
         review.tree().setCurrentIndex(groups.index(2, 0, first));
         polyTools().joinOutputFolder = samples_ + QStringLiteral("/joined");

@@ -231,22 +231,22 @@ void PolyToolsTabView::refresh() {
 
 void PolyToolsTabView::showWhatIsHeard() {
     const PreviewMixer& mixer = *viewModel_.previewMixer();
-    const PolyPreview& preview = viewModel_.preview();
+    PolyPreview& preview = viewModel_.preview();
     const PolyMode mode = viewModel_.mode.value();
     QString label;
     std::optional<int> channel;
     if (mode == PolyMode::join && viewModel_.showGroupReview.value()) {
-        label = preview.previewGroupDisplayLabel();
-        channel = preview.activePreviewChannelNumber();
+        label = preview.join().previewGroupDisplayLabel();
+        channel = preview.join().activePreviewChannelNumber();
     } else if (mode == PolyMode::join) {
-        label = preview.joinPlaybackDisplayLabel();
-        channel = preview.activeJoinChannelNumber();
+        label = preview.join().joinPlaybackDisplayLabel();
+        channel = preview.join().activeJoinChannelNumber();
     } else if (mode == PolyMode::editPoly || viewModel_.batchMode.value()) {
-        label = preview.batchPlaybackDisplayLabel();
-        channel = preview.activeBatchChannelNumber();
+        label = preview.batch().batchPlaybackDisplayLabel();
+        channel = preview.batch().activeBatchChannelNumber();
     } else {
-        label = preview.playbackDisplayLabel();
-        channel = preview.activeChannelNumber();
+        label = preview.channels().playbackDisplayLabel();
+        channel = preview.channels().activeChannelNumber();
     }
     const QString error = mixer.loadError.value();
     transport_->setSource(error.isEmpty() ? label : error, channel,

@@ -225,8 +225,8 @@ void PolyEditFlow::clearEditPolyData() {
     state_.channelRemovalRenameMap = RenameMap();
     state_.channelReorderMap = std::nullopt;
     state_.splitOutputFolder = QString();
-    preview_.clearPlaybackState();
-    preview_.cleanupBatchPreviewTempFiles();
+    preview_.deck().clear();
+    preview_.batch().cleanupBatchPreviewTempFiles();
     state_.batchPolyMetadata.clear();
     state_.selectedBatchPreviewIndex = std::nullopt;
     state_.expandedBatchPolyIndices = std::set<int>();

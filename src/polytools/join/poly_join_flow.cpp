@@ -96,7 +96,7 @@ void PolyJoinFlow::showLoaded(const LoadedISOs& loaded) {
     validateISOFiles();
     services_.success(kScan, QStringLiteral("Loaded %1 files for joining").arg(loaded.files.size()));
     logOrdering(loaded);
-    preview_.updatePreviewMix();
+    preview_.join().updatePreviewMix();
 }
 
 void PolyJoinFlow::logOrdering(const LoadedISOs& loaded) {
@@ -158,7 +158,7 @@ void PolyJoinFlow::moveISO(int row, int to) {
         state_.referenceISOIndex = reference + 1;
     }
     state_.isoFiles.assign(std::move(files));
-    preview_.updatePreviewMix();
+    preview_.join().updatePreviewMix();
 }
 
 void PolyJoinFlow::moveISOUp(int row) { moveISO(row, row - 1); }
@@ -171,12 +171,12 @@ void PolyJoinFlow::updateChannelIndices() {
 
 void PolyJoinFlow::setAllSelected(bool isSelected) {
     state_.isoFiles.updateAll([&](ISOFile& file) { file.isSelected = isSelected; });
-    preview_.updatePreviewMix();
+    preview_.join().updatePreviewMix();
 }
 
 void PolyJoinFlow::setSelected(int row, bool isSelected) {
     state_.isoFiles.update(static_cast<std::size_t>(row), [&](ISOFile& file) { file.isSelected = isSelected; });
-    preview_.updatePreviewMix();
+    preview_.join().updatePreviewMix();
 }
 
 void PolyJoinFlow::selectOutputFolder() {
@@ -208,7 +208,7 @@ void PolyJoinFlow::setReviewsGroups(bool isOn) {
     if (isOn == state_.showGroupReview.value() || !state_.usedSmartShortcut.value()) return;
     state_.showGroupReview = isOn;
     state_.batchJoinMode = isOn;
-    preview_.clearPlaybackState(); // it held the other list
+    preview_.deck().clear(); // it held the other list
 }
 
 bool PolyJoinFlow::canRunJoin() const {
@@ -420,7 +420,7 @@ void PolyJoinFlow::clearJoinData() {
     state_.batchJoinProgress = std::nullopt;
     state_.usedSmartShortcut = false;
     state_.showGroupReview = false;
-    preview_.clearPlaybackState();
+    preview_.deck().clear();
     services_.info(LogCategory::system, QStringLiteral("Cleared join data - ready for new files"));
 }
 
@@ -435,7 +435,7 @@ void PolyJoinFlow::takeShortcut(const ISOGroupCandidate& group) {
     services_.info(kScan,
                    QStringLiteral("Tip: Click 'Show details' or enable 'Review groups before joining' to see full "
                                   "grouping info"));
-    preview_.updatePreviewMix();
+    preview_.join().updatePreviewMix();
 }
 
 } // namespace ostrel

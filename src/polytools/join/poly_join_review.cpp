@@ -34,7 +34,7 @@ void PolyJoinReview::publish(Lists lists, const QString& what) {
     state_.reviewedGroups.assign(std::move(lists.groups));
     state_.ungroupedFiles.assign(std::move(lists.ungrouped));
     services_.info(LogCategory::scan, what);
-    preview_.groupsChanged();
+    preview_.join().groupsChanged();
 }
 
 void PolyJoinReview::deleteGroups(const QSet<QUuid>& groups) {

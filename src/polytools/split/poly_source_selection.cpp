@@ -62,7 +62,7 @@ void PolySourceSelection::selectFolders(const QStringList& folders) {
         services_.info(kScan, QStringLiteral("Source folder selected: ") + paths::lastComponent(folder));
         if (!isEditing()) {
             // The run reads the folder by itself; for the list of polys it is read here.
-            if (preview_.isEnabled()) services_.run(showFolder(folder, services_.begin(Task::listing)));
+            if (preview_.deck().isEnabled()) services_.run(showFolder(folder, services_.begin(Task::listing)));
             return;
         }
         defaultOutputFolder(folder, QStringLiteral("✅ Auto-set output folder to source: "));
@@ -152,7 +152,7 @@ QCoro::Task<> PolySourceSelection::analyze(QString url, TaskHandle handle) {
         services_.run(saveManifest(loaded->first, saved));
     }
     state_.refreshSplitSections();
-    co_await preview_.extractAllChannelsForPreview();
+    co_await preview_.channels().extractAllChannelsForPreview();
     if (!handle.isCancelled()) state_.isAnalyzing = false;
 }
 
@@ -210,7 +210,7 @@ void PolySourceSelection::populateBatchPolyMetadata(const QStringList& urls) {
         services_.error(LogCategory::system, QStringLiteral("Cannot get poly metadata: ffprobe not available"));
         return;
     }
-    preview_.cleanupBatchPreviewTempFiles();
+    preview_.batch().cleanupBatchPreviewTempFiles();
     state_.batchPolyMetadata.clear();
     services_.run(populate(urls, services_.begin(Task::listing)));
 }
@@ -297,9 +297,9 @@ void PolySourceSelection::clearSplitData() {
     state_.selectedFiles = std::nullopt;
     state_.batchResults = std::nullopt;
     state_.batchProgress = std::nullopt;
-    preview_.clearPlaybackState();
-    preview_.cleanupPreviewTempFiles();
-    preview_.cleanupBatchPreviewTempFiles();
+    preview_.deck().clear();
+    preview_.channels().cleanupPreviewTempFiles();
+    preview_.batch().cleanupBatchPreviewTempFiles();
     state_.batchPolyMetadata.clear();
     state_.selectedBatchPreviewIndex = std::nullopt;
     state_.expandedBatchPolyIndices = std::set<int>();

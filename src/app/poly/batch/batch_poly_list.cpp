@@ -40,7 +40,7 @@ QWidget* BatchPolyList::makeHeading() {
     loadAll_->setMinimumWidth(loadAll_->sizeHint().width()); // of the longest text that it gets
     connect(expandAll_, &QPushButton::clicked, this, [this] { setAllExpanded(true); });
     connect(collapseAll_, &QPushButton::clicked, this, [this] { setAllExpanded(false); });
-    connect(loadAll_, &QPushButton::clicked, this, [this] { viewModel_.preview().loadAllPreviews(); });
+    connect(loadAll_, &QPushButton::clicked, this, [this] { viewModel_.preview().batch().loadAllPreviews(); });
     auto* row = rowLayout(6);
     row->addWidget(heading_);
     row->addSpacing(8);
@@ -110,8 +110,8 @@ bool BatchPolyList::foldByKey(int key) {
 
 void BatchPolyList::play(int row) {
     const BatchPolyModel::Line line = model_->lineAt(row);
-    line.isPoly() ? viewModel_.preview().playBatchPoly(line.poly)
-                  : viewModel_.preview().playBatchChannel(line.poly, line.channel);
+    line.isPoly() ? viewModel_.preview().batch().playBatchPoly(line.poly)
+                  : viewModel_.preview().batch().playBatchChannel(line.poly, line.channel);
 }
 
 void BatchPolyList::refresh() {
@@ -132,7 +132,7 @@ void BatchPolyList::refresh() {
                       : areLoaded ? QStringLiteral("All Loaded")
                                   : QStringLiteral("Load All Previews"));
     loadAll_->setAccessibleName(loadAll_->text());
-    loadAll_->setEnabled(!polys.empty() && !areLoaded && !isLoading && viewModel_.preview().isEnabled());
+    loadAll_->setEnabled(!polys.empty() && !areLoaded && !isLoading && viewModel_.preview().deck().isEnabled());
 }
 
 } // namespace ostrel

@@ -215,8 +215,8 @@ bool GroupCardView::helpEvent(QHelpEvent* event, QAbstractItemView* view, const 
 
 void GroupCardView::perform(Action action, const QModelIndex& group) {
     switch (action) {
-    case Action::load: return viewModel_.preview().loadGroupForPreview(model_.group(group));
-    case Action::play: return viewModel_.preview().playGroup(model_.group(group));
+    case Action::load: return viewModel_.preview().join().loadGroupForPreview(model_.group(group));
+    case Action::play: return viewModel_.preview().join().playGroup(model_.group(group));
     case Action::remove:
         if (onDelete && !viewModel_.isBatchJoining.value()) onDelete(group);
     }

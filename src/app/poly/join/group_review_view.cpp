@@ -36,8 +36,9 @@ GroupReviewView::GroupReviewView(PolyToolsViewModel& viewModel, QWidget* parent)
     column->addWidget(split, 1);
     setLayout(column);
 
-    connect(tree_, &GroupTree::isoChosen, this,
-            [this](const QModelIndex& iso) { viewModel_.preview().previewGroupISO(groups_->group(iso), iso.row()); });
+    connect(tree_, &GroupTree::isoChosen, this, [this](const QModelIndex& iso) {
+        viewModel_.preview().join().previewGroupISO(groups_->group(iso), iso.row());
+    });
     connect(tree_, &GroupTree::deletePressed, this, &GroupReviewView::deleteSelected);
     connect(tree_, &GroupTree::menuRequested, this, &GroupReviewView::showMenu);
     connect(ungrouped_, &RecordTable::menuRequested, this, [this](int, const QPoint& at) { showMenu(at); });
@@ -233,7 +234,7 @@ void GroupReviewView::refreshActions() {
     const bool isGrouped = std::ranges::any_of(rows, [this](const QModelIndex& row) { return groups_->isIso(row); });
     const bool hasGroups = std::ranges::any_of(rows, [this](const QModelIndex& row) { return groups_->isGroup(row); });
     const bool hasFiles = isGrouped || ungrouped_->selectionModel()->hasSelection();
-    const bool canHear = viewModel_.preview().isEnabled() && !rows.isEmpty();
+    const bool canHear = viewModel_.preview().deck().isEnabled() && !rows.isEmpty();
     load_->setEnabled(canHear);
     play_->setEnabled(canHear);
     move_->setEnabled(isFree && hasFiles && !viewModel_.reviewedGroups.empty());

@@ -62,11 +62,11 @@ QWidget* IsoListSection::makeActions() {
                      [this] { viewModel_.revealInFinder(model_->record(currentRow()).url); });
     playAll_ =
         action(QStringLiteral("Play All"), QStringLiteral("Play all ISOs as interleaved poly (ground truth preview)"),
-               [this] { viewModel_.preview().playJoinPolySource(); });
+               [this] { viewModel_.preview().join().playJoinPolySource(); });
     previewAll_ =
         action(QStringLiteral("Preview All"), QStringLiteral("Select all ISOs for preview"), [this] { previewAll(); });
     clearPreview_ = action(QStringLiteral("Clear Preview"), QStringLiteral("Stop and unload the preview"),
-                           [this] { viewModel_.preview().clearPlaybackState(); });
+                           [this] { viewModel_.preview().deck().clear(); });
     auto* row = rowLayout(6);
     for (QPushButton* button : {selectAll_, deselectAll_}) row->addWidget(button);
     row->addSpacing(10);
@@ -99,7 +99,7 @@ void IsoListSection::makeTable() {
     table_->setDragDropOverwriteMode(false);
     connect(table_, &QTableView::clicked, this, &IsoListSection::onClicked);
     connect(table_, &RecordTable::rowActivated, this,
-            [this](int row) { viewModel_.preview().selectISOForPlayback(row); });
+            [this](int row) { viewModel_.preview().join().selectISOForPlayback(row); });
     connect(table_, &RecordTable::menuRequested, this, &IsoListSection::showMenu);
     connect(table_->selectionModel(), &QItemSelectionModel::currentRowChanged, this, &IsoListSection::refreshMoves);
     for (const int step : {-1, 1}) {
@@ -121,21 +121,24 @@ void IsoListSection::move(int step) {
 
 void IsoListSection::previewAll() {
     viewModel_.selectAllISOs();
-    viewModel_.preview().playJoinPolySource();
+    viewModel_.preview().join().playJoinPolySource();
 }
 
 void IsoListSection::onClicked(const QModelIndex& index) {
     if (index.column() == IsoTableModel::IncludeColumn) return;
-    if (index.column() == IsoTableModel::SoloColumn) return viewModel_.preview().toggleISOSolo(index.row());
-    if (table_->selectionModel()->selectedRows().size() == 1) viewModel_.preview().selectISOForPlayback(index.row());
+    if (index.column() == IsoTableModel::SoloColumn) return viewModel_.preview().join().toggleISOSolo(index.row());
+    if (table_->selectionModel()->selectedRows().size() == 1)
+        viewModel_.preview().join().selectISOForPlayback(index.row());
 }
 
 // What the pointer does in the row, for the keyboard.
 void IsoListSection::showMenu(int row, const QPoint& position) {
     table_->selectRow(row);
     QMenu menu(this);
-    menu.addAction(QStringLiteral("Preview"), this, [this, row] { viewModel_.preview().selectISOForPlayback(row); });
-    menu.addAction(QStringLiteral("Solo this track"), this, [this, row] { viewModel_.preview().toggleISOSolo(row); });
+    menu.addAction(QStringLiteral("Preview"), this,
+                   [this, row] { viewModel_.preview().join().selectISOForPlayback(row); });
+    menu.addAction(QStringLiteral("Solo this track"), this,
+                   [this, row] { viewModel_.preview().join().toggleISOSolo(row); });
     menu.addSeparator();
     QAction* include = menu.addAction(QStringLiteral("Include"));
     include->setCheckable(true);
@@ -160,7 +163,7 @@ void IsoListSection::refresh() {
                            : QString());
     addFiles_->setEnabled(isFree && !isReading);
     for (QPushButton* button : {selectAll_, deselectAll_}) button->setEnabled(isFree && count > 0);
-    const bool canHear = viewModel_.preview().isEnabled() && count > 0;
+    const bool canHear = viewModel_.preview().deck().isEnabled() && count > 0;
     playAll_->setEnabled(canHear);
     previewAll_->setEnabled(canHear && isFree);
     clearPreview_->setEnabled(canHear && viewModel_.previewMixer()->isLoaded.value());

@@ -86,7 +86,7 @@ QWidget* PolySplitView::makeChannels() {
     preparing_->setAccessibleName(QStringLiteral("Preview preparation"));
     playPoly_ = pushButton(QStringLiteral("Play Poly"), QStringLiteral("play.fill"),
                            QStringLiteral("Play the original poly file (all channels as recorded)"));
-    connect(playPoly_, &QPushButton::clicked, this, [this] { viewModel_.preview().playPolySource(); });
+    connect(playPoly_, &QPushButton::clicked, this, [this] { viewModel_.preview().channels().playPolySource(); });
     auto* head = rowLayout(8);
     head->addWidget(heading_);
     head->addStretch();
@@ -102,7 +102,7 @@ QWidget* PolySplitView::makeChannels() {
     channels_->setColumnWidth(Model::OutputColumn, 200);
     channels_->setStretchColumns({Model::TrackColumn, Model::OutputColumn});
     channels_->setMinimumRows(4);
-    const auto play = [this](int row) { viewModel_.preview().selectChannelForPlayback(row); };
+    const auto play = [this](int row) { viewModel_.preview().channels().selectChannelForPlayback(row); };
     connect(channels_, &QTableView::clicked, this, [play](const QModelIndex& index) { play(index.row()); });
     connect(channels_, &RecordTable::rowActivated, this, play);
     auto* column = columnLayout(6);
@@ -187,7 +187,8 @@ void PolySplitView::refreshChannels() {
         viewModel_.isPreparingPreview.value() && step
             ? QStringLiteral("Preparing preview... %1/%2 channels ready").arg(step->first).arg(step->second)
             : QString());
-    playPoly_->setEnabled(viewModel_.preview().isEnabled() && !viewModel_.extractedChannelURLs.value().isEmpty());
+    playPoly_->setEnabled(viewModel_.preview().deck().isEnabled() &&
+                          !viewModel_.extractedChannelURLs.value().isEmpty());
 }
 
 void PolySplitView::refreshRun() {
