@@ -193,7 +193,7 @@ void UniversalMetadataEngine::saveManifest(const SceneTakeInfo& sceneInfo, const
 }
 
 void UniversalMetadataEngine::normalizeiXMLForSingleTrack(const QString& sourceURL, const QString& outputURL,
-                                                          int /*trackIndex*/, const QString& trackName,
+                                                          const QString& trackName,
                                                           int channelIndex, int interleaveIndex) const {
     const QString document = performUniversalXMLSurgery(
         extractiXMLString(sourceURL), singleTrackList(channelIndex, interleaveIndex, trackName), generateFileUID());

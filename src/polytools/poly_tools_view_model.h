@@ -66,7 +66,6 @@ public:
     bool canRunBatchSplit() const { return split_.canRunBatchSplit(); }
     void selectSplitOutputFolder() { split_.selectOutputFolder(); }
     void runSplit() { split_.runSplit(); }
-    void startSingleSplit() { split_.startSingleSplit(); }
     void startBatchSplit() { split_.startBatchSplit(); }
 
     // Join

@@ -44,21 +44,21 @@ TEST_F(AppViewModelTest, AppearanceIsKept) {
 
 TEST_F(AppViewModelTest, SelectSourceAsksForFilesAndFolders) {
     writePair("Rain");
-    desktop.nextOpen = {library.path()};
+    desktop.openPanelAnswer = {library.path()};
     controller.selectSource();
-    EXPECT_EQ(desktop.lastOpen.message, QStringLiteral("Select audio files or folders to process"));
-    EXPECT_EQ(desktop.lastOpen.prompt, QStringLiteral("Select"));
-    EXPECT_TRUE(desktop.lastOpen.canChooseFiles && desktop.lastOpen.canChooseFolders &&
-                desktop.lastOpen.allowsMultipleSelection);
+    EXPECT_EQ(desktop.openPanels.back().message, QStringLiteral("Select audio files or folders to process"));
+    EXPECT_EQ(desktop.openPanels.back().prompt, QStringLiteral("Select"));
+    EXPECT_TRUE(desktop.openPanels.back().canChooseFiles && desktop.openPanels.back().canChooseFolders &&
+                desktop.openPanels.back().allowsMultipleSelection);
     EXPECT_EQ(controller.sourceURL.value(), library.path());
     EXPECT_EQ(messages(controller),
               QStringList{QStringLiteral("[INFO] [SYSTEM] Selected: ") + paths::lastComponent(library.path())});
     EXPECT_TRUE(controller.canScan());
-    desktop.nextOpen = {output("Rain.L.wav"), output("Rain.R.wav")};
+    desktop.openPanelAnswer = {output("Rain.L.wav"), output("Rain.R.wav")};
     controller.selectSource();
     EXPECT_EQ(controller.sourceURL.value(), library.path());
     EXPECT_EQ(messages(controller).last(), QStringLiteral("[INFO] [SYSTEM] Selected 2 items"));
-    desktop.nextOpen.clear();
+    desktop.openPanelAnswer.clear();
     controller.selectSource();
     EXPECT_EQ(controller.selectedFiles.value().size(), 2);
 }
@@ -263,9 +263,9 @@ TEST_F(AppViewModelTest, AnExistingOutputIsSkipped) {
 
 TEST_F(AppViewModelTest, ACustomFolderAlwaysGetsWav) {
     writePair("Rain");
-    desktop.nextOpen = {library.path("out"_s)};
+    desktop.openPanelAnswer = {library.path("out"_s)};
     controller.selectOutputFolder();
-    EXPECT_EQ(desktop.lastOpen.message, QStringLiteral("Select output folder for processed files"));
+    EXPECT_EQ(desktop.openPanels.back().message, QStringLiteral("Select output folder for processed files"));
     EXPECT_EQ(messages(controller).last(), QStringLiteral("[INFO] [SYSTEM] Output folder selected: out"));
     scan();
     controller.interleaveGroups.update(0, [](InterleaveGroup& group) { group.containerKind = ContainerKind::flac; });
@@ -518,15 +518,15 @@ TEST_F(AppViewModelTest, TheLogIsExportedSavedAndCopied) {
     EXPECT_TRUE(exported.startsWith(QStringLiteral("Ostrel Log\nGenerated: ")));
     EXPECT_TRUE(exported.contains(
         QStringLiteral("\nSource: %1\nMode: Interleave\nLayout: Stereo (L/R)\n\n[").arg(library.path())));
-    desktop.nextSave = library.path("log.txt"_s);
+    desktop.savePanelAnswer = library.path("log.txt"_s);
     controller.saveLogToFile();
-    EXPECT_TRUE(desktop.lastSave.suggestedName.startsWith(QStringLiteral("Ostrel_Log_2")));
-    EXPECT_EQ(QString::fromUtf8(readAll(desktop.nextSave)), exported);
+    EXPECT_TRUE(desktop.savePanels.back().suggestedName.startsWith(QStringLiteral("Ostrel_Log_2")));
+    EXPECT_EQ(QString::fromUtf8(readAll(desktop.savePanelAnswer)), exported);
     EXPECT_EQ(messages(controller).last(), QStringLiteral("[INFO] [SYSTEM] Log saved to: log.txt"));
     controller.copyLogToClipboard();
-    EXPECT_TRUE(desktop.pasteboard.endsWith(QStringLiteral("Log saved to: log.txt")));
+    EXPECT_TRUE(desktop.pasteboard.back().endsWith(QStringLiteral("Log saved to: log.txt")));
     EXPECT_EQ(messages(controller).last(), QStringLiteral("[INFO] [SYSTEM] Log copied to clipboard (2 entries)"));
-    desktop.nextSave = QStringLiteral("/nowhere/log.txt");
+    desktop.savePanelAnswer = QStringLiteral("/nowhere/log.txt");
     controller.saveLogToFile(); // silent
     EXPECT_EQ(controller.logEntries.size(), 3u);
 }

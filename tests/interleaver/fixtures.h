@@ -1,12 +1,12 @@
-// What the Interleaver's tests share: sets of mono files with known samples, fake tools, and a scripted desktop.
+// What the Interleaver's tests share: sets of mono files with known samples, and fake tools.
 #pragma once
 
 #include "foundation/records/interleave_group.h"
 #include "foundation/tools/external_tool_detector.h"
 #include "interleaver/app_view_model.h"
-#include "platform/desktop_services.h"
 #include "platform/files/new_file.h"
 #include "platform/paths.h"
+#include "support/scripted_desktop.h"
 #include "support/test_folder.h"
 #include "support/wave_file.h"
 
@@ -39,31 +39,6 @@ inline Samples expectedSamples(WaveSpec spec, int channels) {
     spec.channels = channels;
     return scaledTo32(samplesOf(spec), spec.bitDepth);
 }
-
-// Answers panels from a script and remembers what it was asked.
-class ScriptedDesktop : public DesktopServices {
-public:
-    QStringList nextOpen;
-    QString nextSave;
-    OpenPanelRequest lastOpen;
-    SavePanelRequest lastSave;
-    QString pasteboard;
-    std::vector<Appearance> appearances;
-
-    QStringList showOpenPanel(const OpenPanelRequest& request) override {
-        lastOpen = request;
-        return nextOpen;
-    }
-    QString showSavePanel(const SavePanelRequest& request) override {
-        lastSave = request;
-        return nextSave;
-    }
-    int showAlert(const AlertRequest&) override { return 0; }
-    void setPasteboardText(const QString& text) override { pasteboard = text; }
-    void openFolder(const QString&) override {}
-    void openWebPage(const QString&) override {}
-    void applyAppearance(Appearance appearance) override { appearances.push_back(appearance); }
-};
 
 // A copy of ffmpeg that goes on with `afterwards` when it has done its work. There "$out" is the last file that it
 // wrote.

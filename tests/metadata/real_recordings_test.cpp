@@ -76,7 +76,7 @@ TEST_F(DeliveredToolTest, MovesEverythingFromAPolyToAnISO) {
     EXPECT_EQ(log, (QStringList{u"✅ RIFF chunks injected: iso.wav"_s, u"✅ BWF metadata copied: iso.wav"_s}));
     const auto indices = engine.extractTrackIndicesFromiXML(source);
     ASSERT_TRUE(indices);
-    engine.normalizeiXMLForSingleTrack(source, iso, 0, indices->trackName, 8, 1);
+    engine.normalizeiXMLForSingleTrack(source, iso, indices->trackName, 8, 1);
 
     const QByteArray written = readAll(iso);
     EXPECT_EQ(chunkOf(written, "data"), audio);
@@ -114,7 +114,7 @@ TEST_F(DeliveredToolTest, ASourceWithoutIxmlGivesAnOutputWithoutIxml) {
     const QString iso = folder_.write(u"iso.wav"_s, waveBytes({}));
     const UniversalMetadataEngine engine(tool_);
     EXPECT_TRUE(engine.extractiXMLString(source).isEmpty());
-    engine.normalizeiXMLForSingleTrack(source, iso, 0, u"Lav"_s, 1, 1);
+    engine.normalizeiXMLForSingleTrack(source, iso, u"Lav"_s, 1, 1);
     EXPECT_EQ(readAll(iso), waveBytes({}));
 }
 

@@ -185,7 +185,7 @@ TEST_F(UniversalMetadataEngineTest, NormalizesForASingleTrack) {
     const QString source = wave(u"poly.wav"_s);
     const QString output = wave(u"iso.wav"_s);
     FakeBwfmetaedit::setIxml(source, takeXml(trackXml(1, 1, u"a"_s) + trackXml(2, 2, u"b"_s)));
-    engine_.normalizeiXMLForSingleTrack(source, output, 99, u"Lav"_s, 6, 1);
+    engine_.normalizeiXMLForSingleTrack(source, output, u"Lav"_s, 6, 1);
     const QString written = FakeBwfmetaedit::ixml(output);
     const QString uid = extractValue(written, u"FILE_UID");
     EXPECT_TRUE(QRegularExpression(u"^USSDVKA[0-9A-F]{16}$"_s).match(uid).hasMatch()) << uid.toStdString();
@@ -201,7 +201,7 @@ TEST_F(UniversalMetadataEngineTest, NormalizesForASingleTrack) {
 
 TEST_F(UniversalMetadataEngineTest, ASourceWithoutIxmlGivesAnEmptyDocumentWhichTheToolTakesForNone) {
     const QString output = wave(u"iso.wav"_s);
-    engine_.normalizeiXMLForSingleTrack(wave(u"poly.wav"_s), output, 0, u"Lav"_s, 1, 1);
+    engine_.normalizeiXMLForSingleTrack(wave(u"poly.wav"_s), output, u"Lav"_s, 1, 1);
     EXPECT_EQ(FakeBwfmetaedit::ixml(output), QString());
 }
 
@@ -218,12 +218,12 @@ TEST_F(UniversalMetadataEngineTest, AFailedWriteIsThrownAndNothingIsLeftBehind) 
     const QString source = wave(u"poly.wav"_s);
     FakeBwfmetaedit::setIxml(source, takeXml(trackXml(1, 1, u"a"_s)));
     const QString broken = wave(u"broken.wav"_s);
-    EXPECT_EQ(domainError([&] { engine_.normalizeiXMLForSingleTrack(source, broken, 0, u"x"_s, 1, 1); }),
+    EXPECT_EQ(domainError([&] { engine_.normalizeiXMLForSingleTrack(source, broken, u"x"_s, 1, 1); }),
               u"UniversalMetadataEngine 1 Failed to normalize iXML"_s);
     EXPECT_EQ(domainError([&] { engine_.rebuildMultiTrackiXML({source}, broken); }),
               u"UniversalMetadataEngine 1 Failed to rebuild multi-track iXML"_s);
     EXPECT_THROW(
-        UniversalMetadataEngine(u"/nowhere/tool"_s).normalizeiXMLForSingleTrack(source, broken, 0, u"x"_s, 1, 1),
+        UniversalMetadataEngine(u"/nowhere/tool"_s).normalizeiXMLForSingleTrack(source, broken, u"x"_s, 1, 1),
         ProcessLaunchError);
     EXPECT_TRUE(folders_.leftInTemporary().isEmpty());
 }
@@ -320,7 +320,7 @@ TEST_F(UniversalMetadataEngineTest, NoOperationTouchesASource) {
     const QString output = wave(u"out.wav"_s);
     const auto captured = engine_.extractMetadata(source, true);
     engine_.applyMetadata({output}, source, captured, true, true, true);
-    engine_.normalizeiXMLForSingleTrack(source, output, 0, u"b"_s, 1, 1);
+    engine_.normalizeiXMLForSingleTrack(source, output, u"b"_s, 1, 1);
     engine_.rebuildMultiTrackiXML({source}, output);
     EXPECT_TRUE(engine_.extractTrackIndicesFromiXML(source));
     EXPECT_EQ(testing::fingerprint(folder_.path(u"sources"_s)), before);

@@ -32,7 +32,7 @@ protected:
     ChannelFilterResult editBy(const ChannelFilterOptions& filter, const PolyFile& file, const RenameMap& renames = {},
                                const ReorderList& reorder = std::nullopt, const QString& name = QString()) {
         QDir().mkpath(output());
-        return PolyChannelFilterEngine(tools_).removeChannelsFromPoly(file, filter, output(), name, true, renames,
+        return PolyChannelFilterEngine(tools_).removeChannelsFromPoly(file, filter, output(), name, renames,
                                                                       reorder);
     }
     QString output(const QString& file = QString()) const {
@@ -152,7 +152,7 @@ TEST_F(ChannelFilter, TheOutputOfTheLongestNameFits) {
     filter.selectedChannelIndices = {1};
     const auto nameFor = [&](const QString& given) {
         const ChannelFilterResult result = PolyChannelFilterEngine(tools_).removeChannelsFromPoly(
-            file, filter, folder_.path(), given, true, {}, std::nullopt);
+            file, filter, folder_.path(), given, {}, std::nullopt);
         EXPECT_TRUE(paths::exists(result.outcome.outputs.value(0)));
         return paths::lastComponent(result.outcome.outputs.value(0));
     };
@@ -166,7 +166,7 @@ TEST_F(ChannelFilter, IntoItsOwnFolderTheOutputGetsASuffix) {
     ChannelFilterOptions filter;
     filter.selectedChannelIndices = {1};
     const ChannelFilterResult result = PolyChannelFilterEngine(tools_).removeChannelsFromPoly(
-        file, filter, folder_.path(), {}, true, {}, std::nullopt);
+        file, filter, folder_.path(), {}, {}, std::nullopt);
     EXPECT_EQ(result.outcome.outputs, QStringList{folder_.path(QStringLiteral("P_3ch.wav"))});
     EXPECT_TRUE(
         entryWith(result.logEntries,
@@ -174,7 +174,7 @@ TEST_F(ChannelFilter, IntoItsOwnFolderTheOutputGetsASuffix) {
     EXPECT_EQ(testing::fingerprintOf(file.url), before);
     EXPECT_EQ(errorOf([&] {
                   PolyChannelFilterEngine(tools_).removeChannelsFromPoly(file, filter, folder_.path(),
-                                                                         QStringLiteral("p"), true, {}, std::nullopt);
+                                                                         QStringLiteral("p"), {}, std::nullopt);
               }).first,
               4);
     EXPECT_EQ(testing::fingerprintOf(file.url), before);

@@ -101,12 +101,12 @@ TEST(DeclaredSpeakers, EditsKeepTheSamplesWhateverTheLayout) {
 
         Samples turned = signals;
         std::swap(turned[0], turned[1]);
-        engine.removeChannelsFromPoly(poly, {}, paths::parent(output), {}, true, {}, std::vector<int>{2, 1});
+        engine.removeChannelsFromPoly(poly, {}, paths::parent(output), {}, {}, std::vector<int>{2, 1});
         EXPECT_EQ(rawSamples(output, channels), turned) << channels << " channels, mask " << mask;
 
         ChannelFilterOptions filter;
         filter.selectedChannelIndices = {1};
-        engine.removeChannelsFromPoly(poly, filter, paths::parent(output), {}, true, {}, std::nullopt);
+        engine.removeChannelsFromPoly(poly, filter, paths::parent(output), {}, {}, std::nullopt);
         EXPECT_EQ(rawSamples(output, channels - 1), Samples(signals.begin() + 1, signals.end()))
             << channels << " less one";
     }

@@ -152,8 +152,6 @@ TEST_F(SplitFace, CanRunSplitIsFalseForAMonoFile) {
 TEST_F(SplitFace, ChecksEndInErrorsAndChangeNothing) {
     controller_->runSplit();
     EXPECT_EQ(entry("No valid poly file selected")->level, LogLevel::error);
-    controller_->startSingleSplit();
-    EXPECT_TRUE(entry("No poly file selected"));
     controller_->startBatchSplit();
     EXPECT_TRUE(entry("Output folder required"));
     controller_->splitOutputFolder = folder_.path();
@@ -213,16 +211,6 @@ TEST_F(SplitFace, AFolderThatCannotBeMadeStopsTheRun) {
     EXPECT_TRUE(entry("Failed to create output folder: "));
     EXPECT_FALSE(controller_->isProcessing.value());
     EXPECT_EQ(controller_->errorCount.value(), 1);
-}
-
-TEST_F(SplitFace, TheSingleSplitGoesStraightIntoTheFolder) {
-    controller_->analyzePolyFile(poly(QStringLiteral("12AT3.wav")).url);
-    ASSERT_TRUE(settled());
-    controller_->splitOutputFolder = path("out");
-    controller_->startSingleSplit();
-    ASSERT_TRUE(settled());
-    EXPECT_TRUE(entry("Split completed successfully"));
-    EXPECT_EQ(namesIn(path("out")).size(), 2);
 }
 
 TEST_F(SplitFace, ABatchSplitsAFolderAndReports) {

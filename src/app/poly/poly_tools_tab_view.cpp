@@ -146,7 +146,7 @@ void PolyToolsTabView::run() {
     if (viewModel_.isProcessing.value()) return;
     switch (viewModel_.mode.value()) {
     case PolyMode::split:
-        return viewModel_.batchMode.value() ? viewModel_.startBatchSplit() : viewModel_.startSingleSplit();
+        return viewModel_.batchMode.value() ? viewModel_.startBatchSplit() : viewModel_.runSplit();
     case PolyMode::join: return runJoinMode();
     case PolyMode::editPoly:
         if (viewModel_.canRunEditPoly()) viewModel_.startEditPolyProcessing();

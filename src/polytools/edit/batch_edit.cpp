@@ -70,8 +70,7 @@ private:
         const QString folder = options_.outputFolder.isEmpty() ? paths::parent(poly.url) : options_.outputFolder;
         files::createFolder(folder);
         const QString name = options_.files.size() == 1 ? options_.customName : QString();
-        return engine_.removeChannelsFromPoly(poly, options_.filter, folder, name, options_.preserveMetadata,
-                                              options_.renames, options_.reorder,
+        return engine_.removeChannelsFromPoly(poly, options_.filter, folder, name, options_.renames, options_.reorder,
                                               existingOutputRule(options_.skipIfExists, options_.overwriteExisting));
     }
 

@@ -18,7 +18,6 @@ struct BatchEditOptions {
     QString outputFolder; // empty: beside each source
     QString customName;   // for a single file; empty: the file's own name
     bool inPlace = false; // only the names are changed, in the files themselves
-    bool preserveMetadata = true;
     bool skipIfExists = true;
     bool overwriteExisting = false;
 };

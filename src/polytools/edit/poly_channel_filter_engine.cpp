@@ -298,7 +298,7 @@ private:
                                             numberAndName(track.interleaveIndex, track.name));
                 continue;
             }
-            engine.normalizeiXMLForSingleTrack(poly_.url, iso, track.interleaveIndex, encodeXMLText(track.name),
+            engine.normalizeiXMLForSingleTrack(poly_.url, iso, encodeXMLText(track.name),
                                                track.channelIndex, track.interleaveIndex);
             isos << iso;
         }
@@ -373,7 +373,7 @@ PolyChannelFilterEngine::PolyChannelFilterEngine(PolyEngineTools tools, PolyEngi
 
 ChannelFilterResult
 PolyChannelFilterEngine::removeChannelsFromPoly(const PolyFile& polyFile, const ChannelFilterOptions& filter,
-                                                const QString& outputFolder, const QString& outputFileName, bool,
+                                                const QString& outputFolder, const QString& outputFileName,
                                                 const RenameMap& batchRenameMap, const ReorderList& channelReorderMap,
                                                 ExistingOutput rule) const {
     return Edit(*this, tools_, hooks_, polyFile, batchRenameMap, channelReorderMap)

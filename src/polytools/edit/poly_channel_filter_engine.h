@@ -22,12 +22,12 @@ public:
 
     // Writes `{outputFolder}/{name}.wav`; what an existing file means is the rule's. Without a name
     // it is the poly's own, and "_{k}ch" is added where that would be the poly itself; a given name that leads to the
-    // poly is refused. `preserveMetadata` has no effect: metadata is restored wherever the tools allow it. Throws
+    // poly is refused. Metadata is restored wherever the tools allow it. Throws
     // DomainError "ChannelFilter" 1 (nothing to do), 2 (no channel would stay), 3 (ffmpeg failed), 4 (the output is the
     // source), ProcessLaunchError and FileError. Failed metadata is a log line.
     ChannelFilterResult removeChannelsFromPoly(const PolyFile& polyFile, const ChannelFilterOptions& filter,
                                                const QString& outputFolder, const QString& outputFileName,
-                                               bool preserveMetadata, const RenameMap& batchRenameMap,
+                                               const RenameMap& batchRenameMap,
                                                const ReorderList& channelReorderMap,
                                                ExistingOutput rule = ExistingOutput::replaced) const;
 

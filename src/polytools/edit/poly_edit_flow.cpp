@@ -4,6 +4,7 @@
 #include "platform/files/files.h"
 #include "platform/paths.h"
 #include "polytools/preview/poly_preview.h"
+#include "polytools/records/poly_names.h"
 #include "polytools/services/poly_tools_reports.h"
 
 #include <numeric>
@@ -122,7 +123,6 @@ BatchEditOptions PolyEditFlow::makeOptions() const {
     options.reorder = state_.channelReorderMap.value();
     options.outputFolder = state_.channelRemovalOutputSameFolder.value() ? QString() : state_.splitOutputFolder.value();
     options.customName = safeFileName(state_.channelRemovalCustomName.value());
-    options.preserveMetadata = state_.preserveMetadata.value();
     options.skipIfExists = state_.skipIfExists.value();
     options.overwriteExisting = state_.overwriteExisting.value();
     return options;

@@ -5,8 +5,10 @@
 #include "platform/files/files.h"
 #include "platform/paths.h"
 #include "polytools/join/batch_join.h"
+#include "polytools/join/poly_join_engine.h"
 #include "polytools/preview/poly_preview.h"
 #include "polytools/records/iso_ordering.h"
+#include "polytools/records/poly_names.h"
 #include "polytools/services/poly_tools_reports.h"
 
 #include <algorithm>
@@ -230,7 +232,6 @@ bool PolyJoinFlow::hasJoinSourceContent() const {
 JoinOptions PolyJoinFlow::joinOptions() const {
     JoinOptions options;
     options.channelLayout = state_.joinChannelLayout.value();
-    options.preserveMetadata = state_.preserveMetadata.value();
     options.skipIfExists = state_.skipIfExists.value();
     options.overwriteExisting = state_.overwriteExisting.value();
     options.keepOriginalName = state_.joinKeepOriginalName.value();

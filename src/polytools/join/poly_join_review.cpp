@@ -1,6 +1,7 @@
 #include "polytools/join/poly_join_review.h"
 
 #include "polytools/preview/poly_preview.h"
+#include "polytools/records/poly_names.h"
 
 #include <algorithm>
 #include <iterator>

@@ -23,7 +23,6 @@ QString caseName(JoinChannelLayout layout); // "auto", "mono", ...
 struct JoinOptions {
     JoinChannelLayout channelLayout = JoinChannelLayout::automatic; // has no effect: the ISOs' number decides
     std::optional<ISOFile> referenceISO; // has no effect: the first in order is the reference
-    bool preserveMetadata = true;        // has no effect, as in the split
     bool skipIfExists = true;
     bool overwriteExisting = false;
     bool keepOriginalName = false; // of a batch: names without "_poly" at their end

@@ -15,7 +15,6 @@ namespace ostrel {
 struct SplitOptions {
     SplitNamingPattern namingPattern = SplitNamingPattern::trackName;
     std::optional<QStringList> trackNames; // one a channel
-    bool preserveMetadata = true;          // has no effect: metadata is handled wherever the tools allow it
     bool skipIfExists = true;
     bool overwriteExisting = false;
     bool keepOriginalName = false; // ISOs are called after the poly alone, with numbers where they clash
@@ -37,7 +36,6 @@ struct BatchSplitOptions {
     bool recursive = true;
     SplitNamingPattern namingPattern = SplitNamingPattern::trackName;
     FolderOrganization folderOrganization = FolderOrganization::bySceneTake;
-    bool preserveMetadata = true;
     bool skipIfExists = true;
     bool overwriteExisting = false;
     bool keepOriginalName = false;

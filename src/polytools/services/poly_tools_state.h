@@ -47,9 +47,7 @@ struct PolyToolsState {
     QProperty<bool> isPreparingPreview{false};
     QProperty<std::optional<std::pair<int, int>>> previewPreparationProgress; // current, total
     QProperty<QStringList> extractedChannelURLs;
-    QProperty<QUuid> splitSourceSectionID{QUuid::createUuid()}; // these three: fresh ones ask for a redraw
-    QProperty<QUuid> splitItemsSectionID{QUuid::createUuid()};
-    QProperty<QUuid> splitViewRefreshID{QUuid::createUuid()};
+    QProperty<QUuid> splitSourceSectionID{QUuid::createUuid()}; // a fresh one: another source, or none
 
     // Split and edit, several files
     QProperty<bool> batchMode{false};
@@ -98,7 +96,7 @@ struct PolyToolsState {
     QProperty<bool> usedSmartShortcut{false};
 
     // Options of all modes
-    QProperty<bool> preserveMetadata{true};
+    QProperty<bool> preserveMetadata{true}; // has no effect: metadata is kept wherever the tools allow it
     QProperty<bool> skipIfExists{true};
     QProperty<bool> overwriteExisting{false};
     QProperty<bool> generateCSV{false};
@@ -159,12 +157,7 @@ struct PolyToolsState {
         createdFiles = created;
     }
 
-    // Fresh numbers for the file list, the channel list and the whole of the split side.
-    void refreshSplitSections() {
-        splitSourceSectionID = QUuid::createUuid();
-        splitItemsSectionID = QUuid::createUuid();
-        splitViewRefreshID = QUuid::createUuid();
-    }
+    void refreshSplitSections() { splitSourceSectionID = QUuid::createUuid(); }
 };
 
 } // namespace ostrel

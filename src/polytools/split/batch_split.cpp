@@ -115,7 +115,6 @@ private:
         SplitOptions options;
         options.namingPattern = options_.namingPattern;
         options.trackNames = extractTrackNames(poly, manifest);
-        options.preserveMetadata = options_.preserveMetadata;
         options.skipIfExists = options_.skipIfExists;
         options.overwriteExisting = options_.overwriteExisting;
         options.keepOriginalName = options_.keepOriginalName;

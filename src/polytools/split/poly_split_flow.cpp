@@ -43,7 +43,6 @@ SplitOptions PolySplitFlow::splitOptions() const {
     SplitOptions options;
     options.namingPattern = state_.splitNamingPattern.value();
     options.trackNames = state_.trackNames.value();
-    options.preserveMetadata = state_.preserveMetadata.value();
     options.skipIfExists = state_.skipIfExists.value();
     options.overwriteExisting = state_.overwriteExisting.value();
     options.keepOriginalName = state_.splitKeepOriginalName.value();
@@ -174,38 +173,6 @@ void PolySplitFlow::showSplit(const SplitResult& result, const QString& folder) 
     if (state_.generateCSV.value()) services_.noteReport(writeSplitReport(state_, folder));
 }
 
-void PolySplitFlow::startSingleSplit() {
-    const auto& poly = state_.polyFile.value();
-    if (!poly) return services_.error(kProcess, QStringLiteral("No poly file selected"));
-    if (state_.splitOutputFolder.value().isEmpty())
-        return services_.error(kProcess, QStringLiteral("Output folder required"));
-    if (!services_.requireFFmpeg()) return;
-    beginRun();
-    services_.info(kProcess, QStringLiteral("Starting split: ") + poly->fileName);
-    services_.run(splitPolyFile(*poly, state_.splitOutputFolder.value(), services_.begin(Task::split)));
-}
-
-QCoro::Task<> PolySplitFlow::splitPolyFile(PolyFile poly, QString folder, TaskHandle handle) {
-    const PolySplitEngine engine(services_.engineTools(), services_.hooks(handle));
-    const auto work = [engine, poly, folder, options = splitOptions(), progress = channelProgress(handle)] {
-        files::createFolder(folder);
-        return engine.split(poly, folder, options, progress);
-    };
-    const auto [result, failure] = co_await services_.attempt(work);
-    if (handle.isCancelled()) {
-        if (result && isOfLastRun()) countSplit(*result);
-        co_return;
-    }
-    if (result) {
-        countSplit(*result);
-        services_.success(kProcess, QStringLiteral("Split completed successfully"));
-    } else {
-        services_.error(kProcess, QStringLiteral("Split failed: ") + failure);
-        state_.errorCount = 1;
-    }
-    state_.isProcessing = false;
-}
-
 void PolySplitFlow::startBatchSplit() {
     const QString folder = state_.splitOutputFolder.value();
     const auto& selected = state_.selectedFiles.value();
@@ -226,7 +193,6 @@ void PolySplitFlow::startBatchSplit() {
     options.recursive = state_.recursiveScan.value();
     options.namingPattern = state_.splitNamingPattern.value();
     options.folderOrganization = state_.folderOrganization.value();
-    options.preserveMetadata = state_.preserveMetadata.value();
     options.skipIfExists = state_.skipIfExists.value();
     options.overwriteExisting = state_.overwriteExisting.value();
     options.keepOriginalName = state_.splitKeepOriginalName.value();

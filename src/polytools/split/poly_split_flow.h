@@ -4,6 +4,7 @@
 #include "polytools/services/poly_tools_services.h"
 #include "polytools/services/poly_tools_state.h"
 #include "polytools/split/poly_source_selection.h"
+#include "polytools/split/poly_split_engine.h"
 
 namespace ostrel {
 
@@ -17,7 +18,6 @@ public:
     void selectOutputFolder();
     void runSplit();
     // The loaded file straight into the output folder.
-    void startSingleSplit();
     void startBatchSplit();
 
 private:
@@ -30,7 +30,6 @@ private:
     bool isOfLastRun() const;
     void countSplit(const SplitResult& result);
     void showSplit(const SplitResult& result, const QString& folder);
-    QCoro::Task<> splitPolyFile(PolyFile poly, QString folder, TaskHandle handle);
     QCoro::Task<> batchSplit(BatchSplitOptions options, TaskHandle handle);
     void showBatch(const BatchSplitResult& result, const QString& folder);
     void countBatch(const BatchSplitResult& result, const QString& folder);
