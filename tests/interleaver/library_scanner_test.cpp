@@ -226,6 +226,7 @@ TEST(LibraryScanner, MultichannelFilesOfALayout) {
 TEST(LibraryScanner, AFolderThatCannotBeWalkedThrows) {
     try {
         scanner().scanForInterleave(ScanRequest::folder(QStringLiteral("/nowhere")), ChannelLayout::stereo);
+        FAIL();
     } catch (const ScanError& error) {
         EXPECT_EQ(error.errorDescription(), QStringLiteral("Cannot enumerate directory: /nowhere"));
     }
