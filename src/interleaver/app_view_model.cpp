@@ -1,5 +1,9 @@
 #include "interleaver/app_view_model.h"
 
+#include "foundation/tools/ffprobe_parser.h"
+#include "interleaver/interleave_engine.h"
+#include "interleaver/scan_report.h"
+#include "platform/diagnostics.h"
 #include "platform/files/files.h"
 #include "platform/files/unique_files.h"
 #include "platform/paths.h"
@@ -144,6 +148,119 @@ void AppViewModel::select(const QStringList& chosen) {
     triggerAutoDetectLayout();
 }
 
+void AppViewModel::triggerAutoDetectLayout() { detectLayout(); }
+
+QCoro::Task<> AppViewModel::detectLayout() {
+    ++runningTasks_;
+    co_await performAutoDetectLayout();
+    endTask();
+}
+
+QCoro::Task<> AppViewModel::performAutoDetectLayout() {
+    const QStringList selection = selectedFiles.value();
+    const QStringList files = uniqueFiles(selection).files;
+    const QString ffprobe = toolDetector_->ffprobePath.value();
+    if (files.size() != 1 || paths::isFolder(files.first()) || ffprobe.isEmpty()) co_return;
+    const auto probe = [parser = FFProbeParser(ffprobe), file = files.first()] { return parser.probe(file); };
+    int channels = 0;
+    try {
+        channels = (co_await inBackground(this, probe)).channels;
+    } catch (const FFProbeError& error) {
+        printDiagnostic(QStringLiteral("[DEBUG] Auto-detect layout failed: ") + error.errorDescription());
+        co_return;
+    }
+    if (selectedFiles.value() != selection) co_return; // another selection came meanwhile
+    static const std::map<int, ChannelLayout> layouts{
+        {8, ChannelLayout::smpte71}, {6, ChannelLayout::smpte51}, {2, ChannelLayout::stereo}};
+    const auto found = layouts.find(channels);
+    if (found == layouts.end() || found->second.id == selectedLayout.value().id) co_return;
+    selectedLayout = found->second;
+    log(LogLevel::info, LogCategory::system,
+        QStringLiteral("Auto-detected: %1 (%2 channels)").arg(found->second.displayName).arg(channels));
+}
+
+void AppViewModel::scan() {
+    const auto [files, repeats] = uniqueFiles(selectedFiles.value());
+    if (files.isEmpty() || toolDetector_->ffprobePath.value().isEmpty()) {
+        log(LogLevel::error, LogCategory::system,
+            QStringLiteral("Cannot scan: no files/folders selected or ffprobe missing"));
+        return;
+    }
+    for (const QString& sentence : repeats) log(LogLevel::warning, LogCategory::scan, sentence);
+    selectedFiles = files;
+    playbackManager_->stopAndClear();
+    isScanning = true;
+    statusMessage = QStringLiteral("Scanning...");
+    const QString name = paths::lastComponent(files.first());
+    const QString message = files.size() > 1 ? QStringLiteral("Starting scan of %1 items...").arg(files.size())
+                            : paths::isFolder(files.first()) ? QStringLiteral("Starting scan of folder: ") + name
+                                                             : QStringLiteral("Starting scan of file: ") + name;
+    log(LogLevel::info, LogCategory::scan, message);
+    if (scanningTask_) scanningTask_->cancel();
+    scanningTask_ = TaskHandle();
+    runScan(*scanningTask_);
+}
+
+QCoro::Task<> AppViewModel::runScan(TaskHandle handle) {
+    ++runningTasks_;
+    QString failure;
+    std::vector<InterleaveGroup> groups;
+    std::vector<MultiChannelSource> sources;
+    const bool interleaving = currentMode.value() == AppMode::interleave;
+    InterleaverScan scan(this, scanRequest(), scanHooks(), handle);
+    try {
+        if (interleaving) {
+            groups = co_await scan.groups();
+        } else {
+            sources = co_await scan.sources();
+        }
+    } catch (const ScanError& error) {
+        failure = error.errorDescription();
+    } catch (const std::exception& error) { // memory, most likely: the scan fails, the window stays
+        failure = QString::fromUtf8(error.what());
+    }
+
+    if (handle.isCancelled()) {
+        log(LogLevel::warning, LogCategory::scan, QStringLiteral("Scan cancelled - results not populated"));
+        if (!isScanning.value()) statusMessage = QStringLiteral("Scan cancelled");
+        endTask();
+        co_return;
+    }
+    const auto say = [this](LogLevel level, const QString& text) { log(level, LogCategory::scan, text); };
+    statusMessage = failure.isEmpty() ? QStringLiteral("Scan complete") : QStringLiteral("Scan failed");
+    if (!failure.isEmpty()) {
+        say(LogLevel::error, QStringLiteral("Scan failed: ") + failure);
+    } else if (interleaving) {
+        setDefaultOutputs(groups);
+        interleaveGroups.assign(std::move(groups));
+        sayWhatWasGrouped(interleaveGroups.rows(), selectedLayout.value(), say);
+    } else {
+        deinterleaveSources.assign(std::move(sources));
+        sayWhatWasFound(deinterleaveSources.rows(), selectedLayout.value(), say);
+    }
+    foreseeCollisions();
+    isScanning = false;
+    endTask();
+}
+
+InterleaverScan::Request AppViewModel::scanRequest() const {
+    return {selectedFiles.value(), selectedLayout.value(), options.value().includeSubfolders,
+            toolDetector_->ffprobePath.value(), toolDetector_->bwfmetaeditPath.value()};
+}
+
+InterleaverScan::Hooks AppViewModel::scanHooks() {
+    return {[this](LogLevel level, const QString& message, const QString& item) {
+                log(level, LogCategory::scan, message, item);
+            },
+            [this](const QString& text) { statusMessage = text; }};
+}
+
+void AppViewModel::setDefaultOutputs(std::vector<InterleaveGroup>& groups) const {
+    for (InterleaveGroup& group : groups) {
+        if (group.outputURL.isEmpty()) group.outputURL = InterleaveEngine::generateOutputURL(group, options.value());
+    }
+}
+
 void AppViewModel::selectOutputFolder() {
     OpenPanelRequest request;
     request.canChooseFiles = false;
@@ -236,6 +353,125 @@ void AppViewModel::toggleAllDeinterleave(bool include) {
 }
 
 void AppViewModel::applyAppearance() { desktop_.applyAppearance(appearance.value()); }
+
+void AppViewModel::startProcessing() {
+    if (!canRun()) return;
+    playbackManager_->stopAndClear();
+    isProcessing = true;
+    isCancelled = false;
+    progress = 0;
+    log(LogLevel::info, LogCategory::process, QStringLiteral("Starting processing..."));
+    const std::shared_ptr<InterleaverRun> run = makeRun();
+    processingTask_ = run->handle;
+    runProcessing(run);
+}
+
+void AppViewModel::foreseeCollisions() {
+    const std::shared_ptr<InterleaverRun> run = makeRun();
+    const RunLedger ledger(run->sourceFiles());
+    const auto foresee = [&](auto& records, auto outputsOf) {
+        std::vector<QStringList> outputs;
+        for (const auto& record : records) {
+            const bool isTaken = record.include && record.status.isProcessable();
+            outputs.push_back(isTaken ? outputsOf(record) : QStringList());
+        }
+        const std::vector<QString> reasons = ledger.foresee(outputs);
+        for (std::size_t row = 0; row < records.size(); ++row) {
+            if (records[row].foreseen == reasons[row]) continue;
+            records.update(row, [&](auto& record) { record.foreseen = reasons[row]; });
+        }
+    };
+    foresee(interleaveGroups, [&](const InterleaveGroup& group) { return QStringList(run->outputOf(group)); });
+    foresee(deinterleaveSources, [&](const MultiChannelSource& source) {
+        const ProcessingOptions& chosen = run->context.options;
+        const QString format = source.outputFormat(chosen.outputFormatPolicy);
+        return source.outputURLs(rawText(chosen.channelSeparator), run->context.outputFolder, format).values();
+    });
+}
+
+std::shared_ptr<InterleaverRun> AppViewModel::makeRun() const {
+    auto run = std::make_shared<InterleaverRun>(currentMode.value());
+    RunContext& context = run->context;
+    context.ffmpegPath = toolDetector_->ffmpegPath.value();
+    context.ffprobePath = toolDetector_->ffprobePath.value();
+    context.bwfmetaeditPath = toolDetector_->bwfmetaeditPath.value();
+    context.layout = selectedLayout.value();
+    context.options = options.value();
+    context.outputFolder = useCustomOutput.value() ? outputURL.value() : QString();
+    context.selection = selectedFiles.value();
+    if (!context.bwfmetaeditPath.isEmpty()) context.metadataEngine.emplace(context.bwfmetaeditPath, sessionID_);
+    run->sourceFolder = sourceURL.value();
+    run->groups = interleaveGroups.rows();
+    run->sources = deinterleaveSources.rows();
+    return run;
+}
+
+QCoro::Task<> AppViewModel::runProcessing(std::shared_ptr<InterleaverRun> run) {
+    ++runningTasks_;
+    const InterleaverRun::Hooks hooks =
+        run->mode == AppMode::interleave ? runHooks(interleaveGroups, run) : runHooks(deinterleaveSources, run);
+    co_await InterleaverRun::carryOut(run, this, hooks);
+    const InterleaverReport report = run->report();
+    log(LogLevel::info, LogCategory::system,
+        QStringLiteral("Processing complete: %1 success, %2 skipped, %3 errors")
+            .arg(report.successes)
+            .arg(report.skipped)
+            .arg(report.errors));
+    if (generateCSV.value()) writeReport(*run);
+    // After a stop the flags are the business of whatever runs by now.
+    if (!run->handle.isCancelled()) isProcessing = false;
+    endTask();
+}
+
+// The list may be another one by now: a row is touched only where it still is the item.
+template <class Records>
+InterleaverRun::Hooks AppViewModel::runHooks(Records& records, const std::shared_ptr<InterleaverRun>& run) {
+    const auto isStill = [&records](std::size_t row, const QUuid& id) {
+        return row < records.size() && records[row].id == id;
+    };
+    InterleaverRun::Hooks hooks;
+    hooks.onStatus = [&records, isStill](std::size_t row, const QUuid& id, const ProcessingStatus& status) {
+        if (!isStill(row, id)) return;
+        records.update(row, [&](auto& record) { record.status = status; });
+        printDiagnostic(QStringLiteral("[AppViewModel] ✅ Status updated: ") + status.displayText());
+    };
+    hooks.onBegin = [this, &records, isStill, run, onStatus = hooks.onStatus](std::size_t row, const QUuid& id,
+                                                                              const QString& name) {
+        currentItemName = name;
+        statusMessage = QStringLiteral("Processing: ") + name;
+        if constexpr (std::is_same_v<Records, RecordList<InterleaveGroup>>) {
+            const QString output = run->outputOf(run->groups[row]);
+            if (isStill(row, id)) records.update(row, [&](InterleaveGroup& shown) { shown.outputURL = output; });
+        }
+        onStatus(row, id, ProcessingStatus::processing());
+    };
+    hooks.onEnd = [this, &records, isStill](std::size_t row, const QUuid& id, const ItemReport& report) {
+        const auto take = [&](auto& record) {
+            record.status = report.outcome.status;
+            record.outcome = report.outcome;
+        };
+        if (isStill(row, id)) records.update(row, take);
+        for (const ProcessingLogEntry& entry : report.log) logEntries.append(entry);
+    };
+    hooks.onProgress = [this](double share) { progress = share; };
+    return hooks;
+}
+
+void AppViewModel::writeReport(const InterleaverRun& run) {
+    const InterleaverReport report = run.report();
+    const QString folder = report.customFolder.isEmpty() ? run.sourceFolder : report.customFolder;
+    if (folder.isEmpty()) {
+        log(LogLevel::warning, LogCategory::system, QStringLiteral("Cannot save CSV: no output folder"));
+        return;
+    }
+    reportPath_ = report.write(run.table(), folder);
+    if (reportPath_.isEmpty()) {
+        log(LogLevel::error, LogCategory::system, QStringLiteral("The CSV report could not be saved in ") + folder);
+    } else {
+        log(LogLevel::info, LogCategory::system,
+            QStringLiteral("CSV report saved: ") + paths::lastComponent(reportPath_));
+    }
+}
 
 void AppViewModel::endTask() {
     --runningTasks_;

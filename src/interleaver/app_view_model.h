@@ -10,7 +10,8 @@
 #include "foundation/records/multi_channel_source.h"
 #include "foundation/records/record_list.h"
 #include "foundation/tools/external_tool_detector.h"
-#include "interleaver/item_job.h"
+#include "interleaver/interleaver_run.h"
+#include "interleaver/interleaver_scan.h"
 #include "platform/background.h"
 #include "platform/desktop_services.h"
 
@@ -26,10 +27,7 @@
 namespace ostrel {
 
 class AudioOutput;
-class LibraryScanner;
 class PlaybackManager;
-struct InterleaverReport;
-struct ScanRequest;
 
 class AppViewModel : public QObject {
     Q_OBJECT
@@ -115,51 +113,21 @@ Q_SIGNALS:
     void taskEnded();
 
 private:
-    // What one run of the loop needs, taken when it starts.
-    struct Job {
-        explicit Job(AppMode runMode)
-            : mode(runMode),
-              run(runMode == AppMode::interleave ? QStringLiteral("interleave") : QStringLiteral("deinterleave")) {}
-        TaskHandle handle;
-        AppMode mode;
-        RunContext run;
-        QString sourceFolder;
-        std::vector<InterleaveGroup> groups; // the lists as they were; what became of the items is added
-        std::vector<MultiChannelSource> sources;
-    };
-
     void log(LogLevel level, LogCategory category, const QString& message, const QString& baseName = QString());
     void endTask();
 
-    // Scan phase, in app_view_model_scan.cpp
     QCoro::Task<> detectLayout();
     QCoro::Task<> performAutoDetectLayout();
     QCoro::Task<> runScan(TaskHandle handle);
-    QCoro::Task<std::vector<InterleaveGroup>> pairHandPickedFiles(TaskHandle handle);
-    QCoro::Task<std::vector<InterleaveGroup>> scanFoldersForGroups(TaskHandle handle);
-    QCoro::Task<std::vector<MultiChannelSource>> scanForSources(TaskHandle handle);
-    ScanRequest scanRequest(const TaskHandle& handle);
-    LibraryScanner scanner() const;
-    bool selectionHasFolders() const;
+    InterleaverScan::Request scanRequest() const;
+    InterleaverScan::Hooks scanHooks();
     void setDefaultOutputs(std::vector<InterleaveGroup>& groups) const;
-    void reportGroups();
-    void reportSources();
 
-    // Process phase, in app_view_model_process.cpp
-    std::shared_ptr<Job> makeJob() const;
-    QStringList sourcesOfItems() const;
-    QCoro::Task<> runProcessing(std::shared_ptr<Job> job);
-    QCoro::Task<> openLedger(std::shared_ptr<Job> job);
-    QCoro::Task<> processInterleave(std::shared_ptr<Job> job);
-    QCoro::Task<> processGroup(std::shared_ptr<Job> job, std::size_t row);
-    QCoro::Task<> processDeinterleave(std::shared_ptr<Job> job);
-    QCoro::Task<> processSource(std::shared_ptr<Job> job, std::size_t row);
-    void beginItem(const QString& name);
+    std::shared_ptr<InterleaverRun> makeRun() const; // as things stand now
+    QCoro::Task<> runProcessing(std::shared_ptr<InterleaverRun> run);
     template <class Records>
-    void setStatus(Records& records, std::size_t row, const QUuid& id, const ProcessingStatus& status);
-    template <class Records, class Rows>
-    void takeReport(Records& records, Rows& rows, std::size_t row, ItemReport report);
-    void generateProcessingCSV(const Job& job, InterleaverReport report);
+    InterleaverRun::Hooks runHooks(Records& records, const std::shared_ptr<InterleaverRun>& run);
+    void writeReport(const InterleaverRun& run);
 
     DesktopServices& desktop_;
     std::unique_ptr<ExternalToolDetector> toolDetector_;
