@@ -9,17 +9,15 @@
 #include "foundation/records/app_mode.h"
 #include "foundation/records/interleave_group.h"
 #include "foundation/records/multi_channel_source.h"
-#include "platform/background.h"
 #include "preview/audio_playback_engine.h"
-#include "preview/preview_generator.h"
+#include "preview/playback_selection.h"
+#include "preview/preview_cache.h"
 #include "preview/preview_mode.h"
-#include "preview/waveform_generator.h"
+#include "preview/waveform_loader.h"
 
 #include <QCoro/QCoroTask>
-#include <QMap>
 #include <QObject>
 #include <QProperty>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -75,50 +73,38 @@ Q_SIGNALS:
 private:
     void forgetSelection();
     void showInfo(std::optional<int> sampleRate, std::optional<int> bitDepth);
-    void setModes(std::vector<PreviewMode> modes, const QString& logLine);
-    void setModesOfGroup();
-    void setModesOfFile();
+    void showChoices();
     void setTags(const QStringList& tags);
     // False if it can't be played. One that is still being decoded counts as loaded; should that fail, the engine says
     // so.
     bool loadIntoPlayer(const QString& url, const QString& name);
-    bool isSurround() const { return currentLayout_ && currentLayout_->channelTags.size() >= 6; }
 
     // What plays first.
     bool loadDefaultOfGroup();
     bool loadSourceMode();
     void loadDefaultChannelOrSource();
 
-    // Modes, in playback_manager_modes.cpp. True: the player holds it.
+    // Modes. True: the player holds it.
     QCoro::Task<bool> loadMode(PreviewMode target);
     QCoro::Task<bool> loadPostInterleavePreview();
     QCoro::Task<bool> loadPostInterleaveSurroundPreview();
     QCoro::Task<bool> loadChannelPreview(QString channel, QString suffix);
     QCoro::Task<bool> loadPreview(PreviewRecipe recipe, QString name);
-    QCoro::Task<QString> preparedPreview(PreviewRecipe recipe);
 
-    // Audition, in playback_manager_audition.cpp
+    // One channel by itself.
     QCoro::Task<bool> auditionInGroup(QString tag);
     QCoro::Task<bool> auditionInFile(QString tag);
     void returnToDefault(const QString& logLine);
 
-    QCoro::Task<> generateWaveforms(QString url, bool wantsLanes);
+    void showWaveforms(Waveforms made);
     void debugLog(const QString& message) const;
 
     AudioPlaybackEngine engine_;
-    PreviewGenerator generator_;
-    std::shared_ptr<WaveformGenerator> waveformGenerator_;
-    QString ffmpegPath_;
-
-    std::optional<InterleaveGroup> currentGroup_;
-    std::optional<ChannelLayout> currentLayout_;
-    AppMode currentAppMode_ = AppMode::interleave;
-    std::optional<MultiChannelSource> currentStereoFile_;
-    QMap<QString, QString> tempPreviewCache_; // file name to preview, those of this object
+    PreviewCache previews_;
+    WaveformLoader waveforms_;
+    PlaybackSelection selected_;
     bool isReAuditioning_ = false;
-    int selection_ = 0;  // counts selections, so that a late load knows that it is late
-    int generating_ = 0; // runs of ffmpeg under way
-    std::optional<TaskHandle> waveformTask_;
+    int selection_ = 0; // counts selections, so that a late load knows that it is late
     QPropertyNotifier routingNotifier_;
 };
 

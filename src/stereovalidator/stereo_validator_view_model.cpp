@@ -1,10 +1,14 @@
-// Selection, options and log of the Stereo Validator's controller.
 #include "stereovalidator/stereo_validator_view_model.h"
 
+#include "platform/files/files.h"
 #include "platform/paths.h"
+#include "stereovalidator/stereo_validator_engine.h"
+#include "stereovalidator/validator_report.h"
 #include "stereovalidator/validator_words.h"
 
 #include <QDateTime>
+#include <QTimer>
+#include <chrono>
 
 namespace ostrel {
 namespace {
@@ -134,6 +138,234 @@ void StereoValidatorViewModel::selectOutputFolder() {
     outputFolder = chosen.first();
     log(LogLevel::info, LogCategory::scan,
         QStringLiteral("Output folder selected: ") + paths::lastComponent(chosen.first()));
+}
+
+void StereoValidatorViewModel::startAnalysis() {
+    if (isAnalyzing.value()) return; // two runs would mix their results
+    if (sourceFolder.value().isEmpty() && !selectedFiles.value()) {
+        log(LogLevel::error, LogCategory::process, QStringLiteral("Select files or folder to analyze"));
+        return;
+    }
+    playbackManager_->stopAndClear(); // what it holds is about to leave the list
+    tellUnfinishedSteps();            // the scan may clear away what they left
+    isAnalyzing = true;
+    analysisProgress = 0;
+    analysisResults.clear();
+    currentAnalysisFile = QString();
+    summary_.clear();
+    totalFiles_ = 0;
+    wasStopped_ = false;
+    analysisTask_ = TaskHandle();
+    runAnalysis(analysisTask_);
+}
+
+void StereoValidatorViewModel::stopAnalysis() {
+    analysisTask_.cancel();
+    if (isAnalyzing.value())
+        log(LogLevel::warning, LogCategory::process, QStringLiteral("Operation cancelled by user"));
+}
+
+QCoro::Task<> StereoValidatorViewModel::runAnalysis(TaskHandle handle) {
+    const StereoValidatorOptions thresholds = options();
+    const QString ffmpegPath = toolDetector_->ffmpegPath.value();
+    const RecordingSearch search{sourceFolder.value(), selectedFiles.value(), recursiveScan.value(),
+                                 skipMonoFiles.value(), ffmpegPath};
+    analyzed_ = search;
+    try {
+        const auto find = [search, handle] { return findRecordings(search, handle); };
+        const FoundRecordings found = co_await inBackground(this, find);
+        if (reportFound(found)) {
+            const auto showProgress = [this, hop = MainThreadHop(this)](const AnalysisProgress& progress) {
+                hop([this, progress] {
+                    analysisProgress = progress.percentComplete;
+                    currentAnalysisFile = progress.currentFile;
+                });
+            };
+            const auto analyze = [files = found.files, thresholds, ffmpegPath, showProgress, handle] {
+                const auto stop = [handle] { return handle.isCancelled(); };
+                return StereoValidatorEngine(ffmpegPath).analyzeFiles(files, thresholds, showProgress, stop);
+            };
+            AnalysisResult batch = co_await inBackground(this, analyze);
+            summary_ = batch.summary();
+            totalFiles_ = batch.totalFiles;
+            wasStopped_ = batch.stopped;
+            analysisResults.assign(std::move(batch.results));
+            if (!wasStopped_) analysisProgress = 1.0;
+            for (ProcessingLogEntry& entry : batch.logEntries) logEntries.append(std::move(entry));
+            log(wasStopped_ ? LogLevel::warning : LogLevel::success, LogCategory::process, summary_);
+        }
+    } catch (const std::exception& error) { // memory, most likely: the run fails, the window stays
+        log(LogLevel::error, LogCategory::process,
+            QStringLiteral("Analysis failed: ") + QString::fromUtf8(error.what()));
+    }
+    isAnalyzing = false;
+    Q_EMIT analysisEnded();
+}
+
+// False if nothing is left to analyse.
+bool StereoValidatorViewModel::reportFound(const FoundRecordings& found) {
+    for (const QString& sentence : found.remarks) log(LogLevel::warning, LogCategory::scan, sentence);
+    const auto count = static_cast<int>(found.files.size());
+    if (count < found.beforeFilter) {
+        log(LogLevel::info, LogCategory::scan,
+            QStringLiteral("Filtered %1 to %2 files (skipped %3 mono files)")
+                .arg(found.beforeFilter)
+                .arg(count)
+                .arg(found.beforeFilter - count));
+    }
+    if (count == 0) {
+        log(LogLevel::error, LogCategory::scan, QStringLiteral("No audio files found"));
+        return false;
+    }
+    log(LogLevel::info, LogCategory::scan, QStringLiteral("Found %1 audio file(s) to analyze").arg(count));
+    return true;
+}
+
+void StereoValidatorViewModel::cleanAndExport(const std::vector<StereoValidatorResult>& selectedResults) {
+    writeValidatorDebugLine(QStringLiteral("🧹 Clean & Export initiated"));
+    exportTask_ = TaskHandle();
+    const auto scope = resultsInScope(selectedResults);
+    if (!scope) return;
+    const std::vector<StereoValidatorResult> kept = convertible(*scope, cleanOptions().toggles);
+    if (kept.empty()) {
+        writeValidatorDebugLine(QStringLiteral("⚠️ No files match processing criteria"));
+        log(LogLevel::warning, LogCategory::process,
+            QStringLiteral("No files match criteria. Enable conversion toggles."));
+        return;
+    }
+    writeValidatorDebugLine(QStringLiteral("  Processing: %1 files").arg(kept.size()));
+    log(LogLevel::info, LogCategory::process, QStringLiteral("Converting %1 file(s)").arg(kept.size()));
+
+    tellUnfinishedSteps();
+    playbackManager_->stopAndClear(); // it may hold a file that is about to be replaced
+    const CleanCounts counts = convertAll(kept);
+    const QString outcome = counts.sentence(kept.size());
+    writeValidatorDebugLine((counts.stopped ? QStringLiteral("⚠️ ") : QStringLiteral("✅ ")) + outcome);
+    log(counts.stopped ? LogLevel::warning : LogLevel::success, LogCategory::process, outcome);
+    reportPath_.clear();
+    reportFailed_ = false;
+    if (generateCSV.value()) autoGenerateCSVReport(counts);
+    showCleanExportDialog = false;
+    const auto tell = [this, counts, report = reportPath_, folder = outputFolder.value()] {
+        if (desktop_.showAlert(counts.alert(folder, report)) == 0 && !folder.isEmpty()) desktop_.openFolder(folder);
+    };
+    QTimer::singleShot(std::chrono::milliseconds(500), this, tell);
+}
+
+std::optional<std::vector<StereoValidatorResult>>
+StereoValidatorViewModel::resultsInScope(const std::vector<StereoValidatorResult>& selectedResults) {
+    const bool selected = exportScope.value() == ExportScope::selected;
+    if (selected && selectedResults.empty()) {
+        writeValidatorDebugLine(QStringLiteral("⚠️ No files selected"));
+        log(LogLevel::warning, LogCategory::process, QStringLiteral("No files selected"));
+        return std::nullopt;
+    }
+    std::vector<StereoValidatorResult> results = selected ? selectedResults : analysisResults.rows();
+    writeValidatorDebugLine(QStringLiteral("  Scope: %1 (%2 files)")
+                                .arg(selected ? QStringLiteral("Selected") : QStringLiteral("All Results"))
+                                .arg(results.size()));
+    if (results.empty()) {
+        log(LogLevel::warning, LogCategory::process, QStringLiteral("No files match selected scope"));
+        return std::nullopt;
+    }
+    return results;
+}
+
+void StereoValidatorViewModel::tellUnfinishedSteps() {
+    for (const QString& sentence : Journal::tellUnfinished()) log(LogLevel::warning, LogCategory::system, sentence);
+}
+
+CleanOptions StereoValidatorViewModel::cleanOptions() const {
+    return {
+        .toggles = {processDualMono.value(), processOneSided.value(), processBroken.value()},
+        .side = dualMonoSideSelection.value(),
+        .outputFolder = outputFolder.value(),
+        .allowOverwrite = allowOverwrite.value(),
+        .addSuffix = addMonoSuffix.value(),
+    };
+}
+
+QHash<QUuid, QString>
+StereoValidatorViewModel::foreseenRefusals(const std::vector<StereoValidatorResult>& selectedResults) const {
+    const bool selected = exportScope.value() == ExportScope::selected;
+    const CleanOptions chosen = cleanOptions();
+    return ostrel::foreseenRefusals(convertible(selected ? selectedResults : analysisResults.rows(), chosen.toggles),
+                                    chosen);
+}
+
+CleanCounts StereoValidatorViewModel::convertAll(const std::vector<StereoValidatorResult>& results) {
+    QStringList bystanders = recordingsNow(analyzed_);
+    QHash<QUuid, std::size_t> rows;
+    for (std::size_t row = 0; row < analysisResults.size(); ++row) {
+        bystanders << analysisResults[row].filepath;
+        rows.insert(analysisResults[row].id, row);
+    }
+    CleanRun run(results, bystanders, cleanOptions(), toolDetector_->ffmpegPath.value());
+    CleanCounts counts;
+    for (StereoValidatorResult result : results) {
+        if (exportTask_.isCancelled()) {
+            counts.stopped = true;
+            break;
+        }
+        result.outcome = run.convert(result);
+        count(result, counts);
+        const std::size_t row = rows.value(result.id);
+        if (row < analysisResults.size() && analysisResults[row].id == result.id) {
+            analysisResults.update(row, [&](StereoValidatorResult& record) { record.outcome = result.outcome; });
+        }
+        Q_EMIT fileConverted(result);
+    }
+    return counts;
+}
+
+void StereoValidatorViewModel::count(const StereoValidatorResult& result, CleanCounts& counts) {
+    const ItemOutcome& outcome = *result.outcome;
+    const QString name = paths::lastComponent(result.filepath);
+    for (const QString& warning : outcome.warnings) log(LogLevel::warning, LogCategory::process, warning);
+    if (outcome.succeeded()) {
+        writeValidatorDebugLine(QStringLiteral("  ✅ Processed: ") + name);
+        log(LogLevel::success, LogCategory::process, outcome.message);
+        ++counts.successes;
+        counts.converted << result.id;
+    } else {
+        writeValidatorDebugLine(QStringLiteral("  ❌ Failed to process %1: %2").arg(name, outcome.message));
+        log(LogLevel::error, LogCategory::process,
+            QStringLiteral("Failed to convert %1: %2").arg(name, outcome.message));
+        ++counts.errors;
+    }
+}
+
+void StereoValidatorViewModel::autoGenerateCSVReport(const CleanCounts& counts) {
+    QString folder = outputFolder.value();
+    if (folder.isEmpty() && !analysisResults.empty()) folder = paths::parent(analysisResults[0].filepath);
+    if (folder.isEmpty()) {
+        writeValidatorDebugLine(QStringLiteral("⚠️ No output folder for CSV — skipping"));
+        return;
+    }
+    const std::optional<QStringList> files = selectedFiles.value();
+    QString source = sourceFolder.value();
+    if (source.isEmpty() && files && !files->isEmpty()) {
+        source = paths::isFolder(files->first()) ? files->first() : paths::parent(files->first());
+    }
+    const ValidatorReport report{
+        .results = analysisResults.rows(),
+        .converted = counts.converted,
+        .successCount = counts.successes,
+        .errorCount = counts.errors,
+        .totalFiles = wasStopped_ ? totalFiles_ : static_cast<int>(analysisResults.size()),
+        .source = source.isEmpty() ? QStringLiteral("Multiple files") : source,
+        .output = outputFolder.value().isEmpty() ? QStringLiteral("Same as source") : outputFolder.value(),
+    };
+    reportPath_ = writeValidatorReport(report, folder);
+    reportFailed_ = reportPath_.isEmpty();
+    if (reportFailed_) {
+        writeValidatorDebugLine(QStringLiteral("❌ Failed to save CSV report"));
+        log(LogLevel::error, LogCategory::process, QStringLiteral("Failed to save CSV report"));
+    } else {
+        writeValidatorDebugLine(QStringLiteral("✅ CSV report saved: ") + reportPath_);
+        log(LogLevel::success, LogCategory::process,
+            QStringLiteral("CSV report saved: ") + paths::lastComponent(reportPath_));
+    }
 }
 
 void StereoValidatorViewModel::audition(const StereoValidatorResult& result) {

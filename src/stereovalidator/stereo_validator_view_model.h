@@ -6,21 +6,19 @@
 
 #include "foundation/logs/processing_log.h"
 #include "foundation/records/record_list.h"
-#include "foundation/run/recording_list.h"
 #include "foundation/tools/external_tool_detector.h"
 #include "platform/background.h"
 #include "platform/desktop_services.h"
 #include "preview/playback_manager.h"
 #include "stereovalidator/analysis_result.h"
-#include "stereovalidator/clean_and_export.h"
-#include "stereovalidator/stereo_processing_engine.h"
+#include "stereovalidator/clean_run.h"
+#include "stereovalidator/recording_search.h"
 #include "stereovalidator/stereo_validator_options.h"
 
 #include <QCoro/QCoroTask>
 #include <QHash>
 #include <QObject>
 #include <QProperty>
-#include <QSet>
 #include <QStringList>
 #include <QUuid>
 #include <memory>
@@ -99,8 +97,7 @@ public:
     void startAnalysis();
     // Ends a running analysis before its next file; what was analysed so far becomes the result.
     void stopAnalysis();
-    void cleanAndExport(const std::vector<StereoValidatorResult>& selectedResults,
-                        const std::vector<StereoValidatorResult>& filteredResults = {});
+    void cleanAndExport(const std::vector<StereoValidatorResult>& selectedResults);
     // What a run would refuse as things stand: a sentence by the id of each such result. Changes nothing.
     QHash<QUuid, QString> foreseenRefusals(const std::vector<StereoValidatorResult>& selectedResults) const;
     // Ends a running cleanAndExport before its next file. For slots of `fileConverted`.
@@ -112,69 +109,33 @@ public:
     void saveLog();
     void copyLogToClipboard();
 
-    // The audio files of files and folders, hidden ones too, each once. Blocks.
-    static CollectedRecordings collectAudioFiles(const QStringList& selection, bool recursive);
-
 Q_SIGNALS:
     void analysisEnded();
     // Clean & Export has dealt with a file: its outcome stands in its record.
     void fileConverted(const ostrel::StereoValidatorResult& result);
 
 private:
-    // What one analysis looks at, taken when it starts.
-    struct Selection {
-        QString folder;
-        std::optional<QStringList> files;
-        bool recursive = true;
-        bool skipMono = false;
-        QString ffmpegPath;
-    };
-    struct FoundFiles {
-        QStringList files;
-        QStringList remarks; // one sentence each: what could not be read, and further names of one file
-        int beforeFilter = 0;
-    };
-    struct ExportCounts {
-        int successes = 0;
-        int errors = 0;
-        QSet<QUuid> converted;
-        bool stopped = false; // ahead of some of them
-    };
-
     void log(LogLevel level, LogCategory category, const QString& message);
     void watchOptions();
     QString logText() const;
 
-    static FoundFiles findFiles(const Selection& selection, const TaskHandle& handle);
     QCoro::Task<> runAnalysis(TaskHandle handle);
-    bool reportFound(const FoundFiles& found);
-
-    // What one run writes with and asks.
-    struct ExportRun {
-        StereoProcessingEngine engine;
-        RunLedger ledger;
-        Journal journal{QStringLiteral("clean")};
-        QHash<QUuid, std::size_t> rows; // of the analysis
-    };
+    bool reportFound(const FoundRecordings& found);
 
     std::optional<std::vector<StereoValidatorResult>>
     resultsInScope(const std::vector<StereoValidatorResult>& selectedResults);
-    std::vector<StereoValidatorResult> convertible(const std::vector<StereoValidatorResult>& results) const;
-    QStringList selectedRecordings() const;
+    CleanOptions cleanOptions() const;
     void tellUnfinishedSteps();
-    ExportCounts convertAll(const std::vector<StereoValidatorResult>& results);
-    QString outcomeOf(const ExportCounts& counts, std::size_t total) const;
-    void convert(ExportRun& run, StereoValidatorResult result, ExportCounts& counts);
-    MonoRequest requestFor(const StereoValidatorResult& result) const;
-    void autoGenerateCSVReport(const ExportCounts& counts);
-    void showCompletion(const ExportCounts& counts, const QString& report);
+    CleanCounts convertAll(const std::vector<StereoValidatorResult>& results);
+    void count(const StereoValidatorResult& result, CleanCounts& counts);
+    void autoGenerateCSVReport(const CleanCounts& counts);
 
     DesktopServices& desktop_;
     std::unique_ptr<ExternalToolDetector> toolDetector_;
     std::unique_ptr<PlaybackManager> playbackManager_;
     TaskHandle analysisTask_;
     TaskHandle exportTask_;
-    Selection analyzed_; // of the analysis that the results are from
+    RecordingSearch analyzed_; // of the analysis that the results are from
     QString summary_;
     int totalFiles_ = 0;
     bool wasStopped_ = false;

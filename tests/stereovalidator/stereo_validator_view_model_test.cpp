@@ -362,7 +362,7 @@ TEST_F(ValidatorTest, WarnsWhenNothingIsSelectedAndLeavesTheDialogOpen) {
     analyze({writeDualMono(QStringLiteral("a.wav"))});
     controller_.exportScope = ExportScope::selected;
     controller_.showCleanExportDialog = true;
-    controller_.cleanAndExport({}, controller_.analysisResults.rows());
+    controller_.cleanAndExport({});
     EXPECT_EQ(lastLine(), QStringLiteral("WARN PROCESS No files selected"));
     EXPECT_TRUE(controller_.showCleanExportDialog.value());
     EXPECT_EQ(filesIn(folder_.path()).size(), 1);
@@ -378,7 +378,7 @@ TEST_F(ValidatorTest, ConvertsTheSelectedRowsAlone) {
 
 TEST_F(ValidatorTest, LooksAtAllResultsWhateverTheViewShows) {
     analyze({writeDualMono(QStringLiteral("a.wav")), writeDualMono(QStringLiteral("b.wav"))});
-    controller_.cleanAndExport({controller_.analysisResults[1]}, {controller_.analysisResults[1]});
+    controller_.cleanAndExport({controller_.analysisResults[1]});
     EXPECT_EQ(filesIn(folder_.path()).size(), 4);
 }
 

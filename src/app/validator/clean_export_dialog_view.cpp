@@ -28,8 +28,8 @@ void keepPlaceWhenHidden(QWidget& widget) {
 } // namespace
 
 CleanExportDialogView::CleanExportDialogView(StereoValidatorViewModel& viewModel, int selectedCount, Rows selected,
-                                             Rows filtered, QWidget* parent)
-    : QDialog(parent), viewModel_(viewModel), selected_(std::move(selected)), filtered_(std::move(filtered)) {
+                                             QWidget* parent)
+    : QDialog(parent), viewModel_(viewModel), selected_(std::move(selected)) {
     setWindowTitle(QStringLiteral("Clean & Export"));
     setAccessibleName(QStringLiteral("Clean & Export"));
     auto* title = new QLabel(QStringLiteral("Clean & Export"));
@@ -194,7 +194,7 @@ void CleanExportDialogView::tellRefusals() {
 
 void CleanExportDialogView::run() {
     QApplication::setOverrideCursor(Qt::WaitCursor); // the loop runs on this thread to its end
-    viewModel_.cleanAndExport(selected_(), filtered_());
+    viewModel_.cleanAndExport(selected_());
     QApplication::restoreOverrideCursor();
 }
 

@@ -21,9 +21,8 @@ class CleanExportDialogView : public QDialog {
 public:
     using Rows = std::function<std::vector<StereoValidatorResult>()>;
 
-    // `selected` and `filtered` give the table's rows at the time of the export.
-    CleanExportDialogView(StereoValidatorViewModel& viewModel, int selectedCount, Rows selected, Rows filtered,
-                          QWidget* parent);
+    // `selected` gives the table's rows at the time of the export.
+    CleanExportDialogView(StereoValidatorViewModel& viewModel, int selectedCount, Rows selected, QWidget* parent);
 
     // Sources would be replaced by what is made of them.
     bool isDestructiveOverwrite() const;
@@ -43,7 +42,6 @@ private:
 
     StereoValidatorViewModel& viewModel_;
     Rows selected_;
-    Rows filtered_;
     Bindings bindings_;
     ToneLabel* noSuffix_ = nullptr;
     ToneLabel* destructive_ = nullptr;

@@ -342,8 +342,7 @@ void StereoValidatorTabView::toggleFilter(StereoClassification classification) {
 void StereoValidatorTabView::openDialog() {
     if (dialog_) return;
     dialog_ = new CleanExportDialogView(
-        viewModel_, static_cast<int>(selectedResults().size()), [this] { return selectedResults(); },
-        [this] { return results_->sortedAndFilteredResults(); }, window());
+        viewModel_, static_cast<int>(selectedResults().size()), [this] { return selectedResults(); }, window());
     dialog_->setAttribute(Qt::WA_DeleteOnClose);
     dialog_->open();
 }

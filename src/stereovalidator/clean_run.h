@@ -1,0 +1,60 @@
+// One Clean & Export: which results it takes, what it makes of each, and what it would refuse.
+//
+// Blocks as it converts, deliberately on the thread that calls it.
+#pragma once
+
+#include "platform/desktop_services.h"
+#include "stereovalidator/clean_and_export.h"
+#include "stereovalidator/stereo_processing_engine.h"
+#include "stereovalidator/stereo_validator_result.h"
+
+#include <QHash>
+#include <QSet>
+#include <QUuid>
+#include <vector>
+
+namespace ostrel {
+
+// What was chosen, taken when the run starts.
+struct CleanOptions {
+    ConversionToggles toggles;
+    DualMonoSideSelection side = DualMonoSideSelection::automatic;
+    QString outputFolder; // empty: next to each source
+    bool allowOverwrite = false;
+    bool addSuffix = true;
+};
+
+std::vector<StereoValidatorResult> convertible(const std::vector<StereoValidatorResult>& results,
+                                               const ConversionToggles& toggles);
+
+// As things stand: a sentence by the id of each result that a run would refuse. Changes nothing.
+QHash<QUuid, QString> foreseenRefusals(const std::vector<StereoValidatorResult>& results, const CleanOptions& options);
+
+class CleanRun {
+public:
+    // `bystanders`: what else the analysis looked at, and nothing of it is written over but by what was made of it.
+    CleanRun(const std::vector<StereoValidatorResult>& results, const QStringList& bystanders, CleanOptions options,
+             const QString& ffmpegPath);
+
+    ItemOutcome convert(const StereoValidatorResult& result);
+
+private:
+    const CleanOptions options_;
+    const StereoProcessingEngine engine_;
+    RunLedger ledger_;
+    Journal journal_{QStringLiteral("clean")};
+};
+
+// What came of a run.
+struct CleanCounts {
+    int successes = 0;
+    int errors = 0;
+    QSet<QUuid> converted;
+    bool stopped = false; // ahead of some of them
+
+    QString sentence(std::size_t total) const;
+    // What tells a person; with an output folder its first button opens that.
+    AlertRequest alert(const QString& outputFolder, const QString& report) const;
+};
+
+} // namespace ostrel
