@@ -1,5 +1,6 @@
 #include "interleaver/app_view_model.h"
 
+#include "foundation/logs/log_file.h"
 #include "foundation/tools/ffprobe_parser.h"
 #include "interleaver/interleave_engine.h"
 #include "interleaver/scan_report.h"
@@ -41,8 +42,8 @@ int count(const List& list, Predicate predicate) {
 
 } // namespace
 
-AppViewModel::AppViewModel(DesktopServices& desktop, AudioOutput& audio, std::unique_ptr<ExternalToolDetector> detector)
-    : desktop_(desktop), toolDetector_(detector ? std::move(detector) : std::make_unique<ExternalToolDetector>()),
+AppViewModel::AppViewModel(DesktopServices& desktop, AudioOutput& audio, std::shared_ptr<ExternalToolDetector> detector)
+    : desktop_(desktop), toolDetector_(detector ? std::move(detector) : std::make_shared<ExternalToolDetector>()),
       playbackManager_(std::make_unique<PlaybackManager>(audio)), sessionID_(freshUuid()) {
     MetadataEngine::cleanupOldSessions();
     appearance = storedAppearance();
@@ -324,17 +325,13 @@ QString AppViewModel::exportLogs() const {
 }
 
 void AppViewModel::saveLogToFile() {
-    SavePanelRequest request;
-    request.suggestedName =
-        QStringLiteral("Ostrel_Log_%1.txt").arg(QDateTime::currentDateTimeUtc().toString(Qt::ISODate));
-    request.allowedExtensions = {QStringLiteral("txt")};
-    const QString path = desktop_.showSavePanel(request);
-    if (path.isEmpty()) return;
-    try {
-        files::writeAtomically(path, exportLogs().toUtf8());
-        log(LogLevel::info, LogCategory::system, QStringLiteral("Log saved to: ") + paths::lastComponent(path));
-    } catch (const FileError&) {
-        return; // silent, as with every log: nothing depends on it
+    const QString name = QStringLiteral("Ostrel_Log_%1.txt").arg(QDateTime::currentDateTimeUtc().toString(Qt::ISODate));
+    const SavedLog saved = saveLog(desktop_, name, exportLogs());
+    if (saved.path.isEmpty()) return;
+    if (saved.failure.isEmpty()) {
+        log(LogLevel::info, LogCategory::system, QStringLiteral("Log saved to: ") + paths::lastComponent(saved.path));
+    } else {
+        log(LogLevel::error, LogCategory::system, QStringLiteral("Failed to save log: ") + saved.failure);
     }
 }
 

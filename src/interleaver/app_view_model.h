@@ -33,9 +33,9 @@ class AppViewModel : public QObject {
     Q_OBJECT
 
 public:
-    // A detector of its own unless one is given; `desktop` and `audio` outlive the controller.
+    // A detector of its own unless one is given, which others may share; `desktop` and `audio` outlive the controller.
     AppViewModel(DesktopServices& desktop, AudioOutput& audio,
-                 std::unique_ptr<ExternalToolDetector> detector = nullptr);
+                 std::shared_ptr<ExternalToolDetector> detector = nullptr);
     ~AppViewModel() override;
 
     QProperty<AppMode> currentMode{AppMode::interleave};
@@ -130,7 +130,7 @@ private:
     void writeReport(const InterleaverRun& run);
 
     DesktopServices& desktop_;
-    std::unique_ptr<ExternalToolDetector> toolDetector_;
+    std::shared_ptr<ExternalToolDetector> toolDetector_;
     std::unique_ptr<PlaybackManager> playbackManager_; // told when to stop; nothing here depends on it
     const QString sessionID_;
     std::optional<TaskHandle> scanningTask_;

@@ -193,8 +193,8 @@ void UniversalMetadataEngine::saveManifest(const SceneTakeInfo& sceneInfo, const
 }
 
 void UniversalMetadataEngine::normalizeiXMLForSingleTrack(const QString& sourceURL, const QString& outputURL,
-                                                          const QString& trackName,
-                                                          int channelIndex, int interleaveIndex) const {
+                                                          const QString& trackName, int channelIndex,
+                                                          int interleaveIndex) const {
     const QString document = performUniversalXMLSurgery(
         extractiXMLString(sourceURL), singleTrackList(channelIndex, interleaveIndex, trackName), generateFileUID());
     writeiXML(document, QStringLiteral("normalized_ixml.xml"), outputURL, QStringLiteral("Failed to normalize iXML"));

@@ -63,8 +63,8 @@ public:
     // Gives the output the source's iXML with a track list of one track, a fresh FILE_UID and the source's as parent.
     // The name goes into the XML as it stands: a caller whose name is not XML text escapes it first.
     // Throws DomainError and ProcessLaunchError, FileError for the temporary document.
-    void normalizeiXMLForSingleTrack(const QString& sourceURL, const QString& outputURL,
-                                     const QString& trackName, int channelIndex, int interleaveIndex) const;
+    void normalizeiXMLForSingleTrack(const QString& sourceURL, const QString& outputURL, const QString& trackName,
+                                     int channelIndex, int interleaveIndex) const;
 
     // Gives the output the first ISO's iXML with the tracks of all of them, in the order of their INTERLEAVE_INDEX and
     // numbered anew. Gives the ISOs that have no indices and so no track in the list, for the caller's log. Throws as

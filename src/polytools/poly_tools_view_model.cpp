@@ -1,17 +1,17 @@
 #include "polytools/poly_tools_view_model.h"
 
-#include "platform/files/files.h"
+#include "foundation/logs/log_file.h"
 #include "platform/paths.h"
 
 namespace ostrel {
 
 PolyToolsViewModel::PolyToolsViewModel(DesktopServices& desktop, AudioOutput* audioOutput,
-                                       std::unique_ptr<ExternalToolDetector> detector)
+                                       std::shared_ptr<ExternalToolDetector> detector)
     : services_(*this, *this, desktop, std::move(detector), [this] { Q_EMIT taskEnded(); }),
       preview_(*this, services_, audioOutput), selection_(*this, services_, preview_),
       split_(*this, services_, selection_), join_(*this, services_, preview_), review_(*this, services_, preview_),
       edit_(*this, services_, selection_, preview_), foresight_(*this) {
-    checkTools();
+    takeTools();
 }
 
 PolyToolsViewModel::~PolyToolsViewModel() {
@@ -33,6 +33,11 @@ QString PolyToolsViewModel::editPolyHelperText() const {
 
 void PolyToolsViewModel::checkTools() {
     services_.checkTools();
+    preview_.deck().toolsChanged();
+}
+
+void PolyToolsViewModel::takeTools() {
+    services_.takeTools();
     preview_.deck().toolsChanged();
 }
 
@@ -89,24 +94,17 @@ void PolyToolsViewModel::stopProcessing() {
 
 void PolyToolsViewModel::revealInFinder(const QString& url) { services_.desktop().openFolder(paths::parent(url)); }
 
-QString PolyToolsViewModel::exportLogs() const {
-    QStringList lines;
-    for (const ProcessingLogEntry& entry : logEntries) lines << entry.formattedEntry();
-    return lines.join(u'\n');
-}
+QString PolyToolsViewModel::exportLogs() const { return linesOf(logEntries.rows()); }
 
 void PolyToolsViewModel::saveLog() {
-    SavePanelRequest request;
-    request.suggestedName = QStringLiteral("PolyTools_Log_%1.txt")
-                                .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss")));
-    request.allowedExtensions = {QStringLiteral("txt")};
-    const QString path = services_.desktop().showSavePanel(request);
-    if (path.isEmpty()) return;
-    try {
-        files::writeAtomically(path, exportLogs().toUtf8());
-        services_.success(LogCategory::system, QStringLiteral("Log saved to: ") + path);
-    } catch (const FileError& error) {
-        services_.error(LogCategory::system, QStringLiteral("Failed to save log: ") + error.description);
+    const QString now = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss"));
+    const SavedLog saved =
+        ostrel::saveLog(services_.desktop(), QStringLiteral("PolyTools_Log_%1.txt").arg(now), exportLogs());
+    if (saved.path.isEmpty()) return;
+    if (saved.failure.isEmpty()) {
+        services_.success(LogCategory::system, QStringLiteral("Log saved to: ") + saved.path);
+    } else {
+        services_.error(LogCategory::system, QStringLiteral("Failed to save log: ") + saved.failure);
     }
 }
 

@@ -32,10 +32,10 @@ class PolyToolsViewModel : public QObject, public PolyToolsState {
     Q_OBJECT
 
 public:
-    // A detector of its own unless one is given; `desktop` outlives the controller. Without an audio output nothing is
-    // prepared for listening, as on a terminal.
+    // A detector of its own unless one is given, which others may share; `desktop` outlives the controller. Without an
+    // audio output nothing is prepared for listening, as on a terminal.
     explicit PolyToolsViewModel(DesktopServices& desktop, AudioOutput* audioOutput = nullptr,
-                                std::unique_ptr<ExternalToolDetector> detector = nullptr);
+                                std::shared_ptr<ExternalToolDetector> detector = nullptr);
     ~PolyToolsViewModel() override;
 
     const ExternalToolDetector& toolDetector() const { return services_.toolDetector(); }
@@ -43,6 +43,7 @@ public:
     PolyPreview& preview() { return preview_; }
 
     void checkTools();
+    void takeTools(); // those that the detector knows already
 
     // Source selection. Missing paths are dropped.
     void selectSource();

@@ -1,6 +1,6 @@
 #include "stereovalidator/stereo_validator_view_model.h"
 
-#include "platform/files/files.h"
+#include "foundation/logs/log_file.h"
 #include "platform/paths.h"
 #include "stereovalidator/stereo_validator_engine.h"
 #include "stereovalidator/validator_report.h"
@@ -29,8 +29,8 @@ QString textOf(const std::optional<QStringList>& files) {
 } // namespace
 
 StereoValidatorViewModel::StereoValidatorViewModel(DesktopServices& desktop, AudioOutput& audio,
-                                                   std::unique_ptr<ExternalToolDetector> detector)
-    : desktop_(desktop), toolDetector_(detector ? std::move(detector) : std::make_unique<ExternalToolDetector>()),
+                                                   std::shared_ptr<ExternalToolDetector> detector)
+    : desktop_(desktop), toolDetector_(detector ? std::move(detector) : std::make_shared<ExternalToolDetector>()),
       playbackManager_(std::make_unique<PlaybackManager>(audio)) {
     connect(playbackManager_.get(), &PlaybackManager::engineChanged, this,
             [this] { isAuditioning = playbackManager_->engine().isPlaying.value(); });
@@ -378,30 +378,21 @@ void StereoValidatorViewModel::log(LogLevel level, LogCategory category, const Q
     logEntries.append({.level = level, .category = category, .message = message});
 }
 
-QString StereoValidatorViewModel::logText() const {
-    QStringList lines;
-    for (const ProcessingLogEntry& entry : logEntries) lines << entry.formattedEntry();
-    return lines.join(QLatin1Char('\n'));
-}
-
 void StereoValidatorViewModel::saveLog() {
-    SavePanelRequest request;
-    request.suggestedName = QStringLiteral("StereoValidator_Log_%1.txt")
-                                .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss")));
-    request.allowedExtensions = {QStringLiteral("txt")};
-    const QString path = desktop_.showSavePanel(request);
-    if (path.isEmpty()) return;
-    try {
-        files::writeAtomically(path, logText().toUtf8());
-        log(LogLevel::success, LogCategory::system, QStringLiteral("Log saved to: ") + path);
-    } catch (const FileError& error) {
-        log(LogLevel::error, LogCategory::system, QStringLiteral("Failed to save log: ") + error.description);
+    const QString now = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss"));
+    const SavedLog saved =
+        ostrel::saveLog(desktop_, QStringLiteral("StereoValidator_Log_%1.txt").arg(now), linesOf(logEntries.rows()));
+    if (saved.path.isEmpty()) return;
+    if (saved.failure.isEmpty()) {
+        log(LogLevel::success, LogCategory::system, QStringLiteral("Log saved to: ") + saved.path);
+    } else {
+        log(LogLevel::error, LogCategory::system, QStringLiteral("Failed to save log: ") + saved.failure);
     }
 }
 
 void StereoValidatorViewModel::copyLogToClipboard() {
     const auto count = logEntries.size();
-    desktop_.setPasteboardText(logText());
+    desktop_.setPasteboardText(linesOf(logEntries.rows()));
     log(LogLevel::success, LogCategory::system, QStringLiteral("Log copied to clipboard (%1 entries)").arg(count));
 }
 

@@ -31,9 +31,9 @@ class StereoValidatorViewModel : public QObject {
     Q_OBJECT
 
 public:
-    // A detector of its own unless one is given; `desktop` and `audio` outlive the controller.
+    // A detector of its own unless one is given, which others may share; `desktop` and `audio` outlive the controller.
     StereoValidatorViewModel(DesktopServices& desktop, AudioOutput& audio,
-                             std::unique_ptr<ExternalToolDetector> detector = nullptr);
+                             std::shared_ptr<ExternalToolDetector> detector = nullptr);
     ~StereoValidatorViewModel() override;
 
     // Selection: files (and folders among them), if there is such a list, otherwise the folder. An empty list counts as
@@ -117,7 +117,6 @@ Q_SIGNALS:
 private:
     void log(LogLevel level, LogCategory category, const QString& message);
     void watchOptions();
-    QString logText() const;
 
     QCoro::Task<> runAnalysis(TaskHandle handle);
     bool reportFound(const FoundRecordings& found);
@@ -131,7 +130,7 @@ private:
     void autoGenerateCSVReport(const CleanCounts& counts);
 
     DesktopServices& desktop_;
-    std::unique_ptr<ExternalToolDetector> toolDetector_;
+    std::shared_ptr<ExternalToolDetector> toolDetector_;
     std::unique_ptr<PlaybackManager> playbackManager_;
     TaskHandle analysisTask_;
     TaskHandle exportTask_;

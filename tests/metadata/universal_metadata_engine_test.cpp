@@ -222,9 +222,8 @@ TEST_F(UniversalMetadataEngineTest, AFailedWriteIsThrownAndNothingIsLeftBehind) 
               u"UniversalMetadataEngine 1 Failed to normalize iXML"_s);
     EXPECT_EQ(domainError([&] { engine_.rebuildMultiTrackiXML({source}, broken); }),
               u"UniversalMetadataEngine 1 Failed to rebuild multi-track iXML"_s);
-    EXPECT_THROW(
-        UniversalMetadataEngine(u"/nowhere/tool"_s).normalizeiXMLForSingleTrack(source, broken, u"x"_s, 1, 1),
-        ProcessLaunchError);
+    EXPECT_THROW(UniversalMetadataEngine(u"/nowhere/tool"_s).normalizeiXMLForSingleTrack(source, broken, u"x"_s, 1, 1),
+                 ProcessLaunchError);
     EXPECT_TRUE(folders_.leftInTemporary().isEmpty());
 }
 

@@ -32,8 +32,7 @@ protected:
     ChannelFilterResult editBy(const ChannelFilterOptions& filter, const PolyFile& file, const RenameMap& renames = {},
                                const ReorderList& reorder = std::nullopt, const QString& name = QString()) {
         QDir().mkpath(output());
-        return PolyChannelFilterEngine(tools_).removeChannelsFromPoly(file, filter, output(), name, renames,
-                                                                      reorder);
+        return PolyChannelFilterEngine(tools_).removeChannelsFromPoly(file, filter, output(), name, renames, reorder);
     }
     QString output(const QString& file = QString()) const {
         const QString folder = paths::append(folder_.path(), QStringLiteral("edited"));
@@ -165,8 +164,8 @@ TEST_F(ChannelFilter, IntoItsOwnFolderTheOutputGetsASuffix) {
     const QString before = testing::fingerprintOf(file.url);
     ChannelFilterOptions filter;
     filter.selectedChannelIndices = {1};
-    const ChannelFilterResult result = PolyChannelFilterEngine(tools_).removeChannelsFromPoly(
-        file, filter, folder_.path(), {}, {}, std::nullopt);
+    const ChannelFilterResult result =
+        PolyChannelFilterEngine(tools_).removeChannelsFromPoly(file, filter, folder_.path(), {}, {}, std::nullopt);
     EXPECT_EQ(result.outcome.outputs, QStringList{folder_.path(QStringLiteral("P_3ch.wav"))});
     EXPECT_TRUE(
         entryWith(result.logEntries,

@@ -145,8 +145,7 @@ void PolyToolsTabView::scan() {
 void PolyToolsTabView::run() {
     if (viewModel_.isProcessing.value()) return;
     switch (viewModel_.mode.value()) {
-    case PolyMode::split:
-        return viewModel_.batchMode.value() ? viewModel_.startBatchSplit() : viewModel_.runSplit();
+    case PolyMode::split: return viewModel_.batchMode.value() ? viewModel_.startBatchSplit() : viewModel_.runSplit();
     case PolyMode::join: return runJoinMode();
     case PolyMode::editPoly:
         if (viewModel_.canRunEditPoly()) viewModel_.startEditPolyProcessing();

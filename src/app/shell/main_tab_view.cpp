@@ -111,6 +111,11 @@ void MainTabView::makeMenus(Updater& updater, const ProductSettings& settings) {
     addAddress(QStringLiteral("Website"), QString(), settings.website);
     addAddress(QStringLiteral("Email Support"), QStringLiteral("mailto:"), settings.supportAddress);
 
+    support->addSeparator();
+    support->addAction(QStringLiteral("Look for Tools Again"), this, [this] {
+        if (recheckTools) recheckTools();
+    });
+
     QMenu* shortcuts = menuBar()->addMenu(QStringLiteral("Short&cuts"));
     QAction* show = shortcuts->addAction(QStringLiteral("Show Keyboard Shortcuts"), this, [this] {
         showKeyboardShortcutsWindow(QStringLiteral("Keyboard Shortcuts"), keyboardShortcutsText());

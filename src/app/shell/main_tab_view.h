@@ -11,6 +11,7 @@
 #include <QMainWindow>
 #include <QProperty>
 #include <array>
+#include <functional>
 
 class QStackedWidget;
 
@@ -40,6 +41,9 @@ public:
     void handleGlobalDrop(const QStringList& urls);
 
     void showKeyboardShortcutsWindow(const QString& title, const QString& message);
+
+    // What the menu's "Look for Tools Again" does; empty: nothing.
+    std::function<void()> recheckTools;
 
     // How the window is left while jobs run.
     OrderlyQuit& orderlyQuit() { return *quit_; }

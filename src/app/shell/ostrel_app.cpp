@@ -23,14 +23,18 @@ void OstrelApp::prepare() {
 }
 
 OstrelApp::OstrelApp(const ProductSettings& settings)
-    : updater_(desktop_, settings.updateFeed, settings.version), appViewModel_(desktop_, audio_),
-      polyToolsVM_(desktop_, &audio_), stereoValidatorVM_(desktop_, audio_) {
+    : updater_(desktop_, settings.updateFeed, settings.version), appViewModel_(desktop_, audio_, tools_),
+      polyToolsVM_(desktop_, &audio_, tools_), stereoValidatorVM_(desktop_, audio_, tools_) {
     auto* interleaver = new MainView(appViewModel_, desktop_);
     auto* polyTools = new PolyToolsTabView(polyToolsVM_, appViewModel_.appearance);
     auto* validator = new StereoValidatorTabView(stereoValidatorVM_, appViewModel_.appearance);
     window_ =
         std::make_unique<MainTabView>(desktop_, updater_, appViewModel_.appearance, settings,
                                       std::array<TabPage*, kAllAppTabs.size()>{interleaver, polyTools, validator});
+    window_->recheckTools = [this] {
+        appViewModel_.recheckTools();
+        polyToolsVM_.takeTools();
+    };
     desktop_.setWindow(window_.get());
     auto* jobs = new JobWatch(*window_);
     for (const AppTab tab : kAllAppTabs) jobs->watch(rawText(tab), window_->page(tab));

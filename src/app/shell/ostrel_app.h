@@ -38,6 +38,7 @@ private:
     QtDesktopServices desktop_;
     AudioOutput audio_;
     Updater updater_;
+    std::shared_ptr<ExternalToolDetector> tools_ = std::make_shared<ExternalToolDetector>(); // of all three tabs
     AppViewModel appViewModel_;
     PolyToolsViewModel polyToolsVM_;
     StereoValidatorViewModel stereoValidatorVM_;

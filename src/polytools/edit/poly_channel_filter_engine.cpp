@@ -298,8 +298,8 @@ private:
                                             numberAndName(track.interleaveIndex, track.name));
                 continue;
             }
-            engine.normalizeiXMLForSingleTrack(poly_.url, iso, encodeXMLText(track.name),
-                                               track.channelIndex, track.interleaveIndex);
+            engine.normalizeiXMLForSingleTrack(poly_.url, iso, encodeXMLText(track.name), track.channelIndex,
+                                               track.interleaveIndex);
             isos << iso;
         }
         if (!isos.isEmpty()) nameParent(engine, isos.first());

@@ -27,8 +27,7 @@ public:
     // source), ProcessLaunchError and FileError. Failed metadata is a log line.
     ChannelFilterResult removeChannelsFromPoly(const PolyFile& polyFile, const ChannelFilterOptions& filter,
                                                const QString& outputFolder, const QString& outputFileName,
-                                               const RenameMap& batchRenameMap,
-                                               const ReorderList& channelReorderMap,
+                                               const RenameMap& batchRenameMap, const ReorderList& channelReorderMap,
                                                ExistingOutput rule = ExistingOutput::replaced) const;
 
     // The file's own track list by interleave index; numbered channels where it has none.

@@ -21,13 +21,17 @@ QString word(bool value) { return value ? QStringLiteral("true") : QStringLitera
 } // namespace
 
 PolyToolsServices::PolyToolsServices(QObject& owner, PolyToolsState& state, DesktopServices& desktop,
-                                     std::unique_ptr<ExternalToolDetector> detector, std::function<void()> onTaskEnded)
+                                     std::shared_ptr<ExternalToolDetector> detector, std::function<void()> onTaskEnded)
     : owner_(owner), state_(state), desktop_(desktop),
-      detector_(detector ? std::move(detector) : std::make_unique<ExternalToolDetector>()),
+      detector_(detector ? std::move(detector) : std::make_shared<ExternalToolDetector>()),
       onTaskEnded_(std::move(onTaskEnded)) {}
 
 void PolyToolsServices::checkTools() {
     detector_->detectTools();
+    takeTools();
+}
+
+void PolyToolsServices::takeTools() {
     state_.ffmpegAvailable = detector_->ffmpegAvailable.value();
     state_.ffprobePath = detector_->ffprobePath.value();
     state_.ffmpegPath = detector_->ffmpegPath.value();

@@ -29,7 +29,7 @@ class PolyToolsServices {
 public:
     // `owner` is the controller: background work is never resumed once it is gone. `onTaskEnded` tells it of every end.
     PolyToolsServices(QObject& owner, PolyToolsState& state, DesktopServices& desktop,
-                      std::unique_ptr<ExternalToolDetector> detector, std::function<void()> onTaskEnded);
+                      std::shared_ptr<ExternalToolDetector> detector, std::function<void()> onTaskEnded);
 
     QObject* owner() const { return &owner_; }
     DesktopServices& desktop() const { return desktop_; }
@@ -37,6 +37,8 @@ public:
 
     // Looks for the tools, publishes what was found and makes the metadata engines that they allow.
     void checkTools();
+    // The same with what is known already.
+    void takeTools();
     PolyEngineTools engineTools() const;
     // Null without bwfmetaedit.
     const MetadataManifestExtractor* manifestExtractor() const;
@@ -114,7 +116,7 @@ private:
     QObject& owner_;
     PolyToolsState& state_;
     DesktopServices& desktop_;
-    std::unique_ptr<ExternalToolDetector> detector_;
+    std::shared_ptr<ExternalToolDetector> detector_;
     std::function<void()> onTaskEnded_;
     std::optional<MetadataManifestExtractor> manifestExtractor_;
     std::shared_ptr<const UniversalMetadataEngine> universalEngine_;
