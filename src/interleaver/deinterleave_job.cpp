@@ -1,6 +1,7 @@
 #include "interleaver/deinterleave_job.h"
 
 #include "interleaver/interleave_command.h"
+#include "metadata/bext_completion.h"
 #include "platform/paths.h"
 
 #include <algorithm>
@@ -53,8 +54,10 @@ void DeinterleaveJob::copyMetadata(const QStringList& unfinished) {
     if (!run_.metadataEngine || unfinished.isEmpty()) return;
     const QMap<QString, MetadataResult> copied =
         run_.metadataEngine->copyMetadataToMultiple(source_.sourceURL, unfinished);
-    metadataFailures_ =
-        std::count_if(copied.begin(), copied.end(), [](const MetadataResult& one) { return !one.success; });
+    for (auto one = copied.begin(); one != copied.end(); ++one) {
+        const BextCompletion completion = completeBext(source_.sourceURL, one.key(), SourceUmid::cleared);
+        if (!one->success && !completion.isComplete) ++metadataFailures_;
+    }
 }
 
 void DeinterleaveJob::settle(const DeinterleaveResult& result) {

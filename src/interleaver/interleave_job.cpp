@@ -2,6 +2,7 @@
 
 #include "foundation/tools/ffprobe_parser.h"
 #include "interleaver/lr_cleanup_engine.h"
+#include "metadata/bext_completion.h"
 #include "metadata/bext_identity.h"
 #include "platform/paths.h"
 
@@ -36,7 +37,8 @@ ItemReport InterleaveJob::run() {
     }
     InterleaveResult result = makeOutput(output);
     report_.outcome = result.outcome;
-    for (const QString& warning : result.outcome.warnings) say(LogLevel::warning, kProcess, warning);
+    if (!bextWarning_.isEmpty()) report_.outcome.warnings << bextWarning_;
+    for (const QString& warning : report_.outcome.warnings) say(LogLevel::warning, kProcess, warning);
     if (!result.outcome.succeeded()) {
         say(LogLevel::error, kProcess, QStringLiteral("%1: %2").arg(group_.baseName, result.outcome.message));
     } else if (!isUnderCleanup()) {
@@ -85,9 +87,16 @@ void InterleaveJob::copyMetadata(const QString& unfinished) {
     if (!run_.metadataEngine || left.isEmpty() || (isUnderCleanup() && run_.ffprobePath.isEmpty())) return;
     try {
         metadata_ = run_.metadataEngine->copyMetadata(left, unfinished);
-        keepLineBreaks(left, unfinished);
     } catch (const MetadataError&) {
         metadataFailed_ = true; // told with the item's status
+    }
+    // A field that the tool refused costs the INFO list at most.
+    const BextCompletion completion = completeBext(left, unfinished, SourceUmid::cleared);
+    if (!completion.isComplete) return;
+    if (metadata_ && !metadata_->success) {
+        bextWarning_ = QStringLiteral("The INFO fields of %1 were not copied: %2")
+                           .arg(paths::lastComponent(left), metadata_->message);
+        metadata_ = MetadataResult{true, QStringLiteral("Metadata completed from the source")};
     }
 }
 

@@ -33,8 +33,6 @@ QByteArray textAt(const QByteArray& bytes, qsizetype offset, qsizetype size) {
     return end < 0 ? field : field.first(end);
 }
 
-QByteArray withoutReturns(QByteArray text) { return text.replace("\r\n", "\n").replace('\r', '\n'); }
-
 } // namespace
 
 QStringList BextIdentity::differencesFrom(const BextIdentity& other) const {
@@ -58,17 +56,6 @@ std::optional<BextIdentity> readBextIdentity(const QString& file) {
     return BextIdentity{textAt(bytes, 0, kDescription), textAt(bytes, 256, 32),
                         textAt(bytes, 288, 32),         textAt(bytes, 320, 10),
                         textAt(bytes, 330, 8),          qFromLittleEndian<quint64>(bytes.constData() + 338)};
-}
-
-void keepLineBreaks(const QString& source, const QString& target) {
-    const auto wanted = readBextIdentity(source);
-    const auto found = readBextIdentity(target);
-    if (!wanted || !found || wanted->description == found->description) return;
-    if (withoutReturns(wanted->description) != withoutReturns(found->description)) return;
-    const std::optional<qint64> start = bextOf(target);
-    QFile file(target);
-    if (!start || !file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly) || !file.seek(*start)) return;
-    file.write(wanted->description.leftJustified(kDescription, '\0', true));
 }
 
 } // namespace ostrel

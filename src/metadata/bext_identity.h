@@ -26,8 +26,4 @@ struct BextIdentity {
 // Nothing for a file without a whole bext chunk.
 std::optional<BextIdentity> readBextIdentity(const QString& file);
 
-// bwfmetaedit writes the line breaks of a description in its own way. Where that is all in which a file that a job has
-// just written differs from its source, it gets the source's bytes. Does nothing else, and nothing where it can't.
-void keepLineBreaks(const QString& source, const QString& target);
-
 } // namespace ostrel

@@ -38,6 +38,12 @@ const std::vector<Field>& fields() {
     return table;
 }
 
+// An INFO field of several lines, which ffmpeg makes of a description, no tool takes: to send it would cost the others.
+bool isRefusedAnyway(const QString& name, const QString& value) {
+    const bool isInfo = name.size() == 4;
+    return isInfo && (value.contains(u'\n') || value.contains(u'\r'));
+}
+
 QString errorText(const ProcessResult& result) { return result.errorText(QStringLiteral("Unknown error")); }
 
 // Whether a row of bwfmetaedit's CORE table holds metadata. Cells are cut at every comma, quotes are not looked at.
@@ -142,7 +148,8 @@ MetadataResult MetadataEngine::applyBWFFields(const BWFMetadata& metadata, const
     QStringList arguments;
     for (const Field& field : fields()) {
         const QString value = metadata.value(field.name);
-        if (field.isWrittenBack && !value.isEmpty()) arguments << QStringLiteral("--%1=%2").arg(field.name, value);
+        if (field.isWrittenBack && !value.isEmpty() && !isRefusedAnyway(field.name, value))
+            arguments << QStringLiteral("--%1=%2").arg(field.name, value);
     }
     return runTool(arguments << target, QStringLiteral("Metadata applied successfully"));
 }

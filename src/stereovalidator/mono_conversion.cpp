@@ -2,6 +2,7 @@
 
 #include "foundation/proof/audio_proof.h"
 #include "foundation/proof/unexplained_bytes.h"
+#include "metadata/bext_completion.h"
 #include "platform/audio/audio_file_writer.h"
 #include "platform/files/replacement.h"
 #include "platform/paths.h"
@@ -213,7 +214,8 @@ void MonoConversion::noteWhatStands(const NewFile& file, const std::optional<Fil
 
 void MonoConversion::write(AudioFile& source, const QString& path) {
     copyChannel(source, channel(), path);
-    const bool isCarried = copyBWFMetadata(path);
+    bool isCarried = copyBWFMetadata(path);
+    isCarried |= completeBext(request_.file, path, SourceUmid::kept).isComplete;
     const QString name = paths::lastComponent(request_.file);
     if (source.isLossy() && AudioFile(path).lengthInFrames() != source.lengthInFrames()) { // compared nowhere else
         throw ProcessingError::processingFailed(QStringLiteral("The new file has not got the length of %1").arg(name));

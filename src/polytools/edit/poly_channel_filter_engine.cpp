@@ -259,6 +259,7 @@ private:
             log_.error(kMetadata,
                        QStringLiteral("❌ METADATA PRESERVATION FAILED: ") + output.namingFinal(describe(error)));
         }
+        completeBext(poly_.url, output, SourceUmid::kept, log_);
     }
 
     void carryMetadata(const OutputFile& file) {

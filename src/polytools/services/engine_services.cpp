@@ -1,6 +1,7 @@
 #include "polytools/services/engine_services.h"
 
 #include "foundation/logs/debug_log.h"
+#include "foundation/run/output_file.h"
 #include "foundation/tools/ffprobe_parser.h"
 #include "metadata/metadata_engine.h"
 #include "metadata/riff_chunks.h"
@@ -40,6 +41,13 @@ QString describe(const std::exception& error) {
 MetadataPreservationResult withoutIXML(MetadataPreservationResult capture) {
     std::erase_if(capture.riffChunks, [](const RIFFChunk& chunk) { return chunk.id == "iXML"; });
     return capture;
+}
+
+void completeBext(const QString& source, const OutputFile& output, SourceUmid umid, EngineLog& log) {
+    const BextCompletion completion = completeBext(source, output.unfinished(), umid);
+    if (completion.isComplete || completion.why.isEmpty()) return;
+    log.warning(LogCategory::metadata, QStringLiteral("⚠️ BEXT of %1 is not the source's: %2")
+                                           .arg(paths::lastComponent(output.path()), completion.why));
 }
 
 QString faultText(const ProcessResult& result) {

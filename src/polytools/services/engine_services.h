@@ -2,6 +2,7 @@
 #pragma once
 
 #include "foundation/logs/processing_log.h"
+#include "metadata/bext_completion.h"
 
 #include <QString>
 #include <exception>
@@ -13,6 +14,7 @@
 namespace ostrel {
 
 class Journal;
+class OutputFile;
 class RunLedger;
 class UniversalMetadataEngine;
 struct MetadataPreservationResult;
@@ -71,6 +73,10 @@ QString describe(const std::exception& error);
 // ahead of the audio and replace it a moment later would move the audio twice, and a source with two of them would make
 // an output that bwfmetaedit refuses.
 MetadataPreservationResult withoutIXML(MetadataPreservationResult capture);
+
+// The last step of a new file's metadata: its bext chunk becomes the source's, whatever a tool refused or rewrote ahead
+// of it. What could not be done is a warning.
+void completeBext(const QString& source, const OutputFile& output, SourceUmid umid, EngineLog& log);
 
 // The line of a failed ffmpeg run that tells the fault; "Unknown error" where none does.
 QString faultText(const ProcessResult& result);

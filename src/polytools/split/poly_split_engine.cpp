@@ -307,6 +307,7 @@ private:
             const QString reason = iso.namingFinal(describe(error));
             log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata application failed: ") + reason);
             log_.error(kMetadata, QStringLiteral("❌ METADATA APPLICATION FAILED: ") + reason);
+            completeBext(poly_.url, iso, SourceUmid::cleared, log_);
         }
     }
 
@@ -323,6 +324,7 @@ private:
         // An ISO is always number 1 of 1, but it keeps its channel index: that is what a later join restores.
         const QString name = track.name.isEmpty() ? QStringLiteral("CH%1").arg(track.channelIndex) : track.name;
         engine.normalizeiXMLForSingleTrack(poly_.url, iso, encodeXMLText(name), track.channelIndex, 1);
+        completeBext(poly_.url, output, SourceUmid::cleared, log_);
         const QString indices =
             QStringLiteral("INTERLEAVE_INDEX=1, CHANNEL_INDEX=%1, NAME=%2").arg(track.channelIndex).arg(name);
         log_.debug(QStringLiteral("✅ [UniversalEngine] iXML normalized: %1 → %2").arg(file, indices));

@@ -1,0 +1,25 @@
+// Makes the bext chunk (EBU Tech 3285) of a file that a job has just written the one of its source, byte for byte.
+//
+// Field commands carry some of its fields, a tool may refuse one of them and drop them all, line breaks come out in the
+// tool's own way, and neither UMID, version, loudness nor coding history have a command that every tool knows. So the
+// fields are copied by command first, and the chunk is completed from the source's bytes behind that.
+#pragma once
+
+#include <QString>
+
+namespace ostrel {
+
+// What becomes of the source's UMID (SMPTE 330M, the identity of the material). One source to one file keeps it; a file
+// made of several sources, or one of several files made of a source, is other material, and two of one UMID would be a
+// lie.
+enum class SourceUmid { kept, cleared };
+
+struct BextCompletion {
+    bool isComplete = false; // the target's chunk is the source's now, but for a UMID that was to be cleared
+    QString why;             // why not; empty also where the source has no bext chunk: then nothing was done
+};
+
+// Changes the target in place, so only for files that can be made again. Blocks on the disk; for any thread.
+BextCompletion completeBext(const QString& source, const QString& target, SourceUmid umid);
+
+} // namespace ostrel
