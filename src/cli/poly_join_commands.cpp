@@ -1,6 +1,7 @@
 // group and join: loose ISOs to takes, and takes to polys.
 #include "cli/commands.h"
 #include "cli/poly_run.h"
+#include "polytools/records/poly_names.h"
 
 #include <map>
 

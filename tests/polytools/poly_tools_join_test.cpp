@@ -3,6 +3,7 @@
 #include "platform/paths.h"
 #include "polytools/records/iso_file_names.h"
 #include "polytools/records/iso_ordering.h"
+#include "polytools/records/poly_names.h"
 
 namespace ostrel {
 namespace {

@@ -3,6 +3,7 @@
 #include "app/controls/controls.h"
 #include "app/controls/layouts.h"
 #include "app/controls/ostrel_style.h"
+#include "polytools/records/poly_names.h"
 
 #include <QKeyEvent>
 #include <QLineEdit>

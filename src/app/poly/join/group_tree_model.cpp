@@ -2,6 +2,7 @@
 
 #include "app/controls/item_cells.h"
 #include "platform/text/text.h"
+#include "polytools/records/poly_names.h"
 
 #include <QMimeData>
 
