@@ -113,7 +113,7 @@ void benchEdit(const PolyEngineTools& tools, const PolyFile& poly, const QTempor
     };
     const Side ours{QStringLiteral("edit"),
                     [&] {
-                        PolyChannelFilterEngine(tools).removeChannelsFromPoly(poly, filter, edited, {}, true, {},
+                        PolyChannelFilterEngine(tools).removeChannelsFromPoly(poly, filter, edited, {}, {},
                                                                               std::nullopt);
                     },
                     [&] { fresh(edited); }};

@@ -70,7 +70,7 @@ TEST_F(AccessibilityTest, EveryControlOfPolyToolsHasANameInEveryMode) {
 
 TEST_F(AccessibilityTest, EveryControlOfTheDialogsHasAName) {
     const auto none = [] { return std::vector<StereoValidatorResult>(); };
-    CleanExportDialogView dialog(validator_, 0, none, none, &window_);
+    CleanExportDialogView dialog(validator_, 0, none, &window_);
     expectNames(dialog);
     ChannelEdits edits;
     edits.tracks = sequentialTracks(4);
