@@ -111,12 +111,10 @@ void benchEdit(const PolyEngineTools& tools, const PolyFile& poly, const QTempor
         files::removeFolderQuietly(path);
         files::createFolder(path);
     };
-    const Side ours{QStringLiteral("edit"),
-                    [&] {
-                        PolyChannelFilterEngine(tools).removeChannelsFromPoly(poly, filter, edited, {}, {},
-                                                                              std::nullopt);
-                    },
-                    [&] { fresh(edited); }};
+    const Side ours{
+        QStringLiteral("edit"),
+        [&] { PolyChannelFilterEngine(tools).removeChannelsFromPoly(poly, filter, edited, {}, {}, std::nullopt); },
+        [&] { fresh(edited); }};
     const Side bare{
         QStringLiteral("ffmpeg"),
         [&] {

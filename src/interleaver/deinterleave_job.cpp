@@ -54,10 +54,9 @@ void DeinterleaveJob::copyMetadata(const QStringList& unfinished) {
     if (!run_.metadataEngine || unfinished.isEmpty()) return;
     const QMap<QString, MetadataResult> copied =
         run_.metadataEngine->copyMetadataToMultiple(source_.sourceURL, unfinished);
-    for (auto one = copied.begin(); one != copied.end(); ++one) {
-        const BextCompletion completion = completeBext(source_.sourceURL, one.key(), SourceUmid::cleared);
-        if (!one->success && !completion.isComplete) ++metadataFailures_;
-    }
+    metadataFailures_ =
+        std::count_if(copied.begin(), copied.end(), [](const MetadataResult& one) { return !one.success; });
+    for (const QString& file : unfinished) completeBext(source_.sourceURL, file, SourceUmid::cleared);
 }
 
 void DeinterleaveJob::settle(const DeinterleaveResult& result) {

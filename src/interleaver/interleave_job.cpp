@@ -37,8 +37,7 @@ ItemReport InterleaveJob::run() {
     }
     InterleaveResult result = makeOutput(output);
     report_.outcome = result.outcome;
-    if (!bextWarning_.isEmpty()) report_.outcome.warnings << bextWarning_;
-    for (const QString& warning : report_.outcome.warnings) say(LogLevel::warning, kProcess, warning);
+    for (const QString& warning : result.outcome.warnings) say(LogLevel::warning, kProcess, warning);
     if (!result.outcome.succeeded()) {
         say(LogLevel::error, kProcess, QStringLiteral("%1: %2").arg(group_.baseName, result.outcome.message));
     } else if (!isUnderCleanup()) {
@@ -90,14 +89,8 @@ void InterleaveJob::copyMetadata(const QString& unfinished) {
     } catch (const MetadataError&) {
         metadataFailed_ = true; // told with the item's status
     }
-    // A field that the tool refused costs the INFO list at most.
-    const BextCompletion completion = completeBext(left, unfinished, SourceUmid::cleared);
-    if (!completion.isComplete) return;
-    if (metadata_ && !metadata_->success) {
-        bextWarning_ = QStringLiteral("The INFO fields of %1 were not copied: %2")
-                           .arg(paths::lastComponent(left), metadata_->message);
-        metadata_ = MetadataResult{true, QStringLiteral("Metadata completed from the source")};
-    }
+    // Whatever the tool refused or rewrote; what it lost beside bext is told with the item's status all the same.
+    completeBext(left, unfinished, SourceUmid::cleared);
 }
 
 void InterleaveJob::finishPlainly(const QString& output) {

@@ -38,7 +38,6 @@ private:
     const InterleaveEngine engine_;
     std::optional<MetadataResult> metadata_; // of the copy from "L"; none: there was nothing to copy with, or it threw
     bool metadataFailed_ = false;
-    QString bextWarning_; // what the copy lost although the bext chunk is the source's
     ItemReport report_;
 };
 

@@ -46,6 +46,8 @@ QStringList collectAudioFiles(const ScanRequest& request, bool wavOnly) {
             found << collectFolder(item, request, wavOnly);
         } else if (wantedExtensions(wavOnly).contains(paths::lowerExtension(item))) {
             found << item;
+        } else if (!paths::exists(item)) {
+            throw ScanError(ScanError::Kind::cannotEnumerate, item);
         }
     }
     const UniqueFiles unique = uniqueFiles(found);

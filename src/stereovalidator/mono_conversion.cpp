@@ -75,11 +75,9 @@ bool isWiderThanFloats(const QString& file) {
     }
 }
 
-bool hasBroadcastMetadata(const QString& file) {
+bool hasChunk(const QString& file, const char* id) {
     const auto layout = readWaveLayout(QFile::encodeName(file).toStdString());
-    return layout && std::ranges::any_of(layout->chunks, [](const WaveChunk& chunk) {
-               return chunk.id == "bext" || chunk.id == "iXML";
-           });
+    return layout && std::ranges::any_of(layout->chunks, [id](const WaveChunk& chunk) { return chunk.id == id; });
 }
 
 } // namespace
@@ -215,12 +213,13 @@ void MonoConversion::noteWhatStands(const NewFile& file, const std::optional<Fil
 void MonoConversion::write(AudioFile& source, const QString& path) {
     copyChannel(source, channel(), path);
     bool isCarried = copyBWFMetadata(path);
-    isCarried |= completeBext(request_.file, path, SourceUmid::kept).isComplete;
+    const bool hasBext = completeBext(request_.file, path, SourceUmid::kept).isComplete;
+    isCarried |= hasBext && !hasChunk(request_.file, "iXML");
     const QString name = paths::lastComponent(request_.file);
     if (source.isLossy() && AudioFile(path).lengthInFrames() != source.lengthInFrames()) { // compared nowhere else
         throw ProcessingError::processingFailed(QStringLiteral("The new file has not got the length of %1").arg(name));
     }
-    if (!isCarried && hasBroadcastMetadata(request_.file)) {
+    if (!isCarried && (hasChunk(request_.file, "bext") || hasChunk(request_.file, "iXML"))) {
         outcome_.warnings << QStringLiteral("%1: its BWF metadata could not be carried over").arg(name);
     }
 }

@@ -274,10 +274,13 @@ TEST_F(ConversionTest, SucceedsWithoutBwfmetaedit) {
 
 TEST_F(ConversionTest, TellsWhenMetadataIsLeftBehind) {
     const QByteArray bext = testing::bextPayload({.description = "SCENE=42A"});
-    const testing::WaveSpec wave{.channels = 2, .before = {{"bext", bext}}};
+    testing::WaveSpec wave{.channels = 2, .before = {{"bext", bext}, {"iXML", "<BWFXML/>"}}};
     const ItemOutcome outcome = convert(request(folder_.write(QStringLiteral("a.wav"), testing::waveBytes(wave))));
     EXPECT_TRUE(outcome.succeeded());
     EXPECT_EQ(outcome.warnings, QStringList{QStringLiteral("a.wav: its BWF metadata could not be carried over")});
+    EXPECT_EQ(testing::chunkOf(testing::readAll(outcome.outputs.value(0)), "bext"), bext) << "it needs no tool";
+    wave.before.pop_back();
+    EXPECT_TRUE(convert(request(folder_.write(QStringLiteral("b.wav"), testing::waveBytes(wave)))).warnings.isEmpty());
 }
 
 TEST_F(ConversionTest, EndsItsSearchForBwfmetaeditAtTheDeliveredTool) {
