@@ -90,7 +90,7 @@ void InterleaveJob::copyMetadata(const QString& unfinished) {
         metadataFailed_ = true; // told with the item's status
     }
     // Whatever the tool refused or rewrote; what it lost beside bext is told with the item's status all the same.
-    completeBext(left, unfinished, SourceUmid::cleared);
+    completeBext(left, unfinished, SourceUmid::kept);
 }
 
 void InterleaveJob::finishPlainly(const QString& output) {

@@ -9,9 +9,8 @@
 
 namespace ostrel {
 
-// What becomes of the source's UMID (SMPTE 330M, the identity of the material). One source to one file keeps it; a file
-// made of several sources, or one of several files made of a source, is other material, and two of one UMID would be a
-// lie.
+// What becomes of the source's UMID (SMPTE 330M, the identity of the material). One new file keeps it. Of several files
+// made of one source none does: two of one UMID would be a lie.
 enum class SourceUmid { kept, cleared };
 
 struct BextCompletion {

@@ -171,7 +171,7 @@ private:
             log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata restoration failed: ") + reason);
             log_.error(kMetadata, QStringLiteral("❌ METADATA RESTORATION FAILED: ") + reason);
         }
-        completeBext(isos_.front().url, output, SourceUmid::cleared, log_);
+        completeBext(isos_.front().url, output, SourceUmid::kept, log_);
     }
 
     void carryMetadata(const UniversalMetadataEngine& engine, const OutputFile& file) {
