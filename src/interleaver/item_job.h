@@ -49,7 +49,7 @@ struct ItemReport {
 // has.
 template <class Record>
 bool isLeftOut(const Record& record) {
-    return !record.include || (record.outcome && record.outcome->wasThere);
+    return !record.include || (record.outcome && record.outcome->skipped());
 }
 template <class Record>
 bool hasFailed(const Record& record) {

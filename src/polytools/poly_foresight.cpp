@@ -36,21 +36,16 @@ void PolyForesight::foresee() {
         outputs.push_back(item.outputs);
     }
     QHash<QUuid, QString> refusals;
+    QString first;
     const std::vector<QString> reasons = RunLedger(sources).foresee(outputs);
     for (std::size_t i = 0; i < all.size(); ++i) {
-        if (!reasons[i].isEmpty()) refusals.insert(all[i].id, reasons[i]);
+        if (reasons[i].isEmpty()) continue;
+        if (first.isEmpty()) first = reasons[i];
+        refusals.insert(all[i].id, reasons[i]);
     }
-    state_.foreseenRefusals = refusals;
-}
-
-QString PolyForesight::helperEnding() const {
-    const auto& refusals = state_.foreseenRefusals.value();
-    if (refusals.isEmpty()) return {};
-    QString first;
-    for (const Item& item : items()) {
-        if (first.isEmpty()) first = refusals.value(item.id);
-    }
-    return QStringLiteral(" · %1 will be refused: %2").arg(refusals.size()).arg(first);
+    helperEnding_ = first.isEmpty() ? QString()
+                                    : QStringLiteral(" · %1 will be refused: %2").arg(refusals.size()).arg(first);
+    state_.foreseenRefusals = refusals; // whoever watches it may ask for the ending
 }
 
 std::vector<PolyForesight::Item> PolyForesight::items() const {

@@ -21,7 +21,7 @@ public:
     void foresee();
 
     // " · 2 will be refused: {the first reason}"; empty where nothing will.
-    QString helperEnding() const;
+    const QString& helperEnding() const { return helperEnding_; }
 
 private:
     struct Item {
@@ -36,6 +36,7 @@ private:
 
     PolyToolsState& state_;
     QTimer timer_;
+    QString helperEnding_;
     std::vector<QPropertyNotifier> watches_;
 };
 

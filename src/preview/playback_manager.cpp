@@ -27,9 +27,10 @@ QString routedName(const QString& file, const QString& tag) { return monoName(fi
 } // namespace
 
 PlaybackManager::PlaybackManager(AudioOutput& output)
-    : engine_(output), previews_(this, PreviewGenerator::findFFmpeg(), [this](const QString& line) { debugLog(line); }),
-      waveforms_(this, PreviewGenerator::findFFmpeg(), [this](Waveforms made) { showWaveforms(std::move(made)); }) {
-    engine_.setFFmpegPath(PreviewGenerator::findFFmpeg());
+    : ffmpegPath_(PreviewGenerator::findFFmpeg()), engine_(output),
+      previews_(this, ffmpegPath_, [this](const QString& line) { debugLog(line); }),
+      waveforms_(this, ffmpegPath_, [this](Waveforms made) { showWaveforms(std::move(made)); }) {
+    engine_.setFFmpegPath(ffmpegPath_);
     previews_.onGenerating = [this](bool isGenerating) { isGeneratingStereoPreview = isGenerating; };
     connect(&engine_, &AudioPlaybackEngine::changed, this, &PlaybackManager::engineChanged);
     previewRouting = storedRouting();

@@ -99,6 +99,7 @@ private:
     void showWaveforms(Waveforms made);
     void debugLog(const QString& message) const;
 
+    const QString ffmpegPath_; // first: those below are made with it
     AudioPlaybackEngine engine_;
     PreviewCache previews_;
     WaveformLoader waveforms_;

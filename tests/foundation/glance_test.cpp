@@ -83,6 +83,20 @@ TEST_F(GlanceTest, AnOutputThatDoesNotEndWhereItsHeadSaysIsBroken) {
     EXPECT_TRUE(proof.objection().startsWith(QStringLiteral("b.wav does not end")));
 }
 
+// What ffmpeg makes of a depth that has no codec of its own.
+TEST_F(GlanceTest, SixteenBitsOfAFinerSoundAreNotUnlike) {
+    const auto quiet = [](int, qint64 frame) {
+        return 0.01F * static_cast<float>(std::sin(0.01 * static_cast<double>(frame)));
+    };
+    const QString source = sound("a.wav", quiet, SampleFormat::float32);
+    spec.frames = 48000;
+    spec.bitDepth = 16;
+    spec.signal = [&](int, int frame) { return static_cast<std::int32_t>(std::lrint(quiet(0, frame) * 32768.0)); };
+    EXPECT_EQ(kindOf(source, write("b.wav", spec)), Kind::different);
+    spec.signal = [](int, int) { return 0; };
+    EXPECT_EQ(kindOf(source, write("silence.wav", spec)), Kind::unlike);
+}
+
 TEST_F(GlanceTest, LostLowerBitsAreDifferent) {
     spec.bitDepth = 32;
     const QString source = write("a.wav", spec);

@@ -243,23 +243,29 @@ private:
     QString reading_; // for the sentence of an error
 };
 
+// The smallest step of a file's samples; what is fainter is silence in it. 0 for floats.
+double stepOf(const SampleReader& reader) {
+    const SampleReader::Encoding encoding = reader.encoding();
+    return encoding.kind == SampleReader::Encoding::Kind::integers ? std::ldexp(1.0, 1 - 8 * encoding.bytes) : 0.0;
+}
+
 // How one channel of a few blocks compares.
 struct Tally {
-    int loud = 0;  // samples of the source that 24 bits can tell from silence
-    int alike = 0; // of those, the ones that the output has, to the precision of 20 bits
+    int loud = 0;  // samples of the source that the output can tell from silence
+    int alike = 0; // of those, the ones that it has, to the precision of 20 bits or of its own samples
     bool differs = false;
 
     void add(const SampleReader& source, int sourceChannel, const SampleReader& output, int outputChannel, int count) {
-        constexpr double kStep = 1.0 / (1 << 20);
-        constexpr double kFaintest = 1.0 / (1 << 23); // of 24 bits
+        const double faintest = stepOf(output);
+        const double step = std::max(1.0 / (1 << 20), faintest);
         for (int frame = 0; frame < count; ++frame) {
             const double wanted = source.sample(frame, sourceChannel);
             const double found = output.sample(frame, outputChannel);
             const double difference = std::abs(wanted - found);
             if (!(difference <= kTolerance)) differs = true;
-            if (std::abs(wanted) < kFaintest) continue;
+            if (wanted == 0 || std::abs(wanted) < faintest) continue;
             ++loud;
-            if (difference <= std::min(kStep, std::abs(wanted) / 2)) ++alike;
+            if (difference <= std::min(step, std::abs(wanted) / 2)) ++alike;
         }
     }
     Kind kind() const {
