@@ -20,6 +20,7 @@ ItemReport DeinterleaveJob::run() {
         report_.say(level, LogCategory::process, message, name_);
     };
     for (const QString& warning : result.outcome.warnings) say(LogLevel::warning, warning);
+    report_.warn(bextWarnings_, LogCategory::metadata, name_);
     if (!result.outcome.succeeded()) {
         say(LogLevel::error, QStringLiteral("%1: %2").arg(name_, result.outcome.message));
         return std::move(report_);
@@ -56,7 +57,11 @@ void DeinterleaveJob::copyMetadata(const QStringList& unfinished) {
         run_.metadataEngine->copyMetadataToMultiple(source_.sourceURL, unfinished);
     metadataFailures_ =
         std::count_if(copied.begin(), copied.end(), [](const MetadataResult& one) { return !one.success; });
-    for (const QString& file : unfinished) completeBext(source_.sourceURL, file, SourceUmid::cleared);
+    for (const QString& file : unfinished) {
+        const BextCompletion bext = completeBext(source_.sourceURL, file, SourceUmid::cleared);
+        if (!bext.why.isEmpty()) bextWarnings_ << differingBextSentence(source_.sourceURL, bext);
+    }
+    bextWarnings_.removeDuplicates();
 }
 
 void DeinterleaveJob::settle(const DeinterleaveResult& result) {

@@ -26,6 +26,7 @@ private:
     const QString name_;
     const DeinterleaveEngine engine_;
     std::ptrdiff_t metadataFailures_ = 0; // files
+    QStringList bextWarnings_;
     ItemReport report_;
 };
 

@@ -38,6 +38,7 @@ ItemReport InterleaveJob::run() {
     InterleaveResult result = makeOutput(output);
     report_.outcome = result.outcome;
     for (const QString& warning : result.outcome.warnings) say(LogLevel::warning, kProcess, warning);
+    report_.warn(bextWarnings_, LogCategory::metadata, group_.baseName);
     if (!result.outcome.succeeded()) {
         say(LogLevel::error, kProcess, QStringLiteral("%1: %2").arg(group_.baseName, result.outcome.message));
     } else if (!isUnderCleanup()) {
@@ -90,7 +91,8 @@ void InterleaveJob::copyMetadata(const QString& unfinished) {
         metadataFailed_ = true; // told with the item's status
     }
     // Whatever the tool refused or rewrote; what it lost beside bext is told with the item's status all the same.
-    completeBext(left, unfinished, SourceUmid::kept);
+    const BextCompletion bext = completeBext(left, unfinished, SourceUmid::kept);
+    if (!bext.why.isEmpty()) bextWarnings_ << differingBextSentence(left, bext);
 }
 
 void InterleaveJob::finishPlainly(const QString& output) {

@@ -38,6 +38,7 @@ private:
     const InterleaveEngine engine_;
     std::optional<MetadataResult> metadata_; // of the copy from "L"; none: there was nothing to copy with, or it threw
     bool metadataFailed_ = false;
+    QStringList bextWarnings_;
     ItemReport report_;
 };
 

@@ -15,10 +15,15 @@ enum class SourceUmid { kept, cleared };
 
 struct BextCompletion {
     bool isComplete = false; // the target's chunk is the source's now, but for a UMID that was to be cleared
-    QString why;             // why not; empty also where the source has no bext chunk: then nothing was done
+    QString why;             // why not; empty also where one of them has no place for it: then nothing was done
 };
 
-// Changes the target in place, so only for files that can be made again. Blocks on the disk; for any thread.
+// For WAV files with a bext chunk in the source; leaves others alone. Changes the target in place, so only for files
+// that can be made again. Blocks on the disk; for any thread.
 BextCompletion completeBext(const QString& source, const QString& target, SourceUmid umid);
+
+// What is said of a file whose completion has a `why`; it is named by its source, since its own name may be private
+// yet.
+QString differingBextSentence(const QString& source, const BextCompletion& completion);
 
 } // namespace ostrel

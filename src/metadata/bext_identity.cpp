@@ -1,31 +1,14 @@
 #include "metadata/bext_identity.h"
 
-#include "wave/wave_layout.h"
+#include "metadata/bext_chunk.h"
 
-#include <QFile>
 #include <QtEndian>
-#include <algorithm>
 
 namespace ostrel {
 namespace {
 
 constexpr qint64 kDescription = 256; // bytes, and so for the others
 constexpr qint64 kIdentity = 346;    // up to the end of TimeReference
-
-std::optional<qint64> bextOf(const QString& file) {
-    const std::optional<WaveLayout> layout = readWaveLayout(QFile::encodeName(file).toStdString());
-    if (!layout) return std::nullopt;
-    const auto bext = std::find_if(layout->chunks.begin(), layout->chunks.end(),
-                                   [](const WaveChunk& chunk) { return chunk.id == "bext"; });
-    if (bext == layout->chunks.end() || bext->size < static_cast<std::uint64_t>(kIdentity)) return std::nullopt;
-    return static_cast<qint64>(bext->payload);
-}
-
-QByteArray bytesAt(const QString& file, qint64 offset, qint64 count) {
-    QFile opened(file);
-    if (!opened.open(QIODevice::ReadOnly) || !opened.seek(offset)) return {};
-    return opened.read(count);
-}
 
 QByteArray textAt(const QByteArray& bytes, qsizetype offset, qsizetype size) {
     const QByteArray field = bytes.mid(offset, size);
@@ -50,8 +33,8 @@ QStringList BextIdentity::differencesFrom(const BextIdentity& other) const {
 }
 
 std::optional<BextIdentity> readBextIdentity(const QString& file) {
-    const std::optional<qint64> start = bextOf(file);
-    const QByteArray bytes = start ? bytesAt(file, *start, kIdentity) : QByteArray();
+    const std::optional<BextPlace> place = findBext(file);
+    const QByteArray bytes = place ? readBext(file, *place, kIdentity) : QByteArray();
     if (bytes.size() != kIdentity) return std::nullopt;
     return BextIdentity{textAt(bytes, 0, kDescription), textAt(bytes, 256, 32),
                         textAt(bytes, 288, 32),         textAt(bytes, 320, 10),

@@ -43,8 +43,8 @@ void PolyForesight::foresee() {
         if (first.isEmpty()) first = reasons[i];
         refusals.insert(all[i].id, reasons[i]);
     }
-    helperEnding_ = first.isEmpty() ? QString()
-                                    : QStringLiteral(" · %1 will be refused: %2").arg(refusals.size()).arg(first);
+    helperEnding_ =
+        first.isEmpty() ? QString() : QStringLiteral(" · %1 will be refused: %2").arg(refusals.size()).arg(first);
     state_.foreseenRefusals = refusals; // whoever watches it may ask for the ending
 }
 

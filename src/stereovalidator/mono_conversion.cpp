@@ -77,7 +77,7 @@ bool isWiderThanFloats(const QString& file) {
 
 bool hasChunk(const QString& file, const char* id) {
     const auto layout = readWaveLayout(QFile::encodeName(file).toStdString());
-    return layout && std::ranges::any_of(layout->chunks, [id](const WaveChunk& chunk) { return chunk.id == id; });
+    return layout && layout->find(id);
 }
 
 } // namespace
@@ -213,8 +213,9 @@ void MonoConversion::noteWhatStands(const NewFile& file, const std::optional<Fil
 void MonoConversion::write(AudioFile& source, const QString& path) {
     copyChannel(source, channel(), path);
     bool isCarried = copyBWFMetadata(path);
-    const bool hasBext = completeBext(request_.file, path, SourceUmid::kept).isComplete;
-    isCarried |= hasBext && !hasChunk(request_.file, "iXML");
+    const BextCompletion bext = completeBext(request_.file, path, SourceUmid::kept);
+    if (!bext.why.isEmpty()) outcome_.warnings << differingBextSentence(request_.file, bext);
+    isCarried |= bext.isComplete && !hasChunk(request_.file, "iXML");
     const QString name = paths::lastComponent(request_.file);
     if (source.isLossy() && AudioFile(path).lengthInFrames() != source.lengthInFrames()) { // compared nowhere else
         throw ProcessingError::processingFailed(QStringLiteral("The new file has not got the length of %1").arg(name));

@@ -163,6 +163,12 @@ bool isChainToEnd(const Bytes& file, std::uint64_t at) {
 
 } // namespace
 
+const WaveChunk* WaveLayout::find(std::string_view id) const {
+    const auto found =
+        std::find_if(chunks.begin(), chunks.end(), [id](const WaveChunk& chunk) { return chunk.id == id; });
+    return found == chunks.end() ? nullptr : &*found;
+}
+
 bool WaveLayout::endsAsDeclared() const {
     constexpr std::uint64_t kHead = 8; // the first four characters and the size itself
     const std::uint64_t declared = riffSize + kHead;
@@ -210,9 +216,8 @@ std::optional<WaveLayout> readWaveLayout(const std::string& path) {
 
 std::optional<std::uint64_t> readTimeReference(const WaveLayout& layout, const std::string& path) {
     constexpr std::uint64_t kField = 338; // behind description, originator, reference, date and time
-    const auto bext = std::find_if(layout.chunks.begin(), layout.chunks.end(),
-                                   [](const WaveChunk& chunk) { return chunk.id == "bext"; });
-    if (bext == layout.chunks.end() || bext->size < kField + 8) return std::nullopt;
+    const WaveChunk* bext = layout.find("bext");
+    if (!bext || bext->size < kField + 8) return std::nullopt;
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) return std::nullopt;
     const auto bytes = Bytes(descriptor, layout.fileSize).at<8>(bext->payload + kField);

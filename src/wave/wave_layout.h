@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ostrel {
@@ -57,6 +58,8 @@ struct WaveLayout {
     // Bytes of audio that readers take: the declared size, cut to the file; all that follows where the writer left 0 or
     // 0xFFFFFFFF behind.
     std::uint64_t audioBytes() const;
+    // The first chunk of that id; null: there is none.
+    const WaveChunk* find(std::string_view id) const;
     // Whether the file ends where its head says, give or take the pad byte that some writers do not count.
     bool endsAsDeclared() const;
     std::uint64_t frames() const { return format && format->blockAlign ? audioBytes() / format->blockAlign : 0; }

@@ -46,8 +46,7 @@ MetadataPreservationResult withoutIXML(MetadataPreservationResult capture) {
 void completeBext(const QString& source, const OutputFile& output, SourceUmid umid, EngineLog& log) {
     const BextCompletion completion = completeBext(source, output.unfinished(), umid);
     if (completion.isComplete || completion.why.isEmpty()) return;
-    log.warning(LogCategory::metadata, QStringLiteral("⚠️ BEXT of %1 is not the source's: %2")
-                                           .arg(paths::lastComponent(output.path()), completion.why));
+    log.warning(LogCategory::metadata, QStringLiteral("⚠️ ") + differingBextSentence(source, completion));
 }
 
 QString faultText(const ProcessResult& result) {
