@@ -61,17 +61,15 @@ PolyForesight::Item PolyForesight::split(const BatchPolyMetadata& poly) const {
     const QString folder = state_.splitOutputFolder.value();
     Item item{poly.id, {poly.url}, {}};
     if (folder.isEmpty() || state_.folderOrganization.value() != FolderOrganization::flat) return item;
+    // As the split takes them: a track list of another length than the poly counts for nothing.
+    const bool isListed = poly.trackInfo.size() == static_cast<std::size_t>(poly.channelCount);
     std::vector<IsoNameRequest> requests;
     for (int channel = 0; channel < poly.channelCount; ++channel) {
-        const auto at = static_cast<std::size_t>(channel);
-        const bool isNamed = at < poly.trackInfo.size();
-        requests.push_back({isNamed ? poly.trackInfo[at].interleaveIndex - 1 : channel,
-                            isNamed ? poly.trackInfo[at].name : QString()});
+        const TrackInfo track = isListed ? poly.trackInfo[static_cast<std::size_t>(channel)] : TrackInfo();
+        requests.push_back({isListed ? track.interleaveIndex - 1 : channel, track.name});
     }
-    const bool isBeside = paths::absolute(folder) == paths::parent(paths::absolute(poly.url));
-    const QStringList taken = isBeside ? QStringList(paths::lastComponent(poly.url)) : QStringList();
-    for (const QString& name : isoOutputNames(poly.baseName, requests, state_.splitNamingPattern.value(),
-                                              state_.splitKeepOriginalName.value(), taken)) {
+    for (const QString& name : isoNamesOf(poly.url, folder, requests, state_.splitNamingPattern.value(),
+                                          state_.splitKeepOriginalName.value())) {
         item.outputs << paths::append(folder, name);
     }
     return item;

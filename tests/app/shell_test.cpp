@@ -333,6 +333,13 @@ TEST_F(ShellTest, ItemsWithoutAnAddressAreOff) {
     EXPECT_FALSE(menuItem(QStringLiteral("Support"), QStringLiteral("Check for Updates…"))->isEnabled());
 }
 
+TEST_F(ShellTest, ToolsAreLookedForAgainOnRequest) {
+    int requests = 0;
+    window_.recheckTools = [&] { ++requests; };
+    menuItem(QStringLiteral("Support"), QStringLiteral("Look for Tools Again"))->trigger();
+    EXPECT_EQ(requests, 1);
+}
+
 TEST_F(ShellTest, SupportItemsOpenTheProductsAddresses) {
     const ProductSettings settings{QStringLiteral("1"), QStringLiteral("https://example.org/"),
                                    QStringLiteral("help@example.org"), QString()};

@@ -1,6 +1,7 @@
 #include "polytools/records/iso_file_names.h"
 
 #include "platform/files/file_name.h"
+#include "platform/paths.h"
 
 #include <QSet>
 #include <algorithm>
@@ -58,6 +59,13 @@ QStringList isoOutputNames(const QString& baseName, const std::vector<IsoNameReq
         result << name;
     }
     return result;
+}
+
+QStringList isoNamesOf(const QString& polyUrl, const QString& folder, const std::vector<IsoNameRequest>& channels,
+                       SplitNamingPattern pattern, bool keepOriginalName) {
+    const bool isBeside = paths::absolute(folder) == paths::parent(paths::absolute(polyUrl));
+    const QStringList taken = isBeside ? QStringList(paths::lastComponent(polyUrl)) : QStringList();
+    return isoOutputNames(paths::stem(polyUrl), channels, pattern, keepOriginalName, taken);
 }
 
 } // namespace ostrel

@@ -30,4 +30,8 @@ struct IsoNameRequest {
 QStringList isoOutputNames(const QString& baseName, const std::vector<IsoNameRequest>& channels,
                            SplitNamingPattern pattern, bool keepOriginalName, const QStringList& taken);
 
+// The same for the ISOs of a poly in a folder. Beside the poly, none takes the poly's own name.
+QStringList isoNamesOf(const QString& polyUrl, const QString& folder, const std::vector<IsoNameRequest>& channels,
+                       SplitNamingPattern pattern, bool keepOriginalName);
+
 } // namespace ostrel

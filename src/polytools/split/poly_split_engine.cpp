@@ -210,10 +210,7 @@ private:
     QStringList outputNames(const std::vector<ChannelTrack>& tracks) const {
         std::vector<IsoNameRequest> requests;
         for (const ChannelTrack& track : tracks) requests.push_back({track.interleaveIndex - 1, track.name});
-        // An ISO never takes the poly's own name beside it.
-        const bool besidePoly = paths::absolute(outputFolder_) == paths::parent(paths::absolute(poly_.url));
-        const QStringList taken = besidePoly ? QStringList{paths::lastComponent(poly_.url)} : QStringList();
-        return isoOutputNames(baseName_, requests, options_.namingPattern, options_.keepOriginalName, taken);
+        return isoNamesOf(poly_.url, outputFolder_, requests, options_.namingPattern, options_.keepOriginalName);
     }
 
     void logNameChoice(const ChannelTrack& track, int position, const QString& file) {
