@@ -35,11 +35,6 @@ Appearance storedAppearance() {
     return Appearance::system;
 }
 
-template <class List, class Predicate>
-int count(const List& list, Predicate predicate) {
-    return static_cast<int>(std::count_if(list.begin(), list.end(), predicate));
-}
-
 } // namespace
 
 AppViewModel::AppViewModel(DesktopServices& desktop, AudioOutput& audio, std::shared_ptr<ExternalToolDetector> detector)
@@ -71,46 +66,39 @@ bool AppViewModel::canRun() const {
            !isProcessing.value();
 }
 
+template <class Predicate>
+int AppViewModel::count(Predicate matches) const {
+    const auto of = [&](const auto& list) { return std::count_if(list.begin(), list.end(), matches); };
+    return static_cast<int>(currentMode.value() == AppMode::interleave ? of(interleaveGroups)
+                                                                       : of(deinterleaveSources));
+}
+
 bool AppViewModel::hasProcessableItems() const {
-    const auto isProcessable = [](const auto& item) { return item.include && item.status.isProcessable(); };
-    return currentMode.value() == AppMode::interleave
-               ? std::any_of(interleaveGroups.begin(), interleaveGroups.end(), isProcessable)
-               : std::any_of(deinterleaveSources.begin(), deinterleaveSources.end(), isProcessable);
+    return count([](const auto& item) { return item.include && item.status.isProcessable(); }) > 0;
 }
 
 int AppViewModel::totalCount() const {
-    return static_cast<int>(currentMode.value() == AppMode::interleave ? interleaveGroups.size()
-                                                                       : deinterleaveSources.size());
+    return count([](const auto&) { return true; });
 }
 
 int AppViewModel::readyCount() const {
-    const auto isReady = [](const auto& item) { return item.status.kind == ProcessingStatus::Kind::ready; };
-    return currentMode.value() == AppMode::interleave ? count(interleaveGroups, isReady)
-                                                      : count(deinterleaveSources, isReady);
+    return count([](const auto& item) { return item.status.kind == ProcessingStatus::Kind::ready; });
 }
 
 int AppViewModel::errorCount() const {
-    const auto hasError = [](const auto& item) { return hasFailed(item); };
-    return currentMode.value() == AppMode::interleave ? count(interleaveGroups, hasError)
-                                                      : count(deinterleaveSources, hasError);
+    return count([](const auto& item) { return hasFailed(item); });
 }
 
 int AppViewModel::skippedCount() const {
-    const auto isOut = [](const auto& item) { return isLeftOut(item); };
-    return currentMode.value() == AppMode::interleave ? count(interleaveGroups, isOut)
-                                                      : count(deinterleaveSources, isOut);
+    return count([](const auto& item) { return isLeftOut(item); });
 }
 
 int AppViewModel::completedCount() const {
-    const auto isCompleted = [](const auto& item) { return item.status.kind == ProcessingStatus::Kind::completed; };
-    return currentMode.value() == AppMode::interleave ? count(interleaveGroups, isCompleted)
-                                                      : count(deinterleaveSources, isCompleted);
+    return count([](const auto& item) { return item.status.kind == ProcessingStatus::Kind::completed; });
 }
 
 int AppViewModel::successCount() const {
-    const auto stands = [](const auto& item) { return item.status.stands(); };
-    return currentMode.value() == AppMode::interleave ? count(interleaveGroups, stands)
-                                                      : count(deinterleaveSources, stands);
+    return count([](const auto& item) { return item.status.stands(); });
 }
 
 void AppViewModel::selectSource() {
@@ -365,25 +353,14 @@ void AppViewModel::startProcessing() {
 
 void AppViewModel::foreseeCollisions() {
     const std::shared_ptr<InterleaverRun> run = makeRun();
-    const RunLedger ledger(run->sourceFiles());
-    const auto foresee = [&](auto& records, auto outputsOf) {
-        std::vector<QStringList> outputs;
-        for (const auto& record : records) {
-            const bool isTaken = record.include && record.status.isProcessable();
-            outputs.push_back(isTaken ? outputsOf(record) : QStringList());
-        }
-        const std::vector<QString> reasons = ledger.foresee(outputs);
+    const auto show = [](auto& records, const std::vector<QString>& reasons) {
         for (std::size_t row = 0; row < records.size(); ++row) {
             if (records[row].foreseen == reasons[row]) continue;
             records.update(row, [&](auto& record) { record.foreseen = reasons[row]; });
         }
     };
-    foresee(interleaveGroups, [&](const InterleaveGroup& group) { return QStringList(run->outputOf(group)); });
-    foresee(deinterleaveSources, [&](const MultiChannelSource& source) {
-        const ProcessingOptions& chosen = run->context.options;
-        const QString format = source.outputFormat(chosen.outputFormatPolicy);
-        return source.outputURLs(rawText(chosen.channelSeparator), run->context.outputFolder, format).values();
-    });
+    show(interleaveGroups, run->foreseenOfGroups());
+    show(deinterleaveSources, run->foreseenOfSources());
 }
 
 std::shared_ptr<InterleaverRun> AppViewModel::makeRun() const {

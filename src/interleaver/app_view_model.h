@@ -113,6 +113,8 @@ Q_SIGNALS:
     void taskEnded();
 
 private:
+    template <class Predicate>
+    int count(Predicate matches) const; // of the mode's list
     void log(LogLevel level, LogCategory category, const QString& message, const QString& baseName = QString());
     void endTask();
 

@@ -44,6 +44,16 @@ std::vector<std::size_t> processableRows(const Rows& rows) {
     return result;
 }
 
+template <class Rows, class OutputsOf>
+std::vector<QString> foreseen(const Rows& rows, const QStringList& sources, OutputsOf outputsOf) {
+    std::vector<QStringList> outputs;
+    for (const auto& row : rows) {
+        const bool isTaken = row.include && row.status.isProcessable();
+        outputs.push_back(isTaken ? outputsOf(row) : QStringList());
+    }
+    return RunLedger(sources).foresee(outputs);
+}
+
 template <class Job, class Rows>
 QCoro::Task<> carryOutRows(std::shared_ptr<InterleaverRun> run, Rows& rows, QObject* owner,
                            InterleaverRun::Hooks hooks) {
@@ -91,6 +101,19 @@ QStringList InterleaverRun::sourceFiles() const {
     for (const InterleaveGroup& group : groups) files << group.channelFiles.values();
     for (const MultiChannelSource& source : sources) files << source.sourceURL;
     return files;
+}
+
+std::vector<QString> InterleaverRun::foreseenOfGroups() const {
+    return foreseen(groups, sourceFiles(),
+                    [this](const InterleaveGroup& group) { return QStringList(outputOf(group)); });
+}
+
+std::vector<QString> InterleaverRun::foreseenOfSources() const {
+    const QString separator = rawText(context.options.channelSeparator);
+    return foreseen(sources, sourceFiles(), [&](const MultiChannelSource& source) {
+        const QString format = source.outputFormat(context.options.outputFormatPolicy);
+        return source.outputURLs(separator, context.outputFolder, format).values();
+    });
 }
 
 QCoro::Task<> InterleaverRun::carryOut(std::shared_ptr<InterleaverRun> run, QObject* owner, Hooks hooks) {

@@ -43,6 +43,11 @@ public:
     // The files of every item in the list, selected or not: no output may replace one.
     QStringList sourceFiles() const;
 
+    // Ahead of the run: why it will refuse each row, empty where it won't: two items with one output, an output that is
+    // a source.
+    std::vector<QString> foreseenOfGroups() const;
+    std::vector<QString> foreseenOfSources() const;
+
     // Ends when the last item has ended, or after a stop. `owner` is the controller: nothing is called once it is gone.
     static QCoro::Task<> carryOut(std::shared_ptr<InterleaverRun> run, QObject* owner, Hooks hooks);
 
