@@ -28,6 +28,14 @@ struct ChosenCommand {
 CLI::App* addSubcommand(CLI::App& parser, const std::string& name, const std::string& description,
                         const std::string& examples);
 
+// The words of an option that takes one of several.
+template <class Words>
+std::vector<std::string> keysOf(const Words& words) {
+    std::vector<std::string> result;
+    for (const auto& entry : words) result.push_back(entry.first);
+    return result;
+}
+
 void addTerminalOptions(CLI::App& command, TerminalOptions& options);
 void addPaths(CLI::App& command, std::vector<std::string>& paths, const std::string& description);
 

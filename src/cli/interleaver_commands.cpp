@@ -39,13 +39,6 @@ const Words<LRCleanupMode> kCleanups{{"none", LRCleanupMode::none},
                                      {"verifiedConsolidation", LRCleanupMode::verifiedConsolidation},
                                      {"hardDelete", LRCleanupMode::hardDelete}};
 
-template <class Value>
-std::vector<std::string> keys(const Words<Value>& words) {
-    std::vector<std::string> result;
-    for (const auto& entry : words) result.push_back(entry.first);
-    return result;
-}
-
 std::vector<std::string> layoutIds() {
     std::vector<std::string> result;
     for (const ChannelLayout& layout : ChannelLayout::allLayouts()) result.push_back(layout.id.toStdString());
@@ -212,7 +205,7 @@ void addJobOptions(CLI::App& command, JobOptions& job) {
         ->check(CLI::IsMember(layoutIds()));
     command.add_option("--output", job.output, "Folder for the new files (default: a folder beside the sources)");
     command.add_option("--format", job.format, "Container of the new files")
-        ->check(CLI::IsMember(keys(kFormats)))
+        ->check(CLI::IsMember(keysOf(kFormats)))
         ->capture_default_str();
     command.add_flag("--no-subfolders", job.noSubfolders, "Stay out of the folders' subfolders");
     command.add_flag("--overwrite", job.overwrite, "Replace outputs that are there already (default: skip them)");
@@ -237,7 +230,7 @@ void addInterleaveCommand(CLI::App& parser, ChosenCommand& chosen) {
         ->add_option("--lr-cleanup", job->lrCleanup,
                      "With layout stereo: move the two sources to a backup folder, or delete them, once the merge is "
                      "verified")
-        ->check(CLI::IsMember(keys(kCleanups)))
+        ->check(CLI::IsMember(keysOf(kCleanups)))
         ->capture_default_str();
     command->callback(
         [job, &chosen] { chosen.run = [job] { return InterleaverRun(*job, AppMode::interleave).run(); }; });

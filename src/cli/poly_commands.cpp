@@ -158,13 +158,6 @@ private:
     const EditCommandOptions& edit_;
 };
 
-template <class Value>
-std::vector<std::string> keys(const std::map<std::string, Value>& words) {
-    std::vector<std::string> result;
-    for (const auto& entry : words) result.push_back(entry.first);
-    return result;
-}
-
 } // namespace
 
 void addSplitCommand(CLI::App& parser, ChosenCommand& chosen) {
@@ -177,9 +170,9 @@ void addSplitCommand(CLI::App& parser, ChosenCommand& chosen) {
     command
         ->add_option("--naming", options->naming,
                      "How the files are named (default: by track where the poly names its tracks)")
-        ->check(CLI::IsMember(keys(kPatterns)));
+        ->check(CLI::IsMember(keysOf(kPatterns)));
     command->add_option("--folders", options->folders, "Folders below the output folder")
-        ->check(CLI::IsMember(keys(kOrganizations)))
+        ->check(CLI::IsMember(keysOf(kOrganizations)))
         ->capture_default_str();
     command->add_flag("--keep-original-name", options->keepOriginalName,
                       "Name the files after the poly alone, numbered where they clash");

@@ -7,11 +7,7 @@
 #include "platform/paths.h"
 
 namespace ostrel {
-namespace {
-
-constexpr LogCategory kProcess = LogCategory::process;
-
-} // namespace
+namespace {} // namespace
 
 QString libraryRootOf(const QString& file, const QStringList& selection) {
     QString root;

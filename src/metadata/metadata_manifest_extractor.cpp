@@ -47,8 +47,6 @@ void migrate(const QString& sidecar, const QString& url) {
 }
 
 QString orNone(const QString& text) { return text.isEmpty() ? QStringLiteral("none") : text; }
-QString yesOrNo(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
-
 } // namespace
 
 ManifestError::ManifestError(int exitCode, const QString& text)
@@ -61,7 +59,8 @@ MetadataManifestExtractor::MetadataManifestExtractor(const QString& bwfmetaeditP
 
 MetadataManifest MetadataManifestExtractor::extractAndSaveManifest(const QString& url) const {
     log(QStringLiteral("Extracting %1: source exists=%2, bwfmetaedit exists=%3")
-            .arg(paths::lastComponent(url), yesOrNo(paths::exists(url)), yesOrNo(paths::exists(bwfmetaeditPath_))));
+            .arg(paths::lastComponent(url), trueOrFalse(paths::exists(url)),
+                 trueOrFalse(paths::exists(bwfmetaeditPath_))));
     const TemporaryFile core(QStringLiteral("core.csv"));
     const TemporaryFile ixml(QStringLiteral("ixml.xml"));
     const QString coreText =

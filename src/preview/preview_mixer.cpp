@@ -9,7 +9,7 @@
 namespace ostrel {
 namespace {
 
-constexpr int kUpdateMilliseconds = 50;
+constexpr int kMixUpdateMilliseconds = 50;
 constexpr double kEndMargin = 0.1;            // seconds ahead of the end at which playback counts as over
 constexpr float kAutoTrimFactor = 0.5011872F; // kAutoTrimDb as a factor
 
@@ -27,7 +27,7 @@ std::optional<int> channelNumberOf(const QString& url) {
 } // namespace
 
 PreviewMixer::PreviewMixer(AudioOutput& output) : output_(output) {
-    updateTimer_.setInterval(kUpdateMilliseconds);
+    updateTimer_.setInterval(kMixUpdateMilliseconds);
     connect(&updateTimer_, &QTimer::timeout, this, [this] { timerTick(); });
     trimNotifier_ = autoTrimEnabled.addNotifier([this] { updateVolumes(); });
 }

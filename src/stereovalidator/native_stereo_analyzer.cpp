@@ -13,8 +13,8 @@
 namespace ostrel {
 namespace {
 
-constexpr std::size_t kBlockFrames = 16'384; // 128 KiB of stereo: stays in the second-level cache
-constexpr int kBitDepthAsRead = 32;          // whatever the file's own depth
+constexpr std::size_t kReadFrames = 16'384; // 128 KiB of stereo: stays in the second-level cache
+constexpr int kBitDepthAsRead = 32;         // whatever the file's own depth
 
 AnalyzerError notFinite(double seconds) {
     return AnalyzerError::unsupportedFormat(
@@ -30,7 +30,7 @@ ChannelAnalysis measuresOf(const StereoAccumulator& accumulator, int sampleRate,
 
 ChannelAnalysis measure(AudioFile& file, const StereoValidatorOptions& options) {
     StereoAccumulator accumulator(file.sampleRate());
-    std::vector<float> block(2 * kBlockFrames);
+    std::vector<float> block(2 * kReadFrames);
     while (const int frames = file.readInterleaved(block)) {
         accumulator.addInterleaved(std::span(block).first(2 * static_cast<std::size_t>(frames)));
         if (!accumulator.isFinite()) {

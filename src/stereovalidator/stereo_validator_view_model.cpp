@@ -2,6 +2,7 @@
 
 #include "foundation/logs/log_file.h"
 #include "platform/paths.h"
+#include "platform/text/text.h"
 #include "stereovalidator/stereo_validator_engine.h"
 #include "stereovalidator/validator_report.h"
 #include "stereovalidator/validator_words.h"
@@ -13,13 +14,12 @@
 namespace ostrel {
 namespace {
 
-QString textOf(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
-QString textOf(double value) { return QString::number(value); }
-QString textOf(const QString& value) { return value.isEmpty() ? QStringLiteral("none") : value; }
-QString textOf(ExportScope value) { return rawText(value); }
-QString textOf(DualMonoSideSelection value) { return rawText(value); }
+QString trueOrFalse(double value) { return QString::number(value); }
+QString trueOrFalse(const QString& value) { return value.isEmpty() ? QStringLiteral("none") : value; }
+QString trueOrFalse(ExportScope value) { return rawText(value); }
+QString trueOrFalse(DualMonoSideSelection value) { return rawText(value); }
 
-QString textOf(const std::optional<QStringList>& files) {
+QString trueOrFalse(const std::optional<QStringList>& files) {
     if (!files) return QStringLiteral("none");
     QStringList names;
     for (const QString& file : files->first(std::min<qsizetype>(files->size(), 3))) names << paths::lastComponent(file);
@@ -48,7 +48,7 @@ void StereoValidatorViewModel::watchOptions() {
     const auto watch = [this](auto& property, const char* name) {
         notifiers_.push_back(property.addNotifier([&property, name] {
             writeValidatorDebugLine(
-                QStringLiteral("🔄 %1 changed: %2").arg(QLatin1String(name), textOf(property.value())));
+                QStringLiteral("🔄 %1 changed: %2").arg(QLatin1String(name), trueOrFalse(property.value())));
         }));
     };
     watch(sourceFolder, "sourceFolder");

@@ -9,6 +9,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QScrollBar>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 namespace {

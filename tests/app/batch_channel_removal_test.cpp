@@ -3,6 +3,8 @@
 
 #include "poly_edit_test.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel::testing {
 namespace {
 

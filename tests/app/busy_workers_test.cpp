@@ -4,6 +4,9 @@
 
 #include "support/blocked_workers.h"
 
+#include <QPainter>
+#include <gtest/gtest.h>
+
 namespace ostrel::testing {
 namespace {
 

@@ -13,7 +13,6 @@
 #include <QDBusVirtualObject>
 #include <QProcess>
 #include <QPushButton>
-#include <QStandardPaths>
 #include <QTimer>
 #include <QtTest/QtTest>
 #include <gtest/gtest.h>
@@ -40,7 +39,7 @@ public:
 class BusTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        const QString program = QStandardPaths::findExecutable(QStringLiteral("dbus-daemon"));
+        const QString program = installedTool(QStringLiteral("dbus-daemon"));
         if (program.isEmpty()) GTEST_SKIP() << "dbus-daemon is not installed";
         daemon_.start(program,
                       {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address")});

@@ -6,15 +6,13 @@
 
 #include <QMimeData>
 #include <QScrollBar>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 namespace {
 
 using Levels = std::vector<double>;
 using Action = GroupCardView::Action;
-
-constexpr int kLong = 2'400'000;    // frames: not over before a test gets to act
-constexpr double kTrim = 0.5011872; // of every ISO that is heard without its poly
 
 class GroupReviewViewTest : public JoinFixture {
 protected:
@@ -247,33 +245,25 @@ TEST_F(GroupReviewViewTest, WithoutGroupsItSaysSo) {
         EXPECT_FALSE(button(QString::fromUtf16(name)).isEnabled());
 }
 
-TEST_F(GroupReviewViewTest, TwoThousandGroupsStaySmooth) {
+// What it takes in milliseconds, bench-window tells.
+TEST_F(GroupReviewViewTest, TwoThousandGroupsAreUnfoldedScrolledAndChanged) {
     model_.showGroupReview = true;
-    QElapsedTimer timer;
-    timer.start();
+    QSignalSpy resets(&groups(), &QAbstractItemModel::modelReset);
     model_.reviewedGroups.assign(manyGroups(2000, 10));
     settle();
-    const qint64 shown = timer.restart();
+    EXPECT_EQ(resets.size(), 1);
     click(QStringLiteral("Expand All"));
-    const qint64 unfolded = timer.restart();
-    for (int page = 0; page < 20; ++page) {
-        tree().verticalScrollBar()->setValue(page * tree().verticalScrollBar()->maximum() / 20);
+    QScrollBar& bar = *tree().verticalScrollBar();
+    for (int page = 0; page <= 20; ++page) {
+        bar.setValue(page * bar.maximum() / 20);
         settle();
     }
-    const qint64 scrolled = timer.restart() / 20;
-    const int before = tree().verticalScrollBar()->value();
+    const QModelIndex last = groups().index(9, 0, groups().index(1999, 0));
+    EXPECT_TRUE(tree().viewport()->rect().intersects(tree().visualRect(last)));
     clickSymbol(groups().index(1900, 0), Action::remove);
-    const qint64 deleted = timer.restart();
     EXPECT_EQ(groups().rowCount(), 1999);
     EXPECT_TRUE(tree().isExpanded(groups().index(1500, 0)));
-    std::printf("2,000 groups: shown %lld ms, all unfolded %lld ms, a page scrolled %lld ms, one deleted %lld ms\n",
-                static_cast<long long>(shown), static_cast<long long>(unfolded), static_cast<long long>(scrolled),
-                static_cast<long long>(deleted));
-    EXPECT_LT(shown, 1000);
-    EXPECT_LT(unfolded, 1000);
-    EXPECT_LT(scrolled, 100);
-    EXPECT_LT(deleted, 1000);
-    EXPECT_GE(before, 0);
+    EXPECT_EQ(resets.size(), 1) << "a group that goes is one removed row";
 }
 
 TEST_F(GroupReviewViewTest, RealTakesOfTwoRecordersAreJoined) {

@@ -6,6 +6,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 namespace {

@@ -1,6 +1,7 @@
 #include "app/join_fixture.h"
 
 #include <cmath>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 namespace {

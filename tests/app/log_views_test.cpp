@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <QScrollBar>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 namespace {

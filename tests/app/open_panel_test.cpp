@@ -6,6 +6,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QTreeView>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 namespace {

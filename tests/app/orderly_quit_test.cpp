@@ -7,6 +7,7 @@
 
 #include <QMenuBar>
 #include <QSessionManager>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 namespace {

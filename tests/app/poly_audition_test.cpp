@@ -11,13 +11,12 @@
 #include "support/sound.h"
 
 #include <cmath>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 namespace {
 
 constexpr double kRate = 48'000;
-// Frames of a poly that is not over before a test gets to act, however late that is.
-constexpr qint64 kLong = 1'920'000;
 constexpr int kLook = 4'800; // frames that are looked at: whole periods of every pitch
 
 constexpr int kPeriod = 96; // frames: 500 Hz

@@ -5,11 +5,12 @@
 #include "support/disk_output.h"
 #include "support/sound.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel::testing {
 namespace {
 
 constexpr float kTrimmed = 0.5011872F; // a channel beside others
-constexpr qint64 kLong = 2'400'000;    // frames: not over before the test has acted, at the driver's speed
 constexpr qint64 kRamp = 240;          // frames
 
 class EditAuditionTest : public ::testing::Test {

@@ -14,6 +14,7 @@
 
 #include <QLineEdit>
 #include <QXmlStreamReader>
+#include <gtest/gtest.h>
 #include <map>
 
 namespace ostrel::testing {

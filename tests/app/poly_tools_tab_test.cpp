@@ -9,6 +9,8 @@
 #include "app/poly/join/poly_join_view.h"
 #include "app/poly/split/poly_split_view.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel::testing {
 namespace {
 

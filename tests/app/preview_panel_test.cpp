@@ -8,7 +8,7 @@
 #include <QLabel>
 #include <QProcess>
 #include <QSlider>
-#include <QStandardPaths>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 namespace {
@@ -140,7 +140,7 @@ TEST_F(PreviewPanelTest, AFileThatCannotBePlayedSaysWhy) {
 }
 
 TEST_F(PreviewPanelTest, WhileAFileIsDecodedTheTransportSaysSoInPlaceOfTheTime) {
-    const QString ffmpeg = QStandardPaths::findExecutable(QStringLiteral("ffmpeg"));
+    const QString ffmpeg = installedTool(QStringLiteral("ffmpeg"));
     const QString compressed = folder_.path(QStringLiteral("a.m4a"));
     ASSERT_EQ(QProcess::execute(ffmpeg, {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"),
                                          writeSound(folder_.path(QStringLiteral("a.wav")), 1, 48000), compressed}),

@@ -5,9 +5,11 @@
 #include "app/shell/check_for_updates.h"
 #include "app/shell/spacebar_monitor.h"
 
+#include <QDialog>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QPlainTextEdit>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 namespace {

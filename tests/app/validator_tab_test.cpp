@@ -10,6 +10,7 @@
 #include <QComboBox>
 #include <QHeaderView>
 #include <QSlider>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 namespace {

@@ -2,6 +2,7 @@
 
 #include <QMimeData>
 #include <QProcess>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 

@@ -18,6 +18,8 @@
 
 namespace ostrel::testing {
 
+constexpr int kLong = 2'400'000; // frames of a sound that is not over before a test gets to act, however late that is
+
 // The one visible or hidden widget of that type and accessible name.
 template <class Widget = QWidget>
 Widget* find(const QWidget& parent, const QString& accessibleName) {

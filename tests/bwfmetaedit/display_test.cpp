@@ -1,6 +1,7 @@
 #include "bwfmetaedit/tool_test.h"
 
 #include <fstream>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 namespace {

@@ -1,5 +1,6 @@
 #include "bwfmetaedit/tool_test.h"
 
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace ostrel::testing {

@@ -3,6 +3,7 @@
 #include "bwfmetaedit/tool_test.h"
 
 #include <fstream>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace ostrel::testing {

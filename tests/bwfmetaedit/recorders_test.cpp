@@ -1,6 +1,7 @@
 // Files as recorders leave them, and files that are broken.
 #include "bwfmetaedit/tool_test.h"
 
+#include <gtest/gtest.h>
 #include <string>
 
 using namespace std::string_literals;

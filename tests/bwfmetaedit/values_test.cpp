@@ -1,5 +1,7 @@
 #include "bwfmetaedit/tool_test.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel::testing {
 namespace {
 

@@ -2,9 +2,11 @@
 #pragma once
 
 #include "support/test_folder.h"
+#include "support/wave_file.h"
 
 #include <QProcess>
 #include <csignal>
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 namespace ostrel::testing {
@@ -35,6 +37,14 @@ inline void sendSignal(const QProcess& process, int number) {
     ASSERT_EQ(::kill(static_cast<pid_t>(process.processId()), number), 0);
 }
 inline void pressCtrlC(const QProcess& process) { sendSignal(process, SIGINT); }
+
+// BASE.L.wav and BASE.R.wav.
+inline void writePair(const TestFolder& folder, const QString& base) {
+    WaveSpec spec;
+    folder.write(base + QStringLiteral(".L.wav"), waveBytes(spec));
+    spec.firstSignal = 1;
+    folder.write(base + QStringLiteral(".R.wav"), waveBytes(spec));
+}
 
 inline QString text(const nlohmann::json& value) { return QString::fromStdString(value.get<std::string>()); }
 

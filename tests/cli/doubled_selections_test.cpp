@@ -4,16 +4,13 @@
 
 #include "support/wave_file.h"
 
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace ostrel {
 namespace {
 
 using namespace testing;
-
-QString operator""_s(const char* text, std::size_t size) {
-    return QString::fromUtf8(text, static_cast<qsizetype>(size));
-}
 
 class DoubledSelections : public ::testing::Test {
 protected:

@@ -4,6 +4,7 @@
 #include "support/wave_file.h"
 
 #include <csignal>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,15 +12,6 @@ namespace ostrel {
 namespace {
 
 using namespace testing;
-
-void writePair(const TestFolder& folder, const QString& base) {
-    WaveSpec spec;
-    folder.write(base + QStringLiteral(".L.wav"), waveBytes(spec));
-    spec.firstSignal = 1;
-    folder.write(base + QStringLiteral(".R.wav"), waveBytes(spec));
-}
-
-QStringList namesIn(const QString& folder) { return QDir(folder).entryList(QDir::Files); }
 
 TEST(CommandLine, HelpStandsOnEveryLevel) {
     for (const QStringList& level :

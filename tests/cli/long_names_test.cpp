@@ -6,15 +6,12 @@
 
 #include <QDirIterator>
 #include <QSet>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {
 
 using namespace testing;
-
-QString operator""_s(const char* text, std::size_t size) {
-    return QString::fromUtf8(text, static_cast<qsizetype>(size));
-}
 
 // Files below a folder, every name checked for half letters and its length.
 QStringList filesBelow(const QString& folder) {

@@ -5,6 +5,7 @@
 #include "support/wave_file.h"
 
 #include <QtEndian>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {

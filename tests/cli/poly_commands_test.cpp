@@ -4,19 +4,14 @@
 #include "support/wave_file.h"
 
 #include <csignal>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {
 
 using namespace testing;
 
-QString operator""_s(const char* text, std::size_t size) {
-    return QString::fromUtf8(text, static_cast<qsizetype>(size));
-}
-
 QStringList wavesIn(const QString& folder) { return QDir(folder).entryList({"*.wav"_s}, QDir::Files, QDir::Name); }
-QStringList namesIn(const QString& folder) { return QDir(folder).entryList(QDir::Files, QDir::Name); }
-
 // The demo recordings, written once.
 const TestFolder& samples() {
     static const TestFolder folder;

@@ -6,6 +6,7 @@
 
 #include <QDirIterator>
 #include <csignal>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {
@@ -13,13 +14,6 @@ namespace {
 using namespace testing;
 
 const auto kStopped = QByteArrayLiteral("Operation cancelled by user");
-
-void writePair(const TestFolder& folder, const QString& base) {
-    WaveSpec spec;
-    folder.write(base + QStringLiteral(".L.wav"), waveBytes(spec));
-    spec.firstSignal = 1;
-    folder.write(base + QStringLiteral(".R.wav"), waveBytes(spec));
-}
 
 QStringList wavesBelow(const QString& folder) {
     QStringList names;

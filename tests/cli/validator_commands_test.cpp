@@ -4,6 +4,7 @@
 #include "support/wave_file.h"
 
 #include <csignal>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace ostrel {
@@ -17,8 +18,6 @@ QString writeStereo(const TestFolder& folder, const QString& name, int gain) {
     spec.signal = [gain](int channel, int frame) { return noise(0, frame, 23) * (channel == 0 ? 1 : gain); };
     return folder.write(name, waveBytes(spec));
 }
-
-QStringList namesIn(const QString& folder) { return QDir(folder).entryList(QDir::Files | QDir::Hidden, QDir::Name); }
 
 CliRun run(const QString& command, const QStringList& arguments) { return runCli(QStringList{command} + arguments); }
 

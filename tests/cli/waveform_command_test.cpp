@@ -3,6 +3,8 @@
 
 #include "support/sound.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

@@ -7,6 +7,7 @@
 #include "support/wave_file.h"
 
 #include <cerrno>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {

@@ -3,6 +3,7 @@
 #include "support/test_folder.h"
 
 #include <QFile>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace ostrel {

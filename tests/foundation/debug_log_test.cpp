@@ -3,6 +3,7 @@
 #include "platform/text/regular_expression.h"
 #include "support/test_folder.h"
 
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <thread>
 

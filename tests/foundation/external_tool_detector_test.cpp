@@ -3,6 +3,7 @@
 #include "support/captured_output.h"
 #include "support/test_folder.h"
 
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace ostrel {

@@ -2,6 +2,8 @@
 
 #include "support/test_folder.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

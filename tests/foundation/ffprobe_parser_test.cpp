@@ -4,12 +4,12 @@
 #include "support/wave_file.h"
 
 #include <QProcess>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {
 
 using testing::TestFolder;
-using Kind = FFProbeError::Kind;
 
 // A document around a stream's and a format's members.
 QByteArray document(const QByteArray& stream, const QByteArray& format = R"("duration":"1.5")") {
@@ -18,7 +18,7 @@ QByteArray document(const QByteArray& stream, const QByteArray& format = R"("dur
 
 const QByteArray kWhole = R"("sample_rate":"48000","channels":2)";
 
-std::optional<Kind> errorOf(const QByteArray& json) {
+std::optional<FFProbeError::Kind> errorOf(const QByteArray& json) {
     try {
         FFProbeParser::parseJSON(json);
     } catch (const FFProbeError& error) {
@@ -55,13 +55,13 @@ TEST(FFProbeJSON, AWholeDocument) {
 
 TEST(FFProbeJSON, WhatIsNoObjectIsInvalid) {
     for (const char* json : {"", "[]", "7", "null", "\"text\"", "{", "{\"streams\":", "{} trailing", "\xff\xfe"})
-        EXPECT_EQ(errorOf(json), Kind::invalidJSON) << json;
+        EXPECT_EQ(errorOf(json), FFProbeError::Kind::invalidJSON) << json;
 }
 
 TEST(FFProbeJSON, WithoutAFirstStreamObjectThereIsNoAudio) {
     for (const char* json : {"{}", R"({"streams":[]})", R"({"streams":{}})", R"({"streams":null})",
                              R"({"streams":[7]})", R"({"streams":[[],{"sample_rate":1}]})"})
-        EXPECT_EQ(errorOf(json), Kind::noAudioStream) << json;
+        EXPECT_EQ(errorOf(json), FFProbeError::Kind::noAudioStream) << json;
 }
 
 TEST(FFProbeJSON, OnlyTheFirstStreamIsRead) {
@@ -80,9 +80,10 @@ TEST(FFProbeJSON, SampleRateIsATextOrANumber) {
     EXPECT_EQ(rate("44100.0"), 44100);
     for (const char* value :
          {"\"\"", "\"fast\"", "\"44100Hz\"", "\"4.41e4\"", "null", "[]", "true", "99999999999", "\"99999999999\""})
-        EXPECT_EQ(errorOf(document(QByteArray(R"("channels":1,"sample_rate":)") + value)), Kind::missingSampleRate)
+        EXPECT_EQ(errorOf(document(QByteArray(R"("channels":1,"sample_rate":)") + value)),
+                  FFProbeError::Kind::missingSampleRate)
             << value;
-    EXPECT_EQ(errorOf(document(R"("channels":1)")), Kind::missingSampleRate);
+    EXPECT_EQ(errorOf(document(R"("channels":1)")), FFProbeError::Kind::missingSampleRate);
 }
 
 TEST(FFProbeJSON, BitsPerSampleIsANumberOrZero) {
@@ -110,7 +111,7 @@ TEST(FFProbeJSON, BitsPerRawSampleIsAPositiveNumberOrTrimmedText) {
 TEST(FFProbeJSON, ChannelsAreANumber) {
     for (const char* stream : {R"("sample_rate":"1")", R"("sample_rate":"1","channels":"2")",
                                R"("sample_rate":"1","channels":null)", R"("sample_rate":"1","channels":1e300)"})
-        EXPECT_EQ(errorOf(document(stream)), Kind::missingChannels) << stream;
+        EXPECT_EQ(errorOf(document(stream)), FFProbeError::Kind::missingChannels) << stream;
 }
 
 TEST(FFProbeJSON, TextsOfAnotherKindCountAsEmpty) {
@@ -134,23 +135,25 @@ TEST(FFProbeJSON, DurationIsTheFirstThatTellsOne) {
 }
 
 TEST(FFProbeJSON, WithoutAnyDurationItIsMissing) {
-    EXPECT_EQ(errorOf(document(kWhole, "")), Kind::missingDuration);
-    EXPECT_EQ(errorOf(document(kWhole + R"(,"duration":9.5)", "")), Kind::missingDuration); // of a stream: a text only
+    EXPECT_EQ(errorOf(document(kWhole, "")), FFProbeError::Kind::missingDuration);
+    EXPECT_EQ(errorOf(document(kWhole + R"(,"duration":9.5)", "")),
+              FFProbeError::Kind::missingDuration); // of a stream: a text only
     for (const char* value : {"\"nan\"", "\"inf\"", "\"-inf\"", "\"\"", "null"})
-        EXPECT_EQ(errorOf(document(kWhole, QByteArray(R"("duration":)") + value)), Kind::missingDuration) << value;
+        EXPECT_EQ(errorOf(document(kWhole, QByteArray(R"("duration":)") + value)), FFProbeError::Kind::missingDuration)
+            << value;
 }
 
 TEST(FFProbeError, EveryCaseHasItsText) {
-    const auto text = [](Kind kind, const QString& payload = QString()) {
+    const auto text = [](FFProbeError::Kind kind, const QString& payload = QString()) {
         return FFProbeError(kind, payload).errorDescription();
     };
-    EXPECT_EQ(text(Kind::probeFailure, QStringLiteral("x: %1")), QStringLiteral("ffprobe failed: x: %1"));
-    EXPECT_EQ(text(Kind::processLaunchFailure, QStringLiteral("its words")), QStringLiteral("its words"));
-    EXPECT_EQ(text(Kind::invalidJSON), QStringLiteral("Invalid JSON output from ffprobe"));
-    EXPECT_EQ(text(Kind::noAudioStream), QStringLiteral("No audio stream found in file"));
-    EXPECT_EQ(text(Kind::missingSampleRate), QStringLiteral("Could not determine sample rate"));
-    EXPECT_EQ(text(Kind::missingChannels), QStringLiteral("Could not determine channel count"));
-    EXPECT_EQ(text(Kind::missingDuration), QStringLiteral("Could not determine duration"));
+    EXPECT_EQ(text(FFProbeError::Kind::probeFailure, QStringLiteral("x: %1")), QStringLiteral("ffprobe failed: x: %1"));
+    EXPECT_EQ(text(FFProbeError::Kind::processLaunchFailure, QStringLiteral("its words")), QStringLiteral("its words"));
+    EXPECT_EQ(text(FFProbeError::Kind::invalidJSON), QStringLiteral("Invalid JSON output from ffprobe"));
+    EXPECT_EQ(text(FFProbeError::Kind::noAudioStream), QStringLiteral("No audio stream found in file"));
+    EXPECT_EQ(text(FFProbeError::Kind::missingSampleRate), QStringLiteral("Could not determine sample rate"));
+    EXPECT_EQ(text(FFProbeError::Kind::missingChannels), QStringLiteral("Could not determine channel count"));
+    EXPECT_EQ(text(FFProbeError::Kind::missingDuration), QStringLiteral("Could not determine duration"));
 }
 
 AudioFileInfo infoWith(const char* codec, int bits, std::optional<int> raw, const char* format) {
@@ -196,16 +199,15 @@ ProcessingStatus validated(const AudioFileInfo& a, const AudioFileInfo& b, doubl
 }
 
 TEST(ValidateGroup, TheFirstThingThatStandsAgainstIt) {
-    using Status = ProcessingStatus;
     AudioFileInfo stereo = mono(44100, 16, 99);
     stereo.channels = 2;
-    EXPECT_EQ(FFProbeParser::validateGroup({}, 1), Status::failed(QStringLiteral("No files to validate")));
-    EXPECT_EQ(validated(mono(), stereo), Status::failed(QStringLiteral("File is not mono (2 channels)")));
-    EXPECT_EQ(validated(mono(), mono(44100, 16, 99)), Status::mismatchSampleRate());
-    EXPECT_EQ(validated(mono(), mono(48000, 16, 99)), Status::mismatchBitDepth());
-    EXPECT_EQ(validated(mono(), mono(48000, 24, 99)), Status::mismatchDuration(10, 99));
-    EXPECT_EQ(validated(mono(48000, 24, 99), mono()), Status::mismatchDuration(10, 99));
-    EXPECT_EQ(validated(mono(), mono()), Status::ready());
+    EXPECT_EQ(FFProbeParser::validateGroup({}, 1), ProcessingStatus::failed(QStringLiteral("No files to validate")));
+    EXPECT_EQ(validated(mono(), stereo), ProcessingStatus::failed(QStringLiteral("File is not mono (2 channels)")));
+    EXPECT_EQ(validated(mono(), mono(44100, 16, 99)), ProcessingStatus::mismatchSampleRate());
+    EXPECT_EQ(validated(mono(), mono(48000, 16, 99)), ProcessingStatus::mismatchBitDepth());
+    EXPECT_EQ(validated(mono(), mono(48000, 24, 99)), ProcessingStatus::mismatchDuration(10, 99));
+    EXPECT_EQ(validated(mono(48000, 24, 99), mono()), ProcessingStatus::mismatchDuration(10, 99));
+    EXPECT_EQ(validated(mono(), mono()), ProcessingStatus::ready());
 }
 
 TEST(ValidateGroup, ComparesTheRawDepthAndNotTheEffectiveOne) {

@@ -6,12 +6,12 @@
 #include "support/wave_file.h"
 
 #include <cerrno>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {
 
 using namespace testing;
-using Kind = ChannelFinding::Kind;
 
 class GlanceTest : public ::testing::Test {
 protected:
@@ -22,10 +22,10 @@ protected:
         return writeSound(folder.path(QString::fromUtf8(name)), 1, 48000, signal, 48000, format);
     }
     static Glance look(const QString& source, const QString& output) { return glanceAt({{{source, 0}, {output, 0}}}); }
-    static Kind kindOf(const QString& source, const QString& output) {
+    static ChannelFinding::Kind kindOf(const QString& source, const QString& output) {
         const Glance glance = look(source, output);
         EXPECT_EQ(glance.findings.size(), 1u);
-        return glance.findings.empty() ? Kind::unread : glance.findings[0].kind;
+        return glance.findings.empty() ? ChannelFinding::Kind::unread : glance.findings[0].kind;
     }
 
     TestFolder folder;
@@ -36,12 +36,12 @@ TEST_F(GlanceTest, EqualFilesAreEqual) {
     const QString a = write("a.wav", spec);
     const Glance glance = look(a, write("b.wav", spec));
     ASSERT_EQ(glance.findings.size(), 1u);
-    EXPECT_EQ(glance.findings[0].kind, Kind::equal);
+    EXPECT_EQ(glance.findings[0].kind, ChannelFinding::Kind::equal);
     EXPECT_TRUE(glance.shortOutputs.isEmpty() && glance.unequalSources.isEmpty() && glance.oddSources.isEmpty());
-    EXPECT_TRUE(glance.has(Kind::equal));
-    EXPECT_FALSE(glance.has(Kind::different) || glance.misread());
-    EXPECT_EQ(glance.names(Kind::equal, false), QStringList{QStringLiteral("a.wav")});
-    EXPECT_EQ(glance.names(Kind::equal, true), QStringList{QStringLiteral("b.wav")});
+    EXPECT_TRUE(glance.has(ChannelFinding::Kind::equal));
+    EXPECT_FALSE(glance.has(ChannelFinding::Kind::different) || glance.misread());
+    EXPECT_EQ(glance.names(ChannelFinding::Kind::equal, false), QStringList{QStringLiteral("a.wav")});
+    EXPECT_EQ(glance.names(ChannelFinding::Kind::equal, true), QStringList{QStringLiteral("b.wav")});
 }
 
 TEST_F(GlanceTest, AFloatOnItsWayThroughIntegersIsEqual) {
@@ -52,7 +52,7 @@ TEST_F(GlanceTest, AFloatOnItsWayThroughIntegersIsEqual) {
     spec.frames = 48000;
     spec.bitDepth = 32;
     spec.signal = [&](int, int frame) { return static_cast<std::int32_t>(std::lrint(fine(0, frame) * 2147483648.0)); };
-    EXPECT_EQ(kindOf(source, write("b.wav", spec)), Kind::equal);
+    EXPECT_EQ(kindOf(source, write("b.wav", spec)), ChannelFinding::Kind::equal);
 }
 
 TEST_F(GlanceTest, ClippedFloatsAreDifferent) {
@@ -60,7 +60,8 @@ TEST_F(GlanceTest, ClippedFloatsAreDifferent) {
         return 1.2F * static_cast<float>(std::sin(0.01 * static_cast<double>(frame)));
     };
     const auto clipped = [&](int, qint64 frame) { return std::clamp(loud(0, frame), -1.0F, 1.0F - 1.0F / (1 << 23)); };
-    EXPECT_EQ(kindOf(sound("a.wav", loud, SampleFormat::float32), sound("b.wav", clipped)), Kind::different);
+    EXPECT_EQ(kindOf(sound("a.wav", loud, SampleFormat::float32), sound("b.wav", clipped)),
+              ChannelFinding::Kind::different);
 }
 
 // What 24 bits can't tell from silence is no sound that an output of 24 bits could have.
@@ -69,7 +70,8 @@ TEST_F(GlanceTest, FaintFloatsThatIntegersLoseAreNotUnlike) {
         return 1e-9F * static_cast<float>(std::sin(0.01 * static_cast<double>(frame)));
     };
     const auto silence = [](int, qint64) { return 0.0F; };
-    EXPECT_EQ(kindOf(sound("a.wav", faint, SampleFormat::float32), sound("b.wav", silence)), Kind::different);
+    EXPECT_EQ(kindOf(sound("a.wav", faint, SampleFormat::float32), sound("b.wav", silence)),
+              ChannelFinding::Kind::different);
 }
 
 // A tool that was ended as it wrote its chunk.
@@ -92,9 +94,9 @@ TEST_F(GlanceTest, SixteenBitsOfAFinerSoundAreNotUnlike) {
     spec.frames = 48000;
     spec.bitDepth = 16;
     spec.signal = [&](int, int frame) { return static_cast<std::int32_t>(std::lrint(quiet(0, frame) * 32768.0)); };
-    EXPECT_EQ(kindOf(source, write("b.wav", spec)), Kind::different);
+    EXPECT_EQ(kindOf(source, write("b.wav", spec)), ChannelFinding::Kind::different);
     spec.signal = [](int, int) { return 0; };
-    EXPECT_EQ(kindOf(source, write("silence.wav", spec)), Kind::unlike);
+    EXPECT_EQ(kindOf(source, write("silence.wav", spec)), ChannelFinding::Kind::unlike);
 }
 
 TEST_F(GlanceTest, LostLowerBitsAreDifferent) {
@@ -102,19 +104,19 @@ TEST_F(GlanceTest, LostLowerBitsAreDifferent) {
     const QString source = write("a.wav", spec);
     spec.bitDepth = 24;
     spec.signal = [](int, int frame) { return noise(0, frame, 32) >> 8; };
-    EXPECT_EQ(kindOf(source, write("b.wav", spec)), Kind::different);
+    EXPECT_EQ(kindOf(source, write("b.wav", spec)), ChannelFinding::Kind::different);
 }
 
 TEST_F(GlanceTest, SilenceAndOtherSoundsAreUnlike) {
     const QString source = write("a.wav", spec);
     spec.signal = [](int, int) { return 0; };
     const QString silence = write("silence.wav", spec);
-    EXPECT_EQ(kindOf(source, silence), Kind::unlike);
+    EXPECT_EQ(kindOf(source, silence), ChannelFinding::Kind::unlike);
     spec.signal = {};
     spec.firstSignal = 3;
-    EXPECT_EQ(kindOf(source, write("other.wav", spec)), Kind::unlike);
-    EXPECT_EQ(kindOf(silence, silence), Kind::equal);
-    EXPECT_EQ(kindOf(silence, source), Kind::different); // there was no sound to lose
+    EXPECT_EQ(kindOf(source, write("other.wav", spec)), ChannelFinding::Kind::unlike);
+    EXPECT_EQ(kindOf(silence, silence), ChannelFinding::Kind::equal);
+    EXPECT_EQ(kindOf(silence, source), ChannelFinding::Kind::different); // there was no sound to lose
 }
 
 TEST_F(GlanceTest, ShorterOutputsAndUnequalSourcesAreToldOf) {
@@ -135,15 +137,17 @@ TEST_F(GlanceTest, ShorterOutputsAndUnequalSourcesAreToldOf) {
 
 TEST_F(GlanceTest, AnOutputThatCannotBeReadIsUnread) {
     const QString source = write("a.wav", spec);
-    EXPECT_EQ(kindOf(source, folder.write(QStringLiteral("text.wav"), "no audio at all")), Kind::unread);
-    EXPECT_EQ(kindOf(source, folder.path(QStringLiteral("none.wav"))), Kind::unread);
+    EXPECT_EQ(kindOf(source, folder.write(QStringLiteral("text.wav"), "no audio at all")),
+              ChannelFinding::Kind::unread);
+    EXPECT_EQ(kindOf(source, folder.path(QStringLiteral("none.wav"))), ChannelFinding::Kind::unread);
     const QString good = write("b.wav", spec);
-    EXPECT_EQ(glanceAt({{{source, 0}, {good, 1}}}).findings.at(0).kind, Kind::unread); // it has one channel only
+    EXPECT_EQ(glanceAt({{{source, 0}, {good, 1}}}).findings.at(0).kind,
+              ChannelFinding::Kind::unread); // it has one channel only
     int reads = 0;
     const OnSystemCall late(SystemCall::pread, [&](const QByteArray& file, const QByteArray&) {
         return file.endsWith("b.wav") && ++reads > 8 ? EIO : 0;
     });
-    EXPECT_EQ(kindOf(source, good), Kind::unread);
+    EXPECT_EQ(kindOf(source, good), ChannelFinding::Kind::unread);
 }
 
 TEST_F(GlanceTest, WhatCannotBeComparedIsLeftOut) {
@@ -162,7 +166,7 @@ TEST_F(GlanceTest, AnOddContainerThatWasMisreadIsSeen) {
     odd.sampleBytes = 4;
     const QString source = write("odd.wav", odd);
     const Glance right = look(source, write("right.wav", spec));
-    EXPECT_EQ(right.findings.at(0).kind, Kind::equal);
+    EXPECT_EQ(right.findings.at(0).kind, ChannelFinding::Kind::equal);
     EXPECT_EQ(right.oddSources, QStringList{source});
     EXPECT_FALSE(right.misread());
     // Its bytes taken three by three.

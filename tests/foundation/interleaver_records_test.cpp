@@ -3,6 +3,8 @@
 
 #include "support/test_folder.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

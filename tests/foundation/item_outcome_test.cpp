@@ -2,36 +2,38 @@
 
 #include "support/test_folder.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 
-using Kind = SourceFate::Kind;
-
-QString textOf(const std::vector<Kind>& kinds) {
+QString textOf(const std::vector<SourceFate::Kind>& kinds) {
     ItemOutcome outcome;
-    for (const Kind kind : kinds) outcome.sources.push_back({QStringLiteral("a"), kind, QString()});
+    for (const SourceFate::Kind kind : kinds) outcome.sources.push_back({QStringLiteral("a"), kind, QString()});
     return outcome.sourcesText();
 }
 
 TEST(ItemOutcome, TellsItsSourcesByWhatHappened) {
     EXPECT_EQ(textOf({}), QStringLiteral("Kept"));
-    EXPECT_EQ(textOf({Kind::kept}), QStringLiteral("Kept"));
-    EXPECT_EQ(textOf({Kind::kept, Kind::kept, Kind::kept}), QStringLiteral("Kept"));
-    EXPECT_EQ(textOf({Kind::moved, Kind::moved}), QStringLiteral("Moved"));
-    EXPECT_EQ(textOf({Kind::deleted}), QStringLiteral("Deleted"));
-    EXPECT_EQ(textOf({Kind::replaced}), QStringLiteral("Replaced"));
-    EXPECT_EQ(textOf({Kind::kept, Kind::moved, Kind::moved}), QStringLiteral("Moved 2, Kept 1"));
-    EXPECT_EQ(textOf({Kind::deleted, Kind::kept}), QStringLiteral("Deleted 1, Kept 1"));
-    EXPECT_EQ(textOf({Kind::kept, Kind::replaced, Kind::deleted, Kind::moved}),
+    EXPECT_EQ(textOf({SourceFate::Kind::kept}), QStringLiteral("Kept"));
+    EXPECT_EQ(textOf({SourceFate::Kind::kept, SourceFate::Kind::kept, SourceFate::Kind::kept}), QStringLiteral("Kept"));
+    EXPECT_EQ(textOf({SourceFate::Kind::moved, SourceFate::Kind::moved}), QStringLiteral("Moved"));
+    EXPECT_EQ(textOf({SourceFate::Kind::deleted}), QStringLiteral("Deleted"));
+    EXPECT_EQ(textOf({SourceFate::Kind::replaced}), QStringLiteral("Replaced"));
+    EXPECT_EQ(textOf({SourceFate::Kind::kept, SourceFate::Kind::moved, SourceFate::Kind::moved}),
+              QStringLiteral("Moved 2, Kept 1"));
+    EXPECT_EQ(textOf({SourceFate::Kind::deleted, SourceFate::Kind::kept}), QStringLiteral("Deleted 1, Kept 1"));
+    EXPECT_EQ(textOf({SourceFate::Kind::kept, SourceFate::Kind::replaced, SourceFate::Kind::deleted,
+                      SourceFate::Kind::moved}),
               QStringLiteral("Moved 1, Deleted 1, Replaced 1, Kept 1"));
 }
 
 TEST(ItemOutcome, WordsOfTheFates) {
-    EXPECT_EQ(caseName(Kind::kept), QStringLiteral("kept"));
-    EXPECT_EQ(caseName(Kind::moved), QStringLiteral("moved"));
-    EXPECT_EQ(caseName(Kind::deleted), QStringLiteral("deleted"));
-    EXPECT_EQ(caseName(Kind::replaced), QStringLiteral("replaced"));
-    EXPECT_EQ(reportName(Kind::deleted), QStringLiteral("Deleted"));
+    EXPECT_EQ(caseName(SourceFate::Kind::kept), QStringLiteral("kept"));
+    EXPECT_EQ(caseName(SourceFate::Kind::moved), QStringLiteral("moved"));
+    EXPECT_EQ(caseName(SourceFate::Kind::deleted), QStringLiteral("deleted"));
+    EXPECT_EQ(caseName(SourceFate::Kind::replaced), QStringLiteral("replaced"));
+    EXPECT_EQ(reportName(SourceFate::Kind::deleted), QStringLiteral("Deleted"));
 }
 
 TEST(ItemOutcome, AFailureKeepsItsSources) {
@@ -43,7 +45,7 @@ TEST(ItemOutcome, AFailureKeepsItsSources) {
     EXPECT_EQ(outcome.status, ProcessingStatus::failed(QStringLiteral("no room")));
     EXPECT_TRUE(outcome.outputs.isEmpty());
     ASSERT_EQ(outcome.sources.size(), 2u);
-    EXPECT_EQ(outcome.sources[1], (SourceFate{QStringLiteral("b"), Kind::kept, QString()}));
+    EXPECT_EQ(outcome.sources[1], (SourceFate{QStringLiteral("b"), SourceFate::Kind::kept, QString()}));
 }
 
 TEST(ItemOutcome, StandsWhateverElseIsToBeSaid) {

@@ -6,6 +6,7 @@
 #include "support/system_calls.h"
 
 #include <cerrno>
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 

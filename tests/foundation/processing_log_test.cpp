@@ -3,6 +3,8 @@
 #include "platform/text/regular_expression.h"
 #include "support/test_folder.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

@@ -2,6 +2,7 @@
 
 #include "support/test_folder.h"
 
+#include <gtest/gtest.h>
 #include <set>
 
 namespace ostrel {

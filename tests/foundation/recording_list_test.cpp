@@ -6,6 +6,8 @@
 #include "platform/paths.h"
 #include "support/own_state.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

@@ -4,13 +4,13 @@
 #include "platform/files/new_file.h"
 #include "support/own_state.h"
 
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace ostrel {
 namespace {
 
 using namespace testing;
-using Kind = WritePermission::Kind;
 
 class RunLedgerTest : public ::testing::Test {
 protected:
@@ -19,7 +19,7 @@ protected:
         return folder.write(QString::fromUtf8(name), contents);
     }
     void expectRefused(const WritePermission& permission, const QString& reason) const {
-        EXPECT_EQ(permission.kind, Kind::refused);
+        EXPECT_EQ(permission.kind, WritePermission::Kind::refused);
         EXPECT_EQ(permission.reason, reason);
         EXPECT_FALSE(permission.isGranted() || permission.replaces);
     }
@@ -48,10 +48,10 @@ TEST_F(RunLedgerTest, AnExistingFileGoesByTheRule) {
     const RunLedger ledger;
     const QString there = write("there.wav");
     const WritePermission skipped = ledger.mayWrite(there, ExistingOutput::skipped);
-    EXPECT_EQ(skipped.kind, Kind::exists);
+    EXPECT_EQ(skipped.kind, WritePermission::Kind::exists);
     EXPECT_EQ(skipped.reason, QStringLiteral("there.wav is there already"));
     const WritePermission off = ledger.mayWrite(there, ExistingOutput::refused);
-    EXPECT_EQ(off.kind, Kind::overwriteOff);
+    EXPECT_EQ(off.kind, WritePermission::Kind::overwriteOff);
     EXPECT_EQ(off.reason, QStringLiteral("Output exists, overwrite disabled: there.wav"));
     EXPECT_FALSE(off.isGranted() || off.replaces);
     const WritePermission replaced = ledger.mayWrite(there, ExistingOutput::replaced);
@@ -119,7 +119,7 @@ TEST_F(RunLedgerTest, ABystanderIsReplacedOnlyByTheItemThatMadeIt) {
     expectRefused(ledger.mayWrite(other, ExistingOutput::replaced, [] { return false; }), why);
     const WritePermission own = ledger.mayWrite(other, ExistingOutput::replaced, [] { return true; });
     EXPECT_TRUE(own.isGranted() && own.replaces);
-    EXPECT_EQ(ledger.mayWrite(other, ExistingOutput::skipped).kind, Kind::exists);
+    EXPECT_EQ(ledger.mayWrite(other, ExistingOutput::skipped).kind, WritePermission::Kind::exists);
     bool wasAsked = false;
     ledger.mayWrite(write("unknown.wav"), ExistingOutput::replaced, [&] { return wasAsked = true; });
     EXPECT_FALSE(wasAsked); // to compare costs time

@@ -7,12 +7,12 @@
 #include "support/wave_file.h"
 
 #include <cerrno>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {
 
 using namespace testing;
-using Kind = SourceFate::Kind;
 
 // A pair and the stereo file that holds both.
 class SourceStepsTest : public ::testing::Test {
@@ -75,8 +75,8 @@ TEST_F(SourceStepsTest, MovesBothAndWritesItDownAheadAndAfter) {
     const SourceStepsResult result = move();
     EXPECT_EQ(result.failure, QString());
     EXPECT_TRUE(result.warnings.isEmpty());
-    EXPECT_EQ(result.fates,
-              (std::vector<SourceFate>{{left, Kind::moved, movedLeft}, {right, Kind::moved, movedRight}}));
+    EXPECT_EQ(result.fates, (std::vector<SourceFate>{{left, SourceFate::Kind::moved, movedLeft},
+                                                     {right, SourceFate::Kind::moved, movedRight}}));
     EXPECT_EQ(atEachStep,
               (QStringList{QStringLiteral("move begun|move begun"), QStringLiteral("move begun|move begun")}));
     EXPECT_EQ(journalSteps().join(u'|'), QStringLiteral("move done|move done"));
@@ -96,8 +96,8 @@ TEST_F(SourceStepsTest, DeletesBothOnlyWhenBothCanGo) {
     });
     const SourceStepsResult result = remove();
     EXPECT_EQ(result.failure, QString());
-    EXPECT_EQ(result.fates[0], (SourceFate{left, Kind::deleted, QString()}));
-    EXPECT_EQ(result.fates[1], (SourceFate{right, Kind::deleted, QString()}));
+    EXPECT_EQ(result.fates[0], (SourceFate{left, SourceFate::Kind::deleted, QString()}));
+    EXPECT_EQ(result.fates[1], (SourceFate{right, SourceFate::Kind::deleted, QString()}));
     EXPECT_EQ(atEachEnd,
               (QStringList{QStringLiteral("delete begun|delete begun"), QStringLiteral("delete begun|delete begun")}));
     EXPECT_EQ(journalSteps().join(u'|'), QStringLiteral("delete done|delete done"));
@@ -146,7 +146,7 @@ TEST_F(SourceStepsTest, AnEndThatCannotBeWrittenDownIsToldAndChangesNothing) {
     const SourceStepsResult result = move();
     EXPECT_EQ(result.failure, QString());
     EXPECT_EQ(result.warnings, QStringList{QStringLiteral("The end of a step could not be written into the journal")});
-    EXPECT_EQ(result.fates[1].kind, Kind::moved);
+    EXPECT_EQ(result.fates[1].kind, SourceFate::Kind::moved);
     EXPECT_TRUE(QFile::exists(movedLeft) && QFile::exists(movedRight));
 }
 
@@ -158,7 +158,8 @@ TEST_F(SourceStepsTest, WhatCannotComeBackIsToldOfWithItsPlace) {
     EXPECT_FALSE(result.allKept());
     EXPECT_TRUE(result.failure.contains(QStringLiteral("; a.L.wav is at ") + movedLeft))
         << result.failure.toStdString();
-    EXPECT_EQ(result.fates, (std::vector<SourceFate>{{left, Kind::moved, movedLeft}, {right, Kind::kept, QString()}}));
+    EXPECT_EQ(result.fates, (std::vector<SourceFate>{{left, SourceFate::Kind::moved, movedLeft},
+                                                     {right, SourceFate::Kind::kept, QString()}}));
     EXPECT_TRUE(QFile::exists(movedLeft) && QFile::exists(right));
 }
 
@@ -168,8 +169,8 @@ TEST_F(SourceStepsTest, ADeletionThatFailsAtItsLastMomentLeavesTheSource) {
         return ++unlinked == 2 ? EPERM : 0; // the first is gone for good by then
     });
     const SourceStepsResult result = remove();
-    EXPECT_EQ(result.fates,
-              (std::vector<SourceFate>{{left, Kind::deleted, QString()}, {right, Kind::kept, QString()}}));
+    EXPECT_EQ(result.fates, (std::vector<SourceFate>{{left, SourceFate::Kind::deleted, QString()},
+                                                     {right, SourceFate::Kind::kept, QString()}}));
     EXPECT_FALSE(result.allKept() || result.failure.isEmpty());
     EXPECT_EQ(fingerprintOf(right), before[1]);
     EXPECT_EQ(journalSteps().join(u'|'), QStringLiteral("delete done|delete undone"));
@@ -246,7 +247,7 @@ TEST_F(UndoTest, TakesMovesBackLastFirst) {
     EXPECT_TRUE(result.failures.isEmpty());
     EXPECT_EQ(order, (QStringList{QStringLiteral("a.R.wav"), QStringLiteral("a.L.wav")}));
     ASSERT_EQ(result.undone.size(), 2u);
-    EXPECT_EQ(result.undone[1], (SourceFate{left, Kind::moved, movedLeft}));
+    EXPECT_EQ(result.undone[1], (SourceFate{left, SourceFate::Kind::moved, movedLeft}));
     EXPECT_EQ((QStringList{fingerprintOf(left), fingerprintOf(right)}), before);
     EXPECT_EQ(journalSteps().join(u'|'), QStringLiteral("move undone|move undone"));
     EXPECT_TRUE(undoMoves(journal.run()).undone.empty()); // once

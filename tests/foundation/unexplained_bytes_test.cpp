@@ -3,6 +3,7 @@
 #include "support/test_folder.h"
 #include "support/wave_file.h"
 
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 namespace ostrel {

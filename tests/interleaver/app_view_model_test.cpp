@@ -5,6 +5,7 @@
 #include "preview/playback_manager.h"
 
 #include <QSettings>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 namespace ostrel {

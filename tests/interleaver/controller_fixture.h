@@ -5,11 +5,9 @@
 #include "platform/audio/audio_output.h"
 #include "support/own_state.h"
 
-namespace ostrel::testing {
+#include <gtest/gtest.h>
 
-inline QString operator""_s(const char* text, std::size_t size) {
-    return QString::fromUtf8(text, static_cast<qsizetype>(size));
-}
+namespace ostrel::testing {
 
 class ControllerFixture : public ::testing::Test {
 protected:

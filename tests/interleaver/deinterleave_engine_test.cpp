@@ -5,6 +5,8 @@
 #include "platform/background.h"
 #include "platform/paths.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 
@@ -21,7 +23,7 @@ MultiChannelSource writeSource(const TestFolder& folder, const ChannelLayout& la
     return source;
 }
 
-DeinterleaveEngine engine() { return {tool("ffmpeg"), QString()}; }
+DeinterleaveEngine deinterleaver() { return {tool("ffmpeg"), QString()}; }
 
 class EveryLayoutAndDepthBack : public ::testing::TestWithParam<std::tuple<QString, int>> {};
 
@@ -32,7 +34,7 @@ TEST_P(EveryLayoutAndDepthBack, EveryOutputIsItsChannelBitForBitUpTo24Bits) {
     spec.bitDepth = std::get<1>(GetParam());
     const MultiChannelSource source = writeSource(folder, layout, spec);
     const QString before = fingerprintOf(source.sourceURL);
-    const DeinterleaveResult result = engine().deinterleave(source, {}, QString());
+    const DeinterleaveResult result = deinterleaver().deinterleave(source, {}, QString());
     ASSERT_TRUE(result.outcome.succeeded()) << result.outcome.message.toStdString();
     // ffmpeg takes 32-bit samples through floats on this road and keeps their upper 24 bits: the item says so.
     EXPECT_EQ(result.outcome.warnings.isEmpty(), spec.bitDepth < 32)
@@ -63,7 +65,7 @@ INSTANTIATE_TEST_SUITE_P(Deinterleave, EveryLayoutAndDepthBack,
 TEST(DeinterleaveEngine, SevenOneFilmOfAPlainFileIsRemixedByFfmpegAndSaysSo) {
     const TestFolder folder;
     const MultiChannelSource source = writeSource(folder, ChannelLayout::film71, {});
-    const DeinterleaveResult result = engine().deinterleave(source, {}, QString());
+    const DeinterleaveResult result = deinterleaver().deinterleave(source, {}, QString());
     ASSERT_TRUE(result.outcome.succeeded()) << result.outcome.message.toStdString();
     ASSERT_EQ(result.outcome.warnings.size(), 1);
     EXPECT_TRUE(result.outcome.warnings.first().startsWith(
@@ -77,7 +79,7 @@ TEST(DeinterleaveEngine, OnlySelectedChannelsAreMade) {
     source.selectedChannels = {QStringLiteral("L"), QStringLiteral("R")};
     ProcessingOptions options;
     options.channelSeparator = ChannelSeparator::underscore;
-    const DeinterleaveResult result = engine().deinterleave(source, options, folder.path(QStringLiteral("X")));
+    const DeinterleaveResult result = deinterleaver().deinterleave(source, options, folder.path(QStringLiteral("X")));
     ASSERT_TRUE(result.outcome.succeeded()) << result.outcome.message.toStdString();
     EXPECT_EQ(result.outcome.message, QStringLiteral("Successfully created: Take_L.wav, Take_R.wav"));
     EXPECT_EQ(QDir(folder.path(QStringLiteral("X/De-interleaved"))).entryList(QDir::Files).join(u' '),
@@ -89,7 +91,7 @@ TEST(DeinterleaveEngine, EveryOutputGetsTheSourcesChunks) {
     WaveSpec spec;
     spec.after = {{"SMED", "odd"}, {"iXML", "<x/>"}};
     const MultiChannelSource source = writeSource(folder, ChannelLayout::stereo, spec);
-    const DeinterleaveResult result = engine().deinterleave(source, {}, QString());
+    const DeinterleaveResult result = deinterleaver().deinterleave(source, {}, QString());
     EXPECT_EQ(result.outcome.message,
               QStringLiteral("Successfully created: Take.L.wav, Take.R.wav (with SMED preservation)"));
     for (const QString& output : result.outputURLs) {
@@ -103,7 +105,7 @@ TEST(DeinterleaveEngine, NoChannelSelectedThrows) {
     MultiChannelSource source = writeSource(folder, ChannelLayout::stereo, {});
     source.selectedChannels.clear();
     try {
-        engine().deinterleave(source, {}, QString());
+        deinterleaver().deinterleave(source, {}, QString());
         FAIL();
     } catch (const DeinterleaveError& error) {
         EXPECT_EQ(error.errorDescription(), QStringLiteral("No channels selected for export"));
@@ -115,22 +117,22 @@ TEST(DeinterleaveEngine, ExistingOutputs) {
     const MultiChannelSource source = writeSource(folder, ChannelLayout::stereo, {});
     const QString right = folder.write(QStringLiteral("De-interleaved/Take.R.wav"), "precious");
     ProcessingOptions options;
-    EXPECT_EQ(engine().deinterleave(source, options, QString()).outcome.message,
+    EXPECT_EQ(deinterleaver().deinterleave(source, options, QString()).outcome.message,
               QStringLiteral("Skipped (outputs exist): Take.R.wav"));
-    EXPECT_TRUE(engine().deinterleave(source, options, QString()).outcome.failed()) << "L is not there";
+    EXPECT_TRUE(deinterleaver().deinterleave(source, options, QString()).outcome.failed()) << "L is not there";
     MultiChannelSource rightAlone = source;
     rightAlone.selectedChannels = {QStringLiteral("R")};
-    const ItemOutcome there = engine().deinterleave(rightAlone, options, QString()).outcome;
+    const ItemOutcome there = deinterleaver().deinterleave(rightAlone, options, QString()).outcome;
     EXPECT_TRUE(there.skipped());
     EXPECT_FALSE(there.failed());
     EXPECT_EQ(there.status, ProcessingStatus::failed(QStringLiteral("Skipped (outputs exist): Take.R.wav")));
     options.skipIfExists = false;
     EXPECT_EQ(
-        engine().deinterleave(source, options, QString()).outcome.message,
+        deinterleaver().deinterleave(source, options, QString()).outcome.message,
         QStringLiteral("Output already exists: Take.R.wav. Enable 'Skip if output exists' or 'Overwrite existing'."));
     EXPECT_EQ(readAll(right), "precious");
     options.overwriteExisting = true;
-    EXPECT_TRUE(engine().deinterleave(source, options, QString()).outcome.succeeded());
+    EXPECT_TRUE(deinterleaver().deinterleave(source, options, QString()).outcome.succeeded());
     EXPECT_EQ(decodedByFfmpeg(right)[0], expectedSamples({}, 2)[1]);
 }
 
@@ -140,7 +142,7 @@ TEST(DeinterleaveEngine, PreserveFormatNamesAiffAndWritesWav) {
     source.containerKind = ContainerKind::aiff;
     ProcessingOptions options;
     options.outputFormatPolicy = OutputFormatPolicy::preserveFormat;
-    const DeinterleaveResult result = engine().deinterleave(source, options, QString());
+    const DeinterleaveResult result = deinterleaver().deinterleave(source, options, QString());
     ASSERT_TRUE(result.outcome.succeeded()) << result.outcome.message.toStdString();
     const QString left = result.outputURLs.value(QStringLiteral("L"));
     EXPECT_TRUE(left.endsWith(QStringLiteral("Take.L.aiff")));
@@ -151,7 +153,7 @@ TEST(DeinterleaveEngine, AFailedRunLeavesNothingBehind) {
     const TestFolder folder;
     MultiChannelSource source = writeSource(folder, ChannelLayout::stereo, {});
     folder.write(QStringLiteral("Take.wav"), "no audio at all, whatever the name says");
-    const DeinterleaveResult result = engine().deinterleave(source, {}, QString());
+    const DeinterleaveResult result = deinterleaver().deinterleave(source, {}, QString());
     EXPECT_FALSE(result.outcome.succeeded());
     EXPECT_TRUE(result.outcome.message.startsWith(QStringLiteral("ffmpeg error: ")))
         << result.outcome.message.toStdString();

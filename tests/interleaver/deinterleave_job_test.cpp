@@ -4,6 +4,8 @@
 #include "interleaver/fixtures.h"
 #include "support/own_state.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

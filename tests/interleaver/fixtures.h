@@ -15,7 +15,7 @@
 
 namespace ostrel::testing {
 
-inline QString tool(const char* name) { return QStandardPaths::findExecutable(QString::fromLatin1(name)); }
+inline QString tool(const char* name) { return installedTool(QString::fromLatin1(name)); }
 
 // One mono file a tag, "{folder}/{base}.{tag}.wav", channel i carrying noise i; the first one with the spec's chunks.
 inline InterleaveGroup writeSet(const TestFolder& folder, const ChannelLayout& layout, WaveSpec spec,

@@ -6,6 +6,7 @@
 #include "platform/paths.h"
 
 #include <csignal>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 namespace ostrel {

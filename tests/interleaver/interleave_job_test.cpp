@@ -7,6 +7,8 @@
 #include "support/own_state.h"
 #include "support/sound.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

@@ -5,6 +5,8 @@
 #include "platform/files/files.h"
 #include "platform/paths.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

@@ -3,6 +3,8 @@
 #include "interleaver/fixtures.h"
 #include "interleaver/interleave_engine.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

@@ -2,6 +2,8 @@
 // meanwhile.
 #include "interleaver/controller_fixture.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

@@ -3,13 +3,13 @@
 #include "support/test_folder.h"
 #include "support/unprivileged.h"
 
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 namespace ostrel {
 namespace {
 
 using testing::TestFolder;
-using Kind = ContainerKind;
 using Tier = MetadataTier;
 
 AssetClass classified(const QByteArray& bytes, const char* name) {
@@ -19,18 +19,20 @@ AssetClass classified(const QByteArray& bytes, const char* name) {
 
 struct HeaderRow {
     QByteArray header;
-    Kind kind;
+    ContainerKind kind;
 };
 
 TEST(AssetDescriptor, ByTheHeaderWhateverTheExtensionSays) {
     const HeaderRow rows[] = {
-        {"RIFF....WAVE", Kind::riffWave},  {"RF64....WAVE", Kind::rf64Wave}, {"FORM....AIFF", Kind::aiff},
-        {"FORM....AIFC", Kind::aiff},      {"ID3.........", Kind::mp3},      {"OggS........", Kind::ogg},
-        {"caff........", Kind::caf},       {"fLaC........", Kind::flac},     {"\xff\xfb..........", Kind::mp3},
-        {"\xff\xe0..........", Kind::mp3}, {"....ftyp....", Kind::mp4},
+        {"RIFF....WAVE", ContainerKind::riffWave},  {"RF64....WAVE", ContainerKind::rf64Wave},
+        {"FORM....AIFF", ContainerKind::aiff},      {"FORM....AIFC", ContainerKind::aiff},
+        {"ID3.........", ContainerKind::mp3},       {"OggS........", ContainerKind::ogg},
+        {"caff........", ContainerKind::caf},       {"fLaC........", ContainerKind::flac},
+        {"\xff\xfb..........", ContainerKind::mp3}, {"\xff\xe0..........", ContainerKind::mp3},
+        {"....ftyp....", ContainerKind::mp4},
     };
     for (const HeaderRow& row : rows) {
-        const bool isWave = row.kind == Kind::riffWave || row.kind == Kind::rf64Wave;
+        const bool isWave = row.kind == ContainerKind::riffWave || row.kind == ContainerKind::rf64Wave;
         const AssetClass expected{row.kind, isWave ? Tier::bwfGuaranteed : Tier::bestEffort};
         for (const char* name : {"a.wav", "a.mp3", "a.xyz", "a"}) {
             EXPECT_EQ(classified(row.header, name), expected) << row.header.constData() << " " << name;
@@ -44,54 +46,56 @@ TEST(AssetDescriptor, AWavThatIsAnAiffFormIsAiff) {
                                     "AIFFCOMM",
                                     16),
                          "a.wav"),
-              (AssetClass{Kind::aiff, Tier::bestEffort}));
+              (AssetClass{ContainerKind::aiff, Tier::bestEffort}));
 }
 
 TEST(AssetDescriptor, AnMp3ThatBeginsAsARiffWaveIsAWav) {
     EXPECT_EQ(classified(QByteArray("RIFF\x24\0\0\0WAVEfmt ", 16), "a.mp3"),
-              (AssetClass{Kind::riffWave, Tier::bwfGuaranteed}));
+              (AssetClass{ContainerKind::riffWave, Tier::bwfGuaranteed}));
 }
 
 TEST(AssetDescriptor, NearlyAKnownHeaderFallsToTheExtension) {
     for (const char* header : {"RIFF....AVI ", "RIFF....wave", "RF64....AVI ", "FORM....8SVX", "FORM....AIFX",
                                "oggs........", "\xff\xdf..........", "riff....WAVE", "....FTYP....", "............"}) {
-        EXPECT_EQ(classified(header, "a.wav"), (AssetClass{Kind::riffWave, Tier::bwfGuaranteed})) << header;
-        EXPECT_EQ(classified(header, "a.flac"), (AssetClass{Kind::flac, Tier::bestEffort})) << header;
-        EXPECT_EQ(classified(header, "a"), (AssetClass{Kind::unknown, Tier::bestEffort})) << header;
+        EXPECT_EQ(classified(header, "a.wav"), (AssetClass{ContainerKind::riffWave, Tier::bwfGuaranteed})) << header;
+        EXPECT_EQ(classified(header, "a.flac"), (AssetClass{ContainerKind::flac, Tier::bestEffort})) << header;
+        EXPECT_EQ(classified(header, "a"), (AssetClass{ContainerKind::unknown, Tier::bestEffort})) << header;
     }
 }
 
 TEST(AssetDescriptor, ExtensionsInAnyCase) {
-    const std::pair<const char*, Kind> rows[] = {
-        {"a.wav", Kind::riffWave}, {"a.WAV", Kind::riffWave}, {"a.aif", Kind::aiff}, {"a.AIFF", Kind::aiff},
-        {"a.aifc", Kind::aiff},    {"a.caf", Kind::caf},      {"a.mp3", Kind::mp3},  {"a.flac", Kind::flac},
-        {"a.ogg", Kind::ogg},      {"a.m4a", Kind::mp4},      {"a.mp4", Kind::mp4},  {"a.w64", Kind::unknown},
-        {"a.opus", Kind::unknown}, {"wav", Kind::unknown},    {"a", Kind::unknown}};
+    const std::pair<const char*, ContainerKind> rows[] = {
+        {"a.wav", ContainerKind::riffWave}, {"a.WAV", ContainerKind::riffWave}, {"a.aif", ContainerKind::aiff},
+        {"a.AIFF", ContainerKind::aiff},    {"a.aifc", ContainerKind::aiff},    {"a.caf", ContainerKind::caf},
+        {"a.mp3", ContainerKind::mp3},      {"a.flac", ContainerKind::flac},    {"a.ogg", ContainerKind::ogg},
+        {"a.m4a", ContainerKind::mp4},      {"a.mp4", ContainerKind::mp4},      {"a.w64", ContainerKind::unknown},
+        {"a.opus", ContainerKind::unknown}, {"wav", ContainerKind::unknown},    {"a", ContainerKind::unknown}};
     for (const auto& [name, kind] : rows)
         EXPECT_EQ(AssetDescriptorBuilder::containerFromExtension(QString::fromLatin1(name)), kind) << name;
 }
 
 TEST(AssetDescriptor, FiveBytesNamedWavAreAWavByTheirExtension) {
-    EXPECT_EQ(classified("RIFF.", "a.wav"), (AssetClass{Kind::riffWave, Tier::bwfGuaranteed}));
-    EXPECT_EQ(classified("", "a.mp3"), (AssetClass{Kind::mp3, Tier::bestEffort}));
-    EXPECT_EQ(classified("fLaC......." /* eleven */, "a"), (AssetClass{Kind::unknown, Tier::bestEffort}));
+    EXPECT_EQ(classified("RIFF.", "a.wav"), (AssetClass{ContainerKind::riffWave, Tier::bwfGuaranteed}));
+    EXPECT_EQ(classified("", "a.mp3"), (AssetClass{ContainerKind::mp3, Tier::bestEffort}));
+    EXPECT_EQ(classified("fLaC......." /* eleven */, "a"), (AssetClass{ContainerKind::unknown, Tier::bestEffort}));
 }
 
 TEST(AssetDescriptor, TwelveZeroBytesWithoutAnExtensionAreUnknown) {
-    EXPECT_EQ(classified(QByteArray(12, '\0'), "a"), (AssetClass{Kind::unknown, Tier::bestEffort}));
+    EXPECT_EQ(classified(QByteArray(12, '\0'), "a"), (AssetClass{ContainerKind::unknown, Tier::bestEffort}));
 }
 
 TEST(AssetDescriptor, AWave64FileIsUnknown) {
     EXPECT_EQ(classified(QByteArray("riff\x2e\x91\xcf\x11\xa5\xd6\x28\xdb", 12), "a.w64"),
-              (AssetClass{Kind::unknown, Tier::bestEffort}));
+              (AssetClass{ContainerKind::unknown, Tier::bestEffort}));
 }
 
 TEST(AssetDescriptor, WhatCannotBeReadGetsItsKindFromItsExtension) {
     const TestFolder folder;
-    EXPECT_EQ(AssetDescriptorBuilder::quickClassify(QStringLiteral("/nowhere/a.flac")).containerKind, Kind::flac);
+    EXPECT_EQ(AssetDescriptorBuilder::quickClassify(QStringLiteral("/nowhere/a.flac")).containerKind,
+              ContainerKind::flac);
     folder.path(QStringLiteral("x.wav/inside"));
     EXPECT_EQ(AssetDescriptorBuilder::quickClassify(folder.path(QStringLiteral("x.wav"))).containerKind,
-              Kind::riffWave);
+              ContainerKind::riffWave);
 }
 
 std::optional<AssetDescriptorError::Kind> sniffError(const QString& path) {

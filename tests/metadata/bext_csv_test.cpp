@@ -2,6 +2,8 @@
 
 #include "metadata/csv_table.h"
 
+#include <gtest/gtest.h>
+
 using namespace Qt::StringLiterals;
 
 namespace ostrel {

@@ -3,6 +3,8 @@
 #include "platform/files/files.h"
 #include "support/test_folder.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

@@ -9,6 +9,7 @@
 #include "support/wave_file.h"
 
 #include <QFile>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 namespace ostrel {

@@ -1,5 +1,7 @@
 #include "metadata/ixml_parser.h"
 
+#include <gtest/gtest.h>
+
 using namespace Qt::StringLiterals;
 
 namespace ostrel {

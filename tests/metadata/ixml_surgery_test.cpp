@@ -1,6 +1,7 @@
 #include "metadata/ixml_surgery.h"
 
 #include <QDateTime>
+#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 

@@ -2,6 +2,7 @@
 
 #include "platform/text/regular_expression.h"
 
+#include <gtest/gtest.h>
 #include <random>
 
 using namespace Qt::StringLiterals;

@@ -5,6 +5,8 @@
 #include "platform/paths.h"
 #include "platform/text/regular_expression.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

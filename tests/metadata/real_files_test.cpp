@@ -8,6 +8,7 @@
 #include "support/test_folder.h"
 
 #include <fstream>
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <set>
 

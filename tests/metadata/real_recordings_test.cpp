@@ -12,6 +12,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 

@@ -5,6 +5,7 @@
 #include "support/wave_file.h"
 
 #include <csignal>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 namespace ostrel {

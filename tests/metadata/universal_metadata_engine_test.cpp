@@ -11,6 +11,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 

@@ -6,16 +6,14 @@
 #include "support/sound.h"
 #include "support/test_folder.h"
 
-#include <QStandardPaths>
 #include <cmath>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {
 
 using testing::TestFolder;
 using testing::writeSound;
-
-QString ffmpeg() { return QStandardPaths::findExecutable(QStringLiteral("ffmpeg")); }
 
 QString encoded(const TestFolder& folder, const QString& name, const QStringList& codec) {
     const QString source =
@@ -25,7 +23,8 @@ QString encoded(const TestFolder& folder, const QString& name, const QStringList
     const QString path = folder.path(name);
     const QStringList words =
         QStringList{QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), source} + codec;
-    EXPECT_TRUE(ChildProcess::runSilently(ffmpeg(), words + QStringList(path)).succeeded());
+    EXPECT_TRUE(ChildProcess::runSilently(testing::installedTool(QStringLiteral("ffmpeg")), words + QStringList(path))
+                    .succeeded());
     return path;
 }
 
@@ -45,7 +44,7 @@ QStringList leftBehind() {
 TEST(AudioFileThroughFfmpeg, ReadsAnM4AWithItsExactLength) {
     const TestFolder folder;
     AudioFile file(encoded(folder, QStringLiteral("-Tür.m4a"), {QStringLiteral("-c:a"), QStringLiteral("alac")}),
-                   ffmpeg());
+                   testing::installedTool(QStringLiteral("ffmpeg")));
     EXPECT_EQ(file.lengthInFrames(), 96'000);
     EXPECT_EQ(file.sampleRate(), 48000);
     EXPECT_EQ(file.channelCount(), 2);
@@ -60,7 +59,7 @@ TEST(AudioFileThroughFfmpeg, ReadsAnM4AWithItsExactLength) {
 TEST(AudioFileThroughFfmpeg, ReadsAnMp3WithoutTheEncodersPadding) {
     const TestFolder folder;
     const QString path = encoded(folder, QStringLiteral("a.mp3"), {QStringLiteral("-b:a"), QStringLiteral("320k")});
-    AudioFile file(path, ffmpeg());
+    AudioFile file(path, testing::installedTool(QStringLiteral("ffmpeg")));
     EXPECT_EQ(file.lengthInFrames(), 96'000);
     AudioBuffer buffer;
     EXPECT_EQ(file.read(buffer, 96'000), 96'000);
@@ -82,7 +81,8 @@ TEST(AudioFileThroughFfmpeg, IsNotOpenedAtOnce) {
 TEST(AudioFileThroughFfmpeg, SaysWhyFfmpegGaveUp) {
     const TestFolder folder;
     const QString text = folder.write(QStringLiteral("text.m4a"), QByteArrayLiteral("not a sound at all"));
-    EXPECT_EQ(openingErrorOf(text, ffmpeg()), QStringLiteral("Invalid data found when processing input"));
+    EXPECT_EQ(openingErrorOf(text, testing::installedTool(QStringLiteral("ffmpeg"))),
+              QStringLiteral("Invalid data found when processing input"));
     EXPECT_EQ(openingErrorOf(text, folder.path(QStringLiteral("none"))),
               QStringLiteral("ffmpeg could not be started: No such file or directory"));
     const QString mute = folder.writeScript(QStringLiteral("mute"), QStringLiteral("exit 3"));

@@ -4,6 +4,8 @@
 #include "support/sound.h"
 #include "support/test_folder.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

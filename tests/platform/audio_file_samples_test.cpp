@@ -5,22 +5,21 @@
 #include "support/test_folder.h"
 
 #include <QDirIterator>
-#include <QStandardPaths>
 #include <cmath>
 #include <cstring>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {
 
-QString ffmpeg() { return QStandardPaths::findExecutable(QStringLiteral("ffmpeg")); }
-
 // Interleaved, at the rate given; empty where ffmpeg can't decode the file.
 std::vector<float> decodedByFfmpeg(const QString& path, int sampleRate) {
     const ProcessResult result = ChildProcess::runForResult(
-        ffmpeg(), {QStringLiteral("-v"), QStringLiteral("quiet"), QStringLiteral("-i"), QStringLiteral("file:") + path,
-                   QStringLiteral("-map"), QStringLiteral("0:a:0"), QStringLiteral("-ar"), QString::number(sampleRate),
-                   QStringLiteral("-c:a"), QStringLiteral("pcm_f32le"), QStringLiteral("-f"), QStringLiteral("f32le"),
-                   QStringLiteral("-")});
+        testing::installedTool(QStringLiteral("ffmpeg")),
+        {QStringLiteral("-v"), QStringLiteral("quiet"), QStringLiteral("-i"), QStringLiteral("file:") + path,
+         QStringLiteral("-map"), QStringLiteral("0:a:0"), QStringLiteral("-ar"), QString::number(sampleRate),
+         QStringLiteral("-c:a"), QStringLiteral("pcm_f32le"), QStringLiteral("-f"), QStringLiteral("f32le"),
+         QStringLiteral("-")});
     std::vector<float> samples(static_cast<std::size_t>(result.standardOutput.size()) / sizeof(float));
     if (samples.empty()) return samples;
     std::memcpy(samples.data(), result.standardOutput.constData(), samples.size() * sizeof(float));
@@ -65,7 +64,7 @@ TEST_P(AudioFileSamples, AreReadAsFfmpegDecodesThem) {
         if (ffmpegIsWrongAbout(path) || path.endsWith(QLatin1String(".gz"))) continue;
         SCOPED_TRACE(path.toStdString());
         try {
-            AudioFile file(path, ffmpeg());
+            AudioFile file(path, testing::installedTool(QStringLiteral("ffmpeg")));
             const std::vector<float> theirs = decodedByFfmpeg(path, file.sampleRate());
             if (theirs.empty()) continue;
             AudioBuffer buffer;

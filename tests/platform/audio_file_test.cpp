@@ -5,6 +5,7 @@
 #include "support/test_folder.h"
 
 #include <csignal>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 namespace ostrel {

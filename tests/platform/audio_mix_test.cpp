@@ -5,6 +5,7 @@
 #include "support/test_folder.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <mutex>
 #include <unistd.h>
 

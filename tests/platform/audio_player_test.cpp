@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <SDL.h>
 #include <cmath>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {

@@ -4,6 +4,7 @@
 
 #include <QSemaphore>
 #include <QThread>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {

@@ -5,6 +5,7 @@
 #include "support/test_folder.h"
 
 #include <csignal>
+#include <gtest/gtest.h>
 #include <thread>
 
 namespace ostrel {

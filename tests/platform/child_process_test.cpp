@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <thread>
 #include <unistd.h>

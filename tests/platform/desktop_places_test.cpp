@@ -4,6 +4,7 @@
 #include "support/test_folder.h"
 
 #include <QCoreApplication>
+#include <gtest/gtest.h>
 #include <thread>
 #include <unistd.h>
 

@@ -3,8 +3,8 @@
 #include "support/sound.h"
 #include "support/test_folder.h"
 
-#include <QStandardPaths>
 #include <csignal>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 namespace ostrel {
@@ -97,7 +97,7 @@ TEST(FFmpegFault, MegabytesAreReadInNoTime) {
 class RealFFmpegFault : public ::testing::Test {
 protected:
     QString fault(const QStringList& arguments) const {
-        const ProcessResult result = ChildProcess::runSilently(QStandardPaths::findExecutable(QStringLiteral("ffmpeg")),
+        const ProcessResult result = ChildProcess::runSilently(testing::installedTool(QStringLiteral("ffmpeg")),
                                                                QStringList{QStringLiteral("-y")} + arguments);
         EXPECT_FALSE(result.succeeded());
         EXPECT_TRUE(result.errorText().startsWith(QStringLiteral("ffmpeg version")));

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {

@@ -4,6 +4,7 @@
 #include "support/unprivileged.h"
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

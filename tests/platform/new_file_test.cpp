@@ -6,6 +6,7 @@
 
 #include <QProcess>
 #include <cerrno>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {

@@ -5,6 +5,7 @@
 #include "support/test_folder.h"
 #include "support/unprivileged.h"
 
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

@@ -5,6 +5,7 @@
 #include "support/system_calls.h"
 
 #include <cerrno>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {

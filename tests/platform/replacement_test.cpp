@@ -6,6 +6,7 @@
 
 #include <QtEndian>
 #include <cerrno>
+#include <gtest/gtest.h>
 #include <sys/xattr.h>
 
 namespace ostrel {

@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <csignal>
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 

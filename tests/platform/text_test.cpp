@@ -4,6 +4,7 @@
 #include "support/test_folder.h"
 
 #include <cmath>
+#include <gtest/gtest.h>
 #include <limits>
 
 namespace ostrel {

@@ -6,6 +6,8 @@
 #include "polytools/poly_tools_view_model.h"
 #include "support/scripted_desktop.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel::testing {
 
 class PolyToolsController : public ::testing::Test {

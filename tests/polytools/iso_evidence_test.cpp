@@ -2,6 +2,8 @@
 
 #include "support/fake_bwfmetaedit.h"
 
+#include <gtest/gtest.h>
+
 using namespace Qt::StringLiterals;
 
 namespace ostrel {

@@ -3,6 +3,7 @@
 #include "support/test_folder.h"
 
 #include <QSet>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {

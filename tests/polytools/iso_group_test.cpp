@@ -1,5 +1,9 @@
 #include "polytools/records/iso_group.h"
 
+#include "poly_fixture.h"
+
+#include <gtest/gtest.h>
+
 using namespace Qt::StringLiterals;
 
 namespace ostrel {
@@ -19,16 +23,10 @@ ISOGroupCandidate groupOf(std::vector<ISOFile> files) {
     return group;
 }
 
-QStringList names(const std::vector<ISOFile>& files) {
-    QStringList result;
-    for (const ISOFile& file : files) result << file.fileName;
-    return result;
-}
-
 QStringList sortedByName(const QStringList& input) {
     std::vector<ISOFile> files;
     for (const QString& name : input) files.push_back(named(name));
-    return names(sortISOsByTrackName(files));
+    return testing::fileNames(sortISOsByTrackName(files));
 }
 
 TEST(ISOGroup, WordsOfConfidenceAndMethod) {
@@ -54,14 +52,15 @@ TEST(ISOGroup, SuggestedNameComesFromSceneAndTake) {
 
 TEST(ISOGroup, FilesWithChannelIndicesSortByThem) {
     EXPECT_EQ(
-        names(groupOf({named(u"a_Boom.wav"_s, 3), named(u"b_Lav.wav"_s, 1), named(u"c_MixL.wav"_s, 2)}).sortedISOs()),
+        testing::fileNames(
+            groupOf({named(u"a_Boom.wav"_s, 3), named(u"b_Lav.wav"_s, 1), named(u"c_MixL.wav"_s, 2)}).sortedISOs()),
         (QStringList{u"b_Lav.wav"_s, u"c_MixL.wav"_s, u"a_Boom.wav"_s}));
 }
 
 TEST(ISOGroup, FilesWithoutChannelIndicesFollowInNameOrder) {
-    EXPECT_EQ(names(groupOf({named(u"a_Boom.wav"_s), named(u"b_Lav.wav"_s, 9), named(u"c_MixL.wav"_s),
-                             named(u"d_X.wav"_s, 4)})
-                        .sortedISOs()),
+    EXPECT_EQ(testing::fileNames(groupOf({named(u"a_Boom.wav"_s), named(u"b_Lav.wav"_s, 9), named(u"c_MixL.wav"_s),
+                                          named(u"d_X.wav"_s, 4)})
+                                     .sortedISOs()),
               (QStringList{u"d_X.wav"_s, u"b_Lav.wav"_s, u"c_MixL.wav"_s, u"a_Boom.wav"_s}));
 }
 

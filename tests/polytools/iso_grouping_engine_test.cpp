@@ -13,6 +13,7 @@
 #include <QJsonObject>
 #include <QMap>
 #include <QSet>
+#include <gtest/gtest.h>
 #include <random>
 
 using namespace Qt::StringLiterals;
@@ -54,20 +55,14 @@ private:
     QString record_;
 };
 
-QStringList names(const std::vector<ISOFile>& files) {
-    QStringList result;
-    for (const ISOFile& file : files) result << file.fileName;
-    return result;
-}
-
 QStringList described(const GroupingResult& result) {
     QStringList lines;
     for (const ISOGroupCandidate& group : result.groups) {
         lines << QStringLiteral("%1 %2 %3: %4")
                      .arg(rawText(group.confidence), rawText(group.groupingMethod), group.suggestedOutputName(),
-                          names(group.isoFiles).join(u' '));
+                          testing::fileNames(group.isoFiles).join(u' '));
     }
-    return lines << u"ungrouped: "_s + names(result.ungroupedFiles).join(u' ');
+    return lines << u"ungrouped: "_s + testing::fileNames(result.ungroupedFiles).join(u' ');
 }
 
 ISOFile record(const QString& url, double duration = 10) {
@@ -228,7 +223,7 @@ TEST_F(PileTest, EveryStrategyTakesWhatIsItsOwn) {
     EXPECT_EQ(result.lowConfidenceCount, 2);
     EXPECT_EQ(result.summary(), u"Found 7 groups, (2 low-confidence), 1 ungrouped"_s);
     EXPECT_EQ(result.groups[3].timecode, u"00:00:02:00"_s);
-    EXPECT_EQ(names(result.groups[0].sortedISOs()).first(), u"scene9_MixL.wav"_s);
+    EXPECT_EQ(testing::fileNames(result.groups[0].sortedISOs()).first(), u"scene9_MixL.wav"_s);
 }
 
 TEST_F(PileTest, ShuffledInputChangesNothing) {

@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
+#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 

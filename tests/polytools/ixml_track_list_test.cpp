@@ -2,6 +2,8 @@
 
 #include "poly_fixture.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

@@ -8,6 +8,8 @@
 #include "polytools/split/iso_output_folder.h"
 #include "polytools/split/poly_file_reader.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

@@ -7,6 +7,8 @@
 #include "poly_fixture.h"
 #include "polytools/records/wave_data.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

@@ -4,7 +4,7 @@
 #include "platform/files/standard_folders.h"
 #include "platform/paths.h"
 
-#include <QStandardPaths>
+#include <gtest/gtest.h>
 
 namespace ostrel::testing {
 namespace {
@@ -29,8 +29,8 @@ void write(const QString& path, const WaveSpec& spec) {
 
 PolyEngineTools toolsWithoutBwfmetaedit() {
     PolyEngineTools tools;
-    tools.ffmpegPath = QStandardPaths::findExecutable(QStringLiteral("ffmpeg"));
-    tools.ffprobePath = QStandardPaths::findExecutable(QStringLiteral("ffprobe"));
+    tools.ffmpegPath = installedTool(QStringLiteral("ffmpeg"));
+    tools.ffprobePath = installedTool(QStringLiteral("ffprobe"));
     return tools;
 }
 
@@ -120,7 +120,5 @@ const ProcessingLogEntry* entryWith(const std::vector<ProcessingLogEntry>& log, 
     }
     return nullptr;
 }
-
-QStringList namesIn(const QString& folder) { return QDir(folder).entryList(QDir::Files | QDir::Hidden, QDir::Name); }
 
 } // namespace ostrel::testing

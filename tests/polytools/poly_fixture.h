@@ -41,7 +41,11 @@ QByteArray ixmlOfFile(const QString& path);
 QStringList messages(const std::vector<ProcessingLogEntry>& log);
 const ProcessingLogEntry* entryWith(const std::vector<ProcessingLogEntry>& log, const QString& text);
 
-// File names of a folder, in order.
-QStringList namesIn(const QString& folder);
+// The file names of a list, in its order.
+inline QStringList fileNames(const std::vector<ISOFile>& files) {
+    QStringList result;
+    for (const ISOFile& file : files) result << file.fileName;
+    return result;
+}
 
 } // namespace ostrel::testing

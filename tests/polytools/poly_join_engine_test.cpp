@@ -4,6 +4,8 @@
 #include "platform/paths.h"
 #include "poly_fixture.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

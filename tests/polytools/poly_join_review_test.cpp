@@ -1,6 +1,8 @@
 // What a person changes in the groups before they are joined.
 #include "controller_fixture.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

@@ -9,6 +9,7 @@
 #include "polytools/split/poly_split_engine.h"
 
 #include <QCryptographicHash>
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 namespace ostrel {

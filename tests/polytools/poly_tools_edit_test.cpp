@@ -3,6 +3,8 @@
 #include "platform/paths.h"
 #include "polytools/preview/preview_files.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

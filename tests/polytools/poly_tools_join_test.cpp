@@ -5,6 +5,8 @@
 #include "polytools/records/iso_ordering.h"
 #include "polytools/records/poly_names.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

@@ -2,6 +2,8 @@
 #include "controller_fixture.h"
 #include "platform/paths.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

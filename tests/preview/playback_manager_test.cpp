@@ -8,7 +8,7 @@
 
 #include <QDirIterator>
 #include <QSettings>
-#include <QStandardPaths>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {
@@ -30,7 +30,7 @@ struct PlaybackManagerTest : ::testing::Test {
     void SetUp() override {
         qputenv("TMPDIR", temporary.path().toUtf8());
         qputenv("OSTREL_RESOURCE_FOLDER", folder.path(QStringLiteral("resources")).toUtf8());
-        putFFmpeg(QStringLiteral("exec '%1' \"$@\"").arg(QStandardPaths::findExecutable(QStringLiteral("ffmpeg"))));
+        putFFmpeg(QStringLiteral("exec '%1' \"$@\"").arg(testing::installedTool(QStringLiteral("ffmpeg"))));
         QSettings().remove(QStringLiteral("previewRouting"));
     }
     void TearDown() override {
@@ -210,7 +210,7 @@ TEST_F(PlaybackManagerTest, AFileThatIsStillDecodedCountsAsTheSource) {
     PlaybackManager manager(output);
     InterleaveGroup pair = group({QStringLiteral("L"), QStringLiteral("R")});
     const QString left = folder.path(QStringLiteral("left.m4a"));
-    ASSERT_TRUE(ChildProcess::runForResult(QStandardPaths::findExecutable(QStringLiteral("ffmpeg")),
+    ASSERT_TRUE(ChildProcess::runForResult(testing::installedTool(QStringLiteral("ffmpeg")),
                                            {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"),
                                             pair.channelFiles.value(QStringLiteral("L")), QStringLiteral("-c:a"),
                                             QStringLiteral("alac"), left})
@@ -259,8 +259,7 @@ TEST_F(PlaybackManagerTest, AFailedStereoPreviewStaysInSourceWithTheToggleOn) {
 }
 
 TEST_F(PlaybackManagerTest, APreviewThatComesTooLateLeavesTheNewSelectionAlone) {
-    putFFmpeg(
-        QStringLiteral("sleep 0.3\nexec '%1' \"$@\"").arg(QStandardPaths::findExecutable(QStringLiteral("ffmpeg"))));
+    putFFmpeg(QStringLiteral("sleep 0.3\nexec '%1' \"$@\"").arg(testing::installedTool(QStringLiteral("ffmpeg"))));
     PlaybackManager manager(output);
     manager.loadGroup(group({QStringLiteral("L"), QStringLiteral("R")}), ChannelLayout::stereo, AppMode::interleave,
                       48000, 24);

@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <cmath>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {

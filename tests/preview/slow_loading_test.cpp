@@ -7,7 +7,7 @@
 #include "support/sound.h"
 #include "support/test_folder.h"
 
-#include <QStandardPaths>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {
@@ -18,12 +18,12 @@ using testing::TestFolder;
 using testing::waitUntil;
 using testing::writeSound;
 
-constexpr qint64 kFrames = 48'000;
+constexpr qint64 kLongFrames = 48'000;
 
 struct SlowLoadingTest : ::testing::Test {
     TestFolder folder;
     DiskOutput disk;
-    QString realFfmpeg = QStandardPaths::findExecutable(QStringLiteral("ffmpeg"));
+    QString realFfmpeg = testing::installedTool(QStringLiteral("ffmpeg"));
     // Says that it began, waits until it may go on, and says that it is done.
     QString slowFfmpeg =
         folder.writeScript(QStringLiteral("slow-ffmpeg"), QStringLiteral("cd '%1'\n"
@@ -35,12 +35,12 @@ struct SlowLoadingTest : ::testing::Test {
                                                                          "exit $status")
                                                               .arg(folder.path(), realFfmpeg));
 
-    QString sound(const QString& name, qint64 frames = kFrames, int channel = 0) {
+    QString sound(const QString& name, qint64 frames = kLongFrames, int channel = 0) {
         const auto signal = [channel](int, qint64 frame) { return markedSample(channel, frame); };
         return writeSound(folder.path(name), 1, frames, signal);
     }
     // Lossless, in a container that libsndfile doesn't know.
-    QString compressed(const QString& name, qint64 frames = kFrames, int channel = 0) {
+    QString compressed(const QString& name, qint64 frames = kLongFrames, int channel = 0) {
         const QString path = folder.path(name);
         const ProcessResult encoding =
             ChildProcess::runForResult(realFfmpeg, {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"),
@@ -113,7 +113,7 @@ TEST_F(SlowEngineTest, ALaterLoadSupersedesTheOneThatIsDecoded) {
     engine.load(compressed(QStringLiteral("a.m4a")));
     ASSERT_TRUE(waitForBegin());
     engine.play();
-    engine.load(sound(QStringLiteral("b.wav"), 2 * kFrames));
+    engine.load(sound(QStringLiteral("b.wav"), 2 * kLongFrames));
     EXPECT_TRUE(engine.isLoaded.value());
     EXPECT_FALSE(engine.isLoading.value());
     go();
@@ -142,7 +142,7 @@ TEST_F(SlowEngineTest, PlayingWaitsForTheFile) {
     go();
     ASSERT_TRUE(waitUntil([&] { return finished == 1; }));
     const std::vector<float> heard = disk.heard(0);
-    ASSERT_EQ(heard.size(), static_cast<std::size_t>(kFrames));
+    ASSERT_EQ(heard.size(), static_cast<std::size_t>(kLongFrames));
     for (std::size_t frame = 0; frame < heard.size(); ++frame) {
         ASSERT_EQ(heard[frame], markedSample(0, static_cast<qint64>(frame))) << frame;
     }
@@ -192,8 +192,8 @@ TEST_F(SlowLoadingTest, AnEngineOrMixerThatIsGoneIsNotResumedInto) {
 }
 
 TEST_F(SlowMixerTest, EventsGoOnWhileAMixIsDecodedAndThenItPlaysInStep) {
-    const QString first = compressed(QStringLiteral("Take_T1.m4a"), kFrames, 1);
-    const QString second = sound(QStringLiteral("Take_T2.wav"), kFrames, 2);
+    const QString first = compressed(QStringLiteral("Take_T1.m4a"), kLongFrames, 1);
+    const QString second = sound(QStringLiteral("Take_T2.wav"), kLongFrames, 2);
     mixer.loadMix({first, folder.path(QStringLiteral("none.wav")), second});
     EXPECT_TRUE(mixer.isLoading.value());
     EXPECT_FALSE(mixer.isLoaded.value());
@@ -219,8 +219,8 @@ TEST_F(SlowMixerTest, EventsGoOnWhileAMixIsDecodedAndThenItPlaysInStep) {
 }
 
 TEST_F(SlowMixerTest, WhatIsChosenWhileItLoadsHolds) {
-    const QStringList isos{compressed(QStringLiteral("Take_T1.m4a"), kFrames, 1),
-                           sound(QStringLiteral("Take_T2.wav"), kFrames, 2)};
+    const QStringList isos{compressed(QStringLiteral("Take_T1.m4a"), kLongFrames, 1),
+                           sound(QStringLiteral("Take_T2.wav"), kLongFrames, 2)};
     mixer.loadMix(isos, sound(QStringLiteral("Take.wav")));
     EXPECT_EQ(mixer.sourceURLs(), isos);
     mixer.soloExclusive(1);
@@ -262,7 +262,7 @@ TEST_F(SlowMixerTest, ALaterLoadSupersedesTheOneThatIsDecoded) {
     mixer.setPolySource(sound(QStringLiteral("Take.wav")));
     mixer.play();
     ASSERT_TRUE(waitForBegin());
-    const QString other = sound(QStringLiteral("b.wav"), 2 * kFrames);
+    const QString other = sound(QStringLiteral("b.wav"), 2 * kLongFrames);
     mixer.loadSingle(other);
     EXPECT_TRUE(mixer.isLoaded.value());
     go();

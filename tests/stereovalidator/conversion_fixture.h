@@ -31,10 +31,6 @@ inline Decoded decoded(const QString& file) {
     return result;
 }
 
-inline QStringList namesIn(const QString& folder) {
-    return QDir(folder).entryList(QDir::Files | QDir::Hidden, QDir::Name);
-}
-
 class ConversionTest : public ::testing::Test {
 protected:
     static constexpr qint64 kFrames = 20000; // more than two blocks, and not a whole number of them

@@ -10,6 +10,7 @@
 #include "support/wave_file.h"
 
 #include <cmath>
+#include <gtest/gtest.h>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <sndfile.h>
@@ -18,12 +19,12 @@ namespace ostrel {
 namespace {
 
 using Class = StereoClassification;
+using testing::kRate;
 using testing::SampleFormat;
+using testing::scaled;
 using testing::StereoFrame;
 using testing::StereoSignal;
 using testing::TestFolder;
-
-constexpr int kRate = 8000;
 
 QString writeStereo(const QString& path, const StereoSignal& signal, double seconds = 3,
                     SampleFormat format = SampleFormat::float32, int rate = kRate) {
@@ -31,13 +32,6 @@ QString writeStereo(const QString& path, const StereoSignal& signal, double seco
         return channel == 0 ? signal(frame).left : signal(frame).right;
     };
     return testing::writeSound(path, 2, qint64(seconds * rate), sample, rate, format);
-}
-
-StereoSignal scaled(double left, double right) {
-    return [=](qint64 frame) {
-        const double value = 0.5 * testing::noiseAt(1, frame);
-        return StereoFrame{float(left * value), float(right * value)};
-    };
 }
 
 StereoValidatorResult analyze(const QString& file, const QString& ffmpegPath = QString()) {

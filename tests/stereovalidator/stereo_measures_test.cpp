@@ -5,6 +5,7 @@
 #include "support/test_folder.h"
 
 #include <cmath>
+#include <gtest/gtest.h>
 #include <limits>
 #include <numbers>
 

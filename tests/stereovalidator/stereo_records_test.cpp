@@ -3,6 +3,7 @@
 #include "stereovalidator/stereo_validator_result.h"
 #include "support/test_folder.h"
 
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 namespace ostrel {

@@ -88,4 +88,11 @@ StereoSignal correlatedTones(double correlation, int rate, double amplitude) {
     };
 }
 
+StereoSignal scaled(double left, double right) {
+    return [=](qint64 frame) {
+        const double value = 0.5 * noiseAt(1, frame);
+        return StereoFrame{float(left * value), float(right * value)};
+    };
+}
+
 } // namespace ostrel::testing

@@ -34,6 +34,12 @@ std::vector<float> rightOf(const StereoSignal& signal, qint64 frames);
 // White noise in -1..1 that depends on seed and frame alone.
 double noiseAt(quint32 seed, qint64 frame);
 
+// The rate of most of the test's recordings: low, to be quick.
+constexpr int kRate = 8000;
+
+// One noise at half of full scale, times a factor for either side.
+StereoSignal scaled(double left, double right);
+
 // A tone with a whole number of periods in a second: sine in the left channel, and in the right one a share of the same
 // sine with the rest as cosine. Over whole seconds the correlation is `correlation` by calculation, and both channels
 // have an RMS of amplitude / sqrt(2).

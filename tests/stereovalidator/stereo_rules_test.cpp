@@ -2,6 +2,7 @@
 #include "support/test_folder.h"
 
 #include <cmath>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {

@@ -10,6 +10,7 @@
 
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,20 +18,13 @@ namespace ostrel {
 namespace {
 
 using Class = StereoClassification;
+using testing::kRate;
+using testing::scaled;
 using testing::ScriptedDesktop;
 using testing::StereoFrame;
 using testing::StereoSignal;
 using testing::TestFolder;
 using testing::waitUntil;
-
-constexpr int kRate = 8000;
-
-StereoSignal scaled(double left, double right) {
-    return [=](qint64 frame) {
-        const double value = 0.5 * testing::noiseAt(1, frame);
-        return StereoFrame{float(left * value), float(right * value)};
-    };
-}
 
 class ValidatorTest : public ::testing::Test {
 protected:

@@ -4,6 +4,7 @@
 #include "foundation/run/journal.h"
 #include "support/test_folder.h"
 
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 

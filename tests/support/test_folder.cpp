@@ -11,6 +11,7 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
+#include <QStandardPaths>
 #include <gtest/gtest.h>
 
 void PrintTo(const QString& text, std::ostream* stream) { *stream << '"' << text.toStdString() << '"'; }
@@ -80,5 +81,9 @@ bool waitUntil(const std::function<bool()>& condition, int limit) {
     }
     return true;
 }
+
+QStringList namesIn(const QString& folder) { return QDir(folder).entryList(QDir::Files | QDir::Hidden, QDir::Name); }
+
+QString installedTool(const QString& name) { return QStandardPaths::findExecutable(name); }
 
 } // namespace ostrel::testing

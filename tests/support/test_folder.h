@@ -25,6 +25,9 @@ private:
 
 QByteArray readAll(const QString& path);
 
+// The names of a folder's files, hidden ones too, by name.
+QStringList namesIn(const QString& folder);
+
 // What must not change: contents, size and modification time of every file below a folder, by path.
 QStringList fingerprint(const QString& folder);
 QString fingerprintOf(const QString& file);
@@ -37,6 +40,14 @@ QString debugLog();
 
 // A program of this build ("ostrel-cli").
 QString builtProgram(const QString& name);
+
+// The machine's own tool ("ffmpeg"); empty where it has none.
+QString installedTool(const QString& name);
+
+using Qt::StringLiterals::operator""_s; // which ours would hide
+inline QString operator""_s(const char* text, std::size_t size) {
+    return QString::fromUtf8(text, static_cast<qsizetype>(size));
+}
 
 // Runs the event loop until the condition holds. False after the time limit (milliseconds).
 bool waitUntil(const std::function<bool()>& condition, int limit = 240'000);

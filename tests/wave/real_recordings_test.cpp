@@ -4,6 +4,7 @@
 #include "wave/wave_layout.h"
 
 #include <QDirIterator>
+#include <gtest/gtest.h>
 
 namespace ostrel {
 namespace {

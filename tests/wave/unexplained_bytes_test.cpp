@@ -2,6 +2,8 @@
 // gone.
 #include "wave/wave_bytes.h"
 
+#include <gtest/gtest.h>
+
 namespace ostrel {
 namespace {
 

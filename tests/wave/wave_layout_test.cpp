@@ -1,5 +1,6 @@
 #include "wave/wave_bytes.h"
 
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 namespace ostrel {

@@ -10,7 +10,7 @@
 namespace ostrel {
 namespace {
 
-constexpr int kCellMargin = 7;
+constexpr int kBadgeCellMargin = 7;
 constexpr int kChipGap = 3;
 
 // The cell without its content: selection, alternate rows, focus.
@@ -58,7 +58,7 @@ void StatusBadge::paint(QPainter* painter, const QStyleOptionViewItem& option, c
     painter->save();
     painter->setClipRect(cell.rect);
     painter->setFont(cell.font);
-    paintBadge(*painter, cell.rect.adjusted(kCellMargin, 0, -kCellMargin, 0), badge.value<Badge>(),
+    paintBadge(*painter, cell.rect.adjusted(kBadgeCellMargin, 0, -kBadgeCellMargin, 0), badge.value<Badge>(),
                themeOf(cell.palette));
     painter->restore();
 }
@@ -110,10 +110,10 @@ std::vector<QRect> ChannelIndicators::chipRects(const ChannelChips& chips, const
     std::vector<ChannelBadge> badges = badgesOf(chips);
     int total = 0;
     for (const ChannelBadge& badge : badges) total += badge.width(metrics) + kChipGap;
-    const int room = cell.width() - 2 * kCellMargin + kChipGap;
+    const int room = cell.width() - 2 * kBadgeCellMargin + kChipGap;
     const double scale = total > room && total > 0 ? static_cast<double>(room) / total : 1;
     std::vector<QRect> rects;
-    double left = cell.left() + kCellMargin;
+    double left = cell.left() + kBadgeCellMargin;
     for (const ChannelBadge& badge : badges) {
         const double step = (badge.width(metrics) + kChipGap) * scale;
         const int height = std::min(std::max(badge.badgeHeight, metrics.height() + 2), cell.height() - 2);

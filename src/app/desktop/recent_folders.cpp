@@ -9,12 +9,12 @@ namespace ostrel {
 namespace {
 
 constexpr int kKept = 8;
-const QString kKey = QStringLiteral("recentFolders");
+const QString kRecentFolders = QStringLiteral("recentFolders");
 
 } // namespace
 
 QStringList recentFolders() {
-    QStringList folders = QSettings().value(kKey).toStringList();
+    QStringList folders = QSettings().value(kRecentFolders).toStringList();
     folders.removeIf([](const QString& folder) { return !paths::isFolder(folder); });
     return folders;
 }
@@ -28,7 +28,7 @@ void rememberFolder(const QString& folder) {
     QStringList folders = recentFolders();
     folders.removeAll(folder);
     folders.prepend(folder);
-    QSettings().setValue(kKey, folders.first(std::min<qsizetype>(kKept, folders.size())));
+    QSettings().setValue(kRecentFolders, folders.first(std::min<qsizetype>(kKept, folders.size())));
 }
 
 } // namespace ostrel

@@ -12,7 +12,7 @@ const QString kService = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString kPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString kInterface = QStringLiteral("org.freedesktop.portal.Settings");
 const QString kSpace = QStringLiteral("org.freedesktop.appearance");
-const QString kKey = QStringLiteral("color-scheme");
+const QString kColorScheme = QStringLiteral("color-scheme");
 
 } // namespace
 
@@ -27,7 +27,7 @@ SystemAppearance::SystemAppearance(Shade fallback, const QDBusConnection& bus)
 
 void SystemAppearance::ask() {
     QDBusMessage call = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("Read"));
-    call.setArguments({kSpace, kKey});
+    call.setArguments({kSpace, kColorScheme});
     auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call, 2000), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         const QDBusPendingReply<QDBusVariant> reply = *watcher;
@@ -37,7 +37,7 @@ void SystemAppearance::ask() {
 }
 
 void SystemAppearance::settingChanged(const QString& space, const QString& key, const QDBusVariant& value) {
-    if (space == kSpace && key == kKey) take(value.variant());
+    if (space == kSpace && key == kColorScheme) take(value.variant());
 }
 
 // 0: no preference, 1: dark, 2: light. `Read` wraps the number in a second variant.

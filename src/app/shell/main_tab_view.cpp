@@ -13,6 +13,7 @@
 
 #include <QActionGroup>
 #include <QCloseEvent>
+#include <QDir>
 #include <QDragEnterEvent>
 #include <QMenuBar>
 #include <QMimeData>

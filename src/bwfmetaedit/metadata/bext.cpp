@@ -8,7 +8,7 @@ namespace ostrel::bwfmetaedit {
 
 namespace {
 
-constexpr std::size_t kTimeReference = 338;
+constexpr std::size_t kTimeReferenceOffset = 338;
 constexpr std::size_t kVersion = 346;
 constexpr std::size_t kUmid = 348;
 constexpr std::size_t kLoudness = 412;
@@ -31,7 +31,7 @@ Bext Bext::parse(std::string_view chunk) {
     for (std::size_t i = 0; i < kBextTextSizes.size(); offset += kBextTextSizes[i++]) {
         if (holds(offset, kBextTextSizes[i])) bext.texts[i].bytes = untilNul(chunk.substr(offset, kBextTextSizes[i]));
     }
-    if (holds(kTimeReference, 8)) bext.timeReference = littleEndian<std::uint64_t>(chunk, kTimeReference);
+    if (holds(kTimeReferenceOffset, 8)) bext.timeReference = littleEndian<std::uint64_t>(chunk, kTimeReferenceOffset);
     if (holds(kVersion, 2)) bext.version = littleEndian<std::uint16_t>(chunk, kVersion);
     if (bext.version >= 1 && holds(kUmid, kUmidSize)) {
         std::copy_n(chunk.begin() + kUmid, kUmidSize, bext.umid.begin());
@@ -51,7 +51,7 @@ std::string Bext::serialize() const {
         const std::string text = storedForm(texts[i]).substr(0, kBextTextSizes[i]);
         chunk.replace(offset, text.size(), text);
     }
-    putLittleEndian(chunk, kTimeReference, timeReference);
+    putLittleEndian(chunk, kTimeReferenceOffset, timeReference);
     putLittleEndian(chunk, kVersion, version);
     if (version >= 1) std::copy(umid.begin(), umid.end(), chunk.begin() + kUmid);
     for (std::size_t i = 0; version >= 2 && i < LoudnessCount; ++i) {

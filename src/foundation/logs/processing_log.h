@@ -10,6 +10,10 @@ namespace ostrel {
 
 enum class LogLevel { info, success, warning, error };
 enum class LogCategory { scan, process, metadata, cleanup, system };
+// What a job says most.
+inline constexpr LogCategory kScan = LogCategory::scan;
+inline constexpr LogCategory kProcess = LogCategory::process;
+inline constexpr LogCategory kMetadata = LogCategory::metadata;
 
 QString rawText(LogLevel level);       // "INFO", "OK", "WARN", "ERROR"
 QString rawText(LogCategory category); // "SCAN", "PROCESS", "META", "CLEANUP", "SYSTEM"

@@ -13,7 +13,6 @@ namespace ostrel {
 namespace {
 
 using Json = nlohmann::json;
-using Kind = FFProbeError::Kind;
 
 QByteArray runFFProbe(const QString& ffprobePath, const QString& streamEntries, const QString& path) {
     const QStringList arguments{
@@ -23,9 +22,10 @@ QByteArray runFFProbe(const QString& ffprobePath, const QString& streamEntries, 
     try {
         ProcessResult result = ChildProcess::runForResult(ffprobePath, arguments, limitsByFileSize({path}));
         if (result.succeeded()) return result.standardOutput;
-        throw FFProbeError(Kind::probeFailure, result.errorText(QStringLiteral("Unknown error")).trimmed());
+        throw FFProbeError(FFProbeError::Kind::probeFailure,
+                           result.errorText(QStringLiteral("Unknown error")).trimmed());
     } catch (const ProcessLaunchError& error) {
-        throw FFProbeError(Kind::processLaunchFailure,
+        throw FFProbeError(FFProbeError::Kind::processLaunchFailure,
                            QStringLiteral("Could not start ffprobe: %1").arg(error.description));
     }
 }
@@ -85,27 +85,27 @@ struct Parsed {
 Parsed parse(const QByteArray& json) {
     Parsed result;
     result.document = Json::parse(json.begin(), json.end(), nullptr, false);
-    if (!result.document.is_object()) throw FFProbeError(Kind::invalidJSON);
+    if (!result.document.is_object()) throw FFProbeError(FFProbeError::Kind::invalidJSON);
     const Json* streams = member(result.document, "streams");
     if (!streams || !streams->is_array() || streams->empty() || !streams->front().is_object()) {
-        throw FFProbeError(Kind::noAudioStream);
+        throw FFProbeError(FFProbeError::Kind::noAudioStream);
     }
     result.stream = streams->front();
     const Json& stream = result.stream;
     AudioFileInfo& info = result.info;
 
     const std::optional<int> rate = textOrNumber(member(stream, "sample_rate"));
-    if (!rate) throw FFProbeError(Kind::missingSampleRate);
+    if (!rate) throw FFProbeError(FFProbeError::Kind::missingSampleRate);
     info.sampleRate = *rate;
     info.bitDepth = number(member(stream, "bits_per_sample")).value_or(0);
     info.bitsPerRawSample = textOrNumber(member(stream, "bits_per_raw_sample"));
     if (info.bitsPerRawSample.value_or(0) <= 0) info.bitsPerRawSample.reset();
     info.sampleFmt = textOrEmpty(stream, "sample_fmt");
     const std::optional<int> channels = number(member(stream, "channels"));
-    if (!channels) throw FFProbeError(Kind::missingChannels);
+    if (!channels) throw FFProbeError(FFProbeError::Kind::missingChannels);
     info.channels = *channels;
     const std::optional<double> duration = findDuration(result.document, stream);
-    if (!duration) throw FFProbeError(Kind::missingDuration);
+    if (!duration) throw FFProbeError(FFProbeError::Kind::missingDuration);
     info.duration = *duration;
     info.codec = textOrEmpty(stream, "codec_name");
     return result;
@@ -142,13 +142,13 @@ FFProbeError::FFProbeError(Kind errorKind, const QString& payload)
 
 QString FFProbeError::errorDescription() const {
     switch (kind) {
-    case Kind::probeFailure: return QStringLiteral("ffprobe failed: ") + text;
-    case Kind::processLaunchFailure: return text;
-    case Kind::invalidJSON: return QStringLiteral("Invalid JSON output from ffprobe");
-    case Kind::noAudioStream: return QStringLiteral("No audio stream found in file");
-    case Kind::missingSampleRate: return QStringLiteral("Could not determine sample rate");
-    case Kind::missingChannels: return QStringLiteral("Could not determine channel count");
-    case Kind::missingDuration: break;
+    case FFProbeError::Kind::probeFailure: return QStringLiteral("ffprobe failed: ") + text;
+    case FFProbeError::Kind::processLaunchFailure: return text;
+    case FFProbeError::Kind::invalidJSON: return QStringLiteral("Invalid JSON output from ffprobe");
+    case FFProbeError::Kind::noAudioStream: return QStringLiteral("No audio stream found in file");
+    case FFProbeError::Kind::missingSampleRate: return QStringLiteral("Could not determine sample rate");
+    case FFProbeError::Kind::missingChannels: return QStringLiteral("Could not determine channel count");
+    case FFProbeError::Kind::missingDuration: break;
     }
     return QStringLiteral("Could not determine duration");
 }

@@ -8,6 +8,7 @@
 #include "platform/processes/tool_limits.h"
 #include "platform/text/text.h"
 
+#include <QFile>
 #include <array>
 #include <cerrno>
 #include <cstring>

@@ -2,6 +2,7 @@
 
 #include "platform/paths.h"
 
+#include <QFile>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>

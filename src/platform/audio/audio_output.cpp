@@ -8,7 +8,7 @@ namespace ostrel {
 namespace {
 
 constexpr int kLookMilliseconds = 20;
-constexpr int kMostChannels = 8; // SDL's
+constexpr int kMostDeviceChannels = 8; // SDL's
 
 [[noreturn]] void failToOpen() {
     throw AudioOutputError(QStringLiteral("No sound device is available: %1").arg(QString::fromUtf8(SDL_GetError())));
@@ -35,7 +35,7 @@ OutputFormat nativeFormat() {
     SDL_AudioSpec spec{};
     if (SDL_GetDefaultAudioInfo(&name, &spec, 0) == 0) {
         if (spec.freq > 0) format.sampleRate = spec.freq;
-        if (spec.channels > 0) format.channels = std::min<int>(spec.channels, kMostChannels);
+        if (spec.channels > 0) format.channels = std::min<int>(spec.channels, kMostDeviceChannels);
     }
     SDL_free(name);
 #endif

@@ -67,6 +67,8 @@ using DateFormat = std::unique_ptr<UDateFormat, CloseDateFormat>;
 
 } // namespace
 
+QString trueOrFalse(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
+
 QString fixed(double value, int digits) { return QString::number(value, 'f', digits); }
 
 QString mediumTime(const QDateTime& time) {

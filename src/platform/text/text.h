@@ -17,6 +17,9 @@ QString freshUuid();
 // The order a person expects: "T2" before "T10", letter case second.
 bool naturalLess(const QString& a, const QString& b);
 
+// "true" or "false", as logs and manifests write a switch.
+QString trueOrFalse(bool value);
+
 // printf-style "%.{digits}f", with a point whatever the locale.
 QString fixed(double value, int digits);
 

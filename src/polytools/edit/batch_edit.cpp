@@ -12,8 +12,6 @@
 namespace ostrel {
 namespace {
 
-constexpr LogCategory kProcess = LogCategory::process;
-
 class BatchEdit {
 public:
     BatchEdit(const BatchEditOptions& options, const PolyEngineTools& tools, const PolyEngineHooks& hooks)

@@ -19,9 +19,6 @@
 namespace ostrel {
 namespace {
 
-constexpr LogCategory kProcess = LogCategory::process;
-constexpr LogCategory kMetadata = LogCategory::metadata;
-
 DomainError filterError(int code, const QString& description) {
     return DomainError(QStringLiteral("ChannelFilter"), code, description);
 }

@@ -13,7 +13,6 @@ namespace ostrel {
 namespace {
 
 using Task = PolyToolsServices::Task;
-constexpr LogCategory kProcess = LogCategory::process;
 
 QString plural(const char* word, qsizetype count) {
     return QString::fromLatin1(word) + (count > 1 ? QStringLiteral("s") : QString());

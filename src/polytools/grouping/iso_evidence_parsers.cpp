@@ -12,7 +12,7 @@ namespace ostrel {
 namespace {
 
 // One TRACK of an iXML document.
-struct TrackInfo {
+struct IxmlTrack {
     QString nameRaw;
     QString nameNorm;
     int interleave = 0;
@@ -70,8 +70,8 @@ QString timecodeIn(const QStringList& lines) {
 }
 
 // A track without both indices can't be ordered; it is told of in `messages`.
-std::vector<TrackInfo> tracksOf(const QString& ixml, const QString& fileName, QStringList& messages) {
-    std::vector<TrackInfo> tracks;
+std::vector<IxmlTrack> tracksOf(const QString& ixml, const QString& fileName, QStringList& messages) {
+    std::vector<IxmlTrack> tracks;
     for (const IxmlElement& element : allElementsAcrossLines(ixml, u"TRACK")) {
         const QString block = element.innerText(ixml);
         const auto name = plainElement(block, u"NAME", true);
@@ -89,9 +89,9 @@ std::vector<TrackInfo> tracksOf(const QString& ixml, const QString& fileName, QS
     return tracks;
 }
 
-QString listed(const std::vector<TrackInfo>& tracks) {
+QString listed(const std::vector<IxmlTrack>& tracks) {
     QStringList items;
-    for (const TrackInfo& track : tracks)
+    for (const IxmlTrack& track : tracks)
         items << QStringLiteral("%1(Ch%2)").arg(track.nameRaw, QString::number(track.channel));
     return items.join(QStringLiteral(", "));
 }
@@ -101,18 +101,18 @@ bool oneHoldsTheOther(const QString& a, const QString& b) {
 }
 
 struct TrackMatch {
-    const TrackInfo* track = nullptr;
+    const IxmlTrack* track = nullptr;
     QString message;
 };
 
-TrackMatch bestMatch(const std::vector<TrackInfo>& tracks, const QString& candidate, const QString& normalized) {
-    const auto exact = std::ranges::find(tracks, normalized, &TrackInfo::nameNorm);
+TrackMatch bestMatch(const std::vector<IxmlTrack>& tracks, const QString& candidate, const QString& normalized) {
+    const auto exact = std::ranges::find(tracks, normalized, &IxmlTrack::nameNorm);
     if (exact != tracks.end()) {
         return {&*exact,
                 QStringLiteral("✅ [iXML] Exact match: '%1' for candidate '%2'").arg(exact->nameRaw, candidate)};
     }
     const auto contains = std::ranges::find_if(
-        tracks, [&](const TrackInfo& track) { return oneHoldsTheOther(track.nameNorm, normalized); });
+        tracks, [&](const IxmlTrack& track) { return oneHoldsTheOther(track.nameNorm, normalized); });
     if (contains != tracks.end()) {
         return {&*contains,
                 QStringLiteral("✅ [iXML] Contains match: '%1' for candidate '%2'").arg(contains->nameRaw, candidate)};
@@ -158,7 +158,7 @@ TrackSearch findTrack(const QString& ixml, const QString& fileName) {
     TrackSearch search;
     search.messages << QStringLiteral("🔍 [iXML] Looking for track matching '%1' (normalized: '%2') in %3")
                            .arg(candidate, normalized, fileName);
-    const std::vector<TrackInfo> tracks = tracksOf(ixml, fileName, search.messages);
+    const std::vector<IxmlTrack> tracks = tracksOf(ixml, fileName, search.messages);
     search.messages
         << QStringLiteral("🔍 [iXML] Found %1 tracks: %2").arg(QString::number(tracks.size()), listed(tracks));
     const TrackMatch match = bestMatch(tracks, candidate, normalized);

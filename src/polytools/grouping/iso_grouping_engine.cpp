@@ -105,8 +105,8 @@ ISOGroupingEngine::ISOGroupingEngine(const QString& ffprobePath, const QString& 
     : ffprobePath_(ffprobePath), bwfmetaeditPath_(bwfmetaeditPath), hooks_(std::move(hooks)) {}
 
 GroupingResult ISOGroupingEngine::groupISOFilesInFolder(const QString& folderURL, bool recursive) const {
-    logGrouping(QStringLiteral("🔍 [Grouping] Starting scan of: %1 (recursive: %2)")
-                    .arg(folderURL, recursive ? QStringLiteral("true") : QStringLiteral("false")));
+    logGrouping(
+        QStringLiteral("🔍 [Grouping] Starting scan of: %1 (recursive: %2)").arg(folderURL, trueOrFalse(recursive)));
     Found found = scanForISOFiles({folderURL}, recursive);
     logGrouping(QStringLiteral("✅ [Grouping] Found %1 mono ISO files").arg(found.files.size()));
     GroupingResult result = processISOFiles(std::move(found.files));

@@ -11,8 +11,6 @@
 namespace ostrel {
 namespace {
 
-constexpr LogCategory kScan = LogCategory::scan;
-
 class Loader {
 public:
     Loader(const PolyEngineTools& tools, const PolyEngineHooks& hooks)

@@ -8,8 +8,6 @@
 namespace ostrel {
 namespace {
 
-constexpr LogCategory kProcess = LogCategory::process;
-
 class BatchJoin {
 public:
     BatchJoin(const PolyEngineTools& tools, const PolyEngineHooks& hooks, const std::vector<ISOGroupCandidate>& groups,

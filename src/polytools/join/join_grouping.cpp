@@ -9,7 +9,6 @@ namespace ostrel {
 namespace {
 
 using Task = PolyToolsServices::Task;
-constexpr LogCategory kScan = LogCategory::scan;
 
 // What is to be grouped: a folder, folders, or files.
 struct Pile {

@@ -14,8 +14,6 @@
 namespace ostrel {
 namespace {
 
-constexpr LogCategory kProcess = LogCategory::process;
-constexpr LogCategory kMetadata = LogCategory::metadata;
 constexpr qsizetype kErrorTextLength = 300;
 
 class Join {

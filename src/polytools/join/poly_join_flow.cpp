@@ -17,8 +17,6 @@ namespace ostrel {
 namespace {
 
 using Task = PolyToolsServices::Task;
-constexpr LogCategory kScan = LogCategory::scan;
-constexpr LogCategory kProcess = LogCategory::process;
 
 QStringList urlsOf(const RecordList<ISOFile>& files) {
     QStringList urls;

@@ -4,6 +4,7 @@
 #include "platform/diagnostics.h"
 #include "platform/files/unique_files.h"
 #include "platform/paths.h"
+#include "platform/text/text.h"
 
 namespace ostrel {
 namespace {
@@ -15,8 +16,6 @@ ProcessingLogEntry entryOf(LogLevel level, LogCategory category, const QString& 
     entry.message = message;
     return entry;
 }
-
-QString word(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
 
 } // namespace
 
@@ -47,7 +46,7 @@ void PolyToolsServices::takeTools() {
     }
     info(LogCategory::system,
          QStringLiteral("Tools checked: ffmpeg=%1, bwfmetaedit=%2")
-             .arg(word(state_.ffmpegAvailable.value()), word(state_.bwfmetaeditAvailable.value())));
+             .arg(trueOrFalse(state_.ffmpegAvailable.value()), trueOrFalse(state_.bwfmetaeditAvailable.value())));
 }
 
 // Called on the threads that extract.

@@ -7,6 +7,7 @@
 #include "platform/files/files.h"
 #include "platform/files/unique_files.h"
 #include "platform/paths.h"
+#include "platform/text/text.h"
 #include "polytools/split/iso_output_folder.h"
 #include "polytools/split/poly_file_reader.h"
 #include "polytools/split/poly_split_engine.h"
@@ -68,9 +69,8 @@ private:
         const PolyFileReader reader(tools_.ffprobePath, [this](const QString& line) { log_.debug(line); });
         if (options_.selectedFiles) return readSelection(reader, *options_.selectedFiles);
         if (options_.sourceFolder.isEmpty()) throw batchError(1, "No source folder or files selected");
-        log_.debug(
-            QStringLiteral("🔍 Starting batch scan of: %1 (recursive: %2)")
-                .arg(options_.sourceFolder, options_.recursive ? QStringLiteral("true") : QStringLiteral("false")));
+        log_.debug(QStringLiteral("🔍 Starting batch scan of: %1 (recursive: %2)")
+                       .arg(options_.sourceFolder, trueOrFalse(options_.recursive)));
         PolyFileReader::Scan scan = reader.scan(options_.sourceFolder, options_.recursive);
         for (const QString& sentence : scan.remarks) log_.warning(LogCategory::scan, sentence);
         return std::move(scan.files);

@@ -12,7 +12,6 @@ namespace ostrel {
 namespace {
 
 using Task = PolyToolsServices::Task;
-constexpr LogCategory kScan = LogCategory::scan;
 
 QString plural(const char* word, qsizetype count) {
     return QString::fromLatin1(word) + (count > 1 ? QStringLiteral("s") : QString());

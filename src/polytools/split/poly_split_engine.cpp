@@ -11,8 +11,6 @@
 namespace ostrel {
 namespace {
 
-constexpr LogCategory kProcess = LogCategory::process;
-constexpr LogCategory kMetadata = LogCategory::metadata;
 constexpr qsizetype kErrorTextLength = 200;
 
 // What the poly holds, lifted once for all its ISOs.

@@ -2,6 +2,7 @@
 
 #include "platform/files/files.h"
 #include "platform/paths.h"
+#include "platform/text/text.h"
 #include "polytools/services/poly_tools_reports.h"
 #include "polytools/split/batch_split.h"
 #include "polytools/split/iso_output_folder.h"
@@ -10,9 +11,6 @@ namespace ostrel {
 namespace {
 
 using Task = PolyToolsServices::Task;
-constexpr LogCategory kProcess = LogCategory::process;
-
-QString word(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
 
 } // namespace
 
@@ -203,7 +201,7 @@ void PolySplitFlow::startBatchSplit() {
                        : QStringLiteral("Starting batch split from: ") + paths::lastComponent(options.sourceFolder));
     services_.info(kProcess, QStringLiteral("Output folder: ") + paths::lastComponent(folder));
     services_.info(kProcess, QStringLiteral("Folder organization: ") + rawText(options.folderOrganization));
-    if (!selected) services_.info(kProcess, QStringLiteral("Recursive scan: ") + word(options.recursive));
+    if (!selected) services_.info(kProcess, QStringLiteral("Recursive scan: ") + trueOrFalse(options.recursive));
     services_.run(batchSplit(options, services_.begin(Task::batchSplit)));
 }
 

@@ -7,17 +7,15 @@
 
 namespace ostrel {
 
-using Model = ChannelNamesModel;
-
 ChannelRenameSection::ChannelRenameSection(ChannelEdits& edits, const Texts& texts, QWidget* parent)
-    : EditSection(texts.title, edits.renames, parent), edits_(edits), texts_(texts), model_(new Model(edits, this)),
-      table_(new ChannelNamesTable(*model_, QStringLiteral("New names"))), what_(sectionNote()),
-      empty_(sectionNote(QStringLiteral("Load poly files first to see channels"))) {
+    : EditSection(texts.title, edits.renames, parent), edits_(edits), texts_(texts),
+      model_(new ChannelNamesModel(edits, this)), table_(new ChannelNamesTable(*model_, QStringLiteral("New names"))),
+      what_(sectionNote()), empty_(sectionNote(QStringLiteral("Load poly files first to see channels"))) {
     setDescription(QStringLiteral("Rename channel track names across all poly files"));
-    table_->setColumnText(Model::PositionColumn, QStringLiteral("88"));
-    table_->setColumnWidth(Model::OriginalColumn, 90);
-    table_->setColumnWidth(Model::NewColumn, 110);
-    table_->setStretchColumns({Model::OriginalColumn, Model::NewColumn});
+    table_->setColumnText(ChannelNamesModel::PositionColumn, QStringLiteral("88"));
+    table_->setColumnWidth(ChannelNamesModel::OriginalColumn, 90);
+    table_->setColumnWidth(ChannelNamesModel::NewColumn, 110);
+    table_->setStretchColumns({ChannelNamesModel::OriginalColumn, ChannelNamesModel::NewColumn});
     content().addWidget(what_);
     content().addWidget(empty_);
     content().addWidget(table_);

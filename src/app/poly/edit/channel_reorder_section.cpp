@@ -8,8 +8,6 @@
 
 namespace ostrel {
 
-using Model = ChannelOrderModel;
-
 ChannelReorderSection::ChannelReorderSection(PolyToolsViewModel& viewModel, PublishedEdits& edits, QWidget* parent)
     : EditSection(QStringLiteral("Channel Reorder"), edits.reorders, parent), viewModel_(viewModel), edits_(edits),
       model_(new ChannelOrderModel(edits, this)) {
@@ -37,12 +35,12 @@ ChannelReorderSection::ChannelReorderSection(PolyToolsViewModel& viewModel, Publ
 QWidget* ChannelReorderSection::makeList() {
     table_ = new ChannelOrderTable(QStringLiteral("New Order"));
     table_->setModel(model_);
-    table_->setItemDelegateForColumn(Model::GripColumn, new StatusBadge(table_));
-    table_->setColumnWidth(Model::GripColumn, 28);
-    table_->setColumnText(Model::PositionColumn, QStringLiteral("New"));
-    table_->setColumnText(Model::ChannelColumn, QStringLiteral("Ch 88"));
-    table_->setColumnWidth(Model::NameColumn, 90);
-    table_->setStretchColumns({Model::NameColumn});
+    table_->setItemDelegateForColumn(ChannelOrderModel::GripColumn, new StatusBadge(table_));
+    table_->setColumnWidth(ChannelOrderModel::GripColumn, 28);
+    table_->setColumnText(ChannelOrderModel::PositionColumn, QStringLiteral("New"));
+    table_->setColumnText(ChannelOrderModel::ChannelColumn, QStringLiteral("Ch 88"));
+    table_->setColumnWidth(ChannelOrderModel::NameColumn, 90);
+    table_->setStretchColumns({ChannelOrderModel::NameColumn});
     fitRows(*table_);
     connect(table_, &ChannelOrderTable::moveRequested, this, &ChannelReorderSection::move);
     connect(table_, &RecordTable::rowChosen, this, &ChannelReorderSection::refreshButtons);
