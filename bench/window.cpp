@@ -3,12 +3,18 @@
 // goals are a display's frame (16 ms) and half a second.
 #include "app/controls/record_table.h"
 #include "app/interleaver/items_section.h"
+#include "app/poly/batch/batch_poly_list.h"
+#include "app/poly/join/group_review_view.h"
+#include "app/poly/join/group_tree.h"
+#include "app/poly/join/poly_join_view.h"
+#include "app/poly/split/poly_split_view.h"
 #include "app/shell/main_tab_view.h"
 #include "app/shell/ostrel_app.h"
 #include "app/validator/stereo_validator_tab_view.h"
 #include "app/validator/validator_results_model.h"
 #include "platform/diagnostics.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QPaintEvent>
@@ -152,6 +158,78 @@ void measureValidator(OstrelApp& app) {
     }
 }
 
+std::vector<BatchPolyMetadata> polys() {
+    std::vector<BatchPolyMetadata> rows(kRows);
+    for (int index = 0; index < kRows; ++index) {
+        BatchPolyMetadata& row = rows[static_cast<std::size_t>(index)];
+        row.baseName = QStringLiteral("Take %1").arg(index);
+        row.url = QStringLiteral("/takes/%1.wav").arg(row.baseName);
+        row.channelCount = 8;
+        row.sampleRate = 48'000;
+    }
+    return rows;
+}
+
+template <class Work>
+void measure(const char* what, const char* goal, Work work) {
+    QElapsedTimer timer;
+    timer.start();
+    work();
+    settle();
+    report(what, static_cast<double>(timer.nsecsElapsed()) / 1e6, goal);
+}
+
+void clickNamed(const QWidget& view, const QString& accessibleName) {
+    for (QAbstractButton* button : view.findChildren<QAbstractButton*>()) {
+        if (button->isVisible() && button->accessibleName() == accessibleName) return button->click();
+    }
+    std::printf("no button named %s\n", qPrintable(accessibleName));
+}
+
+void measureSplit(OstrelApp& app) {
+    PolyToolsViewModel& tools = app.polyTools();
+    app.window().selectedTab = AppTab::polyTools;
+    tools.batchMode = true;
+    settle();
+    PolySplitView& view = *app.window().findChild<PolySplitView*>();
+    measure("20,000 polys of 8 channels shown", "500 ms", [&] { tools.batchPolyMetadata.assign(polys()); });
+    measure("all unfolded, 180,000 lines", "500 ms", [&] { clickNamed(view, QStringLiteral("Expand All")); });
+    measureScrolling("Poly Tools, a scrolled frame", view.batch().table());
+    measure("1,000 changed previews", "-", [&] {
+        for (std::size_t row = 0; row < 1000; ++row)
+            tools.batchPolyMetadata.update(row, [](BatchPolyMetadata& poly) { poly.isPreviewReady = true; });
+    });
+    measure("all folded", "500 ms", [&] { clickNamed(view, QStringLiteral("Collapse All")); });
+}
+
+void measureReview(OstrelApp& app) {
+    std::vector<ISOGroupCandidate> groups(2000);
+    for (std::size_t number = 0; number < groups.size(); ++number) {
+        ISOGroupCandidate& group = groups[number];
+        group.scene = QStringLiteral("S");
+        group.take = QString::number(number);
+        for (int track = 0; track < 10; ++track) {
+            ISOFile iso;
+            iso.fileName = QStringLiteral("S-T%1_%2.wav").arg(number).arg(track);
+            group.isoFiles.push_back(iso);
+        }
+    }
+    PolyToolsViewModel& tools = app.polyTools();
+    tools.mode = PolyMode::join;
+    tools.showGroupReview = true;
+    settle();
+    GroupReviewView& view = app.window().findChild<PolyJoinView*>()->review();
+    measure("2,000 groups of 10 ISOs shown", "500 ms", [&] { tools.reviewedGroups.assign(groups); });
+    measure("all unfolded", "500 ms", [&] { clickNamed(view, QStringLiteral("Expand All")); });
+    QScrollBar* bar = view.tree().verticalScrollBar();
+    measure("100 places scrolled to", "1600 ms", [&] {
+        for (int place = 0; place < 100; ++place) {
+            bar->setValue(bar->maximum() / 100 * place);
+            settle();
+        }
+    });
+}
+
 } // namespace
 } // namespace ostrel
 
@@ -173,6 +251,8 @@ int main(int argc, char** argv) {
 
     ostrel::measureInterleaver(app);
     ostrel::measureValidator(app);
+    ostrel::measureSplit(app);
+    ostrel::measureReview(app);
 
     const double before = ostrel::seconds(CLOCK_PROCESS_CPUTIME_ID);
     QTimer::singleShot(3000, &application, &QCoreApplication::quit);

@@ -2,6 +2,9 @@
 # to add a file is to build it.
 include_guard()
 
+# Files are compiled by the dozen (CMAKE_UNITY_BUILD), in a third of the time: no two files of a room may define the same name in
+# their anonymous namespaces.
+
 # ostrel_precompile(TARGET HEADERS...): headers that nearly every file of the target includes, compiled once. Where files are
 # compiled by the dozen (CMAKE_UNITY_BUILD) they are read seldom enough without.
 function(ostrel_precompile target)

@@ -1,6 +1,8 @@
 #include "interleaver/deinterleave_engine.h"
 
 #include "foundation/logs/debug_log.h"
+#include "foundation/proof/audio_proof.h"
+#include "foundation/proof/glance.h"
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/tools/ffmpeg_command.h"
 #include "interleaver/chunk_carrying.h"

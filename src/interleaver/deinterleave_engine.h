@@ -3,7 +3,7 @@
 // Made per job, holds nothing but tool paths. Blocks; for any thread but the main one.
 #pragma once
 
-#include "foundation/proof/audio_proof.h"
+#include "foundation/proof/channel_pair.h"
 #include "foundation/records/item_outcome.h"
 #include "foundation/records/multi_channel_source.h"
 #include "foundation/records/processing_options.h"

@@ -1,5 +1,6 @@
 #include "interleaver/deinterleave_job.h"
 
+#include "foundation/proof/audio_proof.h"
 #include "interleaver/interleave_command.h"
 #include "metadata/bext_completion.h"
 #include "platform/paths.h"

@@ -1,13 +1,12 @@
 #include "interleaver/interleave_command.h"
 
 #include "foundation/tools/ffmpeg_command.h"
+#include "platform/text/text.h"
 
 #include <map>
 
 namespace ostrel {
 namespace {
-
-QStringList words(const char* text) { return QString::fromLatin1(text).split(u' '); }
 
 // The muxer's arguments around the codec; what is not listed is written as WAV, whatever the file is called.
 QStringList interleaveOutputArguments(const QString& format, const QString& codec) {
@@ -19,16 +18,16 @@ QStringList interleaveOutputArguments(const QString& format, const QString& code
     const auto muxer = muxers.find(format);
     const QString name = muxer == muxers.end() ? QStringLiteral("wav") : muxer->second;
     QStringList arguments{QStringLiteral("-f"), name, QStringLiteral("-c:a"), codec};
-    if (format == QStringLiteral("mp3")) arguments << words("-q:a 2");
-    if (name == QStringLiteral("wav")) arguments << words("-write_bext 1 -rf64 auto");
+    if (format == QStringLiteral("mp3")) arguments << wordsOf("-q:a 2");
+    if (name == QStringLiteral("wav")) arguments << wordsOf("-write_bext 1 -rf64 auto");
     return arguments;
 }
 
 QStringList deinterleaveOutputArguments(const QString& format) {
-    if (format == QStringLiteral("flac")) return words("-f flac");
-    if (format == QStringLiteral("mp3")) return words("-f mp3 -q:a 2");
-    if (format == QStringLiteral("m4a")) return words("-f ipod");
-    return words("-f wav -write_bext 1");
+    if (format == QStringLiteral("flac")) return wordsOf("-f flac");
+    if (format == QStringLiteral("mp3")) return wordsOf("-f mp3 -q:a 2");
+    if (format == QStringLiteral("m4a")) return wordsOf("-f ipod");
+    return wordsOf("-f wav -write_bext 1");
 }
 
 } // namespace
@@ -51,11 +50,11 @@ QStringList buildInterleaveCommand(const InterleaveGroup& group, const ChannelLa
 
 FFmpegLayout ffmpegLayoutOf(const ChannelLayout& layout) {
     static const std::map<QString, FFmpegLayout> layouts{
-        {QStringLiteral("stereo"), {QStringLiteral("stereo"), words("L R")}},
-        {QStringLiteral("5.1-smpte"), {QStringLiteral("5.1"), words("L R C LFE Ls Rs")}},
-        {QStringLiteral("5.1-film"), {QStringLiteral("5.1(side)"), words("L C R Ls Rs LFE")}},
-        {QStringLiteral("7.1-smpte"), {QStringLiteral("7.1"), words("L R C LFE Lsr Rsr Lss Rss")}},
-        {QStringLiteral("7.1-film"), {QStringLiteral("7.1(wide)"), words("L C R Lss Rss Lsr Rsr LFE")}}};
+        {QStringLiteral("stereo"), {QStringLiteral("stereo"), wordsOf("L R")}},
+        {QStringLiteral("5.1-smpte"), {QStringLiteral("5.1"), wordsOf("L R C LFE Ls Rs")}},
+        {QStringLiteral("5.1-film"), {QStringLiteral("5.1(side)"), wordsOf("L C R Ls Rs LFE")}},
+        {QStringLiteral("7.1-smpte"), {QStringLiteral("7.1"), wordsOf("L R C LFE Lsr Rsr Lss Rss")}},
+        {QStringLiteral("7.1-film"), {QStringLiteral("7.1(wide)"), wordsOf("L C R Lss Rss Lsr Rsr LFE")}}};
     const auto found = layouts.find(layout.id);
     return found == layouts.end() ? FFmpegLayout{QStringLiteral("stereo"), layout.channelTags} : found->second;
 }
@@ -72,8 +71,8 @@ QStringList buildDeinterleaveCommand(const MultiChannelSource& source, const Pro
     for (const QString& tag : layout.tags) {
         if (!outputs.contains(tag)) continue;
         arguments << QStringLiteral("-map") << QStringLiteral("[%1]").arg(tag) << QStringLiteral("-c:a")
-                  << codecForFormat(format, source.bitDepth) << words("-ac 1") << deinterleaveOutputArguments(format)
-                  << words("-map_metadata 0") << outputs.value(tag);
+                  << codecForFormat(format, source.bitDepth) << wordsOf("-ac 1") << deinterleaveOutputArguments(format)
+                  << wordsOf("-map_metadata 0") << outputs.value(tag);
     }
     return arguments;
 }
@@ -82,7 +81,7 @@ QStringList unselectedChannelSinks(const MultiChannelSource& source, const QMap<
     QStringList arguments;
     for (const QString& tag : ffmpegLayoutOf(source.layout).tags) {
         if (!outputs.contains(tag))
-            arguments << QStringLiteral("-map") << QStringLiteral("[%1]").arg(tag) << words("-f null -");
+            arguments << QStringLiteral("-map") << QStringLiteral("[%1]").arg(tag) << wordsOf("-f null -");
     }
     return arguments;
 }

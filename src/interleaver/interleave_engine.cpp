@@ -1,6 +1,7 @@
 #include "interleaver/interleave_engine.h"
 
 #include "foundation/logs/debug_log.h"
+#include "foundation/proof/audio_proof.h"
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/run/output_file.h"
 #include "foundation/tools/ffmpeg_command.h"

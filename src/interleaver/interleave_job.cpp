@@ -1,5 +1,6 @@
 #include "interleaver/interleave_job.h"
 
+#include "foundation/proof/audio_proof.h"
 #include "foundation/tools/ffprobe_parser.h"
 #include "interleaver/lr_cleanup_engine.h"
 #include "metadata/bext_completion.h"

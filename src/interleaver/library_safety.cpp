@@ -1,13 +1,12 @@
 #include "interleaver/library_safety.h"
 
 #include "platform/paths.h"
+#include "platform/text/text.h"
 
 #include <QSet>
 
 namespace ostrel {
 namespace {
-
-QStringList words(const char* text) { return QString::fromLatin1(text).split(u' '); }
 
 bool endsWithInAnyCase(const QString& stem, const QString& suffix) {
     return stem.endsWith(suffix) || stem.toLower().endsWith(suffix.toLower());
@@ -53,12 +52,12 @@ const std::vector<std::pair<QString, QString>>& LibrarySafetyConstants::allowedL
 }
 
 const QStringList& LibrarySafetyConstants::surroundTokens() {
-    static const QStringList tokens = words("C FC LFE LF SUB Ls Rs Lb Rb SL SR BL BR LRS RRS LSS RSS");
+    static const QStringList tokens = wordsOf("C FC LFE LF SUB Ls Rs Lb Rb SL SR BL BR LRS RRS LSS RSS");
     return tokens;
 }
 
 const QStringList& LibrarySafetyConstants::ambisonicsTokens() {
-    static const QStringList tokens = words("W X Y Z FOA Ambi B-format Bformat");
+    static const QStringList tokens = wordsOf("W X Y Z FOA Ambi B-format Bformat");
     return tokens;
 }
 

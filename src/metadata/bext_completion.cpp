@@ -15,7 +15,6 @@ namespace {
 constexpr qint64 kUmid = 348; // offset of its 64 bytes in the payload
 constexpr qint64 kUmidBytes = 64;
 constexpr qint64 kLargest = 1 << 20; // bytes; a coding history is a few lines
-constexpr qint64 kIdBytes = 8;       // of a chunk's id and size, ahead of its payload
 
 bool write(const QString& path, qint64 offset, const QByteArray& bytes) {
     QFile file(path);
@@ -25,15 +24,15 @@ bool write(const QString& path, qint64 offset, const QByteArray& bytes) {
 
 // Where there is no room for it the old chunk becomes a filler, and the new one goes ahead of the audio.
 QString insert(const QString& target, const std::optional<BextPlace>& old, const QByteArray& wanted) {
-    if (old && !write(target, old->payload - kIdBytes, "JUNK")) return QStringLiteral("it can't be written");
+    if (old && !write(target, old->payload - kChunkHeaderSize, "JUNK")) return QStringLiteral("it can't be written");
     try {
         RIFFChunkWriter::injectPreservedChunks(target, {RIFFChunk{"bext", wanted}});
         return {};
     } catch (const RIFFError& error) {
-        if (old) write(target, old->payload - kIdBytes, "bext");
+        if (old) write(target, old->payload - kChunkHeaderSize, "bext");
         return error.errorDescription();
     } catch (const FileError& error) {
-        if (old) write(target, old->payload - kIdBytes, "bext");
+        if (old) write(target, old->payload - kChunkHeaderSize, "bext");
         return error.description;
     }
 }

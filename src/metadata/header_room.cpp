@@ -8,7 +8,6 @@
 namespace ostrel {
 namespace {
 
-constexpr qint64 kChunkHeaderSize = 8;
 constexpr qint64 kNewBextSize = kChunkHeaderSize + 602 + 256; // bwfmetaedit leaves 256 bytes for a coding history
 constexpr qint64 kRoomLeft = 16384;                           // what bwfmetaedit leaves where it has to move the audio
 

@@ -16,7 +16,6 @@ namespace ostrel {
 namespace {
 
 constexpr qint64 kHeaderSize = 12;
-constexpr qint64 kChunkHeaderSize = 8;
 constexpr qint64 kMostChunkBytes = 256LL << 20;
 constexpr qint64 kMostListBytes = 1 << 20;
 constexpr qint64 kMoveBuffer = 256 << 10;

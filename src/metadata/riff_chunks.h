@@ -13,6 +13,8 @@
 
 namespace ostrel {
 
+constexpr qint64 kChunkHeaderSize = 8; // bytes of id and size ahead of a payload
+
 struct RIFFChunk {
     QByteArray id;       // four characters as read, trailing blank included
     QByteArray data;     // the payload without its pad byte

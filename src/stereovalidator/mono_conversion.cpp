@@ -1,6 +1,7 @@
 #include "stereovalidator/mono_conversion.h"
 
 #include "foundation/proof/audio_proof.h"
+#include "foundation/proof/sample_reader.h"
 #include "foundation/proof/unexplained_bytes.h"
 #include "metadata/bext_completion.h"
 #include "platform/audio/audio_file_writer.h"

@@ -251,7 +251,6 @@ TEST_F(GroupReviewViewTest, TwoThousandGroupsAreUnfoldedScrolledAndChanged) {
     QSignalSpy resets(&groups(), &QAbstractItemModel::modelReset);
     model_.reviewedGroups.assign(manyGroups(2000, 10));
     settle();
-    EXPECT_EQ(resets.size(), 1);
     click(QStringLiteral("Expand All"));
     QScrollBar& bar = *tree().verticalScrollBar();
     for (int page = 0; page <= 20; ++page) {
@@ -263,7 +262,7 @@ TEST_F(GroupReviewViewTest, TwoThousandGroupsAreUnfoldedScrolledAndChanged) {
     clickSymbol(groups().index(1900, 0), Action::remove);
     EXPECT_EQ(groups().rowCount(), 1999);
     EXPECT_TRUE(tree().isExpanded(groups().index(1500, 0)));
-    EXPECT_EQ(resets.size(), 1) << "a group that goes is one removed row";
+    EXPECT_EQ(resets.size(), 0) << "rows come and go, the list is never laid out anew";
 }
 
 TEST_F(GroupReviewViewTest, RealTakesOfTwoRecordersAreJoined) {

@@ -1,4 +1,6 @@
 // The look at a few blocks of every output, which every job takes.
+#include "foundation/proof/glance.h"
+
 #include "foundation/proof/audio_proof.h"
 #include "support/sound.h"
 #include "support/system_calls.h"

@@ -15,7 +15,7 @@ using testing::markedSample;
 using testing::TestFolder;
 using testing::writeSound;
 
-QString errorOf(const std::function<void()>& work) {
+QString audioErrorOf(const std::function<void()>& work) {
     try {
         work();
     } catch (const AudioFileError& error) {
@@ -65,17 +65,17 @@ TEST(AudioFile, SeeksToTheExactFrame) {
     }
     file.seek(200'000);
     EXPECT_EQ(file.read(buffer, 10), 0);
-    EXPECT_FALSE(errorOf([&] { file.seek(200'001); }).isEmpty());
-    EXPECT_FALSE(errorOf([&] { file.seek(-1); }).isEmpty());
+    EXPECT_FALSE(audioErrorOf([&] { file.seek(200'001); }).isEmpty());
+    EXPECT_FALSE(audioErrorOf([&] { file.seek(-1); }).isEmpty());
 }
 
 TEST(AudioFile, SaysWhyAFileCannotBeOpened) {
     const TestFolder folder;
-    EXPECT_EQ(errorOf([&] { AudioFile(folder.path(QStringLiteral("none.wav"))); }),
+    EXPECT_EQ(audioErrorOf([&] { AudioFile(folder.path(QStringLiteral("none.wav"))); }),
               QStringLiteral("No such file or directory"));
-    EXPECT_EQ(errorOf([&] { AudioFile(folder.path()); }), QStringLiteral("Not a regular file"));
+    EXPECT_EQ(audioErrorOf([&] { AudioFile(folder.path()); }), QStringLiteral("Not a regular file"));
     const QString text = folder.write(QStringLiteral("text.wav"), QByteArrayLiteral("not a sound at all"));
-    EXPECT_FALSE(errorOf([&] { AudioFile{text}; }).isEmpty());
+    EXPECT_FALSE(audioErrorOf([&] { AudioFile{text}; }).isEmpty());
 }
 
 TEST(AudioFile, OpensNamesOfEveryKind) {
@@ -129,12 +129,12 @@ TEST(AudioFileWriter, TwoRunsGiveTheSameBytes) {
 
 TEST(AudioFileWriter, RefusesWhatCannotBeMade) {
     const TestFolder folder;
-    EXPECT_FALSE(errorOf([&] { AudioFileWriter(folder.path(QStringLiteral("a.mp3")), 48000, 1); }).isEmpty());
-    EXPECT_FALSE(errorOf([&] { AudioFileWriter(folder.path(QStringLiteral("b.wav")), 48000, 0); }).isEmpty());
-    EXPECT_EQ(errorOf([&] { AudioFileWriter(folder.path() + QStringLiteral("/none/c.wav"), 48000, 1); }),
+    EXPECT_FALSE(audioErrorOf([&] { AudioFileWriter(folder.path(QStringLiteral("a.mp3")), 48000, 1); }).isEmpty());
+    EXPECT_FALSE(audioErrorOf([&] { AudioFileWriter(folder.path(QStringLiteral("b.wav")), 48000, 0); }).isEmpty());
+    EXPECT_EQ(audioErrorOf([&] { AudioFileWriter(folder.path() + QStringLiteral("/none/c.wav"), 48000, 1); }),
               QStringLiteral("No such file or directory"));
     AudioFileWriter writer(folder.path(QStringLiteral("d.wav")), 48000, 1);
-    EXPECT_FALSE(errorOf([&] { writer.write(AudioBuffer(2, 10)); }).isEmpty());
+    EXPECT_FALSE(audioErrorOf([&] { writer.write(AudioBuffer(2, 10)); }).isEmpty());
 }
 
 TEST(AudioFileWriter, AFullDiskIsAnError) {
@@ -145,7 +145,7 @@ TEST(AudioFileWriter, AFullDiskIsAnError) {
     AudioFileWriter writer(folder.path(QStringLiteral("a.wav")), 48000, 1);
     const rlimit small{100'000, before.rlim_max};
     setrlimit(RLIMIT_FSIZE, &small);
-    const QString error = errorOf([&] {
+    const QString error = audioErrorOf([&] {
         writer.write(AudioBuffer(1, 100'000));
         writer.close();
     });

@@ -14,7 +14,7 @@ std::vector<SourceTrack> fourTracks() {
             {4, 14, QStringLiteral("boom 2")}};
 }
 
-ChannelFilterOptions named(const char* text) {
+ChannelFilterOptions filterNamed(const char* text) {
     ChannelFilterOptions filter;
     filter.nameContainsFilter = QString::fromUtf8(text);
     return filter;
@@ -68,13 +68,13 @@ TEST(Removal, TheFirstCriterionThatAppliesDecides) {
 }
 
 TEST(Removal, NamesMatchInAnyCaseAndEveryTermCounts) {
-    const auto removal = decideRemoval(named("boom, ZOÉ"), fourTracks(), {}, std::nullopt);
+    const auto removal = decideRemoval(filterNamed("boom, ZOÉ"), fourTracks(), {}, std::nullopt);
     EXPECT_EQ(removal->kind, RemovalKind::byName);
     EXPECT_EQ(removal->numbers, (std::set<int>{2, 3, 4}));
 }
 
 TEST(Removal, AFilterOfBlanksAndCommasMatchesNothing) {
-    const auto removal = decideRemoval(named(" , "), fourTracks(), {}, std::nullopt);
+    const auto removal = decideRemoval(filterNamed(" , "), fourTracks(), {}, std::nullopt);
     EXPECT_EQ(removal->kind, RemovalKind::byName);
     EXPECT_TRUE(removal->numbers.empty());
 }

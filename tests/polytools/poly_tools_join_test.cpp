@@ -13,7 +13,7 @@ namespace {
 using testing::ixmlOf;
 using testing::namesIn;
 
-ISOFile named(const char* name) {
+ISOFile isoNamed(const char* name) {
     ISOFile file;
     file.url = QStringLiteral("/r/") + QString::fromUtf8(name);
     file.fileName = QString::fromUtf8(name);
@@ -39,7 +39,7 @@ TEST(IsoOrdering, TrackNamePriorities) {
 }
 
 TEST(IsoOrdering, MixThenLavThenBoom) {
-    const std::vector<ISOFile> files{named("A_Boom.wav"), named("A_Lav1.wav"), named("A_MixL.wav")};
+    const std::vector<ISOFile> files{isoNamed("A_Boom.wav"), isoNamed("A_Lav1.wav"), isoNamed("A_MixL.wav")};
     QStringList tracks;
     for (const ISOFile& file : files) tracks << trackNameOfFile(file);
     EXPECT_EQ(namesOf(autoOrdered(files, tracks)), QStringLiteral("A_MixL.wav A_Lav1.wav A_Boom.wav"));
@@ -69,13 +69,13 @@ TEST(IsoOrdering, NamesThatASplitHadToCutAreFound) {
     ISOFile file;
     file.url = QStringLiteral("/r/") + cut;
     file.fileName = cut;
-    EXPECT_EQ(namesOf(orderedByManifest({named("T_other.wav"), file, named("T_1_Boom.wav")}, ixml)),
+    EXPECT_EQ(namesOf(orderedByManifest({isoNamed("T_other.wav"), file, isoNamed("T_1_Boom.wav")}, ixml)),
               QStringLiteral("T_1_Boom.wav %1 T_other.wav").arg(cut));
 }
 
 TEST(JoinNames, FitWithTheirTakeAndTheirEnding) {
     ISOGroupCandidate group;
-    group.isoFiles = {named("a.wav"), named("b.wav")};
+    group.isoFiles = {isoNamed("a.wav"), isoNamed("b.wav")};
     group.scene = QString(300, u'x');
     group.take = QStringLiteral("12");
     // 251 bytes, since ".wav" comes behind.
@@ -89,13 +89,13 @@ TEST(JoinNames, FitWithTheirTakeAndTheirEnding) {
     group.take = QStringLiteral("1/2");
     EXPECT_EQ(groupOutputName(group, false), QStringLiteral("9-C-T1-2_poly"));
     group.scene.clear();
-    group.isoFiles = {named("_poly.wav")};
+    group.isoFiles = {isoNamed("_poly.wav")};
     EXPECT_EQ(groupOutputName(group, false), QStringLiteral("_poly"));
     EXPECT_EQ(groupOutputName(group, true), QStringLiteral("-")) << "never a hidden file without a name";
 }
 
 TEST(IsoOrdering, ByChannelIndexAndByManifest) {
-    std::vector<ISOFile> files{named("T_B.wav"), named("T_A.wav"), named("T_C.wav")};
+    std::vector<ISOFile> files{isoNamed("T_B.wav"), isoNamed("T_A.wav"), isoNamed("T_C.wav")};
     files[0].metadataChannelIndex = 12;
     files[1].metadataChannelIndex = 3;
     files[2].metadataChannelIndex = 7;
@@ -103,9 +103,9 @@ TEST(IsoOrdering, ByChannelIndexAndByManifest) {
     IXMLMetadata ixml;
     ixml.trackList = {
         {1, QStringLiteral("c"), {}, 0}, {2, QStringLiteral("Lav 1"), {}, 1}, {3, QStringLiteral("B"), {}, 2}};
-    EXPECT_EQ(
-        namesOf(orderedByManifest({named("T_A.wav"), named("T_B.wav"), named("T_Lav_1.wav"), named("T_C.wav")}, ixml)),
-        QStringLiteral("T_C.wav T_Lav_1.wav T_B.wav T_A.wav"));
+    EXPECT_EQ(namesOf(orderedByManifest(
+                  {isoNamed("T_A.wav"), isoNamed("T_B.wav"), isoNamed("T_Lav_1.wav"), isoNamed("T_C.wav")}, ixml)),
+              QStringLiteral("T_C.wav T_Lav_1.wav T_B.wav T_A.wav"));
     EXPECT_EQ(manifestCandidates(QStringLiteral("/x/y/A_B_C.wav")).join(u' '),
               QStringLiteral("/x/y/A_B.metadata.json /x/A_B.metadata.json /x/y/A.metadata.json /x/A.metadata.json"));
     EXPECT_TRUE(manifestCandidates(QStringLiteral("/x/Plain.wav")).isEmpty());
@@ -282,7 +282,7 @@ TEST_F(JoinFace, AJoinMakesThePolyAndItsReport) {
 TEST_F(JoinFace, ChecksEndInErrorsAndChangeNothing) {
     controller_->runJoin();
     EXPECT_TRUE(entry("Need at least 2 files to join"));
-    controller_->isoFiles.assign({named("a.wav"), named("b.wav")});
+    controller_->isoFiles.assign({isoNamed("a.wav"), isoNamed("b.wav")});
     controller_->runJoin();
     EXPECT_TRUE(entry("Output name required"));
     controller_->joinOutputName = QStringLiteral("x");

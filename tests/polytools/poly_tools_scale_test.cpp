@@ -9,7 +9,7 @@ namespace ostrel {
 namespace {
 
 // Answers for any mono file, by the shell alone: eight thousand launches have to be quick.
-constexpr const char* kFakeProbe =
+constexpr const char* kQuickProbe =
     R"(case "$*" in *stream=channels*) echo 1;; *sample_rate*) echo 48000;; *bits_per*) echo 24;; *) echo 60.5;; esac)";
 
 class LimitedDescriptors {
@@ -41,7 +41,7 @@ TEST_F(ManyFiles, TwoThousandLooseIsosOfAFolderBecomeTheirTakes) {
         const QString name = QStringLiteral("in/%1A-T%2_%3.wav").arg(i / 80).arg(i / 8 % 10).arg(i % 8);
         ASSERT_TRUE(QFile::copy(model, folder_.path(name)));
     }
-    controller_->ffprobePath = folder_.writeScript(QStringLiteral("tools/ffprobe"), QString::fromUtf8(kFakeProbe));
+    controller_->ffprobePath = folder_.writeScript(QStringLiteral("tools/ffprobe"), QString::fromUtf8(kQuickProbe));
     controller_->bwfmetaeditPath = QString(); // the names alone tell the takes
     int filesRead = 0;
     const auto watched = controller_->groupingProgress.addNotifier([&] {

@@ -33,6 +33,13 @@ inline void scaleFont(QWidget& widget, double factor, QFont::Weight weight = QFo
     widget.setFont(font);
 }
 
+// What stands beside it stays where it is.
+inline void keepPlaceWhenHidden(QWidget& widget) {
+    QSizePolicy policy = widget.sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    widget.setSizePolicy(policy);
+}
+
 inline QLabel* boldLabel(const QString& text = QString()) {
     auto* label = new QLabel(text);
     scaleFont(*label, 1, QFont::DemiBold);

@@ -18,12 +18,6 @@ QString helpOf(PreviewRouting routing) {
                : QStringLiteral("Routes channel to its intended speaker position (C→Center, Ls→Surround, etc.)");
 }
 
-void keepPlaceWhenHidden(QWidget& widget) {
-    QSizePolicy policy = widget.sizePolicy();
-    policy.setRetainSizeWhenHidden(true);
-    widget.setSizePolicy(policy);
-}
-
 } // namespace
 
 AudioPreviewPanel::AudioPreviewPanel(PlaybackManager& playback, QWidget* parent)

@@ -19,12 +19,6 @@ SecondaryLabel* remark(const QString& text) {
     return label;
 }
 
-void keepPlaceWhenHidden(QWidget& widget) {
-    QSizePolicy policy = widget.sizePolicy();
-    policy.setRetainSizeWhenHidden(true);
-    widget.setSizePolicy(policy);
-}
-
 } // namespace
 
 CleanExportDialogView::CleanExportDialogView(StereoValidatorViewModel& viewModel, int selectedCount, Rows selected,

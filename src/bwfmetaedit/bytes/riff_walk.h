@@ -17,6 +17,7 @@ struct InvalidWave {
 };
 
 constexpr std::uint32_t kUnknownSize = 0xffffffff; // the 32-bit field of an RF64 or of a streamed file
+constexpr std::size_t kRiffHeader = 12;
 constexpr std::size_t kChunkHeader = 8;
 
 struct Chunk {

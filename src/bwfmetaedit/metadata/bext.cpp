@@ -9,7 +9,7 @@ namespace ostrel::bwfmetaedit {
 namespace {
 
 constexpr std::size_t kTimeReferenceOffset = 338;
-constexpr std::size_t kVersion = 346;
+constexpr std::size_t kVersionOffset = 346;
 constexpr std::size_t kUmid = 348;
 constexpr std::size_t kLoudness = 412;
 
@@ -32,7 +32,7 @@ Bext Bext::parse(std::string_view chunk) {
         if (holds(offset, kBextTextSizes[i])) bext.texts[i].bytes = untilNul(chunk.substr(offset, kBextTextSizes[i]));
     }
     if (holds(kTimeReferenceOffset, 8)) bext.timeReference = littleEndian<std::uint64_t>(chunk, kTimeReferenceOffset);
-    if (holds(kVersion, 2)) bext.version = littleEndian<std::uint16_t>(chunk, kVersion);
+    if (holds(kVersionOffset, 2)) bext.version = littleEndian<std::uint16_t>(chunk, kVersionOffset);
     if (bext.version >= 1 && holds(kUmid, kUmidSize)) {
         std::copy_n(chunk.begin() + kUmid, kUmidSize, bext.umid.begin());
     }
@@ -52,7 +52,7 @@ std::string Bext::serialize() const {
         chunk.replace(offset, text.size(), text);
     }
     putLittleEndian(chunk, kTimeReferenceOffset, timeReference);
-    putLittleEndian(chunk, kVersion, version);
+    putLittleEndian(chunk, kVersionOffset, version);
     if (version >= 1) std::copy(umid.begin(), umid.end(), chunk.begin() + kUmid);
     for (std::size_t i = 0; version >= 2 && i < LoudnessCount; ++i) {
         putLittleEndian(chunk, kLoudness + 2 * i, throughSinglePrecision(loudness[i]));

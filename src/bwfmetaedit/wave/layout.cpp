@@ -9,7 +9,6 @@ namespace ostrel::bwfmetaedit {
 
 namespace {
 
-constexpr std::uint64_t kRiffHeader = 12;
 constexpr std::uint32_t kDs64Size = 28;
 constexpr std::uint64_t kUnknownSampleCount = ~std::uint64_t{0};
 constexpr std::uint64_t kLargestRiff = std::uint64_t{1} << 32; // from this total on a file needs 64-bit sizes

@@ -19,8 +19,6 @@ namespace {
 constexpr std::string_view kNamePattern = "/.bwfmetaedit-XXXXXX";
 
 [[noreturn]] void throwCannotCreate() { throw WriteError{"Can not create temporary file"}; }
-[[noreturn]] void throwCannotWrite() { throw WriteError{"error during writing"}; }
-
 void copyExtendedAttributes(int from, int to) {
     const ssize_t length = ::flistxattr(from, nullptr, 0);
     if (length <= 0) return;

@@ -8,7 +8,6 @@ namespace ostrel::bwfmetaedit {
 
 namespace {
 
-constexpr std::uint64_t kRiffHeader = 12;
 constexpr std::size_t kFormatHead = 16;       // as far as bits per sample
 constexpr std::size_t kExtensibleFormat = 40; // as far as the sub-format
 constexpr std::uint16_t kPcm = 1;

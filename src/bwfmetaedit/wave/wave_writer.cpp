@@ -16,8 +16,6 @@ namespace ostrel::bwfmetaedit {
 
 namespace {
 
-[[noreturn]] void throwCannotWrite() { throw WriteError{"error during writing"}; }
-
 // A half-written header is a damaged recording: who interrupts the program waits for the end of the write.
 class SignalsWait {
 public:

@@ -16,6 +16,7 @@ namespace ostrel::bwfmetaedit {
 struct WriteError {
     std::string text;
 };
+[[noreturn]] inline void throwCannotWrite() { throw WriteError{"error during writing"}; }
 
 // The path may be a symbolic link: it stays, and the file it points to is written. Mode, owner, extended attributes and
 // the access time are kept. Throws WriteError, also if the file has changed since it was read.

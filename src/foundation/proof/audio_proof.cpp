@@ -1,125 +1,144 @@
 #include "foundation/proof/audio_proof.h"
 
+#include "foundation/proof/proof_sentences.h"
+#include "foundation/proof/same_samples.h"
 #include "foundation/proof/unexplained_bytes.h"
+#include "platform/parallel.h"
 #include "platform/paths.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstring>
+#include <atomic>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <set>
 
 namespace ostrel {
 namespace {
 
-using Kind = ChannelFinding::Kind;
-using Readers = std::map<QString, std::unique_ptr<SampleReader>>;
-
-constexpr int kGlanceFrames = 2048;
-constexpr int kGlances = 5;
-constexpr qint64 kProofBytes = 1 << 18; // a block of the widest file: small enough to stay in the processor's cache
-
-// Less than the step of a 32-bit sample, more than what a float sample moves by on its way through 32-bit integers.
-constexpr double kTolerance = 3e-10;
+constexpr qint64 kReadBytes = 1 << 18; // of the widest file at a time: stays in a processor's second-level cache
+constexpr qint64 kLookBytes = 1 << 13; // of the widest file: all that one look goes over stays in its first-level cache
+constexpr qint64 kStretchBytes =
+    1 << 22;                   // of the widest file: what one thread goes over before another takes its place
+constexpr int kMostFiles = 64; // that each of several threads may keep open
 
 QString name(const QString& file) { return paths::lastComponent(file); }
-
-// Samples of equal bytes at two steps. The loop has no way out, so that the compiler can make it wide.
-template <class Word, int bytes>
-bool sameWords(const unsigned char* a, std::size_t stepA, const unsigned char* b, std::size_t stepB, int count) {
-    constexpr Word mask = bytes == sizeof(Word) ? ~Word{0} : (Word{1} << (8 * bytes % (8 * sizeof(Word)))) - 1;
-    Word difference = 0;
-    for (int i = 0; i < count; ++i) {
-        Word left;
-        Word right;
-        std::memcpy(&left, a + static_cast<std::size_t>(i) * stepA, sizeof left);
-        std::memcpy(&right, b + static_cast<std::size_t>(i) * stepB, sizeof right);
-        difference |= left ^ right;
-    }
-    return (difference & mask) == 0;
-}
-
-bool sameBytes(const SampleReader& a, int channelA, const SampleReader& b, int channelB, int count) {
-    const auto bytes = static_cast<std::size_t>(a.encoding().bytes);
-    const unsigned char* left = a.bytes() + bytes * static_cast<std::size_t>(channelA);
-    const unsigned char* right = b.bytes() + bytes * static_cast<std::size_t>(channelB);
-    const std::size_t stepA = bytes * static_cast<std::size_t>(a.channels());
-    const std::size_t stepB = bytes * static_cast<std::size_t>(b.channels());
-    switch (bytes) {
-    case 1: return sameWords<quint8, 1>(left, stepA, right, stepB, count);
-    case 2: return sameWords<quint16, 2>(left, stepA, right, stepB, count);
-    case 3: return sameWords<quint32, 3>(left, stepA, right, stepB, count);
-    case 4: return sameWords<quint32, 4>(left, stepA, right, stepB, count);
-    default: return sameWords<quint64, 8>(left, stepA, right, stepB, count);
-    }
-}
-
-// An integer sample at the top of 32 bits, so that sounds of unequal width are equal; 8-bit samples are unsigned. The
-// buffers reach four bytes beyond their last sample.
-template <int bytes>
-quint32 topOf(const unsigned char* at) {
-    quint32 word;
-    std::memcpy(&word, at, sizeof word);
-    const quint32 top = bytes == 4 ? word : word << (8 * (4 - bytes) % 32);
-    return bytes == 1 ? top ^ 0x80000000U : top;
-}
-
-template <int bytesA, int bytesB>
-bool sameTops(const SampleReader& a, int channelA, const SampleReader& b, int channelB, int count) {
-    const unsigned char* left = a.bytes() + bytesA * channelA;
-    const unsigned char* right = b.bytes() + bytesB * channelB;
-    const std::ptrdiff_t stepA = bytesA * a.channels();
-    const std::ptrdiff_t stepB = bytesB * b.channels();
-    quint32 difference = 0;
-    for (int i = 0; i < count; ++i, left += stepA, right += stepB) {
-        difference |= topOf<bytesA>(left) ^ topOf<bytesB>(right);
-    }
-    return difference == 0;
-}
-
-template <int bytesA>
-bool sameIntegers(const SampleReader& a, int channelA, const SampleReader& b, int channelB, int count) {
-    switch (b.encoding().bytes) {
-    case 1: return sameTops<bytesA, 1>(a, channelA, b, channelB, count);
-    case 2: return sameTops<bytesA, 2>(a, channelA, b, channelB, count);
-    case 3: return sameTops<bytesA, 3>(a, channelA, b, channelB, count);
-    default: return sameTops<bytesA, 4>(a, channelA, b, channelB, count);
-    }
-}
-
-bool sameIntegers(const SampleReader& a, int channelA, const SampleReader& b, int channelB, int count) {
-    switch (a.encoding().bytes) {
-    case 1: return sameIntegers<1>(a, channelA, b, channelB, count);
-    case 2: return sameIntegers<2>(a, channelA, b, channelB, count);
-    case 3: return sameIntegers<3>(a, channelA, b, channelB, count);
-    default: return sameIntegers<4>(a, channelA, b, channelB, count);
-    }
-}
-
-bool sameSamples(const SampleReader& a, int channelA, const SampleReader& b, int channelB, int count) {
-    if (a.encoding() == b.encoding()) return sameBytes(a, channelA, b, channelB, count);
-    constexpr auto kIntegers = SampleReader::Encoding::Kind::integers;
-    if (a.encoding().kind == kIntegers && b.encoding().kind == kIntegers) {
-        return sameIntegers(a, channelA, b, channelB, count);
-    }
-    for (int frame = 0; frame < count; ++frame) {
-        if (a.sample(frame, channelA) != b.sample(frame, channelB)) return false;
-    }
-    return true;
-}
 
 QString differenceSentence(const ChannelPair& pair) {
     return QStringLiteral("the samples of %1 are not those of %2").arg(name(pair.output.file), name(pair.source.file));
 }
 
-QString brokenSentence(const QString& file) {
-    return QStringLiteral("%1 does not end where its head says: a tool was ended as it wrote").arg(name(file));
+QString changedSentence(const QString& file) { return QStringLiteral("%1 was changed meanwhile").arg(name(file)); }
+
+QString unreadableSentence(const QString& file, const SampleReaderError& error) {
+    return QStringLiteral("%1 can't be read: %2").arg(name(file), error.errorDescription());
 }
 
-QString framesSentence(const SampleReader& reader) {
-    return QStringLiteral("%1 has %2 frames").arg(name(reader.path())).arg(reader.frames());
-}
+using Readers = std::map<QString, std::unique_ptr<SampleReader>>;
+
+// What one thread reads and looks at: readers of its own of all files.
+class ComparingThread {
+public:
+    ComparingThread(const std::vector<ChannelPair>& pairs, Readers readers, qint64 widest)
+        : pairs_(pairs), readers_(std::move(readers)), block_(std::max<qint64>(1024, kReadBytes / widest)),
+          look_(static_cast<int>(std::max<qint64>(256, kLookBytes / widest))) {
+        for (const ChannelPair& pair : pairs) {
+            sides_.emplace_back(readers_.at(pair.source.file).get(), readers_.at(pair.output.file).get());
+        }
+    }
+
+    const Readers& readers() const { return readers_; }
+
+    // Why these frames are not the same; empty where they are.
+    QString compare(qint64 first, qint64 frames) {
+        for (qint64 position = first; position < first + frames; position += block_) {
+            const int count = static_cast<int>(std::min(block_, first + frames - position));
+            for (const auto& [file, reader] : readers_) {
+                try {
+                    reader->read(position, count);
+                } catch (const SampleReaderError& error) {
+                    return unreadableSentence(file, error);
+                }
+            }
+            if (QString why = lookAt(count); !why.isEmpty()) return why;
+        }
+        return {};
+    }
+
+private:
+    QString lookAt(int count) const {
+        for (int frame = 0; frame < count; frame += look_) {
+            for (std::size_t i = 0; i < pairs_.size(); ++i) {
+                const auto& [source, output] = sides_[i];
+                if (!sameSamples(*source, pairs_[i].source.channel, *output, pairs_[i].output.channel, frame,
+                                 std::min(look_, count - frame))) {
+                    return differenceSentence(pairs_[i]);
+                }
+            }
+        }
+        return {};
+    }
+
+    const std::vector<ChannelPair>& pairs_;
+    Readers readers_;
+    std::vector<std::pair<const SampleReader*, const SampleReader*>> sides_; // of each pair: source, output
+    qint64 block_;
+    int look_;
+};
+
+// As many of them as work at once. The first has the readers that the files were opened with; a further one opens the
+// files anew, and they have to be the same ones.
+class ComparingThreads {
+public:
+    ComparingThreads(const std::vector<ChannelPair>& pairs, Readers readers, const QMap<QString, FileStamp>& stamps,
+                     qint64 widest)
+        : pairs_(pairs), stamps_(stamps), widest_(widest) {
+        idle_.push_back(std::make_unique<ComparingThread>(pairs, std::move(readers), widest));
+    }
+
+    // Called on any thread.
+    QString compare(qint64 first, qint64 frames) {
+        QString why;
+        std::unique_ptr<ComparingThread> thread = take(why);
+        if (!why.isEmpty()) return why;
+        why = thread->compare(first, frames);
+        const std::lock_guard lock(mutex_);
+        idle_.push_back(std::move(thread));
+        return why;
+    }
+
+private:
+    std::unique_ptr<ComparingThread> take(QString& why) {
+        {
+            const std::lock_guard lock(mutex_);
+            if (!idle_.empty()) {
+                std::unique_ptr<ComparingThread> thread = std::move(idle_.back());
+                idle_.pop_back();
+                return thread;
+            }
+        }
+        Readers readers;
+        for (auto stamp = stamps_.begin(); stamp != stamps_.end(); ++stamp) {
+            try {
+                readers[stamp.key()] = SampleReader::open(stamp.key());
+            } catch (const SampleReaderError& error) {
+                why = unreadableSentence(stamp.key(), error);
+                return nullptr;
+            }
+            if (readers[stamp.key()]->stamp() != stamp.value()) {
+                why = changedSentence(stamp.key());
+                return nullptr;
+            }
+        }
+        return std::make_unique<ComparingThread>(pairs_, std::move(readers), widest_);
+    }
+
+    const std::vector<ChannelPair>& pairs_;
+    const QMap<QString, FileStamp>& stamps_;
+    qint64 widest_;
+    std::mutex mutex_; // guards idle_
+    std::vector<std::unique_ptr<ComparingThread>> idle_;
+};
 
 // The work of one proof.
 class Comparison {
@@ -143,15 +162,11 @@ public:
             }
             return compareAll();
         } catch (const SampleReaderError& error) {
-            return QStringLiteral("%1 can't be read: %2").arg(name(reading_), error.errorDescription());
+            return unreadableSentence(reading_, error);
         }
     }
 
-    QMap<QString, FileStamp> stamps() const {
-        QMap<QString, FileStamp> stamps;
-        for (const auto& [file, reader] : readers_) stamps.insert(file, reader->stamp());
-        return stamps;
-    }
+    const QMap<QString, FileStamp>& stamps() const { return stamps_; } // of all files, as they were opened
 
 private:
     QString openAll() {
@@ -161,6 +176,7 @@ private:
             if (readers_.contains(file)) continue;
             reading_ = file;
             readers_[file] = SampleReader::open(file);
+            stamps_.insert(file, readers_[file]->stamp());
             if (readers_[file]->isLossy()) {
                 return QStringLiteral("%1 is lossy and proves nothing").arg(name(file));
             }
@@ -218,173 +234,33 @@ private:
         for (const auto& [file, reader] : readers_) {
             widest = std::max<qint64>(widest, reader->channels() * reader->encoding().bytes);
         }
-        const qint64 block = std::max<qint64>(1024, kProofBytes / widest);
         const qint64 frames = readers_.begin()->second->frames();
-        for (qint64 position = 0; position < frames; position += block) {
-            const int count = static_cast<int>(std::min(block, frames - position));
-            for (const auto& [file, reader] : readers_) {
-                reading_ = file;
-                reader->read(position, count);
-            }
-            for (const ChannelPair& pair : pairs_) {
-                if (!sameSamples(*readers_.at(pair.source.file), pair.source.channel, *readers_.at(pair.output.file),
-                                 pair.output.channel, count)) {
-                    return differenceSentence(pair);
-                }
-            }
-        }
-        return {};
+        const qint64 stretch = std::max<qint64>(1, kStretchBytes / widest);
+        const auto count = static_cast<std::size_t>((frames + stretch - 1) / stretch);
+        const std::size_t width = readers_.size() > kMostFiles ? 1 : std::min<std::size_t>(4, parallelWidth());
+        ComparingThreads threads(pairs_, std::move(readers_), stamps_, widest);
+        // Stretches begin in order, so that the first that failed is found whichever thread was quicker.
+        std::vector<QString> failures(count);
+        std::atomic<std::size_t> failed = count;
+        forEachInParallel(
+            count,
+            [&](std::size_t i) {
+                if (i > failed) return;
+                const qint64 first = static_cast<qint64>(i) * stretch;
+                failures[i] = threads.compare(first, std::min(stretch, frames - first));
+                if (!failures[i].isEmpty()) failed = std::min<std::size_t>(failed, i);
+            },
+            width);
+        const auto first = std::ranges::find_if(failures, [](const QString& why) { return !why.isEmpty(); });
+        return first == failures.end() ? QString() : *first;
     }
 
     const QStringList& sources_;
     const std::vector<ChannelPair>& pairs_;
     const QMap<QString, QStringList>& channelNames_;
     Readers readers_;
+    QMap<QString, FileStamp> stamps_;
     QString reading_; // for the sentence of an error
-};
-
-// The smallest step of a file's samples; what is fainter is silence in it. 0 for floats.
-double stepOf(const SampleReader& reader) {
-    const SampleReader::Encoding encoding = reader.encoding();
-    return encoding.kind == SampleReader::Encoding::Kind::integers ? std::ldexp(1.0, 1 - 8 * encoding.bytes) : 0.0;
-}
-
-// How one channel of a few blocks compares.
-struct Tally {
-    int loud = 0;  // samples of the source that the output can tell from silence
-    int alike = 0; // of those, the ones that it has, to the precision of 20 bits or of its own samples
-    bool differs = false;
-
-    void add(const SampleReader& source, int sourceChannel, const SampleReader& output, int outputChannel, int count) {
-        const double faintest = stepOf(output);
-        const double step = std::max(1.0 / (1 << 20), faintest);
-        for (int frame = 0; frame < count; ++frame) {
-            const double wanted = source.sample(frame, sourceChannel);
-            const double found = output.sample(frame, outputChannel);
-            const double difference = std::abs(wanted - found);
-            if (!(difference <= kTolerance)) differs = true;
-            if (wanted == 0 || std::abs(wanted) < faintest) continue;
-            ++loud;
-            if (difference <= std::min(step, std::abs(wanted) / 2)) ++alike;
-        }
-    }
-    Kind kind() const {
-        if (!differs) return Kind::equal;
-        return loud > 0 && alike < loud / 2 ? Kind::unlike : Kind::different;
-    }
-};
-
-// The work of one glance.
-class GlanceWork {
-public:
-    explicit GlanceWork(const std::vector<ChannelPair>& pairs) {
-        for (const ChannelPair& pair : pairs) {
-            if (!openQuietly(pair.source.file)) continue;
-            if (openOutput(pair)) pairs_.push_back(pair);
-        }
-    }
-
-    Glance run() {
-        compareLengths();
-        tallies_.resize(pairs_.size());
-        const qint64 length = shortest([](const ChannelPair&) { return true; });
-        try {
-            for (int block = 0; block < kGlances && length > 0; ++block) {
-                const qint64 position = std::max<qint64>(0, length - kGlanceFrames) * block / (kGlances - 1);
-                look(position, static_cast<int>(std::min<qint64>(kGlanceFrames, length - position)));
-            }
-        } catch (const SampleReaderError&) {
-            for (const ChannelPair& pair : pairs_) glance_.findings.push_back({pair, Kind::unread});
-            return std::move(glance_);
-        }
-        for (std::size_t i = 0; i < pairs_.size(); ++i) glance_.findings.push_back({pairs_[i], tallies_[i].kind()});
-        return std::move(glance_);
-    }
-
-private:
-    bool openQuietly(const QString& file) {
-        if (readers_.contains(file)) return readers_[file] != nullptr;
-        std::unique_ptr<SampleReader> reader;
-        try {
-            reader = SampleReader::open(file);
-            if (reader->isLossy()) reader.reset();
-        } catch (const SampleReaderError&) {
-            reader.reset(); // what only ffmpeg decodes can't be compared here
-        }
-        if (reader && reader->hasOddContainer()) glance_.oddSources << file;
-        return (readers_[file] = std::move(reader)) != nullptr;
-    }
-
-    // An output with a WAV name has to be one.
-    bool openOutput(const ChannelPair& pair) {
-        const bool isThere = openQuietly(pair.output.file);
-        if (isThere && pair.output.channel < readers_[pair.output.file]->channels() &&
-            pair.source.channel < readers_[pair.source.file]->channels()) {
-            return true;
-        }
-        if (isThere || paths::lowerExtension(pair.output.file) == QStringLiteral("wav")) {
-            glance_.findings.push_back({pair, Kind::unread});
-        }
-        return false;
-    }
-
-    template <class Which>
-    qint64 shortest(Which which) const {
-        qint64 frames = -1;
-        for (const ChannelPair& pair : pairs_) {
-            if (!which(pair)) continue;
-            const qint64 here =
-                std::min(readers_.at(pair.source.file)->frames(), readers_.at(pair.output.file)->frames());
-            frames = frames < 0 ? here : std::min(frames, here);
-        }
-        return std::max<qint64>(frames, 0);
-    }
-
-    void compareLengths() {
-        std::map<QString, qint64> sources;
-        std::set<QString> outputs;
-        for (const ChannelPair& pair : pairs_) {
-            sources[pair.source.file] = readers_.at(pair.source.file)->frames();
-            outputs.insert(pair.output.file);
-        }
-        if (sources.empty()) return;
-        const auto byFrames = [](const auto& a, const auto& b) { return a.second < b.second; };
-        const auto [least, most] = std::minmax_element(sources.begin(), sources.end(), byFrames);
-        if (least->second != most->second) {
-            glance_.unequalSources << QStringLiteral("The sources are of unequal length: %1, %2")
-                                          .arg(framesSentence(*readers_.at(least->first)),
-                                               framesSentence(*readers_.at(most->first)));
-        }
-        for (const QString& output : outputs) {
-            const SampleReader& reader = *readers_.at(output);
-            if (!reader.isWhole()) glance_.brokenOutputs << brokenSentence(output);
-            if (reader.frames() == 0 && least->second == 0 && !unexplainedBytesOf(least->first).isEmpty()) {
-                glance_.shortOutputs << QStringLiteral(
-                                            "The new file holds no sound, and the header of %1 tells of none: %2")
-                                            .arg(name(least->first), unexplainedBytesOf(least->first));
-            }
-            if (reader.frames() >= least->second) continue;
-            glance_.shortOutputs << QStringLiteral("The new file is shorter than its source: %1 of %2 frames")
-                                        .arg(reader.frames())
-                                        .arg(least->second);
-        }
-    }
-
-    void look(qint64 position, int count) {
-        for (const auto& [file, reader] : readers_) {
-            if (reader) reader->read(position, count);
-        }
-        for (std::size_t i = 0; i < pairs_.size(); ++i) {
-            const ChannelPair& pair = pairs_[i];
-            tallies_[i].add(*readers_.at(pair.source.file), pair.source.channel, *readers_.at(pair.output.file),
-                            pair.output.channel, count);
-        }
-    }
-
-    Readers readers_; // null: not to be compared
-    std::vector<ChannelPair> pairs_;
-    std::vector<Tally> tallies_;
-    Glance glance_;
 };
 
 } // namespace
@@ -403,33 +279,10 @@ QString AudioProof::objection() const {
     if (!failure_.isEmpty()) return failure_;
     for (auto file = stamps_.begin(); file != stamps_.end(); ++file) {
         if (FileStamp::of(file.key()) != file.value()) {
-            return QStringLiteral("%1 was changed meanwhile").arg(name(file.key()));
+            return changedSentence(file.key());
         }
     }
     return {};
 }
-
-bool Glance::has(ChannelFinding::Kind kind) const {
-    return std::any_of(findings.begin(), findings.end(),
-                       [kind](const ChannelFinding& finding) { return finding.kind == kind; });
-}
-
-QStringList Glance::names(ChannelFinding::Kind kind, bool ofOutputs) const {
-    QStringList result;
-    for (const ChannelFinding& finding : findings) {
-        if (finding.kind != kind) continue;
-        const QString file = name(ofOutputs ? finding.pair.output.file : finding.pair.source.file);
-        if (!result.contains(file)) result << file;
-    }
-    return result;
-}
-
-QString misreadSentence(const QStringList& sources) {
-    return QStringLiteral("ffmpeg misread %1, whose samples stand in more bytes than they need: the new file has not "
-                          "got its sound")
-        .arg(sources.join(QStringLiteral(", ")));
-}
-
-Glance glanceAt(const std::vector<ChannelPair>& pairs) { return GlanceWork(pairs).run(); }
 
 } // namespace ostrel

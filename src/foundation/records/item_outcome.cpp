@@ -6,18 +6,18 @@
 namespace ostrel {
 namespace {
 
-struct Words {
+struct FateWords {
     const char* caseName;
     const char* report;
 };
 
 // In the order of SourceFate::Kind.
-constexpr std::array<Words, 4> kWords{
+constexpr std::array<FateWords, 4> kFateWords{
     {{"kept", "Kept"}, {"moved", "Moved"}, {"deleted", "Deleted"}, {"replaced", "Replaced"}}};
 constexpr std::array kTold{SourceFate::Kind::moved, SourceFate::Kind::deleted, SourceFate::Kind::replaced,
                            SourceFate::Kind::kept};
 
-const Words& words(SourceFate::Kind kind) { return kWords[static_cast<std::size_t>(kind)]; }
+const FateWords& words(SourceFate::Kind kind) { return kFateWords[static_cast<std::size_t>(kind)]; }
 
 } // namespace
 

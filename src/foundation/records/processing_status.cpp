@@ -9,7 +9,7 @@ namespace {
 
 using Color = ProcessingStatus::Color;
 
-struct Words {
+struct StatusWords {
     const char* caseName;
     const char16_t* display; // %1 is the text or the list, %2 the file count
     const char16_t* shortDisplay;
@@ -18,7 +18,7 @@ struct Words {
 };
 
 // In the order of ProcessingStatus::Kind.
-constexpr std::array<Words, 19> kWords{{
+constexpr std::array<StatusWords, 19> kStatusWords{{
     {"pending", u"Pending", u"Pending", "circle", Color::secondary},
     {"ready", u"Ready", u"Ready", "checkmark.circle", Color::blue},
     {"missingChannels", u"Missing: %1", u"Missing", "exclamationmark.triangle", Color::orange},
@@ -43,7 +43,7 @@ constexpr std::array<Words, 19> kWords{{
     {"completedCarbonCopyCertified", u"✅ Completed", u"✅ Completed", "checkmark.seal.fill", Color::green},
 }};
 
-const Words& words(ProcessingStatus::Kind kind) { return kWords[static_cast<std::size_t>(kind)]; }
+const StatusWords& words(ProcessingStatus::Kind kind) { return kStatusWords[static_cast<std::size_t>(kind)]; }
 
 QString payload(const ProcessingStatus& status) {
     if (status.kind == ProcessingStatus::Kind::missingChannels) return status.channels.join(QStringLiteral(", "));

@@ -1,5 +1,6 @@
 #include "foundation/run/output_file.h"
 
+#include "foundation/proof/glance.h"
 #include "platform/paths.h"
 
 namespace ostrel {

@@ -9,7 +9,7 @@
 // Blocks on the disk; for any thread but the main one.
 #pragma once
 
-#include "foundation/proof/audio_proof.h"
+#include "foundation/proof/channel_pair.h"
 #include "foundation/run/run_ledger.h"
 #include "platform/files/new_file.h"
 

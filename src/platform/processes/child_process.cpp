@@ -50,9 +50,9 @@ public:
     FileActions(const FileActions&) = delete;
     FileActions& operator=(const FileActions&) = delete;
 
-    void connect(int descriptor, Stream stream, const Pipe& pipe) {
-        if (stream == Stream::null) posix_spawn_file_actions_addopen(&actions_, descriptor, "/dev/null", O_RDWR, 0);
-        if (stream == Stream::captured) posix_spawn_file_actions_adddup2(&actions_, pipe.writeEnd(), descriptor);
+    void connect(int descriptor, Stream kind, const Pipe& pipe) {
+        if (kind == Stream::null) posix_spawn_file_actions_addopen(&actions_, descriptor, "/dev/null", O_RDWR, 0);
+        if (kind == Stream::captured) posix_spawn_file_actions_adddup2(&actions_, pipe.writeEnd(), descriptor);
     }
     void changeFolder(const QString& folder) {
         if (!folder.isEmpty()) posix_spawn_file_actions_addchdir_np(&actions_, QFile::encodeName(folder).constData());

@@ -67,6 +67,12 @@ using DateFormat = std::unique_ptr<UDateFormat, CloseDateFormat>;
 
 } // namespace
 
+QString plural(const char* word, qsizetype count) {
+    return QString::fromLatin1(word) + (count > 1 ? QStringLiteral("s") : QString());
+}
+
+QStringList wordsOf(const char* text) { return QString::fromLatin1(text).split(u' '); }
+
 QString trueOrFalse(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
 
 QString fixed(double value, int digits) { return QString::number(value, 'f', digits); }

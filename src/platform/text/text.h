@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <QDateTime>
 #include <QString>
+#include <QStringList>
 #include <optional>
 
 namespace ostrel {
@@ -16,6 +17,12 @@ QString freshUuid();
 
 // The order a person expects: "T2" before "T10", letter case second.
 bool naturalLess(const QString& a, const QString& b);
+
+// "file" for one, "files" for more, of an English word that takes an s.
+QString plural(const char* word, qsizetype count);
+
+// The words of a text that blanks part: argument lists as they are read.
+QStringList wordsOf(const char* text);
 
 // "true" or "false", as logs and manifests write a switch.
 QString trueOrFalse(bool value);

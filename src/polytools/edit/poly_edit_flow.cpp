@@ -3,6 +3,7 @@
 #include "foundation/run/recording_list.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
+#include "platform/text/text.h"
 #include "polytools/preview/poly_preview.h"
 #include "polytools/records/poly_names.h"
 #include "polytools/services/poly_tools_reports.h"
@@ -13,10 +14,6 @@ namespace ostrel {
 namespace {
 
 using Task = PolyToolsServices::Task;
-
-QString plural(const char* word, qsizetype count) {
-    return QString::fromLatin1(word) + (count > 1 ? QStringLiteral("s") : QString());
-}
 
 QString joined(const std::vector<int>& numbers) {
     QStringList texts;

@@ -14,7 +14,7 @@
 namespace ostrel {
 namespace {
 
-constexpr qsizetype kErrorTextLength = 300;
+constexpr qsizetype kJoinErrorLength = 300;
 
 class Join {
 public:
@@ -148,7 +148,7 @@ private:
                 limitsByProgress({output.unfinished()}));
             tell(0.8, "Finalizing...");
             return ffmpeg.succeeded() || refused(QStringLiteral("ffmpeg error: ") +
-                                                 output.namingFinal(faultText(ffmpeg)).left(kErrorTextLength));
+                                                 output.namingFinal(faultText(ffmpeg)).left(kJoinErrorLength));
         } catch (const ProcessLaunchError& error) {
             return refused(QStringLiteral("Process error: ") + error.description);
         }

@@ -1,6 +1,8 @@
 // One value of an audio file, as ffprobe prints it.
 #pragma once
 
+#include "foundation/domain_error.h"
+
 #include <QString>
 
 namespace ostrel {
@@ -10,5 +12,10 @@ enum class FFProbeStreams { firstAudio, all };
 // `entry` is "stream=channels", "format=duration" and the like. Trimmed; empty if ffprobe failed or printed no text.
 // Throws ProcessLaunchError.
 QString ffprobeValue(const QString& ffprobePath, const QString& url, const QString& entry, FFProbeStreams streams);
+
+// What a reader throws that can't get such a value.
+inline DomainError probeError(int code, const QString& description) {
+    return DomainError(QStringLiteral("FFProbe"), code, description);
+}
 
 } // namespace ostrel

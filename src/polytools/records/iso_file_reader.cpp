@@ -11,10 +11,6 @@
 namespace ostrel {
 namespace {
 
-DomainError probeError(int code, const QString& description) {
-    return DomainError(QStringLiteral("FFProbe"), code, description);
-}
-
 // Zero if the reading fails: a file without one value is still a file.
 template <class Read>
 auto orZero(Read read) -> decltype(read()) {

@@ -15,10 +15,6 @@ namespace {
 // A file whose depth can't be read is written as 16 bit: the depth goes into the name of an ffmpeg codec.
 constexpr int kDefaultBitDepth = 16;
 
-DomainError probeError(int code, const QString& description) {
-    return DomainError(QStringLiteral("FFProbe"), code, description);
-}
-
 QString value(const QString& ffprobePath, const QString& url, const QString& entry) {
     if (ffprobePath.isEmpty()) throw probeError(1, QStringLiteral("ffprobe not found"));
     const auto streams = entry.startsWith(u's') ? FFProbeStreams::firstAudio : FFProbeStreams::all;

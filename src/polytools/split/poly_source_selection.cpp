@@ -4,6 +4,7 @@
 #include "platform/files/file_name.h"
 #include "platform/parallel.h"
 #include "platform/paths.h"
+#include "platform/text/text.h"
 #include "polytools/preview/poly_preview.h"
 #include "polytools/records/iso_file_names.h"
 #include "polytools/records/poly_track_reading.h"
@@ -12,10 +13,6 @@ namespace ostrel {
 namespace {
 
 using Task = PolyToolsServices::Task;
-
-QString plural(const char* word, qsizetype count) {
-    return QString::fromLatin1(word) + (count > 1 ? QStringLiteral("s") : QString());
-}
 
 // The text that stands for a track in a file name of the list of channels.
 QString cleanTrackName(QString name) {

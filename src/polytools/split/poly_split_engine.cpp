@@ -11,7 +11,7 @@
 namespace ostrel {
 namespace {
 
-constexpr qsizetype kErrorTextLength = 200;
+constexpr qsizetype kSplitErrorLength = 200;
 
 // What the poly holds, lifted once for all its ISOs.
 struct Capture {
@@ -273,7 +273,7 @@ private:
         if (ffmpeg.succeeded()) return true;
         fail(QStringLiteral("ffmpeg error for %1: %2")
                  .arg(paths::lastComponent(output.path()),
-                      output.namingFinal(faultText(ffmpeg)).left(kErrorTextLength)));
+                      output.namingFinal(faultText(ffmpeg)).left(kSplitErrorLength)));
         return false;
     }
 

@@ -20,7 +20,7 @@
 namespace ostrel {
 namespace {
 
-constexpr int kNarrow = 210; // average characters
+constexpr int kNarrowEdit = 210; // average characters
 constexpr int kLeastNameWidth = 110;
 enum OutputMode { rebuildMode, inPlaceMode };
 
@@ -54,7 +54,7 @@ PolyEditView::PolyEditView(PolyToolsViewModel& viewModel, QWidget* parent)
 
 void PolyEditView::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
-    const bool isNarrow = width() < kNarrow * fontMetrics().averageCharWidth();
+    const bool isNarrow = width() < kNarrowEdit * fontMetrics().averageCharWidth();
     for (const int column : {BatchPolyModel::SampleRateColumn, BatchPolyModel::DurationColumn})
         polys_->table().setColumnHidden(column, isNarrow);
     polys_->table().stretch();

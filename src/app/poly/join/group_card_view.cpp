@@ -19,7 +19,7 @@ namespace {
 
 using Color = ProcessingStatus::Color;
 
-constexpr int kGap = 3;      // above and below a card
+constexpr int kCardGap = 3;  // above and below a card
 constexpr int kPadding = 7;  // inside it
 constexpr int kChevron = 28; // from its left edge to its text
 constexpr int kSymbol = 16;
@@ -58,7 +58,7 @@ Badge badgeOf(const ISOGroupCandidate& group) {
 
 bool isUnfolded(const QStyleOptionViewItem& option) { return option.state.testFlag(QStyle::State_Open); }
 
-QRect cardOf(const QRect& row) { return row.adjusted(0, kGap, -2, -kGap); }
+QRect cardOf(const QRect& row) { return row.adjusted(0, kCardGap, -2, -kCardGap); }
 
 } // namespace
 
@@ -78,7 +78,7 @@ QSize GroupCardView::sizeHint(const QStyleOptionViewItem& option, const QModelIn
     if (!model_.isGroup(index)) return {200, line + 9};
     const auto* view = qobject_cast<const QTreeView*>(option.widget);
     const int lines = view && view->isExpanded(index) ? 3 : 2;
-    return {200, lines * line + (lines - 1) * 3 + 2 * (kPadding + kGap)};
+    return {200, lines * line + (lines - 1) * 3 + 2 * (kPadding + kCardGap)};
 }
 
 void GroupCardView::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {

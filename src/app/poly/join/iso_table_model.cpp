@@ -25,7 +25,7 @@ QString heading(int column) {
     }
 }
 
-bool isNumber(int column) {
+bool isNumberColumn(int column) {
     return column == IsoTableModel::ChannelColumn || column == IsoTableModel::SampleRateColumn ||
            column == IsoTableModel::BitDepthColumn || column == IsoTableModel::DurationColumn;
 }
@@ -47,7 +47,7 @@ QVariant IsoTableModel::headerData(int section, Qt::Orientation orientation, int
     if (orientation != Qt::Horizontal) return {};
     if (role == Qt::DisplayRole) return heading(section);
     if (role == Qt::TextAlignmentRole)
-        return QVariant((isNumber(section) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+        return QVariant((isNumberColumn(section) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
     if (role == Qt::ToolTipRole && section == IncludeColumn) return QStringLiteral("Include in the poly");
     if (role == Qt::AccessibleTextRole && section == IncludeColumn) return QStringLiteral("Include");
     return {};
@@ -62,7 +62,7 @@ QVariant IsoTableModel::data(const QModelIndex& index, int role) const {
     if (column == SoloColumn) return soloCell(index.row(), role);
     if (column == MarksColumn) return marksCell(iso, role);
     if (role == Qt::TextAlignmentRole)
-        return QVariant((isNumber(column) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+        return QVariant((isNumberColumn(column) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
     if (role == ElideMiddleRole) return column == FileColumn;
     if (role == Qt::ToolTipRole) return QStringLiteral("Click to preview this ISO");
     return role == Qt::DisplayRole ? text(iso, column) : QVariant();

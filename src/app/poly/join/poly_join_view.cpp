@@ -21,7 +21,7 @@
 namespace ostrel {
 namespace {
 
-enum ListPage { isoPage, reviewPage };
+enum JoinPage { isoPage, reviewPage };
 
 const RunRow::Texts& joinTexts() {
     static const RunRow::Texts texts{QStringLiteral("Join"), QString(), QStringLiteral("Joining..."),

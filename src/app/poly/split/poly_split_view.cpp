@@ -19,7 +19,7 @@
 namespace ostrel {
 namespace {
 
-enum ListPage { channelsPage, batchPage };
+enum SplitPage { channelsPage, batchPage };
 
 RunRow::Texts singleTexts() {
     return {QStringLiteral("Split"), QString(), QStringLiteral("Splitting..."),
