@@ -2,7 +2,7 @@
 // BEXT and all that is done for them.
 #include "bench/ratio.h"
 #include "foundation/tools/external_tool_detector.h"
-#include "metadata/riff_chunks.h"
+#include "metadata/chunks/riff_chunks.h"
 #include "metadata/universal_metadata_engine.h"
 #include "platform/diagnostics.h"
 #include "platform/files/files.h"

@@ -51,6 +51,17 @@ nlohmann::json toolsDocument(const ExternalToolDetector& detector) {
             {"bwfmetaedit", jsonTextOrNull(detector.bwfmetaeditPath.value())}};
 }
 
+namespace {
+
+nlohmann::json metadataDocument(const MetadataRecord& metadata) {
+    return {{"kept", jsonList(metadata.kept)},
+            {"renewed", jsonList(metadata.renewed)},
+            {"changed", jsonList(metadata.changed)},
+            {"lost", jsonList(metadata.lost)}};
+}
+
+} // namespace
+
 nlohmann::json jobItem(const QString& name, const ItemOutcome& outcome) {
     QStringList sources;
     nlohmann::json fates = nlohmann::json::array();
@@ -60,14 +71,16 @@ nlohmann::json jobItem(const QString& name, const ItemOutcome& outcome) {
                          {"fate", jsonText(caseName(source.kind))},
                          {"movedTo", jsonTextOrNull(source.movedTo)}});
     }
-    return {{"name", jsonText(name)},
-            {"sources", jsonList(sources)},
-            {"outputs", jsonList(outcome.outputs)},
-            {"status", jsonText(outcome.skipped() ? QStringLiteral("skipped") : outcome.status.caseName())},
-            {"statusText", jsonText(outcome.status.displayText())},
-            {"message", jsonText(outcome.message)},
-            {"warnings", jsonList(outcome.warnings)},
-            {"fates", fates}};
+    nlohmann::json item{{"name", jsonText(name)},
+                        {"sources", jsonList(sources)},
+                        {"outputs", jsonList(outcome.outputs)},
+                        {"status", jsonText(outcome.skipped() ? QStringLiteral("skipped") : outcome.status.caseName())},
+                        {"statusText", jsonText(outcome.status.displayText())},
+                        {"message", jsonText(outcome.message)},
+                        {"warnings", jsonList(outcome.warnings)},
+                        {"fates", fates}};
+    if (!outcome.metadata.isEmpty()) item["metadata"] = metadataDocument(outcome.metadata);
+    return item;
 }
 
 nlohmann::json jobItem(const QString& name, const QStringList& sources, const ProcessingStatus& status) {

@@ -47,8 +47,8 @@ bool requireFFmpeg(const ExternalToolDetector& detector, Terminal& terminal);
 
 nlohmann::json toolsDocument(const ExternalToolDetector& detector);
 
-// One item of a job's document: what became of it, and of each source. An item that no run took has the status that it
-// was found in, and nothing else.
+// One item of a job's document: what became of it, of each source, and of the metadata where any was carried. An item
+// that no run took has the status that it was found in, and nothing else.
 nlohmann::json jobItem(const QString& name, const ItemOutcome& outcome);
 nlohmann::json jobItem(const QString& name, const QStringList& sources, const ProcessingStatus& status);
 

@@ -1,9 +1,48 @@
 #include "interleaver/chunk_carrying.h"
 
+#include "metadata/chunks/chunk_bytes.h"
+#include "metadata/ixml_fitting.h"
 #include "platform/diagnostics.h"
 #include "platform/files/files.h"
 
+#include <functional>
+
 namespace ostrel {
+namespace {
+
+QString nameOr(const QString& name, const QString& tag) { return name.isEmpty() ? tag : name; }
+
+QString ownTrackName(const QString& file) {
+    const auto chunk = chunkBytes(file, "iXML");
+    const auto document = chunk ? decodedIxml(*chunk) : std::nullopt;
+    return document ? onlyTrackName(*document) : QString();
+}
+
+std::vector<RIFFChunk> withFittedIxml(std::vector<RIFFChunk> chunks,
+                                      const std::function<QByteArray(const QByteArray&)>& fit) {
+    for (RIFFChunk& chunk : chunks) {
+        if (chunk.id == "iXML") chunk.data = fit(chunk.data);
+    }
+    return chunks;
+}
+
+} // namespace
+
+std::vector<RIFFChunk> chunksOfSet(std::vector<RIFFChunk> chunks, const QStringList& files, const QStringList& tags) {
+    return withFittedIxml(std::move(chunks), [&](const QByteArray& chunk) {
+        QStringList names;
+        for (qsizetype i = 0; i < files.size(); ++i) names << nameOr(ownTrackName(files[i]), tags.value(i));
+        return fittedIxml(chunk, names, {});
+    });
+}
+
+std::vector<RIFFChunk> chunksOfChannel(std::vector<RIFFChunk> chunks, const QStringList& tags, int channel) {
+    return withFittedIxml(std::move(chunks), [&](const QByteArray& chunk) {
+        const auto document = decodedIxml(chunk);
+        const QStringList names = document ? trackNamesOf(*document, static_cast<int>(tags.size())) : QStringList();
+        return fittedIxml(chunk, {nameOr(names.value(channel), tags.value(channel))}, {channel + 1});
+    });
+}
 
 std::vector<RIFFChunk> extractChunksOrExplain(const QString& source) {
     QString why;

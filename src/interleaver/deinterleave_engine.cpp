@@ -199,9 +199,12 @@ void DeinterleaveEngine::runFFmpeg(Work& work, const QStringList& arguments) con
 }
 
 void DeinterleaveEngine::addChunks(Work& work) const {
+    const QStringList tags = ffmpegLayoutOf(work.source.layout).tags;
     for (const auto& [tag, file] : work.files) {
         if (work.chunks.empty()) continue;
-        if (const QString why = injectChunks(file->path(), work.chunks); !why.isEmpty()) {
+        const auto channel = static_cast<int>(tags.indexOf(tag));
+        const QString why = injectChunks(file->path(), chunksOfChannel(work.chunks, tags, channel));
+        if (!why.isEmpty()) {
             printDiagnostic(QStringLiteral("⚠️  Failed to inject chunks into %1: %2")
                                 .arg(paths::lastComponent(file->finalPath()), why));
         }

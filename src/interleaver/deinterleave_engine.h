@@ -8,7 +8,7 @@
 #include "foundation/records/multi_channel_source.h"
 #include "foundation/records/processing_options.h"
 #include "foundation/run/run_ledger.h"
-#include "metadata/riff_chunks.h"
+#include "metadata/chunks/riff_chunks.h"
 
 #include <QMap>
 #include <QString>

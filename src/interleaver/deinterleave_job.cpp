@@ -2,7 +2,8 @@
 
 #include "foundation/proof/audio_proof.h"
 #include "interleaver/interleave_command.h"
-#include "metadata/bext_completion.h"
+#include "metadata/metadata_comparison.h"
+#include "metadata/metadata_completion.h"
 #include "platform/paths.h"
 
 #include <algorithm>
@@ -17,6 +18,7 @@ DeinterleaveJob::DeinterleaveJob(const RunContext& run, const MultiChannelSource
 ItemReport DeinterleaveJob::run() {
     const DeinterleaveResult result = makeOutputs();
     report_.outcome = result.outcome;
+    report_.outcome.metadata = compared_;
     const auto say = [this](LogLevel level, const QString& message) {
         report_.say(level, LogCategory::process, message, name_);
     };
@@ -58,9 +60,12 @@ void DeinterleaveJob::copyMetadata(const QStringList& unfinished) {
         run_.metadataEngine->copyMetadataToMultiple(source_.sourceURL, unfinished);
     metadataFailures_ =
         std::count_if(copied.begin(), copied.end(), [](const MetadataResult& one) { return !one.success; });
+    for (const MetadataResult& one : copied) {
+        if (!one.refused.isEmpty()) bextWarnings_ << refusedSentence(one, paths::lastComponent(source_.sourceURL));
+    }
     for (const QString& file : unfinished) {
-        const BextCompletion bext = completeBext(source_.sourceURL, file, SourceUmid::cleared);
-        if (!bext.why.isEmpty()) bextWarnings_ << differingBextSentence(source_.sourceURL, bext);
+        bextWarnings_ << completeMetadata(source_.sourceURL, file, SourceUmid::cleared).warnings;
+        compared_.add(compareMetadata(source_.sourceURL, file));
     }
     bextWarnings_.removeDuplicates();
 }

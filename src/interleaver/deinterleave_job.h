@@ -27,6 +27,7 @@ private:
     const DeinterleaveEngine engine_;
     std::ptrdiff_t metadataFailures_ = 0; // files
     QStringList bextWarnings_;
+    MetadataRecord compared_; // with the source, read back
     ItemReport report_;
 };
 

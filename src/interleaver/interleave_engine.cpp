@@ -107,7 +107,11 @@ InterleaveResult InterleaveEngine::interleave(const InterleaveGroup& group, cons
     const QStringList sources = filesInOrder(group, layout);
     RunLedger ownLedger(group.channelFiles.values());
     if (!ledger) ledger = &ownLedger;
-    Work work{group, extractChunksOrExplain(group.firstFile())};
+    QStringList tags;
+    for (const QString& tag : layout.channelTags) {
+        if (group.channelFiles.contains(tag)) tags << tag;
+    }
+    Work work{group, chunksOfSet(extractChunksOrExplain(group.firstFile()), sources, tags)};
     ItemOutcome& outcome = work.result.outcome;
     outcome.sources = ItemOutcome::allKept(sources);
     const auto command = [&, format = group.outputFormat(options.outputFormatPolicy)](const QString& output) {

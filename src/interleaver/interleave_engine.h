@@ -8,7 +8,7 @@
 #include "foundation/records/item_outcome.h"
 #include "foundation/records/processing_options.h"
 #include "foundation/run/run_ledger.h"
-#include "metadata/riff_chunks.h"
+#include "metadata/chunks/riff_chunks.h"
 
 #include <QString>
 #include <QStringList>

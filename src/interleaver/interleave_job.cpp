@@ -3,8 +3,9 @@
 #include "foundation/proof/audio_proof.h"
 #include "foundation/tools/ffprobe_parser.h"
 #include "interleaver/lr_cleanup_engine.h"
-#include "metadata/bext_completion.h"
 #include "metadata/bext_identity.h"
+#include "metadata/metadata_comparison.h"
+#include "metadata/metadata_completion.h"
 #include "platform/paths.h"
 
 namespace ostrel {
@@ -34,6 +35,7 @@ ItemReport InterleaveJob::run() {
     }
     InterleaveResult result = makeOutput(output);
     report_.outcome = result.outcome;
+    report_.outcome.metadata = compared_;
     for (const QString& warning : result.outcome.warnings) say(LogLevel::warning, kProcess, warning);
     report_.warn(bextWarnings_, LogCategory::metadata, group_.baseName);
     if (!result.outcome.succeeded()) {
@@ -88,8 +90,8 @@ void InterleaveJob::copyMetadata(const QString& unfinished) {
         metadataFailed_ = true; // told with the item's status
     }
     // Whatever the tool refused or rewrote; what it lost beside bext is told with the item's status all the same.
-    const BextCompletion bext = completeBext(left, unfinished, SourceUmid::kept);
-    if (!bext.why.isEmpty()) bextWarnings_ << differingBextSentence(left, bext);
+    bextWarnings_ << completeMetadata(left, unfinished, SourceUmid::kept).warnings;
+    compared_ = compareMetadata(left, unfinished);
 }
 
 void InterleaveJob::finishPlainly(const QString& output) {

@@ -39,6 +39,7 @@ private:
     std::optional<MetadataResult> metadata_; // of the copy from "L"; none: there was nothing to copy with, or it threw
     bool metadataFailed_ = false;
     QStringList bextWarnings_;
+    MetadataRecord compared_; // with the source, read back
     ItemReport report_;
 };
 

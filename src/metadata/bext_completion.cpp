@@ -1,7 +1,7 @@
 #include "metadata/bext_completion.h"
 
-#include "metadata/bext_chunk.h"
-#include "metadata/riff_chunks.h"
+#include "metadata/chunks/chunk_bytes.h"
+#include "metadata/chunks/riff_chunks.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
 #include "wave/wave_layout.h"
@@ -23,7 +23,7 @@ bool write(const QString& path, qint64 offset, const QByteArray& bytes) {
 }
 
 // Where there is no room for it the old chunk becomes a filler, and the new one goes ahead of the audio.
-QString insert(const QString& target, const std::optional<BextPlace>& old, const QByteArray& wanted) {
+QString insert(const QString& target, const std::optional<ChunkPlace>& old, const QByteArray& wanted) {
     if (old && !write(target, old->payload - kChunkHeaderSize, "JUNK")) return QStringLiteral("it can't be written");
     try {
         RIFFChunkWriter::injectPreservedChunks(target, {RIFFChunk{"bext", wanted}});
@@ -40,27 +40,27 @@ QString insert(const QString& target, const std::optional<BextPlace>& old, const
 } // namespace
 
 BextCompletion completeBext(const QString& source, const QString& target, SourceUmid umid) {
-    const std::optional<BextPlace> from = findBext(source);
+    const std::optional<ChunkPlace> from = findChunk(source, "bext");
     if (!from || !readWaveLayout(QFile::encodeName(target).toStdString())) return {};
     if (from->size > kLargest) return {false, QStringLiteral("the bext chunk of the source is too large")};
-    QByteArray wanted = readBext(source, *from, kLargest);
+    QByteArray wanted = bytesAt(source, *from, kLargest);
     if (wanted.size() != from->size) return {false, QStringLiteral("the bext chunk of the source can't be read")};
     if (umid == SourceUmid::cleared && wanted.size() >= kUmid + kUmidBytes) {
         wanted.replace(kUmid, kUmidBytes, QByteArray(kUmidBytes, '\0'));
     }
-    const std::optional<BextPlace> to = findBext(target);
+    const std::optional<ChunkPlace> to = findChunk(target, "bext");
     // A longer coding history of the target's own ends in zeros, which are no text.
     const auto filled = [&](qint64 size) { return wanted.leftJustified(size, '\0'); };
     if (to && to->size >= wanted.size()) {
-        if (readBext(target, *to, kLargest) == filled(to->size)) return {true, QString()};
+        if (bytesAt(target, *to, kLargest) == filled(to->size)) return {true, QString()};
         if (!write(target, to->payload, filled(to->size))) {
             return {false, QStringLiteral("the bext chunk can't be written")};
         }
     } else if (const QString why = insert(target, to, wanted); !why.isEmpty()) {
         return {false, QStringLiteral("no room for the bext chunk: ") + why};
     }
-    const std::optional<BextPlace> now = findBext(target);
-    if (!now || readBext(target, *now, kLargest) != filled(now->size)) {
+    const std::optional<ChunkPlace> now = findChunk(target, "bext");
+    if (!now || bytesAt(target, *now, kLargest) != filled(now->size)) {
         return {false, QStringLiteral("the bext chunk can't be read back")};
     }
     return {true, QString()};

@@ -1,6 +1,6 @@
 #include "metadata/bext_identity.h"
 
-#include "metadata/bext_chunk.h"
+#include "metadata/chunks/chunk_bytes.h"
 
 #include <QtEndian>
 
@@ -33,8 +33,8 @@ QStringList BextIdentity::differencesFrom(const BextIdentity& other) const {
 }
 
 std::optional<BextIdentity> readBextIdentity(const QString& file) {
-    const std::optional<BextPlace> place = findBext(file);
-    const QByteArray bytes = place ? readBext(file, *place, kIdentity) : QByteArray();
+    const std::optional<ChunkPlace> place = findChunk(file, "bext");
+    const QByteArray bytes = place ? bytesAt(file, *place, kIdentity) : QByteArray();
     if (bytes.size() != kIdentity) return std::nullopt;
     return BextIdentity{textAt(bytes, 0, kDescription), textAt(bytes, 256, 32),
                         textAt(bytes, 288, 32),         textAt(bytes, 320, 10),

@@ -5,8 +5,8 @@
 // writes a few hundred bytes and leaves the rest alone.
 #pragma once
 
+#include "metadata/chunks/riff_chunks.h"
 #include "metadata/metadata_engine.h"
-#include "metadata/riff_chunks.h"
 
 #include <QString>
 #include <optional>

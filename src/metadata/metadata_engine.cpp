@@ -11,13 +11,14 @@
 #include "platform/text/text.h"
 
 #include <QDir>
+#include <QXmlStreamReader>
 
 namespace ostrel {
 namespace {
 
 struct Field {
     QString name;
-    RegularExpression pattern; // over the CORE XML; group 1 is the value, entities and all
+    RegularExpression pattern; // over the CORE XML; group 1 is the value, its entities still in it
     bool isWrittenBack;
 };
 
@@ -44,6 +45,38 @@ bool isRefusedAnyway(const QString& name, const QString& value) {
     return isInfo && (value.contains(u'\n') || value.contains(u'\r'));
 }
 
+QStringList argumentsFor(const BWFMetadata& metadata) {
+    QStringList arguments;
+    for (const Field& field : fields()) {
+        const auto value = metadata.find(field.name);
+        if (value != metadata.end()) arguments << QStringLiteral("--%1=%2").arg(field.name, *value);
+    }
+    return arguments;
+}
+
+// The tool says "malformed input, FIELD …" or "malformed input (FIELD=…".
+QStringList refusedFields(const QString& message, const QStringList& sent) {
+    QStringList refused;
+    for (const QString& field : sent) {
+        if (message.contains(QStringLiteral("malformed input, %1 ").arg(field)) ||
+            message.contains(QStringLiteral("malformed input (%1=").arg(field))) {
+            refused << field;
+        }
+    }
+    return refused;
+}
+
+// A field's text out of an XML document: "&amp;" is one character of it.
+QString withoutEntities(const QString& text) {
+    if (!text.contains(u'&')) return text;
+    QString kept = text; // from the reader's own way with line ends
+    kept.replace(u'\r', QStringLiteral("&#13;"));
+    QXmlStreamReader reader(QStringLiteral("<x>%1</x>").arg(kept));
+    reader.readNextStartElement();
+    const QString plain = reader.readElementText();
+    return reader.hasError() ? text : plain;
+}
+
 QString errorText(const ProcessResult& result) { return result.errorText(QStringLiteral("Unknown error")); }
 
 // Whether a row of bwfmetaedit's CORE table holds metadata. Cells are cut at every comma, quotes are not looked at.
@@ -68,6 +101,12 @@ QString MetadataError::errorDescription() const {
     case Kind::coreImportFailed: break;
     }
     return QStringLiteral("Failed to import CORE document");
+}
+
+QString refusedSentence(const MetadataResult& result, const QString& fileName) {
+    if (result.refused.isEmpty()) return {};
+    return QStringLiteral("bwfmetaedit would not take %1 of %2 as it stands; the other fields were sent without")
+        .arg(result.refused.join(QStringLiteral(", ")), fileName);
 }
 
 MetadataEngine::MetadataEngine(const QString& bwfmetaeditPath, const QString& sessionID)
@@ -145,13 +184,24 @@ MetadataResult MetadataEngine::importCORE(const QString& from, const QString& to
 }
 
 MetadataResult MetadataEngine::applyBWFFields(const BWFMetadata& metadata, const QString& target) const {
-    QStringList arguments;
+    BWFMetadata sent;
     for (const Field& field : fields()) {
         const QString value = metadata.value(field.name);
-        if (field.isWrittenBack && !value.isEmpty() && !isRefusedAnyway(field.name, value))
-            arguments << QStringLiteral("--%1=%2").arg(field.name, value);
+        if (field.isWrittenBack && !value.isEmpty() && !isRefusedAnyway(field.name, value)) {
+            sent.insert(field.name, value);
+        }
     }
-    return runTool(arguments << target, QStringLiteral("Metadata applied successfully"));
+    QStringList refused;
+    while (true) {
+        MetadataResult result = runTool(argumentsFor(sent) << target, QStringLiteral("Metadata applied successfully"));
+        const QStringList named = result.success ? QStringList() : refusedFields(result.message, sent.keys());
+        if (named.isEmpty()) {
+            result.refused = refused;
+            return result;
+        }
+        refused << named;
+        for (const QString& field : named) sent.remove(field);
+    }
 }
 
 BWFMetadata MetadataEngine::extractBWFFields(const QString& path) const {
@@ -166,7 +216,8 @@ BWFMetadata MetadataEngine::extractBWFFields(const QString& path) const {
     if (!document) throw MetadataError(MetadataError::Kind::coreExportFailed);
     BWFMetadata metadata;
     for (const Field& field : fields()) {
-        if (const auto match = field.pattern.firstMatch(*document)) metadata.insert(field.name, match->text(1));
+        if (const auto match = field.pattern.firstMatch(*document))
+            metadata.insert(field.name, withoutEntities(match->text(1)));
     }
     return metadata;
 }

@@ -15,9 +15,13 @@ namespace ostrel {
 struct MetadataResult {
     bool success = false;
     QString message;
+    QStringList refused; // fields that the tool would not take as they stand, and the others were sent without
 
     bool operator==(const MetadataResult&) const = default;
 };
+
+// What the log says of the fields that a tool would not take; empty where it took all.
+QString refusedSentence(const MetadataResult& result, const QString& fileName);
 
 // Field name to field text; holds no empty value.
 using BWFMetadata = QMap<QString, QString>;
@@ -48,6 +52,7 @@ public:
     // The two halves of that. A target is a file that can be made again: room for the fields is made in place. Fields
     // that could not be read (nothing) can't be written either, which the result then says.
     std::optional<BWFMetadata> readFields(const QString& source) const;
+    // One refused field never costs the others: it is left out and named.
     MetadataResult writeFields(const std::optional<BWFMetadata>& fields, const QString& target) const;
 
     // Removes the session folder. Called by the owner at the end of a job.

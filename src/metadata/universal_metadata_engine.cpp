@@ -3,6 +3,7 @@
 #include "foundation/domain_error.h"
 #include "foundation/logs/debug_log.h"
 #include "metadata/header_room.h"
+#include "metadata/ixml_fitting.h"
 #include "metadata/ixml_surgery.h"
 #include "platform/diagnostics.h"
 #include "platform/files/file_name.h"
@@ -175,6 +176,7 @@ QStringList UniversalMetadataEngine::applyMetadata(const QStringList& targets, c
             const MetadataResult copied = metadataEngine_.writeFields(fields, target);
             log << (copied.success ? QStringLiteral("✅ BWF metadata copied: ") + name
                                    : QStringLiteral("⚠️  BWF copy failed for %1: %2").arg(name, copied.message));
+            if (!copied.refused.isEmpty()) log << QStringLiteral("⚠️  ") + refusedSentence(copied, name);
         }
         if (enableiXML && preservationResult.hasiXML) {
             log << QStringLiteral("ℹ️  iXML preservation delegated to ffmpeg -map_metadata 0");
@@ -241,7 +243,7 @@ QString UniversalMetadataEngine::extractiXMLString(const QString& url) const {
         throw engineError(QStringLiteral("The iXML of %1 was not read: bwfmetaedit was %2")
                               .arg(paths::lastComponent(url), printed.why));
     }
-    const std::optional<QString> text = decodeUtf8(printed.standardOutput);
+    const std::optional<QString> text = decodedIxml(printed.standardOutput);
     if (!text) throw engineError(QStringLiteral("The iXML of %1 is not UTF-8").arg(paths::lastComponent(url)));
     // The tool ends its print with a line break that is not in the file. Kept, it would give a file without iXML an
     // iXML chunk of that one character.

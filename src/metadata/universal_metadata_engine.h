@@ -6,8 +6,8 @@
 // run child processes; one instance may serve several threads at once.
 #pragma once
 
+#include "metadata/chunks/riff_chunks.h"
 #include "metadata/metadata_engine.h"
-#include "metadata/riff_chunks.h"
 #include "metadata/take_manifest.h"
 
 #include <QString>
@@ -74,8 +74,8 @@ public:
     // Of the first track in the file's iXML; nothing if there is none, or the tool can't be started.
     std::optional<TrackIndices> extractTrackIndicesFromiXML(const QString& fileURL) const;
 
-    // The file's iXML document; empty if it has none. Throws ProcessLaunchError, and DomainError for text that is not
-    // UTF-8.
+    // The file's iXML document, which then declares UTF-8; empty if it has none. Throws ProcessLaunchError, and
+    // DomainError for text that is neither UTF-8 nor what it declares.
     QString extractiXMLString(const QString& url) const;
 
 private:

@@ -3,13 +3,14 @@
 #include "foundation/proof/audio_proof.h"
 #include "foundation/proof/sample_reader.h"
 #include "foundation/proof/unexplained_bytes.h"
-#include "metadata/bext_completion.h"
+#include "metadata/chunks/chunk_bytes.h"
+#include "metadata/metadata_comparison.h"
+#include "metadata/metadata_completion.h"
 #include "platform/audio/audio_file_writer.h"
 #include "platform/files/replacement.h"
 #include "platform/paths.h"
 #include "platform/processes/child_process.h"
 #include "platform/processes/tool_limits.h"
-#include "wave/wave_layout.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -74,11 +75,6 @@ bool isWiderThanFloats(const QString& file) {
     } catch (const SampleReaderError&) {
         return false;
     }
-}
-
-bool hasChunk(const QString& file, const char* id) {
-    const auto layout = readWaveLayout(QFile::encodeName(file).toStdString());
-    return layout && layout->find(id);
 }
 
 } // namespace
@@ -214,14 +210,15 @@ void MonoConversion::noteWhatStands(const NewFile& file, const std::optional<Fil
 void MonoConversion::write(AudioFile& source, const QString& path) {
     copyChannel(source, channel(), path);
     bool isCarried = copyBWFMetadata(path);
-    const BextCompletion bext = completeBext(request_.file, path, SourceUmid::kept);
-    if (!bext.why.isEmpty()) outcome_.warnings << differingBextSentence(request_.file, bext);
-    isCarried |= bext.isComplete && !hasChunk(request_.file, "iXML");
+    const MetadataCompletion completion = completeMetadata(request_.file, path, SourceUmid::kept);
+    outcome_.warnings << completion.warnings;
+    outcome_.metadata = compareMetadata(request_.file, path);
+    isCarried |= completion.bext.isComplete;
     const QString name = paths::lastComponent(request_.file);
     if (source.isLossy() && AudioFile(path).lengthInFrames() != source.lengthInFrames()) { // compared nowhere else
         throw ProcessingError::processingFailed(QStringLiteral("The new file has not got the length of %1").arg(name));
     }
-    if (!isCarried && (hasChunk(request_.file, "bext") || hasChunk(request_.file, "iXML"))) {
+    if (!isCarried && (findChunk(request_.file, "bext") || findChunk(request_.file, "iXML"))) {
         outcome_.warnings << QStringLiteral("%1: its BWF metadata could not be carried over").arg(name);
     }
 }

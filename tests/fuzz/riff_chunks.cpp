@@ -1,6 +1,6 @@
 // Any file as the source of chunks and as the output that they go into: lifted chunks are the source's own bytes, and
 // an injection puts one block ahead of a `data` and changes the RIFF size, or leaves the file as it was.
-#include "metadata/riff_chunks.h"
+#include "metadata/chunks/riff_chunks.h"
 #include "platform/files/files.h"
 
 #include <QtEndian>

@@ -215,11 +215,11 @@ TEST(CopyMetadataToMultiple, WritesTheTablesFieldsInItsOrderWithoutTheCodingHist
                      QStringLiteral("--ICMT=note"), QStringLiteral("--ITCH=tech"), QStringLiteral("/out/t.wav")}));
 }
 
-TEST(CopyMetadataToMultiple, AValueWithALineBreakIsCapturedWholeNeitherTrimmedNorDecoded) {
-    EXPECT_EQ(writtenFields(
-                  "<Description> gSCENE=2C\r\ngTAKE=1 &amp; &#10;\n</Description><Description>second</Description>"),
-              QStringList(
-                  {QStringLiteral("--Description= gSCENE=2C\r\ngTAKE=1 &amp; &#10;\n"), QStringLiteral("/out/t.wav")}));
+TEST(CopyMetadataToMultiple, AValueWithALineBreakIsCapturedWholeAndItsEntitiesDecoded) {
+    EXPECT_EQ(
+        writtenFields(
+            "<Description> gSCENE=2C\r\ngTAKE=1 &amp; &#10;\n</Description><Description>second</Description>"),
+        QStringList({QStringLiteral("--Description= gSCENE=2C\r\ngTAKE=1 & \n\n"), QStringLiteral("/out/t.wav")}));
 }
 
 TEST(CopyMetadataToMultiple, AnEmptyElementGivesNoKey) {

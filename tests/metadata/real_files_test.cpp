@@ -1,7 +1,7 @@
 // Real recordings of many recorders and programs, against facts that were found without this program.
 #include "foundation/tools/ffprobe_parser.h"
 #include "metadata/asset_descriptor.h"
-#include "metadata/riff_chunks.h"
+#include "metadata/chunks/riff_chunks.h"
 #include "platform/parallel.h"
 #include "platform/paths.h"
 #include "platform/processes/child_process.h"

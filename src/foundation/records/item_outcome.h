@@ -2,6 +2,7 @@
 // reports, documents, summaries and exit statuses. None of those looks at options or sentences to tell what happened.
 #pragma once
 
+#include "foundation/records/metadata_record.h"
 #include "foundation/records/processing_status.h"
 
 #include <QString>
@@ -29,7 +30,8 @@ struct ItemOutcome {
     QStringList warnings; // what the person should know although outputs stand
     QString message;      // one sentence about the whole
     std::vector<SourceFate> sources;
-    bool wasThere = false; // the outputs were: counts as a skip, whatever word its status has
+    MetadataRecord metadata; // compared; empty where a job was not to carry any
+    bool wasThere = false;   // the outputs were: counts as a skip, whatever word its status has
 
     bool operator==(const ItemOutcome&) const = default;
 

@@ -256,7 +256,8 @@ private:
             log_.error(kMetadata,
                        QStringLiteral("❌ METADATA PRESERVATION FAILED: ") + output.namingFinal(describe(error)));
         }
-        completeBext(poly_.url, output, SourceUmid::kept, log_);
+        metadata_ = completeMetadata(poly_.url, output, SourceUmid::kept, log_);
+        tellPreservation(QStringLiteral("Edit completed"), paths::lastComponent(output.path()), metadata_, log_);
     }
 
     void carryMetadata(const OutputFile& file) {
@@ -345,6 +346,7 @@ private:
     ChannelFilterResult finished(const ProcessingStatus& status, const QStringList& outputs) {
         ChannelFilterResult result;
         result.outcome = {status, outputs, warnings_, status.text, ItemOutcome::allKept({poly_.url})};
+        result.outcome.metadata = metadata_;
         result.channelCount = static_cast<int>(final_.size());
         for (const FinalTrack& track : final_) result.trackNames << track.name;
         result.logEntries = log_.take();
@@ -362,6 +364,7 @@ private:
     EngineLog log_;
     std::vector<FinalTrack> final_;
     QStringList warnings_;
+    MetadataRecord metadata_;
 };
 
 } // namespace

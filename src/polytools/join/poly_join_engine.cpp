@@ -169,7 +169,8 @@ private:
             log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata restoration failed: ") + reason);
             log_.error(kMetadata, QStringLiteral("❌ METADATA RESTORATION FAILED: ") + reason);
         }
-        completeBext(isos_.front().url, output, SourceUmid::kept, log_);
+        outcome_.metadata = completeMetadata(isos_.front().url, output, SourceUmid::kept, log_);
+        tellPreservation(QStringLiteral("Join completed"), paths::lastComponent(path_), outcome_.metadata, log_);
     }
 
     void carryMetadata(const UniversalMetadataEngine& engine, const OutputFile& file) {
@@ -180,9 +181,7 @@ private:
         const MetadataPreservationResult capture = engine.extractMetadata(first, true);
         for (const QString& message : capture.logMessages) log_.debug(message);
         for (const QString& said : engine.applyMetadata({output}, first, withoutIXML(capture), true, true, true)) {
-            const QString message = file.namingFinal(said);
-            log_.debug(message);
-            log_.success(kMetadata, message);
+            tellMetadata(file.namingFinal(said), log_);
         }
         rebuildTrackList(engine, output);
         if (!capture.sceneInfo) return;

@@ -3,8 +3,10 @@
 #include "foundation/logs/debug_log.h"
 #include "foundation/run/output_file.h"
 #include "foundation/tools/ffprobe_parser.h"
+#include "metadata/chunks/riff_chunks.h"
+#include "metadata/metadata_comparison.h"
+#include "metadata/metadata_completion.h"
 #include "metadata/metadata_engine.h"
-#include "metadata/riff_chunks.h"
 #include "metadata/universal_metadata_engine.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
@@ -43,10 +45,30 @@ MetadataPreservationResult withoutIXML(MetadataPreservationResult capture) {
     return capture;
 }
 
-void completeBext(const QString& source, const OutputFile& output, SourceUmid umid, EngineLog& log) {
-    const BextCompletion completion = completeBext(source, output.unfinished(), umid);
-    if (completion.isComplete || completion.why.isEmpty()) return;
-    log.warning(LogCategory::metadata, QStringLiteral("⚠️ ") + differingBextSentence(source, completion));
+MetadataRecord completeMetadata(const QString& source, const OutputFile& output, SourceUmid umid, EngineLog& log) {
+    const MetadataCompletion completion = completeMetadata(source, output.unfinished(), umid);
+    for (const QString& warning : completion.warnings) log.warning(kMetadata, QStringLiteral("⚠️ ") + warning);
+    return compareMetadata(source, output.unfinished());
+}
+
+void tellPreservation(const QString& done, const QString& file, const MetadataRecord& record, EngineLog& log) {
+    if (record.isWhole()) {
+        log.debug(QStringLiteral("✅ [UniversalEngine] %1: %2").arg(done, file));
+        log.success(kMetadata, QStringLiteral("✅ %1 - All metadata preserved: %2").arg(done, file));
+    } else {
+        log.debug(QStringLiteral("⚠️ [UniversalEngine] Partial metadata preservation: ") + file);
+        log.warning(kMetadata,
+                    QStringLiteral("⚠️ Partial metadata preservation: %1 (%2)").arg(file, record.missing()));
+    }
+}
+
+void tellMetadata(const QString& message, EngineLog& log) {
+    log.debug(message);
+    if (message.startsWith(QStringLiteral("⚠️"))) {
+        log.warning(kMetadata, message);
+    } else {
+        log.success(kMetadata, message);
+    }
 }
 
 QString faultText(const ProcessResult& result) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "foundation/logs/processing_log.h"
+#include "foundation/records/metadata_record.h"
 #include "metadata/bext_completion.h"
 
 #include <QString>
@@ -74,9 +75,15 @@ QString describe(const std::exception& error);
 // an output that bwfmetaedit refuses.
 MetadataPreservationResult withoutIXML(MetadataPreservationResult capture);
 
-// The last step of a new file's metadata: its bext chunk becomes the source's, whatever a tool refused or rewrote ahead
-// of it. What could not be done is a warning.
-void completeBext(const QString& source, const OutputFile& output, SourceUmid umid, EngineLog& log);
+// The last step of a new file's metadata, whatever a tool refused or rewrote ahead of it; and what the file then holds
+// of the source's, compared. What could not be done is a warning.
+MetadataRecord completeMetadata(const QString& source, const OutputFile& output, SourceUmid umid, EngineLog& log);
+
+// "All metadata preserved", or what is not as it was.
+void tellPreservation(const QString& done, const QString& file, const MetadataRecord& record, EngineLog& log);
+
+// A line of the metadata engine, at the level that its sign tells.
+void tellMetadata(const QString& message, EngineLog& log);
 
 // The line of a failed ffmpeg run that tells the fault; "Unknown error" where none does.
 QString faultText(const ProcessResult& result);

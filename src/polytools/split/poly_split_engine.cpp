@@ -83,6 +83,7 @@ private:
         for (const ItemOutcome& channel : result_.channels) {
             outcome.outputs << channel.outputs;
             outcome.warnings << channel.warnings;
+            outcome.metadata.add(channel.metadata);
             result_.createdCount += channel.succeeded() ? 1 : 0;
             result_.skippedCount += channel.skipped() ? 1 : 0;
             result_.errorCount += channel.failed() ? 1 : 0;
@@ -236,18 +237,20 @@ private:
         } catch (const ProcessLaunchError& error) {
             return fail(QStringLiteral("Process error for %1: %2").arg(file, error.description));
         }
-        applyMetadata(output, track, capture);
-        publish(output, channel, file);
+        const MetadataRecord metadata = applyMetadata(output, track, capture);
+        publish(output, channel, file, metadata);
     }
 
-    void publish(OutputFile& output, int channel, const QString& file) {
+    void publish(OutputFile& output, int channel, const QString& file, const MetadataRecord& metadata) {
         const OutputFile::End end =
             output.finish({{{poly_.url, channel}, {output.unfinished(), 0}}}, OutputFile::Check::strict);
         if (end.nameWasTaken) return refuse({WritePermission::Kind::refused, end.failure}, file);
         if (!end.failure.isEmpty()) return fail(end.failure);
         for (const QString& warning : end.warnings) log_.warning(kProcess, warning);
         log_.success(kProcess, QStringLiteral("Created: ") + file);
-        note({ProcessingStatus::completed(), {output.path()}, end.warnings});
+        ItemOutcome outcome{ProcessingStatus::completed(), {output.path()}, end.warnings};
+        outcome.metadata = metadata;
+        note(std::move(outcome));
     }
 
     void refuse(const WritePermission& permission, const QString& file) {
@@ -288,22 +291,24 @@ private:
         log_.warning(kProcess, QStringLiteral("Warning: Output may not be true mono: ") + file);
     }
 
-    void applyMetadata(const OutputFile& iso, const ChannelTrack& track, const Capture& capture) {
+    MetadataRecord applyMetadata(const OutputFile& iso, const ChannelTrack& track, const Capture& capture) {
         if (!tools_.universalEngine) {
             log_.debug(QStringLiteral("❌ [UniversalEngine] METADATA ENGINE UNAVAILABLE — bwfmetaedit not found"));
             log_.error(kMetadata, QStringLiteral("❌ METADATA ENGINE UNAVAILABLE — bwfmetaedit not found. Output will "
                                                  "have NO metadata."));
-            return;
+            return {};
         }
-        if (!capture.preservation) return;
+        if (!capture.preservation) return {};
         try {
             carryMetadata(iso, track, *capture.preservation);
         } catch (const std::exception& error) {
             const QString reason = iso.namingFinal(describe(error));
             log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata application failed: ") + reason);
             log_.error(kMetadata, QStringLiteral("❌ METADATA APPLICATION FAILED: ") + reason);
-            completeBext(poly_.url, iso, SourceUmid::cleared, log_);
         }
+        const MetadataRecord record = completeMetadata(poly_.url, iso, SourceUmid::cleared, log_);
+        tellPreservation(QStringLiteral("Split completed"), paths::lastComponent(iso.path()), record, log_);
+        return record;
     }
 
     void carryMetadata(const OutputFile& output, const ChannelTrack& track, const MetadataPreservationResult& capture) {
@@ -312,32 +317,15 @@ private:
         const UniversalMetadataEngine& engine = *tools_.universalEngine;
         log_.debug(QStringLiteral("🔵 [UniversalEngine] Applying metadata to ISO: ") + file);
         for (const QString& said : engine.applyMetadata({iso}, poly_.url, withoutIXML(capture), true, true, false)) {
-            const QString message = output.namingFinal(said);
-            log_.debug(message);
-            log_.success(kMetadata, message);
+            tellMetadata(output.namingFinal(said), log_);
         }
         // An ISO is always number 1 of 1, but it keeps its channel index: that is what a later join restores.
         const QString name = track.name.isEmpty() ? QStringLiteral("CH%1").arg(track.channelIndex) : track.name;
         engine.normalizeiXMLForSingleTrack(poly_.url, iso, encodeXMLText(name), track.channelIndex, 1);
-        completeBext(poly_.url, output, SourceUmid::cleared, log_);
         const QString indices =
             QStringLiteral("INTERLEAVE_INDEX=1, CHANNEL_INDEX=%1, NAME=%2").arg(track.channelIndex).arg(name);
         log_.debug(QStringLiteral("✅ [UniversalEngine] iXML normalized: %1 → %2").arg(file, indices));
         log_.success(kMetadata, QStringLiteral("✅ iXML normalized: ") + indices);
-        checkPreservation(iso, file, capture);
-    }
-
-    void checkPreservation(const QString& iso, const QString& file, const MetadataPreservationResult& capture) {
-        const MetadataPreservationResult found = tools_.universalEngine->extractMetadata(iso, true);
-        const bool complete = found.riffChunks.size() >= capture.riffChunks.size() && found.hasBWF == capture.hasBWF &&
-                              found.hasiXML == capture.hasiXML && found.hasTimecode == capture.hasTimecode;
-        if (complete) {
-            log_.debug(QStringLiteral("✅ [UniversalEngine] Split completed: ") + file);
-            log_.success(kMetadata, QStringLiteral("✅ Split completed - All metadata preserved: ") + file);
-        } else {
-            log_.debug(QStringLiteral("⚠️ [UniversalEngine] Partial metadata preservation: ") + file);
-            log_.warning(kMetadata, QStringLiteral("⚠️ Partial metadata preservation: ") + file);
-        }
     }
 
     const PolyEngineTools& tools_;

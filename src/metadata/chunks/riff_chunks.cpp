@@ -1,4 +1,4 @@
-#include "metadata/riff_chunks.h"
+#include "metadata/chunks/riff_chunks.h"
 
 #include "platform/files/files.h"
 

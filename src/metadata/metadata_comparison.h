@@ -1,0 +1,12 @@
+// What a new file holds of its source's metadata, field by field of the bext chunk (EBU Tech 3285) and chunk by chunk,
+// read from the bytes of both: no tool is believed. Blocks on the disk; for any thread.
+#pragma once
+
+#include "foundation/records/metadata_record.h"
+
+namespace ostrel {
+
+// Empty for a source that is no WAV file. A target that is none has lost everything.
+MetadataRecord compareMetadata(const QString& source, const QString& target);
+
+} // namespace ostrel

@@ -1,0 +1,25 @@
+// What a job does last to the metadata of a new WAV file, whatever tools wrote it before: its bext chunk becomes the
+// source's, an iXML document that no tool could rewrite goes along as it was, and a checksum of the audio is made true.
+#pragma once
+
+#include "metadata/bext_completion.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace ostrel {
+
+struct MetadataCompletion {
+    BextCompletion bext;
+    QStringList warnings; // whole sentences; they name the source, since the target's name may be private yet
+};
+
+// Changes the target in place, so only for files that can be made again. Never fails: what could not be done is a
+// warning. Blocks on the disk; reads the target's audio where it has an `MD5 ` chunk. For any thread.
+MetadataCompletion completeMetadata(const QString& source, const QString& target, SourceUmid umid);
+
+// Makes the `MD5 ` chunk of a file, if it has one, the digest of its audio: 16 bytes, MD5 of the data chunk's payload,
+// stored in reverse order. False where that was not to be done.
+bool renewMd5Chunk(const QString& file);
+
+} // namespace ostrel
