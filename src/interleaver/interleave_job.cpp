@@ -9,7 +9,6 @@
 #include "platform/paths.h"
 
 namespace ostrel {
-namespace {} // namespace
 
 QString libraryRootOf(const QString& file, const QStringList& selection) {
     QString root;

@@ -1,5 +1,6 @@
 #include "metadata/core_document.h"
 
+#include "metadata/csv_table.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
 #include "platform/text/regular_expression.h"
@@ -10,59 +11,21 @@ namespace {
 
 QString quotedCell(QString text) { return u'"' + text.replace(QStringLiteral("\""), QStringLiteral("\"\"")) + u'"'; }
 
-// Walks over CSV text. Quotes switch quoting on and off anywhere in a cell; line breaks between quotes belong to it.
-class CsvCursor {
-public:
-    explicit CsvCursor(const QString& text) : text_(text) {}
-
-    bool atEnd() const { return position_ >= text_.size(); }
-
-    // Past the cell that begins here, up to its separator or line end.
-    void skipCell(QChar separator) {
-        bool quoted = false;
-        for (; !atEnd(); ++position_) {
-            const QChar c = text_[position_];
-            if (c == u'"') quoted = !quoted;
-            if (!quoted && (c == separator || c == u'\n' || c == u'\r')) return;
-        }
-    }
-
-    void skipLineBreaks() {
-        while (!atEnd() && (text_[position_] == u'\n' || text_[position_] == u'\r')) ++position_;
-    }
-
-    bool atLineEnd() const { return atEnd() || text_[position_] == u'\n' || text_[position_] == u'\r'; }
-    void step() { ++position_; }
-    qsizetype position() const { return position_; }
-
-private:
-    const QString& text_;
-    qsizetype position_ = 0;
-};
-
+// Only the cells that name a file change; everything else stays letter for letter.
 QString reaimedCsv(const QString& document, const QString& target) {
     const QChar separator = document[QStringLiteral("FileName").size()];
-    const QString cell = quotedCell(target);
+    const QString name = quotedCell(target);
     QString result;
-    CsvCursor cursor(document);
-    bool isHeader = true;
     qsizetype copied = 0;
-    while (!cursor.atEnd()) {
-        result += document.mid(copied, cursor.position() - copied);
-        copied = cursor.position();
-        cursor.skipCell(separator);
-        if (!isHeader) {
-            result += cell;
-            copied = cursor.position();
-        }
-        while (!cursor.atLineEnd()) {
-            cursor.step();
-            cursor.skipCell(separator);
-        }
-        cursor.skipLineBreaks();
-        isHeader = false;
+    const std::vector<std::vector<CSVCell>> rows = parseCSVCells(document, separator);
+    for (std::size_t row = 1; row < rows.size(); ++row) {
+        const CSVCell& cell = rows[row].front();
+        result += QStringView(document).sliced(copied, cell.begin - copied);
+        result += name;
+        copied = cell.end;
     }
-    return result + document.mid(copied);
+    result += QStringView(document).sliced(copied);
+    return result;
 }
 
 QString reaimedXml(const QString& document, const QString& target) {

@@ -7,9 +7,9 @@ namespace {
 
 class CSVParser {
 public:
-    explicit CSVParser(const QString& text) : text_(text) {}
+    CSVParser(const QString& text, QChar separator) : text_(text), separator_(separator) {}
 
-    std::vector<QStringList> parse() {
+    std::vector<std::vector<CSVCell>> parse() {
         for (position_ = 0; position_ < text_.size(); ++position_) {
             quoted_ ? takeQuoted(text_[position_]) : takePlain(text_[position_]);
         }
@@ -22,9 +22,9 @@ private:
 
     void takeQuoted(QChar c) {
         if (c != u'"') {
-            field_ += c;
+            cell_.text += c;
         } else if (followedBy(u'"')) {
-            field_ += c;
+            cell_.text += c;
             ++position_;
         } else {
             quoted_ = false;
@@ -34,33 +34,48 @@ private:
     void takePlain(QChar c) {
         if (c == u'"') {
             quoted_ = true;
-        } else if (c == u',') {
-            endField();
-        } else if (c == u'\n') {
+        } else if (c == separator_) {
+            endCell();
+        } else if (c == u'\n' || c == u'\r') { // both in turn make a blank line, which vanishes
             endRow();
-        } else if (c != u'\r' || !followedBy(u'\n')) {
-            field_ += c;
+        } else {
+            cell_.text += c;
         }
     }
 
-    void endField() { row_ << std::exchange(field_, {}); }
+    void endCell() {
+        cell_.end = position_;
+        row_.push_back(std::exchange(cell_, {QString(), position_ + 1, 0}));
+    }
 
     void endRow() {
-        endField();
-        if (row_.size() > 1 || !row_.front().isEmpty()) rows_.push_back(row_);
+        endCell();
+        if (row_.size() > 1 || !row_.front().text.isEmpty()) rows_.push_back(std::move(row_));
         row_.clear();
     }
 
     const QString& text_;
+    QChar separator_;
     qsizetype position_ = 0;
     bool quoted_ = false;
-    QString field_;
-    QStringList row_;
-    std::vector<QStringList> rows_;
+    CSVCell cell_;
+    std::vector<CSVCell> row_;
+    std::vector<std::vector<CSVCell>> rows_;
 };
 
 } // namespace
 
-std::vector<QStringList> parseCSV(const QString& text) { return CSVParser(text).parse(); }
+std::vector<std::vector<CSVCell>> parseCSVCells(const QString& text, QChar separator) {
+    return CSVParser(text, separator).parse();
+}
+
+std::vector<QStringList> parseCSV(const QString& text) {
+    std::vector<QStringList> rows;
+    for (std::vector<CSVCell>& cells : parseCSVCells(text)) {
+        QStringList& row = rows.emplace_back();
+        for (CSVCell& cell : cells) row << std::move(cell.text);
+    }
+    return rows;
+}
 
 } // namespace ostrel

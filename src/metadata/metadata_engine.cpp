@@ -1,6 +1,7 @@
 #include "metadata/metadata_engine.h"
 
 #include "metadata/core_document.h"
+#include "metadata/csv_table.h"
 #include "metadata/header_room.h"
 #include "platform/files/files.h"
 #include "platform/files/standard_folders.h"
@@ -80,9 +81,8 @@ QString withoutEntities(const QString& text) {
 QString errorText(const ProcessResult& result) { return result.errorText(QStringLiteral("Unknown error")); }
 
 // Whether a row of bwfmetaedit's CORE table holds metadata. Cells are cut at every comma, quotes are not looked at.
-bool rowHoldsMetadata(const QString& row) {
-    const QStringList cells = row.split(u',');
-    const auto cell = [&](qsizetype index) { return index < cells.size() ? cells[index].trimmed() : QString(); };
+bool rowHoldsMetadata(const QStringList& cells) {
+    const auto cell = [&](qsizetype index) { return cells.value(index).trimmed(); };
     constexpr qsizetype timeReference = 7;
     constexpr qsizetype originatorReference = 3;
     if (!cell(timeReference).isEmpty() && cell(timeReference) != QStringLiteral("0")) return true;
@@ -226,8 +226,8 @@ bool MetadataEngine::verifyMetadataExists(const QString& path) const {
     try {
         const ProcessResult result = ChildProcess::runForResult(
             bwfmetaeditPath_, {QStringLiteral("--out-core=-"), path}, limitsByFileSize({path}));
-        const QStringList lines = result.outputText().split(u'\n', Qt::SkipEmptyParts);
-        return lines.size() >= 2 && rowHoldsMetadata(lines[1]);
+        const std::vector<QStringList> rows = parseCSV(result.outputText());
+        return rows.size() >= 2 && rowHoldsMetadata(rows[1]);
     } catch (const ProcessLaunchError&) {
         return false;
     }

@@ -176,6 +176,19 @@ TEST_F(SourceStepsTest, ADeletionThatFailsAtItsLastMomentLeavesTheSource) {
     EXPECT_EQ(journalSteps().join(u'|'), QStringLiteral("delete done|delete undone"));
 }
 
+TEST_F(SourceStepsTest, NothingIsDeletedWhereTheFirstCannotBe) {
+    int unlinked = 0;
+    const OnSystemCall broken(SystemCall::unlink,
+                              [&](const QByteArray&, const QByteArray&) { return ++unlinked == 1 ? EPERM : 0; });
+    const SourceStepsResult result = remove();
+    expectAsBefore(result);
+    EXPECT_EQ(unlinked, 1);
+    EXPECT_TRUE(result.failure.startsWith(QStringLiteral("a.L.wav can't be removed (")))
+        << result.failure.toStdString();
+    EXPECT_FALSE(result.failure.contains(QStringLiteral("deleted by then")));
+    EXPECT_EQ(journalSteps().join(u'|'), QStringLiteral("delete undone|delete undone"));
+}
+
 TEST_F(SourceStepsTest, AKillBetweenTheTwoIsToldOfBothAndCanBeTakenBack) {
     inProgramThatEnds([&] {
         int steps = 0;

@@ -3,6 +3,7 @@
 #include "interleaver/controller_fixture.h"
 #include "platform/paths.h"
 #include "preview/playback_manager.h"
+#include "support/blocked_workers.h"
 
 #include <QSettings>
 #include <gtest/gtest.h>
@@ -202,13 +203,15 @@ TEST_F(AppViewModelTest, ASelectionAScanAndAJobEndThePreview) {
 
 TEST_F(AppViewModelTest, AControllerDestroyedDuringAScanIsNotResumedInto) {
     writePair("Rain");
+    BlockedWorkers workers; // so the scan can't end ahead of the controller
     {
         ScriptedDesktop other;
         AppViewModel shortLived(other, audio, detectorFor(tools.path("tools"_s)));
         shortLived.select({library.path()});
         shortLived.scan();
+        EXPECT_TRUE(shortLived.hasRunningTask());
     }
-    EXPECT_FALSE(waitUntil([] { return false; }, 500));
+    workers.drain();
 }
 
 TEST_F(AppViewModelTest, APairBecomesAStereoFileWithItsMetadata) {
@@ -425,7 +428,8 @@ TEST_F(CleanupModes, ACleanupThatFailsIsAWarning) {
 TEST_F(AppViewModelTest, StopFinishesTheRunningItemAndStartsNoOther) {
     for (const char* base : {"Able", "Baker", "Charlie"}) writePair(base);
     const QString fake =
-        tools.writeScript("tools/bin/ffmpeg"_s, QStringLiteral("sleep 0.4; exec %1 \"$@\"").arg(tool("ffmpeg")));
+        tools.writeScript("tools/bin/ffmpeg"_s, QStringLiteral("until [ -e '%1' ]; do sleep 0.02; done; exec %2 \"$@\"")
+                                                    .arg(tools.path("go"_s), tool("ffmpeg")));
     controller.recheckTools();
     ASSERT_EQ(controller.toolDetector().ffmpegPath.value(), fake);
     scan();
@@ -435,6 +439,7 @@ TEST_F(AppViewModelTest, StopFinishesTheRunningItemAndStartsNoOther) {
     controller.stopProcessing();
     EXPECT_FALSE(controller.isProcessing.value());
     EXPECT_TRUE(controller.hasRunningTask());
+    tools.write("go"_s, "");
     EXPECT_TRUE(waitForTasks(controller));
     EXPECT_EQ(controller.interleaveGroups[0].status, ProcessingStatus::completed());
     EXPECT_EQ(controller.interleaveGroups[1].status, ProcessingStatus::readyLRMerge());

@@ -6,7 +6,9 @@
 #include "interleaver/fixtures.h"
 #include "support/own_state.h"
 #include "support/sound.h"
+#include "support/system_calls.h"
 
+#include <cerrno>
 #include <gtest/gtest.h>
 
 namespace ostrel {
@@ -80,6 +82,16 @@ protected:
     }
     QStringList outputs() const {
         return QDir(folder.path(QStringLiteral("Interleaved"))).entryList(QDir::Files | QDir::Hidden);
+    }
+    // Fails the deletion of one source: the first is the left one, and each has a private name by then.
+    std::unique_ptr<OnSystemCall> failingDeletion(int number) const {
+        const auto answer = [here = folder.path(), number, seen = 0](const QByteArray& file,
+                                                                     const QByteArray&) mutable {
+            const QString path = QFile::decodeName(file);
+            const bool isSource = paths::parent(path) == here && isPrivateName(paths::lastComponent(path));
+            return isSource && ++seen == number ? EPERM : 0;
+        };
+        return std::make_unique<OnSystemCall>(SystemCall::unlink, answer);
     }
 
     OwnState state;
@@ -158,6 +170,31 @@ TEST_F(InterleaveJobTest, SourcesWhoseHeaderTellsAQuarterStay) {
     EXPECT_EQ(report.outcome.warnings.first(),
               QStringLiteral("A.L.wav: about 0.8 s of audio may lie behind the declared end"));
     EXPECT_EQ(report.outcome.warnings.size(), 3);
+}
+
+TEST_F(InterleaveJobTest, ASecondSourceThatCannotBeDeletedIsToldWithTheFirstThatIsGone) {
+    writePair();
+    const QString right = group.channelFiles[QStringLiteral("R")];
+    const QString before = fingerprintOf(right);
+    const auto broken = failingDeletion(2);
+    const ItemOutcome outcome = take();
+    EXPECT_TRUE(outcome.status.text.startsWith(QStringLiteral("Originals gone in part: A.R.wav can't be removed (")))
+        << outcome.status.text.toStdString();
+    EXPECT_TRUE(outcome.status.text.endsWith(QStringLiteral("; deleted by then: A.L.wav")));
+    EXPECT_EQ(outcome.sourcesText(), QStringLiteral("Deleted 1, Kept 1"));
+    EXPECT_FALSE(QFile::exists(group.channelFiles[QStringLiteral("L")]));
+    EXPECT_EQ(fingerprintOf(right), before);
+    EXPECT_EQ(namesIn(folder.path()), QStringList{QStringLiteral("A.R.wav")});
+}
+
+TEST_F(InterleaveJobTest, AMetadataToolThatIsGoneIsAWarning) {
+    writePair();
+    run.options.deleteOriginalsInterleave = false;
+    run.bwfmetaeditPath = folder.path(QStringLiteral("gone"));
+    run.metadataEngine.emplace(run.bwfmetaeditPath, QStringLiteral("gone"));
+    EXPECT_EQ(take().status, ProcessingStatus::completedWithWarning(QStringLiteral("Metadata failed")));
+    EXPECT_EQ(report.log.back().message, QStringLiteral("Created: A.wav (metadata failed)"));
+    EXPECT_EQ(decodedByFfmpeg(report.outcome.outputs.value(0)), expectedSamples(spec, 2));
 }
 
 TEST_F(InterleaveJobTest, EveryJobWarnsOfUnexplainedBytes) {
@@ -249,8 +286,112 @@ protected:
         writePair();
         run.options.deleteOriginalsInterleave = false;
     }
+    // A tool that passes everything on to the delivered one and is gone once it has written.
+    void useToolThatGoes() {
+        run.bwfmetaeditPath = folder.writeScript(
+            QStringLiteral("tools/going"), QStringLiteral("'%1' \"$@\"; status=$?\n"
+                                                          "case \"$1\" in --in-core=*) rm \"$0\";; esac\nexit $status")
+                                               .arg(deliveredBwfmetaedit()));
+        run.metadataEngine.emplace(run.bwfmetaeditPath, QStringLiteral("certificate"));
+    }
+    // The pair is as it was, the output holds its samples, and status and log say why.
+    void expectBothStay(ProcessingStatus::Kind kind, const QString& beginning) {
+        const QStringList before{fingerprintOf(left()), fingerprintOf(right())};
+        const ProcessingStatus status = take().status;
+        EXPECT_EQ(status.kind, kind);
+        EXPECT_TRUE(status.text.startsWith(beginning)) << status.text.toStdString();
+        EXPECT_EQ(report.outcome.sourcesText(), QStringLiteral("Kept"));
+        EXPECT_EQ((QStringList{fingerprintOf(left()), fingerprintOf(right())}), before);
+        EXPECT_EQ(namesIn(folder.path()), (QStringList{QStringLiteral("A.L.wav"), QStringLiteral("A.R.wav")}));
+        EXPECT_EQ(decodedByFfmpeg(report.outcome.outputs.value(0)), expectedSamples(spec, 2));
+    }
+    // A certified merge whose clean-up fails.
+    void expectCleanupFails(const QString& why) {
+        expectBothStay(ProcessingStatus::Kind::completedWithWarning, QStringLiteral("Cleanup failed: ") + why);
+        EXPECT_TRUE(report.log.back().message.startsWith(QStringLiteral("✅ A - Merge OK, cleanup failed: ") + why));
+        EXPECT_EQ(report.log.back().level, LogLevel::warning);
+    }
+    QString left() const { return group.channelFiles.value(QStringLiteral("L")); }
+    QString right() const { return group.channelFiles.value(QStringLiteral("R")); }
+    QString backupOf(const QString& file) const {
+        return folder.path() + QStringLiteral("/Originals/") + paths::lastComponent(file);
+    }
+    // Fails every renaming of a file.
+    static OnSystemCall failingMove(const QString& file) {
+        return {SystemCall::renameat2, [name = QFile::encodeName(file)](const QByteArray& from, const QByteArray&) {
+                    return from == name ? EIO : 0;
+                }};
+    }
     QString bwfmetaedit;
 };
+
+TEST_F(CertificateTest, WithoutFfprobeNothingCanBeVerified) {
+    describe("a take");
+    write();
+    run.ffprobePath.clear();
+    expectBothStay(ProcessingStatus::Kind::completedWithWarning, QStringLiteral("Cannot verify: ffprobe missing"));
+    EXPECT_EQ(report.log.back().message, QStringLiteral("A - Created but cannot verify"));
+}
+
+TEST_F(CertificateTest, AnFfprobeThatFailsIsAFailedVerification) {
+    describe("a take");
+    write();
+    run.ffprobePath = folder.writeScript(QStringLiteral("tools/ffprobe"), QStringLiteral("exit 1"));
+    expectBothStay(ProcessingStatus::Kind::failed, QStringLiteral("Verification failed: "));
+}
+
+TEST_F(CertificateTest, AMetadataToolThatIsGoneIsAFailedVerification) {
+    describe("a take");
+    write();
+    run.bwfmetaeditPath = folder.path(QStringLiteral("tools/gone"));
+    run.metadataEngine.emplace(run.bwfmetaeditPath, QStringLiteral("certificate"));
+    expectBothStay(ProcessingStatus::Kind::failed,
+                   QStringLiteral("Verification failed: bwfmetaedit could not be started"));
+}
+
+TEST_F(CertificateTest, AMetadataToolThatGoesMeanwhileIsAFailedVerification) {
+    describe("a take");
+    write();
+    useToolThatGoes();
+    expectBothStay(ProcessingStatus::Kind::failed, QStringLiteral("Verification failed: "));
+    EXPECT_FALSE(QFile::exists(run.bwfmetaeditPath));
+}
+
+TEST_F(CertificateTest, BothStayWhereTheLeftOneCannotBeDeleted) {
+    describe("a take");
+    write();
+    const auto broken = failingDeletion(1);
+    expectCleanupFails(QStringLiteral("A.L.wav can't be removed ("));
+    EXPECT_EQ(journalSteps(), (QStringList{QStringLiteral("delete undone"), QStringLiteral("delete undone")}));
+}
+
+TEST_F(CertificateTest, BothStayWhereTheRightOneCannotBeGivenAPrivateName) {
+    describe("a take");
+    write();
+    const OnSystemCall broken = failingMove(right());
+    expectCleanupFails(QStringLiteral("Could not create ") + folder.path());
+    EXPECT_EQ(journalSteps(), (QStringList{QStringLiteral("delete undone"), QStringLiteral("delete failed")}));
+}
+
+TEST_F(CertificateTest, BothStayWhereTheLeftOneCannotBeMoved) {
+    describe("a take");
+    write();
+    run.options.lrCleanupMode = LRCleanupMode::verifiedConsolidation;
+    const OnSystemCall broken = failingMove(left());
+    expectCleanupFails(QStringLiteral("Could not move %1 to %2: Input/output error").arg(left(), backupOf(left())));
+    EXPECT_EQ(journalSteps(), (QStringList{QStringLiteral("move failed"), QStringLiteral("move failed")}));
+    EXPECT_FALSE(QFile::exists(backupOf(right())));
+}
+
+TEST_F(CertificateTest, TheLeftOneComesBackWhereTheRightOneCannotBeMoved) {
+    describe("a take");
+    write();
+    run.options.lrCleanupMode = LRCleanupMode::verifiedConsolidation;
+    const OnSystemCall broken = failingMove(right());
+    expectCleanupFails(QStringLiteral("Could not move %1 to %2: Input/output error").arg(right(), backupOf(right())));
+    EXPECT_EQ(journalSteps(), (QStringList{QStringLiteral("move undone"), QStringLiteral("move failed")}));
+    EXPECT_FALSE(QFile::exists(backupOf(left())));
+}
 
 TEST_F(CertificateTest, EqualFieldsOverTwoLinesAreCertified) {
     describe("first\r\nsecond, \"quoted\"");

@@ -1,6 +1,7 @@
 // Whole runs of the controller: several folders, a second run over the same library, a selection that changes
 // meanwhile.
 #include "interleaver/controller_fixture.h"
+#include "metadata/csv_table.h"
 
 #include <gtest/gtest.h>
 
@@ -42,6 +43,14 @@ protected:
     }
     bool exists(const char* name) const { return QFile::exists(library.path() + u'/' + QString::fromUtf8(name)); }
     QStringList csv() const { return QString::fromUtf8(readAll(controller.reportPath())).split(u'\n'); }
+    // Of the report's one row.
+    QString originalsCell() const {
+        const std::vector<QStringList> rows = parseCSV(QString::fromUtf8(readAll(controller.reportPath())));
+        const auto header = std::ranges::find_if(
+            rows, [](const QStringList& row) { return row.contains("Originals"_s) && row.contains("Status"_s); });
+        if (header == rows.end() || header + 1 == rows.end()) return "no row"_s;
+        return (header + 1)->value(header->indexOf("Originals"_s));
+    }
 };
 
 TEST_F(RunsTest, EveryFolderHasItsOwnOriginals) {
@@ -114,6 +123,39 @@ TEST_F(RunsTest, TheReportTellsWhatHappenedAndNotWhatWasAskedFor) {
     const QString row = csv().filter("Rain,2ch"_s).value(0);
     EXPECT_TRUE(row.contains(",Kept,"_s)) << row.toStdString();
     EXPECT_TRUE(exists("Rain.L.wav") && exists("Rain.R.wav"));
+}
+
+TEST_F(RunsTest, TheReportTellsOfSourcesThatAreGone) {
+    writePairOf("Rain"_s, 0);
+    useDeliveredBwfmetaedit();
+    setOptions([](ProcessingOptions& options) { options.lrCleanupMode = LRCleanupMode::hardDelete; });
+    controller.generateCSV = true;
+    scan({"Rain.L.wav"_s, "Rain.R.wav"_s});
+    run();
+    EXPECT_EQ(originalsCell(), "Deleted"_s);
+    EXPECT_FALSE(exists("Rain.L.wav") || exists("Rain.R.wav"));
+}
+
+TEST_F(RunsTest, TheReportOfASplitTellsWhereItsSourceIs) {
+    WaveSpec spec;
+    spec.channels = 2;
+    controller.currentMode = AppMode::deinterleave;
+    controller.generateCSV = true;
+    writeMono("Moved.wav", spec);
+    setOptions([](ProcessingOptions& options) { options.moveOriginalsDeinterleave = true; });
+    scan({"Moved.wav"_s});
+    run();
+    EXPECT_EQ(originalsCell(), "Moved"_s);
+    EXPECT_TRUE(exists("Originals/Moved.wav") && !exists("Moved.wav"));
+    writeMono("Gone.wav", spec);
+    setOptions([](ProcessingOptions& options) {
+        options.moveOriginalsDeinterleave = false;
+        options.deleteOriginalsDeinterleave = true;
+    });
+    scan({"Gone.wav"_s});
+    run();
+    EXPECT_EQ(originalsCell(), "Deleted"_s);
+    EXPECT_FALSE(exists("Gone.wav") || exists("Originals/Gone.wav"));
 }
 
 TEST_F(RunsTest, AFailedItemHasNoOutputInTheReport) {

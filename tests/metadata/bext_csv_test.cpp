@@ -42,6 +42,22 @@ TEST(Csv, QuotedCommasAndLineBreaksBelongToTheField) {
     EXPECT_EQ(parseCSV(u"\"a\r\nb\"\r\n"_s), (Rows{{u"a\r\nb"_s}}));
 }
 
+TEST(Csv, ACarriageReturnAloneEndsARow) {
+    EXPECT_EQ(parseCSV(u"a,b\rc,\r\rd,\"e\rf\""_s), (Rows{{u"a"_s, u"b"_s}, {u"c"_s, QString()}, {u"d"_s, u"e\rf"_s}}));
+}
+
+TEST(Csv, CellsTellTheirPlaceWithTheirQuotes) {
+    const QString text = u"a;\"b;\r\n\"\"c\"\r\n\n;d"_s;
+    const auto rows = parseCSVCells(text, u';');
+    QStringList places;
+    for (const std::vector<CSVCell>& row : rows) {
+        for (const CSVCell& cell : row) places << text.sliced(cell.begin, cell.end - cell.begin);
+    }
+    EXPECT_EQ(places, (QStringList{u"a"_s, u"\"b;\r\n\"\"c\""_s, QString(), u"d"_s}));
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0][1].text, u"b;\r\n\"c"_s);
+}
+
 TEST(Csv, TwoQuotesInAQuotedFieldStandForOne) {
     EXPECT_EQ(parseCSV(u"\"say \"\"hi\"\"\",b"_s), (Rows{{u"say \"hi\""_s, u"b"_s}}));
 }

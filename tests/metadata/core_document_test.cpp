@@ -52,6 +52,9 @@ TEST(CoreDocument, TheFileNameCellsOfCsvBecomeTheWholePathOfTheTarget) {
          "FileName,Description,X\nCELL,\"gSCENE=2C\r\ngTAKE=1,\n\"\"x\"\"\n\",y\n"},
         {"FileName;Description\n/t/a,b.wav;text;\n", "FileName;Description\nCELL;text;\n"},
         {"FileName,Description\r\n/t/a.wav,text\r\n", "FileName,Description\r\nCELL,text\r\n"},
+        // a carriage return alone, and none of it lost at the end
+        {"FileName,D\r/t/a.wav,1\r\r\"/t/b.wav\",2\r", "FileName,D\rCELL,1\r\rCELL,2\r"},
+        {"FileName,D\r\n\r\n/t/a.wav,\"1\r\"\r\n\r\n", "FileName,D\r\n\r\nCELL,\"1\r\"\r\n\r\n"},
         // several files, a blank line between
         {"FileName,D\n/t/a.wav,1\n\n\"/t/b \"\"q\"\", c.wav\",2\n", "FileName,D\nCELL,1\n\nCELL,2\n"},
         {"FileName,D\n\"/t/line\nbreak.wav\",1\n", "FileName,D\nCELL,1\n"},

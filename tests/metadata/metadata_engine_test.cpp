@@ -139,6 +139,19 @@ TEST_F(MetadataEngineTest, AFailedImportFallsBackToWhatTheTargetHolds) {
               (MetadataResult{true, QStringLiteral("Metadata preserved (via ffmpeg)")}));
 }
 
+// Neither a comma nor a line break within a field makes columns or rows of its own.
+TEST_F(MetadataEngineTest, ATargetsNameOfManyPiecesIsNoMetadata) {
+    tool_.failing(QStringLiteral("export"), 1, "no bext\n");
+    tool_.provide(QStringLiteral("table"), kTable + "\"a,b,c,d,e,f,g,h.wav\",,,,,,,,\n");
+    EXPECT_FALSE(engine().copyMetadata(source(), target()).success);
+    tool_.provide(QStringLiteral("table"), kTable + "\"line\nbreak, and comma.wav\",,,,,,,,\n");
+    EXPECT_FALSE(engine().copyMetadata(source(), target()).success);
+    tool_.provide(QStringLiteral("table"), kTable + "\"line\nbreak, and comma.wav\",,,REF,,,,,\n");
+    EXPECT_TRUE(engine().copyMetadata(source(), target()).success);
+    tool_.provide(QStringLiteral("table"), kTable + "t.wav,\"two, with\r\nlines\",,,,,,0,\n");
+    EXPECT_TRUE(engine().copyMetadata(source(), target()).success);
+}
+
 TEST_F(MetadataEngineTest, ACrashOfTheToolIsAFailure) {
     folder_.writeScript(QStringLiteral("tools 'x'/bwfmetaedit"), QStringLiteral("echo dying >&2; kill -SEGV $$"));
     EXPECT_EQ(engine().copyMetadata(source(), target()),

@@ -158,8 +158,9 @@ TEST(AudioMix, TheCallbackNeitherLocksNorAllocatesNorTouchesFiles) {
     const TestFolder folder;
     std::vector<MixEntry> entries;
     for (int file = 0; file < 4; ++file) {
-        entries.push_back(
-            {streamOf(writeSound(folder.path(QStringLiteral("%1.wav").arg(file)), 2, 40'000)), 1.0F, true});
+        const int rate = file % 2 ? 44100 : 48000; // with and without conversion
+        const QString path = folder.path(QStringLiteral("%1.wav").arg(file));
+        entries.push_back({streamOf(writeSound(path, 2, 40'000, markedSample, rate)), 1.0F, true});
         fill(*entries.back().stream);
     }
     AudioMix mix(1);

@@ -263,6 +263,18 @@ TEST(AudioPlayer, FilesOfOtherRatesSoundAtTheSameTime) {
     }
 }
 
+// At so low a rate more is held back than the ring takes.
+TEST(AudioPlayer, AFileOfALowRateIsHeardWhole) {
+    const TestFolder folder;
+    DiskOutput disk;
+    const auto steady = [](int, qint64) { return 0.5F; };
+    AudioPlayer player(disk.output(), writeSound(folder.path(QStringLiteral("a.wav")), 1, 3000, steady, 1000));
+    EXPECT_TRUE(playToItsEnd(player));
+    const std::vector<float> heard = disk.heard(0);
+    ASSERT_NEAR(static_cast<double>(heard.size()), 144'000, 48);
+    for (std::size_t frame = 10'000; frame < 134'000; ++frame) ASSERT_NEAR(heard[frame], 0.5F, 1e-4F) << frame;
+}
+
 TEST(AudioPlayer, ManyChannelsReachAWideOutputOneToOne) {
     const TestFolder folder;
     DiskOutput disk(48000, 6);

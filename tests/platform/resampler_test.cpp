@@ -1,5 +1,6 @@
 #include "platform/audio/resampler.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <numbers>
@@ -50,6 +51,30 @@ INSTANTIATE_TEST_SUITE_P(Common, ResamplerRates,
                          ::testing::Values(Rates{44100, 48000}, Rates{48000, 44100}, Rates{96000, 48000},
                                            Rates{192000, 44100}, Rates{47952, 48000}, Rates{8000, 48000},
                                            Rates{11111, 48000}));
+
+// The last frame of a short signal is where the lengths of two ways to round differ.
+TEST_P(ResamplerRates, GiveEveryLengthRoundedUp) {
+    const auto [from, to] = GetParam();
+    for (const int frames : {0, 1, 2, 3, 100, 4801}) {
+        EXPECT_EQ(convertedSine(from, to, 100.0, frames).size(),
+                  static_cast<std::size_t>((static_cast<qint64>(frames) * to + from - 1) / from))
+            << frames;
+    }
+}
+
+TEST(Resampler, KeepsEveryChannelApartAndAtItsLevel) {
+    Resampler resampler(8, 48000, 44100);
+    AudioBuffer input(8, 48000);
+    AudioBuffer output;
+    for (int channel = 0; channel < 8; ++channel) {
+        std::ranges::fill(input.channel(channel), 0.1F * static_cast<float>(channel));
+    }
+    resampler.process(input, true, output);
+    ASSERT_EQ(output.frames(), 44100);
+    for (int channel = 0; channel < 8; ++channel) {
+        EXPECT_NEAR(output.channel(channel)[22050], 0.1F * static_cast<float>(channel), 1e-5F);
+    }
+}
 
 TEST(Resampler, LeavesNoAliasOfWhatTheLowerRateCannotHold) {
     const std::vector<float> result = convertedSine(96000, 48000, 30000.0, 96000);

@@ -1,5 +1,6 @@
 #include "preview/audio_playback_engine.h"
 
+#include "silent_witness.h"
 #include "support/disk_output.h"
 #include "support/sound.h"
 #include "support/test_folder.h"
@@ -10,6 +11,7 @@ namespace ostrel {
 namespace {
 
 using testing::DiskOutput;
+using testing::SilentWitness;
 using testing::TestFolder;
 using testing::waitUntil;
 using testing::writeSound;
@@ -73,7 +75,12 @@ TEST_F(PlaybackEngineTest, PublishesItsPositionAndPausesThere) {
     engine.pause();
     EXPECT_FALSE(engine.isPlaying.value());
     const double pausedAt = engine.currentTime.value();
-    EXPECT_FALSE(waitUntil([&] { return engine.currentTime.value() != pausedAt; }, 120));
+    SilentWitness witness(disk.output());
+    ASSERT_TRUE(witness.waitForLooks(1)); // the driver may still have been writing the block before
+    const std::size_t heard = disk.heard().size();
+    ASSERT_TRUE(witness.waitForLooks(4));
+    EXPECT_EQ(engine.currentTime.value(), pausedAt);
+    EXPECT_EQ(disk.heard().size(), heard);
     engine.stop();
     EXPECT_EQ(engine.currentTime.value(), 0.0);
     EXPECT_TRUE(engine.isLoaded.value());
@@ -88,7 +95,10 @@ TEST_F(PlaybackEngineTest, TheEndOfTheFileIsLoadedAtZeroWithOneCall) {
     EXPECT_FALSE(engine.isPlaying.value());
     EXPECT_TRUE(engine.isLoaded.value());
     EXPECT_EQ(engine.currentTime.value(), 0.0);
-    EXPECT_FALSE(waitUntil([&] { return finished > 1; }, 120));
+    SilentWitness witness(disk.output());
+    ASSERT_TRUE(witness.waitForLooks(4));
+    EXPECT_EQ(finished, 1);
+    EXPECT_EQ(disk.heard(0).size(), 20'000U);
 }
 
 TEST_F(PlaybackEngineTest, ADecodeErrorIsToldAndStillFinishes) {

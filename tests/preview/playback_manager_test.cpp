@@ -3,6 +3,7 @@
 #include "platform/audio/audio_file.h"
 #include "platform/files/standard_folders.h"
 #include "platform/processes/child_process.h"
+#include "support/blocked_workers.h"
 #include "support/sound.h"
 #include "support/test_folder.h"
 
@@ -259,25 +260,34 @@ TEST_F(PlaybackManagerTest, AFailedStereoPreviewStaysInSourceWithTheToggleOn) {
 }
 
 TEST_F(PlaybackManagerTest, APreviewThatComesTooLateLeavesTheNewSelectionAlone) {
-    putFFmpeg(QStringLiteral("sleep 0.3\nexec '%1' \"$@\"").arg(testing::installedTool(QStringLiteral("ffmpeg"))));
+    const QString go = folder.path(QStringLiteral("go"));
+    putFFmpeg(QStringLiteral("until [ -e '%1' ]; do sleep 0.02; done\nexec '%2' \"$@\"")
+                  .arg(go, testing::installedTool(QStringLiteral("ffmpeg"))));
     PlaybackManager manager(output);
     manager.loadGroup(group({QStringLiteral("L"), QStringLiteral("R")}), ChannelLayout::stereo, AppMode::interleave,
                       48000, 24);
+    ASSERT_TRUE(waitUntil([&] { return runs() == 1; }));
     const QString path = writeSound(folder.path(QStringLiteral("plain.wav")), 1, kFrames);
     manager.loadFile(path, 48000, 24);
+    EXPECT_TRUE(previews().isEmpty());
+    folder.write(QStringLiteral("go"), QByteArray());
+    backgroundPool().waitForDone();
     wait(manager);
     EXPECT_EQ(runs(), 1);
+    EXPECT_FALSE(previews().isEmpty()) << "the preview was made";
     EXPECT_EQ(manager.currentFileURL.value(), path);
     EXPECT_EQ(manager.previewMode.value(), source);
 }
 
 TEST_F(PlaybackManagerTest, AManagerThatIsGoneIsNotResumedInto) {
+    testing::BlockedWorkers workers; // so the preview can't be there ahead of the manager's end
     {
         PlaybackManager manager(output);
         manager.loadGroup(group({QStringLiteral("L"), QStringLiteral("R")}), ChannelLayout::stereo, AppMode::interleave,
                           48000, 24);
+        EXPECT_TRUE(manager.isGeneratingStereoPreview.value());
     }
-    EXPECT_FALSE(waitUntil([] { return false; }, 500));
+    workers.drain();
 }
 
 TEST_F(PlaybackManagerTest, ASurroundGroupBeginsWithTheCentreAndGoesToTheResult) {

@@ -1,5 +1,6 @@
 #include "preview/preview_mixer.h"
 
+#include "silent_witness.h"
 #include "support/disk_output.h"
 #include "support/sound.h"
 #include "support/test_folder.h"
@@ -13,6 +14,7 @@ namespace {
 
 using testing::DiskOutput;
 using testing::markedSample;
+using testing::SilentWitness;
 using testing::TestFolder;
 using testing::waitUntil;
 using testing::writeSound;
@@ -319,10 +321,13 @@ TEST_F(PreviewMixerTest, TheFirstSourceIsTheClockAndTheMixWaitsForALongerOne) {
     bool finished = false;
     mixer.onPlaybackFinished = [&] { finished = true; };
     mixer.play();
-    ASSERT_TRUE(disk.waitForFrames(230'000));
-    EXPECT_FALSE(waitUntil([&] { return finished; }, 150));
+    ASSERT_TRUE(disk.waitForFrames(239'000)); // of the longer one, but for a last block
+    SilentWitness witness(disk.output());
+    ASSERT_TRUE(witness.waitForLooks(4));
+    EXPECT_FALSE(finished);
     EXPECT_TRUE(mixer.isPlaying.value());
     EXPECT_NEAR(mixer.currentTime.value(), 0.5, 1e-9);
+    EXPECT_EQ(disk.heard(0).size(), 240'000U);
     mixer.stop();
     EXPECT_FALSE(mixer.isPlaying.value());
 }

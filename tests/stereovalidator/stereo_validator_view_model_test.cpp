@@ -3,6 +3,7 @@
 #include "stereovalidator/stereo_reference.h"
 #include "stereovalidator/stereo_validator_view_model.h"
 #include "stereovalidator/validator_report.h"
+#include "support/blocked_workers.h"
 #include "support/disk_output.h"
 #include "support/scripted_desktop.h"
 #include "support/sound.h"
@@ -261,9 +262,11 @@ TEST_F(ValidatorTest, KeepsWhatWasAnalysedWhenItIsStopped) {
 TEST_F(ValidatorTest, MayBeDestroyedWhileItAnalyses) {
     auto controller = std::make_unique<StereoValidatorViewModel>(desktop_, audio_.output());
     controller->select({writeDualMono(QStringLiteral("a.wav"))});
+    testing::BlockedWorkers workers; // so the analysis can't end ahead of the controller
     controller->startAnalysis();
+    EXPECT_TRUE(controller->isAnalyzing.value());
     controller.reset();
-    waitUntil([] { return false; }, 200);
+    workers.drain();
 }
 
 // Clean & Export

@@ -20,6 +20,16 @@ public:
 
     void letGo() { gate_->release(backgroundPool().maxThreadCount()); }
 
+    // Lets them go until all that waited behind them has run and its results have come back.
+    void drain() {
+        letGo();
+        EXPECT_TRUE(waitUntil([] {
+            if (backgroundPool().activeThreadCount() != 0) return false;
+            QCoreApplication::processEvents();
+            return backgroundPool().activeThreadCount() == 0; // what came back may have begun something else
+        }));
+    }
+
 private:
     // The same way that controllers go.
     static QCoro::Task<> occupy(QObject* context, std::shared_ptr<QSemaphore> gate) {

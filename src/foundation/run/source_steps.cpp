@@ -42,7 +42,7 @@ public:
             for (const Step& step : steps_) giveUp(step, error.description);
             return finished();
         }
-        for (Step& step : steps_) remove(step);
+        removeAll();
         for (const Step& step : steps_) {
             if (step.now != step.order.source) note(journal_.end(step.number));
         }
@@ -96,11 +96,21 @@ private:
         }
     }
 
-    void remove(Step& step) {
-        if (!isDeletion(step)) return;
+    // The first that can't go comes back, and so do those behind it.
+    void removeAll() {
+        std::size_t gone = 0;
+        while (gone < steps_.size() && canRemove(steps_[gone])) ++gone;
+        for (std::size_t kept = steps_.size(); kept > gone; --kept) {
+            if (isDeletion(steps_[kept - 1])) takeBack(steps_[kept - 1]);
+        }
+    }
+
+    bool canRemove(Step& step) {
+        if (!isDeletion(step)) return true;
         try {
             files::remove(step.now);
             step.now.clear();
+            return true;
         } catch (const FileError& error) {
             QStringList gone;
             for (const Step& each : steps_) {
@@ -110,7 +120,7 @@ private:
                                   .arg(paths::lastComponent(step.order.source), error.description);
             if (!gone.isEmpty())
                 result_.failure += QStringLiteral("; deleted by then: ") + gone.join(QStringLiteral(", "));
-            takeBack(step);
+            return false;
         }
     }
 

@@ -28,29 +28,35 @@ bool AudioStream::wantsData() const {
     return !endDecoded_.load(std::memory_order_relaxed) && ring.space() >= ring.capacity() / 4;
 }
 
+// A resampler may give all at once what it held back before, more than there is room for.
 void AudioStream::decodeSome() {
-    // A resampler gives up to one frame more than the ratio says, and what it held back.
-    const auto fitting =
-        static_cast<int>(static_cast<qint64>(ring.space() / 2) * file_->sampleRate() / format_.sampleRate);
-    bool last = false;
+    if (stored_ == ready().frames()) decodeBlock();
+    storeSome();
+    if (isLastBlock_ && stored_ == ready().frames()) endDecoded_.store(true, std::memory_order_release);
+}
+
+void AudioStream::decodeBlock() {
+    const auto fitting = static_cast<int>(static_cast<qint64>(ring.space()) * file_->sampleRate() / format_.sampleRate);
     try {
         if (file_->position() != nextFrame_) file_->seek(nextFrame_);
         nextFrame_ += file_->read(decoded_, std::clamp(fitting, 1, kDecodedBlock));
-        last = nextFrame_ >= file_->lengthInFrames();
+        isLastBlock_ = nextFrame_ >= file_->lengthInFrames();
     } catch (const AudioFileError& error) {
         decodeError_ = error.errorDescription();
         decoded_.resize(file_->channelCount(), 0);
-        last = true;
+        isLastBlock_ = true;
     }
     mixdown_.apply(decoded_, mixed_);
-    if (resampler_) resampler_->process(mixed_, last, resampled_);
-    store(resampler_ ? resampled_ : mixed_);
-    if (last) endDecoded_.store(true, std::memory_order_release);
+    if (resampler_) resampler_->process(mixed_, isLastBlock_, resampled_);
+    stored_ = 0;
 }
 
-void AudioStream::store(const AudioBuffer& samples) {
-    ring.write(samples.frames(),
-               [&](int frame, int channel) { return samples.channel(channel)[static_cast<std::size_t>(frame)]; });
+void AudioStream::storeSome() {
+    const int count = std::min(ready().frames() - stored_, ring.space());
+    ring.write(count, [this](int frame, int channel) {
+        return ready().channel(channel)[static_cast<std::size_t>(stored_ + frame)];
+    });
+    stored_ += count;
 }
 
 void AudioStream::setGain(float gain) {

@@ -62,7 +62,9 @@ public:
 private:
     static constexpr int kPrimedFrames = 8192;
 
-    void store(const AudioBuffer& samples);
+    void decodeBlock();
+    void storeSome();
+    const AudioBuffer& ready() const { return resampler_ ? resampled_ : mixed_; }
     float nextGain();
 
     std::shared_ptr<AudioFile> file_;
@@ -76,6 +78,8 @@ private:
     AudioBuffer decoded_;
     AudioBuffer mixed_;
     AudioBuffer resampled_;
+    int stored_ = 0; // frames of the block that are in the ring
+    bool isLastBlock_ = false;
     QString decodeError_; // written before endDecoded_
     std::atomic<bool> endDecoded_{false};
 
