@@ -8,9 +8,10 @@ namespace ostrel {
 PolyToolsViewModel::PolyToolsViewModel(DesktopServices& desktop, AudioOutput* audioOutput,
                                        std::shared_ptr<ExternalToolDetector> detector)
     : services_(*this, *this, desktop, std::move(detector), [this] { Q_EMIT taskEnded(); }),
-      preview_(*this, services_, audioOutput), selection_(*this, services_, preview_),
-      split_(*this, services_, selection_), join_(*this, services_, preview_), review_(*this, services_, preview_),
-      edit_(*this, services_, selection_, preview_), foresight_(*this) {
+      preview_(*this, *this, *this, *this, services_, audioOutput),
+      selection_(*this, *this, *this, services_, preview_), split_(*this, *this, *this, services_, selection_),
+      join_(*this, *this, services_, preview_), review_(*this, services_, preview_),
+      edit_(*this, *this, *this, services_, selection_, preview_), foresight_(*this, *this, *this, *this, *this) {
     takeTools();
 }
 
@@ -85,10 +86,7 @@ void PolyToolsViewModel::stopProcessing() {
     isScanningBatchFiles = false;
     isScanningJoinISOs = false;
     isAnalyzing = false;
-    isPreparingPreview = false;
-    isExtractingBatchPreview = false;
-    isLoadingAllPreviews = false;
-    previewPreparationProgress = std::nullopt;
+    preview_.deck().forgetPreparation();
     services_.warning(LogCategory::process, QStringLiteral("Operation cancelled by user"));
 }
 

@@ -1,7 +1,7 @@
 // The controller of the Poly Tools tab: one class with three faces, chosen by `mode`.
 //
-// Lives on the main thread as long as the window (or the command). Views observe the fields of PolyToolsState and call
-// the actions here; every action is one line into the collaborator that does it:
+// Lives on the main thread as long as the window (or the command). Views observe its fields, which are the parts of
+// polytools/state, and call the actions here; every action is one line into the collaborator that does it:
 //
 //     PolySourceSelection  choosing polys, one file or a batch            (poly_source_selection.h)
 //     PolySplitFlow        the Split mode's runs                          (poly_split_flow.h)
@@ -19,16 +19,27 @@
 #include "polytools/poly_foresight.h"
 #include "polytools/preview/poly_preview.h"
 #include "polytools/services/poly_tools_services.h"
-#include "polytools/services/poly_tools_state.h"
 #include "polytools/split/poly_source_selection.h"
 #include "polytools/split/poly_split_flow.h"
+#include "polytools/state/edit_state.h"
+#include "polytools/state/join_state.h"
+#include "polytools/state/poly_tools_state.h"
+#include "polytools/state/preview_state.h"
+#include "polytools/state/source_state.h"
+#include "polytools/state/split_state.h"
 
 #include <QObject>
 #include <memory>
 
 namespace ostrel {
 
-class PolyToolsViewModel : public QObject, public PolyToolsState {
+class PolyToolsViewModel : public QObject,
+                           public PolyToolsState,
+                           public SourceState,
+                           public SplitState,
+                           public JoinState,
+                           public EditState,
+                           public PreviewState {
     Q_OBJECT
 
 public:
@@ -65,7 +76,7 @@ public:
     // Split
     bool canRunSplit() const { return split_.canRunSplit(); }
     bool canRunBatchSplit() const { return split_.canRunBatchSplit(); }
-    void selectSplitOutputFolder() { split_.selectOutputFolder(); }
+    void selectSplitOutputFolder() { selection_.selectOutputFolder(); }
     void runSplit() { split_.runSplit(); }
     void startBatchSplit() { split_.startBatchSplit(); }
 
