@@ -38,7 +38,7 @@ protected:
         controller_.folderOrganization = kOrganizations.at(split_.folders);
         controller_.splitKeepOriginalName = split_.keepOriginalName;
         if (controller_.batchMode.value()) {
-            controller_.startBatchSplit();
+            controller_.split().runBatch();
         } else if (controller_.polyFile.value()) {
             splitOne();
         }
@@ -46,7 +46,7 @@ protected:
     }
 
     void splitOne() {
-        if (controller_.polyFile.value()->channelCount >= 2) return controller_.runSplit();
+        if (controller_.polyFile.value()->channelCount >= 2) return controller_.split().run();
         controller_.addLog(QStringLiteral("Not a poly file: ") + controller_.polyFile.value()->fileName,
                            LogLevel::error, LogCategory::process);
     }
@@ -133,7 +133,7 @@ protected:
         if (isStopped()) return;
         if (controller_.splitOutputFolder.value().isEmpty()) controller_.splitOutputFolder = defaultFolder(paths);
         configure();
-        controller_.startEditPolyProcessing();
+        controller_.edit().run();
         wait();
     }
 

@@ -91,17 +91,17 @@ protected:
         controller_.joinDownmix = join_.downmix;
         if (!options_.output.empty()) controller_.joinOutputFolder = output();
         if (join_.single) {
-            controller_.analyzeISOFiles(paths);
+            controller_.join().analyzeISOFiles(paths);
         } else if (onlyGroups_ && paths.size() == 1 && !paths::isFolder(paths.first())) {
             controller_.selectedJoinFiles = paths; // a single file would be loaded instead of grouped
-            controller_.scanAndGroupISOs();
+            controller_.join().scanAndGroupISOs();
         } else {
             controller_.applyIntelligentModeDetection(paths, PolyMode::join);
         }
         wait();
         if (isStopped() || onlyGroups_) return;
         if (controller_.joinOutputFolder.value().isEmpty()) controller_.joinOutputFolder = defaultFolder(paths);
-        if (join_.dryRun) return controller_.foresee();
+        if (join_.dryRun) return controller_.foresight().foresee();
         start();
         wait();
     }
@@ -112,10 +112,10 @@ protected:
                 controller_.addLog(QStringLiteral("--name is for a single poly and was not used"), LogLevel::warning,
                                    LogCategory::process);
             }
-            return controller_.startBatchJoin();
+            return controller_.join().runBatch();
         }
         if (!join_.name.empty()) controller_.joinOutputName = QString::fromStdString(join_.name);
-        controller_.runJoin();
+        controller_.join().run();
     }
 
     nlohmann::json items() const override {

@@ -31,8 +31,8 @@ bool PolyEditFlow::hasAdvancedConfig() const {
            edit_.channelReorderMap.value();
 }
 
-bool PolyEditFlow::canRunEditPoly() const {
-    return hasAdvancedConfig() && selection_.hasSplitSourceContent() &&
+bool PolyEditFlow::canRun() const {
+    return hasAdvancedConfig() && selection_.hasContent() &&
            (edit_.editsInPlace() || !source_.splitOutputFolder.value().isEmpty());
 }
 
@@ -80,7 +80,7 @@ bool PolyEditFlow::mayRun(const QString& missingEdits, const QString& missingFol
     return false;
 }
 
-void PolyEditFlow::startEditPolyProcessing() {
+void PolyEditFlow::run() {
     if (!mayRun(QStringLiteral("No edits configured — enable channel removal, rename, or reorder first"),
                 QStringLiteral("Output folder required for this operation"))) {
         return;
@@ -104,7 +104,7 @@ void PolyEditFlow::startBatchChannelRemoval() {
     if (options.files.isEmpty() && source_.sourceFolder.value().isEmpty()) {
         return services_.error(kProcess, QStringLiteral("Select files or folder to process"));
     }
-    services_.run(run(std::move(options), source_.sourceFolder.value(), services_.begin(Task::channelFilter)));
+    services_.run(runOver(std::move(options), source_.sourceFolder.value(), services_.begin(Task::channelFilter)));
 }
 
 BatchEditOptions PolyEditFlow::makeOptions() const {
@@ -123,7 +123,7 @@ BatchEditOptions PolyEditFlow::makeOptions() const {
     return options;
 }
 
-QCoro::Task<> PolyEditFlow::run(BatchEditOptions options, QString folder, TaskHandle handle) {
+QCoro::Task<> PolyEditFlow::runOver(BatchEditOptions options, QString folder, TaskHandle handle) {
     if (options.files.isEmpty()) options.files = co_await findFiles(folder, handle);
     if (options.files.isEmpty() || handle.isCancelled()) co_return;
     if (!state_.ffmpegAvailable.value()) {
@@ -212,7 +212,7 @@ void PolyEditFlow::countResults(const BatchSplitResult& result, const BatchEditO
     services_.noteReport(writeEditReport(source_, edit_, options.files, result, folder));
 }
 
-void PolyEditFlow::clearEditPolyData() {
+void PolyEditFlow::clear() {
     services_.cancel(Task::listing);
     source_.isScanningBatchFiles = false;
     source_.sourceFolder = QString();

@@ -21,22 +21,22 @@ public:
         : state_(state), source_(source), edit_(edit), services_(services), selection_(selection), preview_(preview) {}
 
     bool hasAdvancedConfig() const;
-    bool canRunEditPoly() const;
+    bool canRun() const;
     QString editPolyHelperText() const;
 
     void initializeReorderFromChannelItems();
     void moveChannelUp(int row);
     void moveChannelDown(int row);
 
-    void startEditPolyProcessing();
+    void run();
     void startBatchChannelRemoval();
-    void clearEditPolyData();
+    void clear();
 
 private:
     bool mayRun(const QString& missingEdits, const QString& missingFolder);
     BatchEditOptions makeOptions() const;
     void logRun(const BatchEditOptions& options);
-    QCoro::Task<> run(BatchEditOptions options, QString folder, TaskHandle handle);
+    QCoro::Task<> runOver(BatchEditOptions options, QString folder, TaskHandle handle);
     QCoro::Task<QStringList> findFiles(QString folder, TaskHandle handle);
     QCoro::Task<> edit(BatchEditOptions options, TaskHandle handle);
     void showResults(const BatchSplitResult& result, const BatchEditOptions& options);

@@ -211,18 +211,18 @@ void PolyJoinFlow::setReviewsGroups(bool isOn) {
     preview_.deck().clear(); // it held the other list
 }
 
-bool PolyJoinFlow::canRunJoin() const {
+bool PolyJoinFlow::canRun() const {
     const auto selected = std::ranges::count_if(join_.isoFiles.rows(), &ISOFile::isSelected);
     return state_.ffmpegAvailable.value() && selected >= 2 && !join_.joinOutputName.value().isEmpty() &&
            !state_.isProcessing.value();
 }
 
-bool PolyJoinFlow::canRunBatchJoin() const {
+bool PolyJoinFlow::canRunBatch() const {
     return state_.ffmpegAvailable.value() && !join_.reviewedGroups.empty() &&
            !join_.joinOutputFolder.value().isEmpty() && !join_.isBatchJoining.value();
 }
 
-bool PolyJoinFlow::hasJoinSourceContent() const {
+bool PolyJoinFlow::hasContent() const {
     const auto& selected = join_.selectedJoinFiles.value();
     return !join_.joinSourceFolder.value().isEmpty() || (selected && !selected->isEmpty()) || !join_.isoFiles.empty();
 }
@@ -238,7 +238,7 @@ JoinOptions PolyJoinFlow::joinOptions() const {
     return options;
 }
 
-void PolyJoinFlow::runJoin() {
+void PolyJoinFlow::run() {
     std::vector<ISOFile> isos;
     for (const ISOFile& file : join_.isoFiles) {
         if (file.isSelected) isos.push_back(file);
@@ -339,7 +339,7 @@ void PolyJoinFlow::showJoin(ItemOutcome outcome, const std::vector<ISOFile>& iso
         services_.noteReport(writeJoinReport(state_, join_, isos, outputURL, outcome, paths::parent(outputURL)));
 }
 
-void PolyJoinFlow::startBatchJoin() {
+void PolyJoinFlow::runBatch() {
     const std::vector<ISOGroupCandidate> groups = join_.reviewedGroups.rows();
     if (groups.empty()) return services_.error(kProcess, QStringLiteral("No groups to process"));
     if (join_.joinOutputFolder.value().isEmpty())
@@ -396,7 +396,7 @@ void PolyJoinFlow::showBatchJoin(const BatchJoinResult& result, const std::vecto
     countBatchJoin(result, groups);
 }
 
-void PolyJoinFlow::clearJoinData() {
+void PolyJoinFlow::clear() {
     services_.cancel(Task::isoAnalysis);
     services_.cancel(Task::grouping);
     join_.isScanningJoinISOs = false;

@@ -36,12 +36,12 @@ public:
     void setAllSelected(bool isSelected);
     void setSelected(int row, bool isSelected);
 
-    bool canRunJoin() const;
-    bool canRunBatchJoin() const;
-    bool hasJoinSourceContent() const;
-    void runJoin();
-    void startBatchJoin();
-    void clearJoinData();
+    bool canRun() const;
+    bool canRunBatch() const;
+    bool hasContent() const;
+    void run();
+    void runBatch();
+    void clear();
 
 private:
     QCoro::Task<> load(QStringList urls, TaskHandle handle);

@@ -17,6 +17,7 @@ public:
 
     PreviewDeck& deck() { return deck_; }
     const PreviewDeck& deck() const { return deck_; }
+    PreviewMixer* mixer() const { return deck_.mixer(); } // null without an audio output
     ChannelPreview& channels() { return channels_; }
     BatchPreview& batch() { return batch_; }
     JoinPreview& join() { return join_; }

@@ -267,7 +267,7 @@ void PolySourceSelection::updateOutputNames() {
     });
 }
 
-bool PolySourceSelection::hasSplitSourceContent() const {
+bool PolySourceSelection::hasContent() const {
     const auto& selected = source_.selectedFiles.value();
     return !source_.sourceFolder.value().isEmpty() || (selected && !selected->isEmpty()) || source_.polyFile.value();
 }
@@ -287,7 +287,7 @@ QString PolySourceSelection::batchProcessHelperText() const {
     return what + QStringLiteral(" into Scene folders");
 }
 
-void PolySourceSelection::clearSplitData() {
+void PolySourceSelection::clear() {
     services_.cancel(Task::analysis);
     services_.cancel(Task::listing);
     state_.isAnalyzing = false;

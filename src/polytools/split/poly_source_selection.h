@@ -33,9 +33,9 @@ public:
     // For when the pattern or the keep flag changed.
     void updateOutputNames();
 
-    bool hasSplitSourceContent() const;
+    bool hasContent() const;
     QString batchProcessHelperText() const;
-    void clearSplitData();
+    void clear();
 
     // Ready once the manifest of the last analysed file is written, or was given up. For a thread of its own to wait
     // on.

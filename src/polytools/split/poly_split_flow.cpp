@@ -14,13 +14,13 @@ using Task = PolyToolsServices::Task;
 
 } // namespace
 
-bool PolySplitFlow::canRunSplit() const {
+bool PolySplitFlow::canRun() const {
     const auto& poly = source_.polyFile.value();
     return state_.ffmpegAvailable.value() && poly && poly->channelCount >= 2 &&
            !source_.splitOutputFolder.value().isEmpty() && !state_.isProcessing.value();
 }
 
-bool PolySplitFlow::canRunBatchSplit() const {
+bool PolySplitFlow::canRunBatch() const {
     const auto& selected = source_.selectedFiles.value();
     const bool hasSource = !source_.sourceFolder.value().isEmpty() || (selected && !selected->isEmpty());
     return state_.ffmpegAvailable.value() && hasSource && !source_.splitOutputFolder.value().isEmpty() &&
@@ -49,7 +49,7 @@ PolySplitEngine::Progress PolySplitFlow::channelProgress(const TaskHandle& handl
     });
 }
 
-void PolySplitFlow::runSplit() {
+void PolySplitFlow::run() {
     const auto& poly = source_.polyFile.value();
     if (!poly) return services_.error(kProcess, QStringLiteral("No valid poly file selected"));
     if (source_.splitOutputFolder.value().isEmpty())
@@ -167,7 +167,7 @@ void PolySplitFlow::showSplit(const SplitResult& result, const QString& folder) 
     if (state_.generateCSV.value()) services_.noteReport(writeSplitReport(state_, source_, split_, folder));
 }
 
-void PolySplitFlow::startBatchSplit() {
+void PolySplitFlow::runBatch() {
     const QString folder = source_.splitOutputFolder.value();
     const auto& selected = source_.selectedFiles.value();
     if (folder.isEmpty()) return services_.error(kProcess, QStringLiteral("Output folder required"));

@@ -16,11 +16,10 @@ public:
                   const PolySourceSelection& selection)
         : state_(state), source_(source), split_(split), services_(services), selection_(selection) {}
 
-    bool canRunSplit() const;
-    bool canRunBatchSplit() const;
-    void runSplit();
-    // The loaded file straight into the output folder.
-    void startBatchSplit();
+    bool canRun() const;
+    bool canRunBatch() const;
+    void run(); // the loaded file
+    void runBatch();
 
 private:
     void beginRun();

@@ -49,9 +49,11 @@ QWidget* ChannelReorderSection::makeList() {
         pushButton(QStringLiteral("Move Down"), QString(), QStringLiteral("Move the selected channel down (Alt+Down)"));
     auto* reset = pushButton(QStringLiteral("Reset"), QString(), QStringLiteral("Back to the channels' own order"));
     reset->setAccessibleName(QStringLiteral("Reset order"));
-    connect(up_, &QPushButton::clicked, this, [this] { viewModel_.moveChannelUp(table_->currentIndex().row()); });
-    connect(down_, &QPushButton::clicked, this, [this] { viewModel_.moveChannelDown(table_->currentIndex().row()); });
-    connect(reset, &QPushButton::clicked, this, [this] { viewModel_.initializeReorderFromChannelItems(); });
+    connect(up_, &QPushButton::clicked, this,
+            [this] { viewModel_.edit().moveChannelUp(table_->currentIndex().row()); });
+    connect(down_, &QPushButton::clicked, this,
+            [this] { viewModel_.edit().moveChannelDown(table_->currentIndex().row()); });
+    connect(reset, &QPushButton::clicked, this, [this] { viewModel_.edit().initializeReorderFromChannelItems(); });
     auto* head = rowLayout(6);
     auto* title = new QLabel(QStringLiteral("New Order"));
     head->addWidget(title);
@@ -67,8 +69,8 @@ QWidget* ChannelReorderSection::makeList() {
 
 // As many steps of the controller's as it takes.
 void ChannelReorderSection::move(int from, int to) {
-    for (int row = from; row < to; ++row) viewModel_.moveChannelDown(row);
-    for (int row = from; row > to; --row) viewModel_.moveChannelUp(row);
+    for (int row = from; row < to; ++row) viewModel_.edit().moveChannelDown(row);
+    for (int row = from; row > to; --row) viewModel_.edit().moveChannelUp(row);
     table_->scrollTo(table_->currentIndex());
 }
 

@@ -70,8 +70,8 @@ QWidget* PolySplitView::makeSource() {
                          QStringLiteral("When selecting folders, include all subfolders recursively"));
     connect(recursive_, &QCheckBox::clicked, this, &PolySplitView::rescanFolder);
     connect(source_, &SelectionRow::chooseClicked, this, [this] { viewModel_.selectSource(); });
-    connect(source_, &SelectionRow::clearClicked, this, [this] { viewModel_.clearSplitData(); });
-    connect(output_, &SelectionRow::chooseClicked, this, [this] { viewModel_.selectSplitOutputFolder(); });
+    connect(source_, &SelectionRow::clearClicked, this, [this] { viewModel_.source().clear(); });
+    connect(output_, &SelectionRow::chooseClicked, this, [this] { viewModel_.source().selectOutputFolder(); });
     connect(output_, &SelectionRow::clearClicked, this, [this] { viewModel_.splitOutputFolder = QString(); });
     sourceSection_ = new SelectionCard(QStringLiteral("Source and output"));
     sourceSection_->addRow(source_, recursive_);
@@ -139,7 +139,7 @@ void PolySplitView::connectController() {
     refresh();
 }
 
-void PolySplitView::run() { viewModel_.batchMode.value() ? viewModel_.startBatchSplit() : viewModel_.runSplit(); }
+void PolySplitView::run() { viewModel_.batchMode.value() ? viewModel_.split().runBatch() : viewModel_.split().run(); }
 
 // What is listed and what a run reads are to be the same files.
 void PolySplitView::rescanFolder() {
@@ -194,7 +194,7 @@ void PolySplitView::refreshChannels() {
 void PolySplitView::refreshRun() {
     const bool isBatch = viewModel_.batchMode.value();
     run_->setTexts(isBatch ? batchTexts() : singleTexts());
-    run_->setCanRun(isBatch ? viewModel_.canRunBatchSplit() : viewModel_.canRunSplit());
+    run_->setCanRun(isBatch ? viewModel_.split().canRunBatch() : viewModel_.split().canRun());
     const QString batchHelper = viewModel_.batchProcessHelperText();
     const auto& poly = viewModel_.polyFile.value();
     run_->setHelper(isBatch
