@@ -45,39 +45,4 @@ bool requireFFmpeg(const ExternalToolDetector& detector, Terminal& terminal) {
     return false;
 }
 
-nlohmann::json toolsDocument(const ExternalToolDetector& detector) {
-    return {{"ffmpeg", jsonTextOrNull(detector.ffmpegPath.value())},
-            {"ffprobe", jsonTextOrNull(detector.ffprobePath.value())},
-            {"bwfmetaedit", jsonTextOrNull(detector.bwfmetaeditPath.value())}};
-}
-
-nlohmann::json jobItem(const QString& name, const ItemOutcome& outcome) {
-    QStringList sources;
-    nlohmann::json fates = nlohmann::json::array();
-    for (const SourceFate& source : outcome.sources) {
-        sources << source.source;
-        fates.push_back({{"source", jsonText(source.source)},
-                         {"fate", jsonText(caseName(source.kind))},
-                         {"movedTo", jsonTextOrNull(source.movedTo)}});
-    }
-    return {{"name", jsonText(name)},
-            {"sources", jsonList(sources)},
-            {"outputs", jsonList(outcome.outputs)},
-            {"status", jsonText(outcome.skipped() ? QStringLiteral("skipped") : outcome.status.caseName())},
-            {"statusText", jsonText(outcome.status.displayText())},
-            {"message", jsonText(outcome.message)},
-            {"warnings", jsonList(outcome.warnings)},
-            {"fates", fates}};
-}
-
-nlohmann::json jobItem(const QString& name, const QStringList& sources, const ProcessingStatus& status) {
-    return jobItem(name, ItemOutcome{status, {}, {}, QString(), ItemOutcome::allKept(sources)});
-}
-
-nlohmann::json jobSummary(int success, int skipped, int errors, bool isStopped) {
-    nlohmann::json summary{{"success", success}, {"skipped", skipped}, {"errors", errors}};
-    if (isStopped) summary["stopped"] = true;
-    return summary;
-}
-
 } // namespace ostrel::cli
