@@ -1,6 +1,5 @@
 #include "polytools/poly_tools_view_model.h"
 
-#include "foundation/logs/log_file.h"
 #include "platform/paths.h"
 
 namespace ostrel {
@@ -92,24 +91,13 @@ void PolyToolsViewModel::stopProcessing() {
 
 void PolyToolsViewModel::revealInFinder(const QString& url) { services_.desktop().openFolder(paths::parent(url)); }
 
-QString PolyToolsViewModel::exportLogs() const { return linesOf(logEntries.rows()); }
+QString PolyToolsViewModel::exportLogs() const { return logEntries.lines(); }
 
 void PolyToolsViewModel::saveLog() {
     const QString now = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss"));
-    const SavedLog saved =
-        ostrel::saveLog(services_.desktop(), QStringLiteral("PolyTools_Log_%1.txt").arg(now), exportLogs());
-    if (saved.path.isEmpty()) return;
-    if (saved.failure.isEmpty()) {
-        services_.success(LogCategory::system, QStringLiteral("Log saved to: ") + saved.path);
-    } else {
-        services_.error(LogCategory::system, QStringLiteral("Failed to save log: ") + saved.failure);
-    }
+    logEntries.save(services_.desktop(), QStringLiteral("PolyTools_Log_%1.txt").arg(now), exportLogs());
 }
 
-void PolyToolsViewModel::copyLogToClipboard() {
-    const auto count = logEntries.size();
-    services_.desktop().setPasteboardText(exportLogs());
-    services_.success(LogCategory::system, QStringLiteral("Log copied to clipboard (%1 entries)").arg(count));
-}
+void PolyToolsViewModel::copyLogToClipboard() { logEntries.copy(services_.desktop(), exportLogs()); }
 
 } // namespace ostrel

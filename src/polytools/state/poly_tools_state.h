@@ -4,9 +4,8 @@
 // Split and Edit work on), split_state, join_state, edit_state, preview_state. Whoever uses one part gets that part.
 #pragma once
 
-#include "foundation/logs/processing_log.h"
+#include "foundation/logs/activity_log.h"
 #include "foundation/records/item_outcome.h"
-#include "foundation/records/record_list.h"
 #include "polytools/records/poly_tools_records.h"
 
 #include <QHash>
@@ -48,7 +47,7 @@ struct PolyToolsState {
     QProperty<QStringList> createdFiles;
     QProperty<std::optional<ItemOutcome>> lastOutcome; // of a run over one file or one take
     QProperty<QString> reportPath;                     // of the last CSV report
-    RecordList<ProcessingLogEntry> logEntries;
+    ActivityLog logEntries;
 
     // A run begins.
     void resetTotals() {
