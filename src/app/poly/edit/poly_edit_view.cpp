@@ -128,7 +128,7 @@ QWidget* PolyEditView::makeOutputMode() {
 
 QWidget* PolyEditView::makeEdits() {
     removal_ = new ChannelRemovalSection(edits_);
-    reorder_ = new ChannelReorderSection(viewModel_, edits_);
+    reorder_ = new ChannelReorderSection(viewModel_.edit(), edits_);
     rename_ = new ChannelRenameSection(
         edits_, {QStringLiteral("Rename Channels"),
                  QStringLiteral("Edit iXML track names in the poly files (metadata only, no re-encoding)"),

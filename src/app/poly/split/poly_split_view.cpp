@@ -93,7 +93,7 @@ QWidget* PolySplitView::makeChannels() {
     head->addWidget(preparing_);
     head->addWidget(playPoly_);
     channels_ = new RecordTable(QStringLiteral("Channels"));
-    channels_->setModel(new Model(viewModel_, this));
+    channels_->setModel(new Model(viewModel_, viewModel_, this));
     channels_->setItemDelegateForColumn(Model::ChannelColumn, new StatusBadge(channels_));
     channels_->setItemDelegateForColumn(Model::StatusColumn, new StatusBadge(channels_));
     channels_->setColumnText(Model::ChannelColumn, QStringLiteral("Channel "));
