@@ -4,7 +4,6 @@
 
 #include "cli/exit_status.h"
 #include "cli/terminal.h"
-#include "foundation/records/item_outcome.h"
 #include "platform/paths.h"
 
 #include <CLI/CLI.hpp>
@@ -44,15 +43,5 @@ std::optional<QStringList> existingPaths(const std::vector<std::string>& paths, 
 
 // Whether ffmpeg and ffprobe are there; says so otherwise.
 bool requireFFmpeg(const ExternalToolDetector& detector, Terminal& terminal);
-
-nlohmann::json toolsDocument(const ExternalToolDetector& detector);
-
-// One item of a job's document: what became of it, of each source, and of the metadata where any was carried. An item
-// that no run took has the status that it was found in, and nothing else.
-nlohmann::json jobItem(const QString& name, const ItemOutcome& outcome);
-nlohmann::json jobItem(const QString& name, const QStringList& sources, const ProcessingStatus& status);
-
-// The counts of a job's document; `stopped` is there if the job was.
-nlohmann::json jobSummary(int success, int skipped, int errors, bool isStopped);
 
 } // namespace ostrel::cli

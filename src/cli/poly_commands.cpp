@@ -7,7 +7,7 @@
 namespace ostrel::cli {
 namespace {
 
-struct SplitCommandOptions : PolyOptions {
+struct SplitCommandOptions : JobOptions {
     std::string naming;
     std::string folders = "scene-take";
     bool keepOriginalName = false;
@@ -26,8 +26,6 @@ public:
         : PolyRun(options, PolyMode::split, "split"), split_(options) {}
 
 protected:
-    QString problem(const QStringList&) const override { return {}; }
-
     void work(const QStringList& paths) override {
         select(paths);
         if (isStopped()) return;
@@ -38,7 +36,7 @@ protected:
         controller_.folderOrganization = kOrganizations.at(split_.folders);
         controller_.splitKeepOriginalName = split_.keepOriginalName;
         if (controller_.batchMode.value()) {
-            controller_.startBatchSplit();
+            controller_.split().runBatch();
         } else if (controller_.polyFile.value()) {
             splitOne();
         }
@@ -46,12 +44,15 @@ protected:
     }
 
     void splitOne() {
-        if (controller_.polyFile.value()->channelCount >= 2) return controller_.runSplit();
+        if (controller_.polyFile.value()->channelCount >= 2) return controller_.split().run();
         controller_.addLog(QStringLiteral("Not a poly file: ") + controller_.polyFile.value()->fileName,
                            LogLevel::error, LogCategory::process);
     }
 
-    nlohmann::json items() const override {
+    void fill(nlohmann::json& document) const override { document["items"] = items(); }
+
+private:
+    nlohmann::json items() const {
         const auto& poly = controller_.polyFile.value();
         if (controller_.batchMode.value() || !poly) return batchItems();
         const auto& outcome = controller_.lastOutcome.value();
@@ -59,11 +60,10 @@ protected:
                                               : jobItem(poly->fileName, {poly->url}, ProcessingStatus::pending())});
     }
 
-private:
     const SplitCommandOptions& split_;
 };
 
-struct EditCommandOptions : PolyOptions {
+struct EditCommandOptions : JobOptions {
     std::string remove;
     std::string removeNames;
     std::vector<std::string> renames;
@@ -101,7 +101,7 @@ public:
         : PolyRun(options, PolyMode::editPoly, "edit"), edit_(options) {}
 
 protected:
-    QString problem(const QStringList& paths) const override {
+    QString problem(const QStringList& paths) override {
         const bool removes = !edit_.remove.empty() || !edit_.removeNames.empty();
         if (!removes && edit_.renames.empty() && edit_.reorder.empty()) {
             return QStringLiteral("nothing to change: give --remove, --remove-names, --rename or --reorder");
@@ -122,10 +122,16 @@ protected:
             if (!parseRename(rename)) return QStringLiteral("--rename takes NUMBER=NAME, such as 2=Boom");
         }
         const bool severalFiles = paths.size() > 1 || paths::isFolder(paths.first());
-        return !edit_.name.empty() && severalFiles ? QStringLiteral("--name goes with a single file") : QString();
+        if (!edit_.name.empty() && severalFiles) return QStringLiteral("--name goes with a single file");
+        return outputProblem();
     }
 
-    bool needsBwfmetaedit() const override { return edit_.inPlace; }
+    bool requireTools() override {
+        if (!JobRun::requireTools()) return false;
+        if (!edit_.inPlace || controller_.bwfmetaeditAvailable.value()) return true;
+        terminal_.error(QStringLiteral("bwfmetaedit was not found; \"ostrel-cli tools\" shows what was found where."));
+        return false;
+    }
 
     void work(const QStringList& paths) override {
         if (!options_.output.empty()) controller_.splitOutputFolder = output();
@@ -133,11 +139,11 @@ protected:
         if (isStopped()) return;
         if (controller_.splitOutputFolder.value().isEmpty()) controller_.splitOutputFolder = defaultFolder(paths);
         configure();
-        controller_.startEditPolyProcessing();
+        controller_.edit().run();
         wait();
     }
 
-    nlohmann::json items() const override { return batchItems(); }
+    void fill(nlohmann::json& document) const override { document["items"] = batchItems(); }
 
 private:
     void configure() {

@@ -8,7 +8,7 @@
 namespace ostrel::cli {
 namespace {
 
-struct JoinCommandOptions : PolyOptions {
+struct JoinCommandOptions : JobOptions {
     std::string layout = "auto";
     std::string name;
     bool keepOriginalName = false;
@@ -76,11 +76,12 @@ public:
         : PolyRun(options, PolyMode::join, onlyGroups ? "group" : "join"), join_(options), onlyGroups_(onlyGroups) {}
 
 protected:
-    QString problem(const QStringList& paths) const override {
+    QString problem(const QStringList& paths) override {
         if (join_.single && std::ranges::any_of(paths, &paths::isFolder)) {
             return QStringLiteral("--single takes files, not folders");
         }
-        return join_.single && paths.size() < 2 ? QStringLiteral("--single needs at least two files") : QString();
+        if (join_.single && paths.size() < 2) return QStringLiteral("--single needs at least two files");
+        return outputProblem();
     }
 
     void work(const QStringList& paths) override {
@@ -91,17 +92,17 @@ protected:
         controller_.joinDownmix = join_.downmix;
         if (!options_.output.empty()) controller_.joinOutputFolder = output();
         if (join_.single) {
-            controller_.analyzeISOFiles(paths);
+            controller_.join().analyzeISOFiles(paths);
         } else if (onlyGroups_ && paths.size() == 1 && !paths::isFolder(paths.first())) {
             controller_.selectedJoinFiles = paths; // a single file would be loaded instead of grouped
-            controller_.scanAndGroupISOs();
+            controller_.join().scanAndGroupISOs();
         } else {
             controller_.applyIntelligentModeDetection(paths, PolyMode::join);
         }
         wait();
         if (isStopped() || onlyGroups_) return;
         if (controller_.joinOutputFolder.value().isEmpty()) controller_.joinOutputFolder = defaultFolder(paths);
-        if (join_.dryRun) return controller_.foresee();
+        if (join_.dryRun) return controller_.foresight().foresee();
         start();
         wait();
     }
@@ -112,13 +113,13 @@ protected:
                 controller_.addLog(QStringLiteral("--name is for a single poly and was not used"), LogLevel::warning,
                                    LogCategory::process);
             }
-            return controller_.startBatchJoin();
+            return controller_.join().runBatch();
         }
         if (!join_.name.empty()) controller_.joinOutputName = QString::fromStdString(join_.name);
-        controller_.runJoin();
+        controller_.join().run();
     }
 
-    nlohmann::json items() const override {
+    nlohmann::json items() const {
         nlohmann::json result = nlohmann::json::array();
         if (onlyGroups_ || join_.dryRun) return result;
         if (!controller_.batchJoinMode.value()) {
@@ -132,7 +133,8 @@ protected:
         return result;
     }
 
-    void addToDocument(nlohmann::json& document) const override {
+    void fill(nlohmann::json& document) const override {
+        document["items"] = items();
         const auto& grouping = controller_.groupingResult.value();
         if (!grouping) return;
         nlohmann::json groups = nlohmann::json::array();
@@ -191,7 +193,7 @@ void addGroupCommand(CLI::App& parser, ChosenCommand& chosen) {
                       "  ostrel-cli group ~/Day1\n  ostrel-cli group --json ~/Day1 | jq '.groups[].name'");
     const auto options = std::make_shared<JoinCommandOptions>();
     addPaths(*command, options->paths, "Mono files and folders");
-    command->add_flag("--no-subfolders", options->noSubfolders, "Stay out of the folders' subfolders");
+    addSubfoldersOption(*command, *options);
     addTerminalOptions(*command, options->terminal);
     command->callback([options, &chosen] { chosen.run = [options] { return JoinRun(*options, true).run(); }; });
 }

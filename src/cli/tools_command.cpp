@@ -1,5 +1,6 @@
 #include "cli/command.h"
 #include "cli/commands.h"
+#include "cli/job_format.h"
 #include "foundation/tools/external_tool_detector.h"
 
 namespace ostrel::cli {

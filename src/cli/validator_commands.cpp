@@ -1,10 +1,7 @@
 // validate and clean: the Stereo Validator's controller on a terminal.
-#include "cli/command.h"
 #include "cli/commands.h"
-#include "cli/terminal_desktop_services.h"
+#include "cli/job_run.h"
 #include "cli/validator_table.h"
-#include "foundation/records/item_outcome.h"
-#include "platform/processes/stop_signals.h"
 #include "platform/text/text.h"
 #include "stereovalidator/stereo_validator_view_model.h"
 #include "stereovalidator/validator_report.h"
@@ -16,20 +13,14 @@
 namespace ostrel::cli {
 namespace {
 
-struct ValidatorOptions {
-    TerminalOptions terminal;
-    std::vector<std::string> paths;
+struct ValidatorOptions : JobOptions {
     std::string preset = "recommended";
     bool skipMono = false;
-    bool noSubfolders = false;
-    bool csv = false;
 };
 
 struct CleanOptions : ValidatorOptions {
-    std::string output;
     std::string side = "auto";
     bool noSuffix = false;
-    bool overwrite = false;
     bool dryRun = false;
 };
 
@@ -41,43 +32,77 @@ const std::map<std::string, DualMonoSideSelection> kSides{{"auto", DualMonoSideS
                                                           {"right", DualMonoSideSelection::right}};
 
 // What both commands do: analyse and show.
-class ValidatorRun {
+class ValidatorRun : public JobRun {
 public:
-    explicit ValidatorRun(const ValidatorOptions& options)
-        : signals_([this] {
-              controller_.stopAnalysis();
-              controller_.stopExport();
-          }),
-          terminal_(options.terminal), controller_(desktop_, audio_), options_(options) {}
-
-    int validate() {
-        const std::optional<QStringList> paths = existingPaths(options_.paths, terminal_);
-        if (!paths) return badUsage;
-        analyze(*paths);
-        if (options_.csv && !controller_.analysisResults.empty()) controller_.saveReport();
-        if (terminal_.isJson()) {
-            terminal_.document(document("validate"));
-        } else {
-            showTable();
-        }
-        return exitStatus();
-    }
+    explicit ValidatorRun(const ValidatorOptions& options, const char* job = "validate")
+        : JobRun(options, job), controller_(desktop_, audio_), options_(options) {}
 
 protected:
-    void analyze(const QStringList& paths) {
-        terminal_.follow(controller_.logEntries);
-        progressWatch_ = controller_.analysisProgress.addNotifier([this] { showProgress(); });
-        nameWatch_ = controller_.currentAnalysisFile.addNotifier([this] { showProgress(); });
+    void stop() override {
+        controller_.stopAnalysis();
+        controller_.stopExport();
+    }
+    const ExternalToolDetector& toolDetector() const override { return controller_.toolDetector(); }
+    RecordList<ProcessingLogEntry>& log() override { return controller_.logEntries; }
+    QString reportPath() const override { return controller_.reportPath(); }
+    bool requireTools() override { return true; } // most files are read without them
+
+    QString take(const QStringList& paths) override {
+        watch(controller_.analysisProgress, [this] { showProgress(); });
+        watch(controller_.currentAnalysisFile, [this] { showProgress(); });
         controller_.applyPreset(kPresets.at(options_.preset));
         controller_.skipMonoFiles = options_.skipMono;
         controller_.recursiveScan = !options_.noSubfolders;
         controller_.generateCSV = options_.csv;
-        select(paths);
-        if (signals_.happened()) return terminal_.error(QStringLiteral("stopped ahead of the analysis"));
+        // One folder is the tab's own kind of selection; several paths are taken together as the files that they hold.
+        if (paths.size() == 1) {
+            controller_.select(paths);
+        } else {
+            controller_.selectedFiles = paths;
+        }
+        return {};
+    }
+
+    void work(const QStringList&) override {
+        analyze();
+        saveReport();
+    }
+
+    void printResult() override { showTable(); }
+
+    void fill(nlohmann::json& document) const override {
+        nlohmann::json& results = document["results"] = nlohmann::json::array();
+        for (const StereoValidatorResult& result : controller_.analysisResults) results.push_back(result);
+    }
+
+    JobCounts counts() const override {
+        JobCounts counts;
+        for (const StereoValidatorResult& result : controller_.analysisResults) {
+            counts.errors += result.error.isEmpty() ? 0 : 1;
+            counts.skipped += result.classification == StereoClassification::trueMono ? 1 : 0;
+        }
+        counts.success = static_cast<int>(controller_.analysisResults.size()) - counts.errors - counts.skipped;
+        return counts;
+    }
+
+    bool hasFailed() const override {
+        const auto& results = controller_.analysisResults;
+        return results.empty() || controller_.reportFailed() ||
+               std::any_of(results.begin(), results.end(), [](const StereoValidatorResult& result) {
+                   return !result.error.isEmpty() || (result.outcome && result.outcome->failed());
+               });
+    }
+
+    void analyze() {
+        if (isStopped()) return terminal_.error(QStringLiteral("stopped ahead of the analysis"));
         QEventLoop loop;
         QObject::connect(&controller_, &StereoValidatorViewModel::analysisEnded, &loop, &QEventLoop::quit);
         controller_.startAnalysis();
         loop.exec();
+    }
+
+    void saveReport() {
+        if (options_.csv && !controller_.analysisResults.empty()) controller_.saveReport();
     }
 
     void showTable() {
@@ -86,109 +111,88 @@ protected:
         terminal_.line(controller_.summary());
     }
 
-    nlohmann::json document(const char* job) const {
-        nlohmann::json results = nlohmann::json::array();
-        int errors = 0, skipped = 0;
-        for (const StereoValidatorResult& result : controller_.analysisResults) {
-            results.push_back(result);
-            errors += result.error.isEmpty() ? 0 : 1;
-            skipped += result.classification == StereoClassification::trueMono ? 1 : 0;
-        }
-        const int total = static_cast<int>(controller_.analysisResults.size());
-        return {{"job", job},
-                {"tools", toolsDocument(controller_.toolDetector())},
-                {"results", results},
-                {"summary", jobSummary(total - errors - skipped, skipped, errors, signals_.happened())},
-                {"csv", jsonTextOrNull(controller_.reportPath())}};
-    }
-
-    int exitStatus() const {
-        if (signals_.happened()) return signals_.exitStatus();
-        const auto& results = controller_.analysisResults;
-        const bool failed = results.empty() || controller_.reportFailed() ||
-                            std::any_of(results.begin(), results.end(), [](const StereoValidatorResult& result) {
-                                return !result.error.isEmpty() || (result.outcome && result.outcome->failed());
-                            });
-        return failed ? someItemFailed : allDone;
-    }
-
-    StopSignals signals_; // first: the tools are looked for below
-    Terminal terminal_;
-    TerminalDesktopServices desktop_;
     AudioOutput audio_;
     StereoValidatorViewModel controller_;
 
 private:
-    // One folder is the tab's own kind of selection; several paths are taken together as the files that they hold.
-    void select(const QStringList& paths) {
-        if (paths.size() == 1) {
-            controller_.select(paths);
-        } else {
-            controller_.selectedFiles = paths;
-        }
-    }
-
     void showProgress() {
         if (!controller_.isAnalyzing.value()) return;
         terminal_.progress(controller_.analysisProgress.value(), controller_.currentAnalysisFile.value());
     }
 
     const ValidatorOptions& options_;
-    QPropertyNotifier progressWatch_;
-    QPropertyNotifier nameWatch_;
 };
 
-class CleanRun : private ValidatorRun {
+class CleanRun : public ValidatorRun {
 public:
-    explicit CleanRun(const CleanOptions& options) : ValidatorRun(options), options_(options) {}
+    explicit CleanRun(const CleanOptions& options) : ValidatorRun(options, "clean"), options_(options) {}
 
-    int clean() {
-        const std::optional<QStringList> paths = existingPaths(options_.paths, terminal_);
-        if (!paths || !prepareOutput()) return badUsage;
+protected:
+    // Makes the folder, but for a dry run.
+    QString problem(const QStringList&) override {
+        if (options_.output.empty() || options_.dryRun) return {};
+        try {
+            files::createFolder(output());
+        } catch (const FileError& error) {
+            return error.description;
+        }
+        return {};
+    }
+
+    QString take(const QStringList& paths) override {
+        if (!options_.output.empty()) controller_.outputFolder = output();
         controller_.dualMonoSideSelection = kSides.at(options_.side);
         controller_.addMonoSuffix = !options_.noSuffix;
         controller_.allowOverwrite = options_.overwrite;
-        analyze(*paths);
+        return ValidatorRun::take(paths);
+    }
+
+    void work(const QStringList&) override {
+        analyze();
         if (!terminal_.isJson()) showTable();
-        options_.dryRun ? tellForeseen() : convert();
-        if (terminal_.isJson()) terminal_.document(jobDocument());
-        return exitStatus();
+        options_.dryRun ? tellAllForeseen() : convert();
+    }
+
+    void printResult() override {} // the table stands above the log of the conversion
+
+    JobCounts counts() const override {
+        JobCounts counts;
+        for (const StereoValidatorResult& each : controller_.analysisResults) {
+            const ItemOutcome outcome = outcomeOf(each);
+            counts.success += outcome.succeeded() ? 1 : 0;
+            counts.errors += outcome.failed() ? 1 : 0;
+        }
+        counts.skipped = static_cast<int>(controller_.analysisResults.size()) - counts.success - counts.errors;
+        return counts;
+    }
+
+    void fill(nlohmann::json& document) const override {
+        ValidatorRun::fill(document);
+        nlohmann::json& items = document["items"] = nlohmann::json::array();
+        for (const StereoValidatorResult& each : controller_.analysisResults) {
+            items.push_back(jobItem(paths::lastComponent(each.filepath), outcomeOf(each)));
+        }
     }
 
 private:
-    bool prepareOutput() {
-        if (options_.output.empty()) return true;
-        const QString folder = paths::absolute(QString::fromStdString(options_.output));
-        try {
-            if (!options_.dryRun) files::createFolder(folder);
-        } catch (const FileError& error) {
-            terminal_.error(error.description);
-            return false;
-        }
-        controller_.outputFolder = folder;
-        return true;
-    }
-
     void convert() {
-        if (signals_.happened()) {
-            if (options_.csv && !controller_.analysisResults.empty()) controller_.saveReport();
-            return;
-        }
+        if (isStopped()) return saveReport();
         QObject::connect(&controller_, &StereoValidatorViewModel::fileConverted, &controller_, [this] {
-            if (signals_.happened()) controller_.stopExport(); // the loop holds the main thread
+            if (isStopped()) controller_.stopExport(); // the loop holds the main thread
         });
         controller_.cleanAndExport({});
     }
 
     // What a run would refuse; a dry run ends with it.
-    void tellForeseen() {
+    void tellAllForeseen() {
         foreseen_ = controller_.foreseenRefusals({});
         for (const StereoValidatorResult& result : controller_.analysisResults) {
-            const QString why = foreseen_.value(result.id);
-            if (!why.isEmpty()) {
-                terminal_.line(QStringLiteral("%1: %2").arg(paths::lastComponent(result.filepath), why));
-            }
+            tellForeseen(terminal_, paths::lastComponent(result.filepath), foreseen_.value(result.id));
         }
+    }
+
+    ItemOutcome outcomeOf(const StereoValidatorResult& result) const {
+        return result.outcome.value_or(asFound(result));
     }
 
     // Of a file that no run took: what it is, and why it would be refused.
@@ -205,22 +209,6 @@ private:
         return outcome;
     }
 
-    nlohmann::json jobDocument() const {
-        nlohmann::json result = document("clean");
-        nlohmann::json items = nlohmann::json::array();
-        int successes = 0, errors = 0;
-        for (const StereoValidatorResult& each : controller_.analysisResults) {
-            const ItemOutcome outcome = each.outcome.value_or(asFound(each));
-            items.push_back(jobItem(paths::lastComponent(each.filepath), outcome));
-            successes += outcome.succeeded() ? 1 : 0;
-            errors += outcome.failed() ? 1 : 0;
-        }
-        const int skipped = static_cast<int>(controller_.analysisResults.size()) - successes - errors;
-        result["items"] = items;
-        result["summary"] = jobSummary(successes, skipped, errors, signals_.happened());
-        return result;
-    }
-
     const CleanOptions& options_;
     QHash<QUuid, QString> foreseen_;
 };
@@ -233,7 +221,7 @@ void addValidatorOptions(CLI::App& command, ValidatorOptions& options) {
         ->check(CLI::IsMember(presets))
         ->capture_default_str();
     command.add_flag("--skip-mono", options.skipMono, "Leave out files with fewer than two channels");
-    command.add_flag("--no-subfolders", options.noSubfolders, "Stay out of the folders' subfolders");
+    addSubfoldersOption(command, options);
     command.add_flag("--csv", options.csv, "Write a CSV report into the output folder or that of the first file");
     addTerminalOptions(command, options.terminal);
 }
@@ -246,7 +234,7 @@ void addValidateCommand(CLI::App& parser, ChosenCommand& chosen) {
                                       "  ostrel-cli validate --preset strict --json take1.wav take2.wav");
     const auto options = std::make_shared<ValidatorOptions>();
     addValidatorOptions(*command, *options);
-    command->callback([=, &chosen] { chosen.run = [=] { return ValidatorRun(*options).validate(); }; });
+    command->callback([=, &chosen] { chosen.run = [=] { return ValidatorRun(*options).run(); }; });
 }
 
 void addCleanCommand(CLI::App& parser, ChosenCommand& chosen) {
@@ -265,7 +253,7 @@ void addCleanCommand(CLI::App& parser, ChosenCommand& chosen) {
     command->add_flag("--overwrite", options->overwrite,
                       "Replace files that are there; with --no-suffix and no --output, the sources themselves");
     command->add_flag("--dry-run", options->dryRun, "Analyse and report; make and change nothing");
-    command->callback([=, &chosen] { chosen.run = [=] { return CleanRun(*options).clean(); }; });
+    command->callback([=, &chosen] { chosen.run = [=] { return CleanRun(*options).run(); }; });
 }
 
 } // namespace ostrel::cli

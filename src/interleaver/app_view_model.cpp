@@ -1,6 +1,5 @@
 #include "interleaver/app_view_model.h"
 
-#include "foundation/logs/log_file.h"
 #include "foundation/tools/ffprobe_parser.h"
 #include "interleaver/interleave_engine.h"
 #include "interleaver/scan_report.h"
@@ -314,20 +313,10 @@ QString AppViewModel::exportLogs() const {
 
 void AppViewModel::saveLogToFile() {
     const QString name = QStringLiteral("Ostrel_Log_%1.txt").arg(QDateTime::currentDateTimeUtc().toString(Qt::ISODate));
-    const SavedLog saved = saveLog(desktop_, name, exportLogs());
-    if (saved.path.isEmpty()) return;
-    if (saved.failure.isEmpty()) {
-        log(LogLevel::info, LogCategory::system, QStringLiteral("Log saved to: ") + paths::lastComponent(saved.path));
-    } else {
-        log(LogLevel::error, LogCategory::system, QStringLiteral("Failed to save log: ") + saved.failure);
-    }
+    logEntries.save(desktop_, name, exportLogs());
 }
 
-void AppViewModel::copyLogToClipboard() {
-    const auto entries = logEntries.size();
-    desktop_.setPasteboardText(exportLogs());
-    log(LogLevel::info, LogCategory::system, QStringLiteral("Log copied to clipboard (%1 entries)").arg(entries));
-}
+void AppViewModel::copyLogToClipboard() { logEntries.copy(desktop_, exportLogs()); }
 
 void AppViewModel::toggleAllInterleave(bool include) {
     interleaveGroups.updateAll([include](InterleaveGroup& group) { group.include = include; });
@@ -453,12 +442,7 @@ void AppViewModel::endTask() {
 }
 
 void AppViewModel::log(LogLevel level, LogCategory category, const QString& message, const QString& baseName) {
-    ProcessingLogEntry entry;
-    entry.level = level;
-    entry.category = category;
-    entry.message = message;
-    entry.baseName = baseName;
-    logEntries.append(std::move(entry));
+    logEntries.add(level, category, message, baseName);
 }
 
 } // namespace ostrel

@@ -4,7 +4,7 @@
 // background task that `stopProcessing` ends before its next item. Views show the fields and call the actions.
 #pragma once
 
-#include "foundation/logs/processing_log.h"
+#include "foundation/logs/activity_log.h"
 #include "foundation/records/app_mode.h"
 #include "foundation/records/interleave_group.h"
 #include "foundation/records/multi_channel_source.h"
@@ -59,7 +59,7 @@ public:
     QProperty<double> progress{0}; // 0 to 1
     QProperty<QString> currentItemName;
     QProperty<QString> statusMessage;
-    RecordList<ProcessingLogEntry> logEntries;
+    ActivityLog logEntries{ActivityLog::Telling{.level = LogLevel::info, .showsFolder = false}};
     QProperty<Appearance> appearance{Appearance::system}; // kept in the user's settings
     QProperty<bool> showDeleteConfirmation{false};
     QProperty<AppMode> deleteConfirmationMode{AppMode::interleave};

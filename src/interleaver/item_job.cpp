@@ -30,12 +30,7 @@ void ItemReport::warn(const QStringList& sentences, LogCategory category, const 
 }
 
 void ItemReport::say(LogLevel level, LogCategory category, const QString& message, const QString& item) {
-    ProcessingLogEntry entry;
-    entry.level = level;
-    entry.category = category;
-    entry.message = message;
-    entry.baseName = item;
-    log.push_back(std::move(entry));
+    log.push_back(logEntry(level, category, message, item));
 }
 
 void settleOriginals(Originals originals, const QStringList& sources, const AudioProof& proof, const RunContext& run,

@@ -7,21 +7,23 @@
 
 namespace ostrel {
 
-PolyForesight::PolyForesight(PolyToolsState& state) : state_(state) {
+PolyForesight::PolyForesight(PolyToolsState& state, SourceState& source, SplitState& split, JoinState& join,
+                             EditState& edit)
+    : state_(state), source_(source), split_(split), join_(join), edit_(edit) {
     timer_.setSingleShot(true);
     timer_.setInterval(0);
     QObject::connect(&timer_, &QTimer::timeout, &timer_, [this] {
-        const bool isListing = state_.isScanningBatchFiles.value() || state_.isScanningJoinISOs.value();
+        const bool isListing = source_.isScanningBatchFiles.value() || join_.isScanningJoinISOs.value();
         if (!state_.isProcessing.value() && !isListing) foresee();
     });
     const auto request = [this] { timer_.start(); };
     const auto watch = [&](auto&... properties) { (watches_.push_back(properties.addNotifier(request)), ...); };
-    watch(state.mode, state.splitOutputFolder, state.splitNamingPattern, state.splitKeepOriginalName,
-          state.folderOrganization, state.batchMode, state.channelRemovalOutputSameFolder, state.editPolyEditInPlace,
-          state.joinOutputFolder, state.joinKeepOriginalName, state.isScanningBatchFiles, state.isScanningJoinISOs,
+    watch(state.mode, source.splitOutputFolder, split.splitNamingPattern, split.splitKeepOriginalName,
+          split.folderOrganization, source.batchMode, edit.channelRemovalOutputSameFolder, edit.editPolyEditInPlace,
+          join.joinOutputFolder, join.joinKeepOriginalName, source.isScanningBatchFiles, join.isScanningJoinISOs,
           state.isProcessing);
     for (const RecordListSignals* list :
-         std::initializer_list<const RecordListSignals*>{&state.batchPolyMetadata, &state.reviewedGroups}) {
+         std::initializer_list<const RecordListSignals*>{&source.batchPolyMetadata, &join.reviewedGroups}) {
         QObject::connect(list, &RecordListSignals::reset, &timer_, request);
         QObject::connect(list, &RecordListSignals::rowsAppended, &timer_, request);
     }
@@ -51,16 +53,16 @@ void PolyForesight::foresee() {
 std::vector<PolyForesight::Item> PolyForesight::items() const {
     if (state_.mode.value() == PolyMode::join) return joins();
     std::vector<Item> result;
-    for (const BatchPolyMetadata& poly : state_.batchPolyMetadata) {
+    for (const BatchPolyMetadata& poly : source_.batchPolyMetadata) {
         result.push_back(state_.mode.value() == PolyMode::split ? split(poly) : edit(poly));
     }
     return result;
 }
 
 PolyForesight::Item PolyForesight::split(const BatchPolyMetadata& poly) const {
-    const QString folder = state_.splitOutputFolder.value();
+    const QString folder = source_.splitOutputFolder.value();
     Item item{poly.id, {poly.url}, {}};
-    if (folder.isEmpty() || state_.folderOrganization.value() != FolderOrganization::flat) return item;
+    if (folder.isEmpty() || split_.folderOrganization.value() != FolderOrganization::flat) return item;
     // As the split takes them: a track list of another length than the poly counts for nothing.
     const bool isListed = poly.trackInfo.size() == static_cast<std::size_t>(poly.channelCount);
     std::vector<IsoNameRequest> requests;
@@ -68,8 +70,8 @@ PolyForesight::Item PolyForesight::split(const BatchPolyMetadata& poly) const {
         const TrackInfo track = isListed ? poly.trackInfo[static_cast<std::size_t>(channel)] : TrackInfo();
         requests.push_back({isListed ? track.interleaveIndex - 1 : channel, track.name});
     }
-    for (const QString& name : isoNamesOf(poly.url, folder, requests, state_.splitNamingPattern.value(),
-                                          state_.splitKeepOriginalName.value())) {
+    for (const QString& name : isoNamesOf(poly.url, folder, requests, split_.splitNamingPattern.value(),
+                                          split_.splitKeepOriginalName.value())) {
         item.outputs << paths::append(folder, name);
     }
     return item;
@@ -78,8 +80,8 @@ PolyForesight::Item PolyForesight::split(const BatchPolyMetadata& poly) const {
 // A poly that is written anew beside itself gets another name, which its edit decides.
 PolyForesight::Item PolyForesight::edit(const BatchPolyMetadata& poly) const {
     Item item{poly.id, {poly.url}, {}};
-    const QString folder = state_.channelRemovalOutputSameFolder.value() ? QString() : state_.splitOutputFolder.value();
-    if (state_.editPolyEditInPlace.value() || folder.isEmpty()) return item;
+    const QString folder = edit_.channelRemovalOutputSameFolder.value() ? QString() : source_.splitOutputFolder.value();
+    if (edit_.editPolyEditInPlace.value() || folder.isEmpty()) return item;
     const QString output = paths::append(folder, polyFileName(poly.baseName));
     if (!paths::isSameFile(output, poly.url)) item.outputs << output;
     return item;
@@ -87,11 +89,11 @@ PolyForesight::Item PolyForesight::edit(const BatchPolyMetadata& poly) const {
 
 std::vector<PolyForesight::Item> PolyForesight::joins() const {
     std::vector<Item> result;
-    const QString folder = state_.joinOutputFolder.value();
-    for (const ISOGroupCandidate& group : state_.reviewedGroups) {
+    const QString folder = join_.joinOutputFolder.value();
+    for (const ISOGroupCandidate& group : join_.reviewedGroups) {
         Item item{group.id, {}, {}};
         for (const ISOFile& iso : group.isoFiles) item.sources << iso.url;
-        const QString name = groupOutputName(group, state_.joinKeepOriginalName.value());
+        const QString name = groupOutputName(group, join_.joinKeepOriginalName.value());
         if (!folder.isEmpty() && group.isoFiles.size() > 1) item.outputs << paths::append(folder, polyFileName(name));
         result.push_back(std::move(item));
     }

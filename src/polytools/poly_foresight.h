@@ -6,7 +6,11 @@
 // all the same. Main thread.
 #pragma once
 
-#include "polytools/services/poly_tools_state.h"
+#include "polytools/state/edit_state.h"
+#include "polytools/state/join_state.h"
+#include "polytools/state/poly_tools_state.h"
+#include "polytools/state/source_state.h"
+#include "polytools/state/split_state.h"
 
 #include <QTimer>
 #include <vector>
@@ -15,7 +19,7 @@ namespace ostrel {
 
 class PolyForesight {
 public:
-    explicit PolyForesight(PolyToolsState& state);
+    PolyForesight(PolyToolsState& state, SourceState& source, SplitState& split, JoinState& join, EditState& edit);
 
     // At once, for a caller that can't wait for the event loop.
     void foresee();
@@ -35,6 +39,10 @@ private:
     Item split(const BatchPolyMetadata& poly) const;
 
     PolyToolsState& state_;
+    const SourceState& source_;
+    const SplitState& split_;
+    const JoinState& join_;
+    const EditState& edit_;
     QTimer timer_;
     QString helperEnding_;
     std::vector<QPropertyNotifier> watches_;

@@ -1,6 +1,5 @@
 #include "polytools/poly_tools_view_model.h"
 
-#include "foundation/logs/log_file.h"
 #include "platform/paths.h"
 
 namespace ostrel {
@@ -8,9 +7,10 @@ namespace ostrel {
 PolyToolsViewModel::PolyToolsViewModel(DesktopServices& desktop, AudioOutput* audioOutput,
                                        std::shared_ptr<ExternalToolDetector> detector)
     : services_(*this, *this, desktop, std::move(detector), [this] { Q_EMIT taskEnded(); }),
-      preview_(*this, services_, audioOutput), selection_(*this, services_, preview_),
-      split_(*this, services_, selection_), join_(*this, services_, preview_), review_(*this, services_, preview_),
-      edit_(*this, services_, selection_, preview_), foresight_(*this) {
+      preview_(*this, *this, *this, *this, services_, audioOutput),
+      selection_(*this, *this, *this, services_, preview_), split_(*this, *this, *this, services_, selection_),
+      join_(*this, *this, services_, preview_), review_(*this, services_, preview_),
+      edit_(*this, *this, *this, services_, selection_, preview_), foresight_(*this, *this, *this, *this, *this) {
     takeTools();
 }
 
@@ -85,33 +85,19 @@ void PolyToolsViewModel::stopProcessing() {
     isScanningBatchFiles = false;
     isScanningJoinISOs = false;
     isAnalyzing = false;
-    isPreparingPreview = false;
-    isExtractingBatchPreview = false;
-    isLoadingAllPreviews = false;
-    previewPreparationProgress = std::nullopt;
+    preview_.deck().forgetPreparation();
     services_.warning(LogCategory::process, QStringLiteral("Operation cancelled by user"));
 }
 
 void PolyToolsViewModel::revealInFinder(const QString& url) { services_.desktop().openFolder(paths::parent(url)); }
 
-QString PolyToolsViewModel::exportLogs() const { return linesOf(logEntries.rows()); }
+QString PolyToolsViewModel::exportLogs() const { return logEntries.lines(); }
 
 void PolyToolsViewModel::saveLog() {
     const QString now = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss"));
-    const SavedLog saved =
-        ostrel::saveLog(services_.desktop(), QStringLiteral("PolyTools_Log_%1.txt").arg(now), exportLogs());
-    if (saved.path.isEmpty()) return;
-    if (saved.failure.isEmpty()) {
-        services_.success(LogCategory::system, QStringLiteral("Log saved to: ") + saved.path);
-    } else {
-        services_.error(LogCategory::system, QStringLiteral("Failed to save log: ") + saved.failure);
-    }
+    logEntries.save(services_.desktop(), QStringLiteral("PolyTools_Log_%1.txt").arg(now), exportLogs());
 }
 
-void PolyToolsViewModel::copyLogToClipboard() {
-    const auto count = logEntries.size();
-    services_.desktop().setPasteboardText(exportLogs());
-    services_.success(LogCategory::system, QStringLiteral("Log copied to clipboard (%1 entries)").arg(count));
-}
+void PolyToolsViewModel::copyLogToClipboard() { logEntries.copy(services_.desktop(), exportLogs()); }
 
 } // namespace ostrel

@@ -69,7 +69,7 @@ void tally(AnalysisResult& batch, const StereoValidatorResult& result) {
 }
 
 ProcessingLogEntry entry(LogLevel level, const QString& message) {
-    return {.level = level, .category = LogCategory::process, .message = message};
+    return logEntry(level, LogCategory::process, message);
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include "stereovalidator/stereo_validator_view_model.h"
 
-#include "foundation/logs/log_file.h"
 #include "platform/paths.h"
 #include "platform/text/text.h"
 #include "stereovalidator/stereo_validator_engine.h"
@@ -375,25 +374,14 @@ void StereoValidatorViewModel::audition(const StereoValidatorResult& result) {
 }
 
 void StereoValidatorViewModel::log(LogLevel level, LogCategory category, const QString& message) {
-    logEntries.append({.level = level, .category = category, .message = message});
+    logEntries.add(level, category, message);
 }
 
 void StereoValidatorViewModel::saveLog() {
     const QString now = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss"));
-    const SavedLog saved =
-        ostrel::saveLog(desktop_, QStringLiteral("StereoValidator_Log_%1.txt").arg(now), linesOf(logEntries.rows()));
-    if (saved.path.isEmpty()) return;
-    if (saved.failure.isEmpty()) {
-        log(LogLevel::success, LogCategory::system, QStringLiteral("Log saved to: ") + saved.path);
-    } else {
-        log(LogLevel::error, LogCategory::system, QStringLiteral("Failed to save log: ") + saved.failure);
-    }
+    logEntries.save(desktop_, QStringLiteral("StereoValidator_Log_%1.txt").arg(now), logEntries.lines());
 }
 
-void StereoValidatorViewModel::copyLogToClipboard() {
-    const auto count = logEntries.size();
-    desktop_.setPasteboardText(linesOf(logEntries.rows()));
-    log(LogLevel::success, LogCategory::system, QStringLiteral("Log copied to clipboard (%1 entries)").arg(count));
-}
+void StereoValidatorViewModel::copyLogToClipboard() { logEntries.copy(desktop_, logEntries.lines()); }
 
 } // namespace ostrel

@@ -4,7 +4,7 @@
 // a loop on the main thread, deliberately. Views show the fields and call the actions.
 #pragma once
 
-#include "foundation/logs/processing_log.h"
+#include "foundation/logs/activity_log.h"
 #include "foundation/records/record_list.h"
 #include "foundation/tools/external_tool_detector.h"
 #include "platform/background.h"
@@ -69,7 +69,7 @@ public:
 
     QProperty<bool> isAuditioning{false}; // a result is playing
 
-    RecordList<ProcessingLogEntry> logEntries;
+    ActivityLog logEntries;
 
     PlaybackManager& playbackManager() { return *playbackManager_; }
     const ExternalToolDetector& toolDetector() const { return *toolDetector_; }

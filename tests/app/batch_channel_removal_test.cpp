@@ -64,10 +64,10 @@ TEST_F(BatchChannelRemovalTest, NothingCountsUntilItIsApplied) {
     openDialog();
     clickDialog("Enable Channel Removal");
     typeInto(*dialog(), "Channel numbers to remove", "2");
-    EXPECT_FALSE(polyTools_.hasAdvancedConfig());
+    EXPECT_FALSE(polyTools_.edit().hasAdvancedConfig());
     clickDialog("Cancel");
     settle();
-    EXPECT_FALSE(polyTools_.hasAdvancedConfig());
+    EXPECT_FALSE(polyTools_.edit().hasAdvancedConfig());
     EXPECT_FALSE(find<QAbstractButton>(view(), QStringLiteral("Enable Channel Removal"))->isChecked());
 }
 

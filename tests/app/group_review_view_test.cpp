@@ -227,14 +227,14 @@ TEST_F(GroupReviewViewTest, AClickOnAFileLoadsItsGroupAndPlaysIt) {
     clickSymbol(card("12A-T4_poly"), Action::play);
     EXPECT_EQ(heardNow(), std::pair(0.3, 0.4)) << "the poly of that group";
     clickSymbol(card("12A-T3_poly"), Action::load);
-    EXPECT_FALSE(model_.previewMixer()->isPlaying.value());
+    EXPECT_FALSE(model_.preview().mixer()->isPlaying.value());
     EXPECT_EQ(model_.previewedGroupOutputName.value(), QStringLiteral("12A-T3_poly"));
     tree().setCurrentIndex(card("12A-T3_poly"));
     ASSERT_TRUE(wait());
     click(QStringLiteral("Play All"));
     EXPECT_EQ(heardNow(), std::pair(0.1, 0.2));
     key(tree(), Qt::Key_Delete);
-    EXPECT_FALSE(model_.previewMixer()->isLoaded.value()) << "a group that is gone is heard no more";
+    EXPECT_FALSE(model_.preview().mixer()->isLoaded.value()) << "a group that is gone is heard no more";
 }
 
 TEST_F(GroupReviewViewTest, WithoutGroupsItSaysSo) {

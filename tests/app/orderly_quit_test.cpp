@@ -220,7 +220,7 @@ TEST_F(OrderlyQuitTest, AGroupingIsAJobAndAPreviewIsNone) {
 TEST_F(OrderlyQuitTest, NobodyWaitsForWhatIsOnlyRead) {
     show(AppTab::polyTools);
     BlockedWorkers workers;
-    polyTools_.analyzePolyFile(folder_.write(QStringLiteral("a.wav"), "x"));
+    polyTools_.source().analyzePolyFile(folder_.write(QStringLiteral("a.wav"), "x"));
     ASSERT_TRUE(polyTools_.hasRunningTask());
     close();
     EXPECT_TRUE(desktop_.alerts.empty());

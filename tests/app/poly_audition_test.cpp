@@ -94,7 +94,7 @@ protected:
         return {};
     }
     QString transportLabel() { return tab_->findChild<PolyToolsPlaybackTransport*>()->label(); }
-    PreviewMixer& mixer() { return *controller_.previewMixer(); }
+    PreviewMixer& mixer() { return *controller_.preview().mixer(); }
 
     TestFolder folder_;
     ScriptedDesktop desktop_;

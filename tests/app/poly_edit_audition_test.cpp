@@ -27,7 +27,7 @@ protected:
     }
 
     BatchPolyList& list() { return tab_.editView().polys(); }
-    PreviewMixer& mixer() { return *model_.previewMixer(); }
+    PreviewMixer& mixer() { return *model_.preview().mixer(); }
     void clickRow(int row) {
         RecordTable& table = list().table();
         const QRect cell = table.visualRect(table.model()->index(row, BatchPolyModel::NameColumn));

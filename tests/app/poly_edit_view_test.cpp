@@ -280,9 +280,9 @@ TEST_F(EditViewTest, ClearEditsKeepsTheFilesAndClearAllKeepsNothing) {
     clickEdit("Enable Channel Reorder");
     clickEdit("Enable Rename Channels");
     typeNames(view().renameSection().table(), {QStringLiteral("A")});
-    EXPECT_TRUE(polyTools_.hasAdvancedConfig());
+    EXPECT_TRUE(polyTools_.edit().hasAdvancedConfig());
     clickEdit("Clear Edits");
-    EXPECT_FALSE(polyTools_.hasAdvancedConfig());
+    EXPECT_FALSE(polyTools_.edit().hasAdvancedConfig());
     EXPECT_EQ(polyTools_.batchPolyMetadata.size(), 3U);
     EXPECT_FALSE(find<QLineEdit>(view(), QStringLiteral("Channel numbers to remove"))->isVisible());
     clickEdit("Enable Channel Removal");

@@ -31,7 +31,7 @@ protected:
     }
     QLineEdit& name() { return *find<QLineEdit>(view_, QStringLiteral("Output Name")); }
     void waitForPoly() {
-        ASSERT_TRUE(waitUntil([this] { return model_.previewMixer()->hasPolySource(); }));
+        ASSERT_TRUE(waitUntil([this] { return model_.preview().mixer()->hasPolySource(); }));
         ASSERT_TRUE(wait());
     }
 };
@@ -224,7 +224,7 @@ TEST_F(PolyJoinViewTest, TheLayoutAndTheOutputFolderAreChosenAndTakenBack) {
 
 TEST_F(PolyJoinViewTest, AClickPlaysAnIsoAndAnotherClickPausesIt) {
     loadThree(kLong);
-    const PreviewMixer& mixer = *model_.previewMixer();
+    const PreviewMixer& mixer = *model_.preview().mixer();
     clickRow(table(), row(1));
     EXPECT_EQ(heardNow(), both(0.2 * kTrim));
     clickRow(table(), row(1));
@@ -251,18 +251,18 @@ TEST_F(PolyJoinViewTest, SoloTurnsTheWholeDownToOneTrackAndBackWithoutAStop) {
     clickRow(table(), row(0), IsoTableModel::SoloColumn);
     EXPECT_EQ(heardNow(), std::pair(0.1, 0.2));
     click(QStringLiteral("Clear Preview"));
-    EXPECT_FALSE(model_.previewMixer()->isPlaying.value());
+    EXPECT_FALSE(model_.preview().mixer()->isPlaying.value());
     EXPECT_FALSE(button(QStringLiteral("Clear Preview")).isEnabled());
 }
 
 TEST_F(PolyJoinViewTest, PreviewAllTakesEveryIsoBackIn) {
     loadThree(kLong);
     clickRow(table(), row(2), IsoTableModel::IncludeColumn, 15);
-    EXPECT_EQ(model_.previewMixer()->loadedFileCount.value(), 2);
+    EXPECT_EQ(model_.preview().mixer()->loadedFileCount.value(), 2);
     click(QStringLiteral("Clear Preview"));
     click(QStringLiteral("Preview All"));
     EXPECT_TRUE(model_.isoFiles[2].isSelected);
-    EXPECT_EQ(model_.previewMixer()->loadedFileCount.value(), 3);
+    EXPECT_EQ(model_.preview().mixer()->loadedFileCount.value(), 3);
     EXPECT_EQ(heardNow(), both(0.6 * kTrim)) << "until their poly is made, the three together";
 }
 

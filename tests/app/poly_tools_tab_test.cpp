@@ -142,7 +142,7 @@ TEST_F(PolyToolsTabTest, SwitchingModesKeepsTheSelectionOfEach) {
     press(Qt::Key_Period);
     drop({polys + QStringLiteral("/../isos")});
     ASSERT_TRUE(waitForPolyTools());
-    EXPECT_TRUE(polyTools_.hasJoinSourceContent());
+    EXPECT_TRUE(polyTools_.join().hasContent());
     press(Qt::Key_Comma);
     EXPECT_EQ(polyTools_.sourceFolder.value(), polys);
     EXPECT_EQ(polyTools_.batchPolyMetadata.size(), 3U);
@@ -200,14 +200,14 @@ TEST_F(PolyToolsTabTest, AnotherTabLeavesTheMixerAlone) {
     show(AppTab::polyTools);
     drop({takes() + QStringLiteral("/Concert-T02.wav")});
     ASSERT_TRUE(waitForPolyTools());
-    ASSERT_TRUE(polyTools_.previewMixer()->isLoaded.value());
+    ASSERT_TRUE(polyTools_.preview().mixer()->isLoaded.value());
     press(Qt::Key_Space, Qt::NoModifier);
-    EXPECT_TRUE(polyTools_.previewMixer()->isPlaying.value());
+    EXPECT_TRUE(polyTools_.preview().mixer()->isPlaying.value());
     press(Qt::Key_1);
-    EXPECT_TRUE(polyTools_.previewMixer()->isPlaying.value());
+    EXPECT_TRUE(polyTools_.preview().mixer()->isPlaying.value());
     press(Qt::Key_2);
     press(Qt::Key_Space, Qt::NoModifier);
-    EXPECT_FALSE(polyTools_.previewMixer()->isPlaying.value());
+    EXPECT_FALSE(polyTools_.preview().mixer()->isPlaying.value());
 }
 
 TEST(PolyToolsWithoutSound, TheTabIsThereWithoutAMixer) {

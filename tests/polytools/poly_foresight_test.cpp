@@ -27,7 +27,7 @@ TEST_F(PolyForesightTest, TwoPolysOfOneNameIntoOneFolder) {
     controller_->splitOutputFolder = path("out");
     controller_->folderOrganization = FolderOrganization::flat;
     controller_->sourceFolder = folder_.path();
-    controller_->foresee();
+    controller_->foresight().foresee();
     EXPECT_EQ(controller_->foreseenRefusals.value().size(), 1);
     EXPECT_EQ(whyOf(1), QStringLiteral("Another item of this run already wrote take_ch1.wav"));
     EXPECT_EQ(controller_->batchProcessHelperText(),
@@ -40,7 +40,7 @@ TEST_F(PolyForesightTest, AnOutputThatIsASourceOfTheRun) {
     list({listed("z.wav"), listed("z_ch1.wav")});
     controller_->splitOutputFolder = folder_.path();
     controller_->folderOrganization = FolderOrganization::flat;
-    controller_->foresee();
+    controller_->foresight().foresee();
     EXPECT_EQ(whyOf(0), QStringLiteral("z_ch1.wav would replace a source of this run"));
     EXPECT_TRUE(whyOf(1).isEmpty());
 }
@@ -73,7 +73,7 @@ TEST_F(PolyForesightTest, GroupsWhosePolysHaveOneName) {
     }
     controller_->reviewedGroups.assign(groups);
     controller_->joinOutputFolder = path("out");
-    controller_->foresee();
+    controller_->foresight().foresee();
     EXPECT_EQ(controller_->foreseenRefusals.value().value(groups[1].id),
               QStringLiteral("Another item of this run already wrote 12_poly.wav"));
     EXPECT_FALSE(controller_->foreseenRefusals.value().contains(groups[0].id));

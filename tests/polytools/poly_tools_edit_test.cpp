@@ -27,7 +27,7 @@ protected:
         ASSERT_TRUE(settled());
     }
     void run() {
-        controller_->startEditPolyProcessing();
+        controller_->edit().run();
         ASSERT_TRUE(settled());
     }
     // The source channels that the output's channels carry.
@@ -46,16 +46,16 @@ protected:
 
 TEST_F(EditFace, ARenameInPlaceNeedsNoFolderAndAReorderTakesTheRunAwayUntilThereIsOne) {
     controller_->selectedFiles = QStringList{poly(QStringLiteral("P.wav")).url};
-    EXPECT_FALSE(controller_->hasAdvancedConfig());
-    EXPECT_FALSE(controller_->canRunEditPoly());
+    EXPECT_FALSE(controller_->edit().hasAdvancedConfig());
+    EXPECT_FALSE(controller_->edit().canRun());
     controller_->channelRemovalRenameMap = RenameMap{{1, QStringLiteral("Boom")}};
-    EXPECT_FALSE(controller_->canRunEditPoly());
+    EXPECT_FALSE(controller_->edit().canRun());
     controller_->editPolyEditInPlace = true;
-    EXPECT_TRUE(controller_->canRunEditPoly());
+    EXPECT_TRUE(controller_->edit().canRun());
     controller_->channelReorderMap = std::vector<int>{2, 1};
-    EXPECT_FALSE(controller_->canRunEditPoly());
+    EXPECT_FALSE(controller_->edit().canRun());
     controller_->splitOutputFolder = path("out");
-    EXPECT_TRUE(controller_->canRunEditPoly());
+    EXPECT_TRUE(controller_->edit().canRun());
 }
 
 TEST_F(EditFace, HelperTexts) {
@@ -73,29 +73,29 @@ TEST_F(EditFace, HelperTexts) {
 
 TEST_F(EditFace, TheReorderMapIsMadeAndMoved) {
     select({poly(QStringLiteral("A.wav"), 3).url});
-    controller_->moveChannelUp(1);
+    controller_->edit().moveChannelUp(1);
     EXPECT_FALSE(controller_->channelReorderMap.value());
-    controller_->initializeReorderFromChannelItems();
+    controller_->edit().initializeReorderFromChannelItems();
     EXPECT_EQ(*controller_->channelReorderMap.value(), (std::vector<int>{1, 2, 3}));
-    controller_->moveChannelUp(0);
-    controller_->moveChannelDown(2);
+    controller_->edit().moveChannelUp(0);
+    controller_->edit().moveChannelDown(2);
     EXPECT_EQ(*controller_->channelReorderMap.value(), (std::vector<int>{1, 2, 3}));
-    controller_->moveChannelUp(2);
+    controller_->edit().moveChannelUp(2);
     EXPECT_EQ(*controller_->channelReorderMap.value(), (std::vector<int>{1, 3, 2}));
-    controller_->moveChannelDown(0);
+    controller_->edit().moveChannelDown(0);
     EXPECT_EQ(*controller_->channelReorderMap.value(), (std::vector<int>{3, 1, 2}));
 }
 
 TEST_F(EditFace, ChecksEndInErrorsAndChangeNothing) {
-    controller_->startEditPolyProcessing();
+    controller_->edit().run();
     EXPECT_TRUE(entry("No edits configured — enable channel removal, rename, or reorder first"));
-    controller_->startBatchChannelRemoval();
+    controller_->edit().startBatchChannelRemoval();
     EXPECT_TRUE(entry("No edits configured — enable channel removal or rename first"));
     removeChannels("1");
-    controller_->startEditPolyProcessing();
+    controller_->edit().run();
     EXPECT_TRUE(entry("Output folder required for this operation"));
     controller_->splitOutputFolder = path("out");
-    controller_->startEditPolyProcessing();
+    controller_->edit().run();
     EXPECT_TRUE(entry("Select files or folder to process"));
     EXPECT_FALSE(controller_->hasRunningTask());
     QDir().mkpath(path("none"));
@@ -209,8 +209,8 @@ TEST_F(EditFace, InPlaceOnlyRenames) {
 TEST_F(EditFace, ClearingForgetsTheEdits) {
     select({poly(QStringLiteral("A.wav")).url});
     removeChannels("1");
-    controller_->clearEditPolyData();
-    EXPECT_FALSE(controller_->hasAdvancedConfig() || controller_->hasSplitSourceContent());
+    controller_->edit().clear();
+    EXPECT_FALSE(controller_->edit().hasAdvancedConfig() || controller_->source().hasContent());
     EXPECT_TRUE(entry("Cleared edit poly data - ready for new files"));
 }
 
@@ -247,7 +247,7 @@ TEST_F(PreviewSide, ALoadedPolyCanBeHeardChannelByChannel) {
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("Preparing preview mixer: extracting 3 channels..."));
     EXPECT_TRUE(entry("Preview 3 channels loaded into mixer + poly P.wav"));
-    PreviewMixer& mixer = *controller_->previewMixer();
+    PreviewMixer& mixer = *controller_->preview().mixer();
     EXPECT_EQ(mixer.loadedFileCount.value(), 3);
     EXPECT_TRUE(mixer.isPolySourceActive.value());
     EXPECT_EQ(testing::decodedByFfmpeg(controller_->extractedChannelURLs.value()[1])[0],
@@ -268,7 +268,7 @@ TEST_F(PreviewSide, ALoadedPolyCanBeHeardChannelByChannel) {
     EXPECT_TRUE(mixer.isPolySourceActive.value());
     EXPECT_FALSE(controller_->selectedChannelForPlayback.value());
 
-    controller_->clearSplitData();
+    controller_->source().clear();
     EXPECT_FALSE(mixer.isLoaded.value());
     EXPECT_EQ(temporaryFolders(), before_);
 }
@@ -278,14 +278,14 @@ TEST_F(PreviewSide, ABadChannelLeavesAPreviewOfTheOthers) {
     controller_->ffmpegPath = folder_.writeScript(
         QStringLiteral("ffmpeg"),
         QStringLiteral("case \"$*\" in *c0=c1*) echo 'Error: no'>&2; exit 1;; esac; exec %1 \"$@\"").arg(real));
-    controller_->analyzePolyFile(poly(QStringLiteral("P.wav"), 3).url);
+    controller_->source().analyzePolyFile(poly(QStringLiteral("P.wav"), 3).url);
     ASSERT_TRUE(settled());
     EXPECT_EQ(entry("Failed to extract channel 2: Error: no")->level, LogLevel::warning);
     EXPECT_EQ(controller_->extractedChannelURLs.value().size(), 2);
     controller_->preview().channels().selectChannelForPlayback(2);
-    EXPECT_TRUE(controller_->previewMixer()->sourceStates.value()[1].isSoloed) << "channel 3 is the second source";
+    EXPECT_TRUE(controller_->preview().mixer()->sourceStates.value()[1].isSoloed) << "channel 3 is the second source";
     controller_->ffmpegPath = QStringLiteral("/nowhere/ffmpeg");
-    controller_->analyzePolyFile(path("P.wav"));
+    controller_->source().analyzePolyFile(path("P.wav"));
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("Preview preparation failed: no channels extracted"));
     EXPECT_FALSE(controller_->isPreparingPreview.value());
@@ -299,15 +299,15 @@ TEST_F(PreviewSide, TwoIsosBuildAPreviewPolyOfTheirDepthAndOneDoesNot) {
     const QString a = testing::writeISO(folder_.path(QStringLiteral("a.wav")), spec).url;
     spec.firstSignal = 1;
     const QString b = testing::writeISO(folder_.path(QStringLiteral("b.wav")), spec).url;
-    controller_->analyzeISOFiles({a});
+    controller_->join().analyzeISOFiles({a});
     ASSERT_TRUE(settled());
-    EXPECT_TRUE(controller_->previewMixer()->isLoaded.value());
-    EXPECT_FALSE(controller_->previewMixer()->hasPolySource());
-    controller_->analyzeISOFiles({a, b});
+    EXPECT_TRUE(controller_->preview().mixer()->isLoaded.value());
+    EXPECT_FALSE(controller_->preview().mixer()->hasPolySource());
+    controller_->join().analyzeISOFiles({a, b});
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("Loaded 2 ISOs for instant preview — generating poly source..."));
     EXPECT_TRUE(entry("✅ [TempPoly] Generated successfully: preview_poly.wav ("));
-    const QString made = controller_->previewMixer()->polySourceURL();
+    const QString made = controller_->preview().mixer()->polySourceURL();
     EXPECT_EQ(paths::lastComponent(made), QStringLiteral("preview_poly.wav"));
     EXPECT_EQ(testing::decodedByFfmpeg(made).size(), 2u);
     EXPECT_EQ(testing::chunkOf(testing::readAll(made), "fmt ").mid(14, 2), testing::littleEndian16(16));
@@ -316,18 +316,18 @@ TEST_F(PreviewSide, TwoIsosBuildAPreviewPolyOfTheirDepthAndOneDoesNot) {
     EXPECT_EQ(controller_->preview().join().joinPlaybackDisplayLabel(), QStringLiteral("2: b.wav"));
     controller_->preview().join().updatePreviewMix();
     EXPECT_TRUE(entry("Preview updated: 2 ISOs in mix"));
-    controller_->clearJoinData();
-    EXPECT_FALSE(controller_->previewMixer()->isLoaded.value());
+    controller_->join().clear();
+    EXPECT_FALSE(controller_->preview().mixer()->isLoaded.value());
 }
 
 TEST_F(PreviewSide, WithoutAGeneratedPolyTheIsosPlayAlone) {
     controller_->mode = PolyMode::join;
     controller_->ffmpegPath = QStringLiteral("/nowhere/ffmpeg");
-    controller_->analyzeISOFiles({iso(QStringLiteral("a.wav")).url, iso(QStringLiteral("b.wav"), 1).url});
+    controller_->join().analyzeISOFiles({iso(QStringLiteral("a.wav")).url, iso(QStringLiteral("b.wav"), 1).url});
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("[TempPoly] ❌ ffmpeg launch error: "));
     EXPECT_TRUE(entry("⚠️ Poly source generation failed — ISO-only playback (may have phasing)"));
-    EXPECT_TRUE(controller_->previewMixer()->isLoaded.value());
+    EXPECT_TRUE(controller_->preview().mixer()->isLoaded.value());
 }
 
 TEST_F(PreviewSide, AGroupUnderReviewIsLoadedAndSoloed) {
@@ -341,12 +341,12 @@ TEST_F(PreviewSide, AGroupUnderReviewIsLoadedAndSoloed) {
     EXPECT_EQ(controller_->previewIncludedIndices.value(), (std::set<int>{0, 1}));
     EXPECT_EQ(controller_->preview().join().previewGroupDisplayLabel(), QStringLiteral("1-T2_poly"));
     controller_->preview().join().selectPreviewISO(1);
-    EXPECT_TRUE(controller_->previewMixer()->sourceStates.value()[1].isSoloed);
+    EXPECT_TRUE(controller_->preview().mixer()->sourceStates.value()[1].isSoloed);
     EXPECT_EQ(controller_->preview().join().activePreviewChannelNumber(), 2);
     controller_->preview().join().selectPreviewISO(1);
     EXPECT_FALSE(controller_->preview().join().activePreviewChannelNumber());
     controller_->preview().join().playPreviewPolySource();
-    EXPECT_TRUE(controller_->previewMixer()->isPolySourceActive.value());
+    EXPECT_TRUE(controller_->preview().mixer()->isPolySourceActive.value());
 }
 
 TEST_F(PreviewSide, PolysOfABatchAreExtractedOnceAndPlayed) {
@@ -359,7 +359,7 @@ TEST_F(PreviewSide, PolysOfABatchAreExtractedOnceAndPlayed) {
     EXPECT_TRUE(controller_->batchPolyMetadata[1].isPreviewReady);
     EXPECT_EQ(controller_->batchChannelItems.size(), 3u);
     EXPECT_EQ(controller_->batchChannelItems[0].trackName, QStringLiteral("—"));
-    EXPECT_TRUE(controller_->previewMixer()->isPlaying.value());
+    EXPECT_TRUE(controller_->preview().mixer()->isPlaying.value());
     preview.batch().selectBatchChannelForPlayback(2);
     EXPECT_TRUE(entry("Selected batch channel 3"));
     preview.batch().loadAllPreviews();
@@ -368,12 +368,12 @@ TEST_F(PreviewSide, PolysOfABatchAreExtractedOnceAndPlayed) {
     EXPECT_TRUE(entry("All previews loaded: 2"));
     preview.batch().loadCachedPreviewAndPlay(0);
     EXPECT_TRUE(entry("Loaded cached preview: A"));
-    EXPECT_EQ(controller_->previewMixer()->loadedFileCount.value(), 2);
+    EXPECT_EQ(controller_->preview().mixer()->loadedFileCount.value(), 2);
     preview.batch().loadCachedPreviewAndPlay(7);
     EXPECT_TRUE(entry("Invalid batch poly index: 7"));
     preview.batch().extractBatchPolyForPreviewSilent(9);
     EXPECT_TRUE(entry("Silent extract: invalid index 9"));
-    controller_->clearSplitData();
+    controller_->source().clear();
     EXPECT_EQ(temporaryFolders(), before_);
 }
 

@@ -145,13 +145,14 @@ TEST_F(JoinFace, OneIsoLoadsWithoutGroupingAndCannotRun) {
     ASSERT_TRUE(settled());
     EXPECT_EQ(controller_->isoFiles.size(), 1u);
     EXPECT_FALSE(controller_->groupingResult.value());
-    EXPECT_FALSE(controller_->canRunJoin());
-    EXPECT_TRUE(controller_->hasJoinSourceContent());
+    EXPECT_FALSE(controller_->join().canRun());
+    EXPECT_TRUE(controller_->join().hasContent());
 }
 
 TEST_F(JoinFace, LoadingWithoutMetadataKeepsTheSelectionOrder) {
-    controller_->analyzeISOFiles({iso(QStringLiteral("T1_b.wav")).url, folder_.write(QStringLiteral("bad.wav"), "x"),
-                                  iso(QStringLiteral("T1_a.wav")).url});
+    controller_->join().analyzeISOFiles({iso(QStringLiteral("T1_b.wav")).url,
+                                         folder_.write(QStringLiteral("bad.wav"), "x"),
+                                         iso(QStringLiteral("T1_a.wav")).url});
     ASSERT_TRUE(settled());
     EXPECT_EQ(namesOf(controller_->isoFiles.rows()), QStringLiteral("T1_b.wav T1_a.wav"));
     EXPECT_EQ(controller_->isoFiles[1].channelIndex, 2);
@@ -162,17 +163,17 @@ TEST_F(JoinFace, LoadingWithoutMetadataKeepsTheSelectionOrder) {
     EXPECT_TRUE(entry("All files validated: 48000Hz, 24-bit, ~0:00"));
     EXPECT_TRUE(entry("Loaded 2 files for joining"));
     EXPECT_TRUE(entry("⚠️ No metadata found - preserving file selection order"));
-    EXPECT_TRUE(controller_->canRunJoin());
+    EXPECT_TRUE(controller_->join().canRun());
 }
 
 TEST_F(JoinFace, AutoOrderPutsMixThenLavThenBoom) {
     controller_->autoOrderChannels = true;
-    controller_->analyzeISOFiles({iso(QStringLiteral("A_Boom.wav")).url, iso(QStringLiteral("A_Lav1.wav")).url,
-                                  iso(QStringLiteral("A_MixL.wav")).url});
+    controller_->join().analyzeISOFiles({iso(QStringLiteral("A_Boom.wav")).url, iso(QStringLiteral("A_Lav1.wav")).url,
+                                         iso(QStringLiteral("A_MixL.wav")).url});
     ASSERT_TRUE(settled());
     EXPECT_EQ(namesOf(controller_->isoFiles.rows()), QStringLiteral("A_MixL.wav A_Lav1.wav A_Boom.wav"));
     EXPECT_TRUE(entry("Auto-ordered files by track name"));
-    controller_->analyzeISOFiles({path("A_MixL.wav"), path("A_Boom.wav")});
+    controller_->join().analyzeISOFiles({path("A_MixL.wav"), path("A_Boom.wav")});
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("Auto-order enabled but files already in optimal order"));
 }
@@ -180,12 +181,12 @@ TEST_F(JoinFace, AutoOrderPutsMixThenLavThenBoom) {
 TEST_F(JoinFace, MetadataOrdersByChannelNumberAndOneFileWithoutItSendsTheListToTheNextBranch) {
     if (!testing::hasBwfmetaedit()) GTEST_SKIP() << "this build has no bwfmetaedit";
     QStringList urls = take("3");
-    controller_->analyzeISOFiles(urls);
+    controller_->join().analyzeISOFiles(urls);
     ASSERT_TRUE(settled());
     EXPECT_EQ(namesOf(controller_->isoFiles.rows()), QStringLiteral("T3_Boom.wav T3_Lav.wav"));
     EXPECT_EQ(controller_->isoOrderingMethod.value(), IsoOrdering::metadata);
     EXPECT_TRUE(entry("✅ Sorted by INTERLEAVE_INDEX from iXML metadata (ground truth ordering)"));
-    controller_->analyzeISOFiles(urls << iso(QStringLiteral("in/T3_Plant.wav")).url);
+    controller_->join().analyzeISOFiles(urls << iso(QStringLiteral("in/T3_Plant.wav")).url);
     ASSERT_TRUE(settled());
     EXPECT_EQ(controller_->isoOrderingMethod.value(), IsoOrdering::selection);
     EXPECT_EQ(namesOf(controller_->isoFiles.rows()), QStringLiteral("T3_Lav.wav T3_Boom.wav T3_Plant.wav"));
@@ -197,12 +198,12 @@ TEST_F(JoinFace, AManifestBesideTheFilesOrdersThem) {
     manifest.ixml = IXMLMetadata();
     folder_.write(QStringLiteral("T1.metadata.json"), manifest.toJson());
     const QStringList urls{iso(QStringLiteral("isos/T1_a.wav")).url, iso(QStringLiteral("isos/T1_b.wav")).url};
-    controller_->analyzeISOFiles(urls);
+    controller_->join().analyzeISOFiles(urls);
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("Manifest has no track list - using selection order"));
     manifest.ixml->trackList = {{1, QStringLiteral("b"), {}, 0}, {2, QStringLiteral("a"), {}, 1}};
     folder_.write(QStringLiteral("T1.metadata.json"), manifest.toJson());
-    controller_->analyzeISOFiles(urls);
+    controller_->join().analyzeISOFiles(urls);
     ASSERT_TRUE(settled());
     EXPECT_EQ(controller_->isoOrderingMethod.value(), IsoOrdering::manifest);
     EXPECT_TRUE(entry("Found manifest: T1.metadata.json"));
@@ -216,7 +217,7 @@ TEST_F(JoinFace, MismatchesAreWarnings) {
     spec.bitDepth = 16;
     spec.frames = 96000 * 2;
     const QString other = testing::writeISO(folder_.path(QStringLiteral("b.wav")), spec).url;
-    controller_->analyzeISOFiles({iso(QStringLiteral("a.wav")).url, other, poly(QStringLiteral("c.wav")).url});
+    controller_->join().analyzeISOFiles({iso(QStringLiteral("a.wav")).url, other, poly(QStringLiteral("c.wav")).url});
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("Sample rate mismatch: b.wav (96000Hz) vs reference (48000Hz)"));
     EXPECT_TRUE(entry("Bit depth mismatch: b.wav (16-bit) vs reference (24-bit)"));
@@ -226,19 +227,19 @@ TEST_F(JoinFace, MismatchesAreWarnings) {
 }
 
 TEST_F(JoinFace, RowsMoveAndAreSelected) {
-    controller_->analyzeISOFiles({iso(QStringLiteral("a.wav")).url, iso(QStringLiteral("b.wav")).url});
+    controller_->join().analyzeISOFiles({iso(QStringLiteral("a.wav")).url, iso(QStringLiteral("b.wav")).url});
     ASSERT_TRUE(settled());
-    controller_->moveISOUp(0);
-    controller_->moveISODown(1);
+    controller_->join().moveISOUp(0);
+    controller_->join().moveISODown(1);
     EXPECT_EQ(namesOf(controller_->isoFiles.rows()), QStringLiteral("a.wav b.wav"));
-    controller_->moveISODown(0);
+    controller_->join().moveISODown(0);
     EXPECT_EQ(namesOf(controller_->isoFiles.rows()), QStringLiteral("b.wav a.wav"));
     EXPECT_EQ(controller_->isoFiles[0].channelIndex, 1);
     EXPECT_EQ(controller_->referenceISOIndex.value(), 1) << "the metadata still comes from a.wav";
-    controller_->deselectAllISOs();
-    EXPECT_FALSE(controller_->canRunJoin());
-    controller_->selectAllISOs();
-    EXPECT_TRUE(controller_->canRunJoin());
+    controller_->join().setAllSelected(false);
+    EXPECT_FALSE(controller_->join().canRun());
+    controller_->join().setAllSelected(true);
+    EXPECT_TRUE(controller_->join().canRun());
 }
 
 TEST_F(JoinFace, AJoinMakesThePolyAndItsReport) {
@@ -247,12 +248,12 @@ TEST_F(JoinFace, AJoinMakesThePolyAndItsReport) {
                            iso(QStringLiteral("in/T1_c.wav"), 2).url};
     const QStringList before = testing::fingerprint(path("in"));
     controller_->joinOutputFolder = path("out");
-    controller_->analyzeISOFiles(urls);
+    controller_->join().analyzeISOFiles(urls);
     ASSERT_TRUE(settled());
-    controller_->moveISOUp(2);
+    controller_->join().moveISOUp(2);
     controller_->isoFiles.update(0, [](ISOFile& file) { file.isSelected = false; });
     controller_->joinOutputName = QStringLiteral("a/b");
-    controller_->runJoin();
+    controller_->join().run();
     EXPECT_TRUE(controller_->isJoining.value());
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("Starting join: 2 files → a-b.wav"));
@@ -269,35 +270,35 @@ TEST_F(JoinFace, AJoinMakesThePolyAndItsReport) {
     EXPECT_TRUE(csv.contains(QStringLiteral(",Manual,Manual,,,Success,")));
     EXPECT_EQ(testing::fingerprint(path("in")), before);
 
-    controller_->runJoin();
+    controller_->join().run();
     ASSERT_TRUE(settled());
     EXPECT_EQ(controller_->skipCount.value(), 1);
     controller_->skipIfExists = false;
-    controller_->runJoin();
+    controller_->join().run();
     ASSERT_TRUE(settled());
     EXPECT_EQ(controller_->errorCount.value(), 1);
     EXPECT_TRUE(entry("Join failed"));
 }
 
 TEST_F(JoinFace, ChecksEndInErrorsAndChangeNothing) {
-    controller_->runJoin();
+    controller_->join().run();
     EXPECT_TRUE(entry("Need at least 2 files to join"));
     controller_->isoFiles.assign({isoNamed("a.wav"), isoNamed("b.wav")});
-    controller_->runJoin();
+    controller_->join().run();
     EXPECT_TRUE(entry("Output name required"));
     controller_->joinOutputName = QStringLiteral("x");
-    controller_->runJoin();
+    controller_->join().run();
     EXPECT_TRUE(entry("Output folder required"));
-    controller_->startBatchJoin();
+    controller_->join().runBatch();
     EXPECT_TRUE(entry("No groups to process"));
-    controller_->scanAndGroupISOs();
+    controller_->join().scanAndGroupISOs();
     EXPECT_TRUE(entry("Select files or folder to process"));
     controller_->mode = PolyMode::split;
-    controller_->selectISOFiles();
+    controller_->join().selectISOFiles();
     EXPECT_TRUE(entry("selectISOFiles() called in wrong mode (current: Split Poly → ISOs)"));
     controller_->joinSourceFolder = folder_.path();
     controller_->ffmpegAvailable = false;
-    controller_->scanAndGroupISOs();
+    controller_->join().scanAndGroupISOs();
     EXPECT_TRUE(entry("ffmpeg/ffprobe not available"));
     EXPECT_FALSE(controller_->hasRunningTask() || controller_->isScanningJoinISOs.value());
 }
@@ -313,7 +314,7 @@ TEST_F(JoinFace, TwoIsosOfOneTakeGoStraightToTheSingleJoin) {
     EXPECT_EQ(namesOf(controller_->isoFiles.rows()), QStringLiteral("T3_Boom.wav T3_Lav.wav"));
     EXPECT_TRUE(entry("✅ Detected 1 group: 12A-T3 (2 ISOs)"));
     EXPECT_TRUE(entry("Tip: Click 'Show details' or enable 'Review groups before joining' to see full grouping info"));
-    EXPECT_TRUE(controller_->canRunJoin());
+    EXPECT_TRUE(controller_->join().canRun());
 }
 
 TEST_F(JoinFace, TwoTakesOpenTheReviewAndJoinAsABatch) {
@@ -330,15 +331,15 @@ TEST_F(JoinFace, TwoTakesOpenTheReviewAndJoinAsABatch) {
     ASSERT_EQ(controller_->reviewedGroups.size(), 3u);
     EXPECT_TRUE(entry("Found 3 groups, (1 low-confidence)"));
     EXPECT_TRUE(entry("1 groups have low confidence - please review"));
-    EXPECT_FALSE(controller_->canRunBatchJoin());
+    EXPECT_FALSE(controller_->join().canRunBatch());
 
     std::vector<ISOGroupCandidate> reviewed = controller_->reviewedGroups.rows();
     reviewed.pop_back(); // the person drops the lone file
     controller_->reviewedGroups.assign(reviewed);
     controller_->joinOutputFolder = path("out");
     controller_->joinKeepOriginalName = true;
-    EXPECT_TRUE(controller_->canRunBatchJoin());
-    controller_->startBatchJoin();
+    EXPECT_TRUE(controller_->join().canRunBatch());
+    controller_->join().runBatch();
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("Starting batch join: 2 groups"));
     EXPECT_TRUE(entry("Batch join complete: 2 groups → 2 polys"));
@@ -364,21 +365,21 @@ TEST_F(JoinFace, SeveralFoldersAreOnePile) {
 
 TEST_F(JoinFace, FilesAreAddedToThoseThatAreLoaded) {
     desktop_.openPanelAnswer = {iso(QStringLiteral("T1_a.wav")).url, iso(QStringLiteral("T1_b.wav")).url};
-    controller_->selectISOFiles();
+    controller_->join().selectISOFiles();
     ASSERT_TRUE(settled());
     desktop_.openPanelAnswer = {path("T1_b.wav"), iso(QStringLiteral("T1_c.wav")).url};
-    controller_->selectISOFiles();
+    controller_->join().selectISOFiles();
     ASSERT_TRUE(settled());
     EXPECT_EQ(namesOf(controller_->isoFiles.rows()), QStringLiteral("T1_a.wav T1_b.wav T1_c.wav"));
 }
 
 TEST_F(JoinFace, ASuggestedNameFollowsTheSuffixAndATypedOneStays) {
-    controller_->analyzeISOFiles({iso(QStringLiteral("T1_a.wav")).url, iso(QStringLiteral("T1_b.wav")).url});
+    controller_->join().analyzeISOFiles({iso(QStringLiteral("T1_a.wav")).url, iso(QStringLiteral("T1_b.wav")).url});
     ASSERT_TRUE(settled());
-    controller_->setJoinKeepOriginalName(true);
+    controller_->join().setKeepOriginalName(true);
     EXPECT_EQ(controller_->joinOutputName.value(), QStringLiteral("T1"));
     controller_->joinOutputName = QStringLiteral("Mine");
-    controller_->setJoinKeepOriginalName(false);
+    controller_->join().setKeepOriginalName(false);
     EXPECT_EQ(controller_->joinOutputName.value(), QStringLiteral("Mine"));
 }
 
@@ -396,17 +397,17 @@ TEST_F(JoinFace, LoadedFilesTakeThePlaceOfAReview) {
 
 TEST_F(JoinFace, AFolderThatCannotBeReadFailsTheGrouping) {
     controller_->joinSourceFolder = path("nowhere");
-    controller_->scanAndGroupISOs();
+    controller_->join().scanAndGroupISOs();
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("Grouping failed: Failed to enumerate folder"));
     EXPECT_FALSE(controller_->isScanningJoinISOs.value());
 }
 
 TEST_F(JoinFace, ClearingForgetsEverythingLoaded) {
-    controller_->analyzeISOFiles({iso(QStringLiteral("a.wav")).url, iso(QStringLiteral("b.wav")).url});
+    controller_->join().analyzeISOFiles({iso(QStringLiteral("a.wav")).url, iso(QStringLiteral("b.wav")).url});
     ASSERT_TRUE(settled());
-    controller_->clearJoinData();
-    EXPECT_FALSE(controller_->hasJoinSourceContent());
+    controller_->join().clear();
+    EXPECT_FALSE(controller_->join().hasContent());
     EXPECT_TRUE(controller_->joinOutputName.value().isEmpty());
     EXPECT_TRUE(entry("Cleared join data - ready for new files"));
 }

@@ -77,15 +77,15 @@ TEST_F(ManyFiles, AClickInAListOfTwentyThousandAnnouncesItsRowAlone) {
     int resets = 0;
     QObject::connect(&controller_->isoFiles, &RecordListSignals::rowChanged, [&] { ++rows; });
     QObject::connect(&controller_->isoFiles, &RecordListSignals::reset, [&] { ++resets; });
-    for (int row = 0; row < 20'000; ++row) controller_->setISOSelected(row, row % 2 == 0);
+    for (int row = 0; row < 20'000; ++row) controller_->join().setSelected(row, row % 2 == 0);
     EXPECT_EQ(rows, 20'000);
     EXPECT_EQ(resets, 0);
     EXPECT_EQ(std::ranges::count_if(controller_->isoFiles, &ISOFile::isSelected), 10'000);
 
-    for (int row = 19'999; row > 19'899; --row) controller_->moveISOUp(row);
+    for (int row = 19'999; row > 19'899; --row) controller_->join().moveISOUp(row);
     EXPECT_EQ(controller_->isoFiles[19'899].fileName, QStringLiteral("ISO 19999.wav"));
     EXPECT_EQ(controller_->isoFiles[19'899].channelIndex, 19'900);
-    controller_->selectAllISOs();
+    controller_->join().setAllSelected(true);
     EXPECT_EQ(std::ranges::count_if(controller_->isoFiles, &ISOFile::isSelected), 20'000);
 }
 

@@ -25,7 +25,7 @@ TEST_F(SplitFace, StartsWithItsDefaults) {
     EXPECT_FALSE(controller_->batchMode.value() || controller_->overwriteExisting.value() ||
                  controller_->generateCSV.value());
     EXPECT_TRUE(entry("Tools checked: ffmpeg=true, bwfmetaedit="));
-    EXPECT_FALSE(controller_->canRunSplit());
+    EXPECT_FALSE(controller_->split().canRun());
 }
 
 TEST_F(SplitFace, OnePolyTurnsBatchModeOffInSplitAndOnInEdit) {
@@ -95,7 +95,7 @@ TEST_F(SplitFace, LoadingReadsNamesAndFallsBackToNumbersWithoutThem) {
     if (!testing::hasBwfmetaedit()) GTEST_SKIP() << "this build has no bwfmetaedit";
     testing::IxmlSpec ixml = ixmlOf({"Boom", "Lav"});
     std::swap(ixml.tracks[0], ixml.tracks[1]); // document order is not interleave order
-    controller_->analyzePolyFile(poly(QStringLiteral("P.wav"), 3, ixml).url);
+    controller_->source().analyzePolyFile(poly(QStringLiteral("P.wav"), 3, ixml).url);
     EXPECT_TRUE(controller_->isAnalyzing.value());
     ASSERT_TRUE(settled());
     EXPECT_FALSE(controller_->isAnalyzing.value());
@@ -111,16 +111,16 @@ TEST_F(SplitFace, LoadingReadsNamesAndFallsBackToNumbersWithoutThem) {
     EXPECT_EQ(manifest->audioProperties.channelCount, 3);
     EXPECT_EQ(manifest->audioProperties.sampleRate, 48000);
 
-    controller_->analyzePolyFile(poly(QStringLiteral("Q.wav")).url);
+    controller_->source().analyzePolyFile(poly(QStringLiteral("Q.wav")).url);
     ASSERT_TRUE(settled());
     EXPECT_EQ(controller_->splitNamingPattern.value(), SplitNamingPattern::channelNumber);
-    controller_->analyzePolyFile(path("P.wav"));
+    controller_->source().analyzePolyFile(path("P.wav"));
     ASSERT_TRUE(settled());
     EXPECT_EQ(controller_->splitNamingPattern.value(), SplitNamingPattern::trackName);
 }
 
 TEST_F(SplitFace, AFileThatIsNoAudioEndsInAnError) {
-    controller_->analyzePolyFile(folder_.write(QStringLiteral("x.wav"), "no audio"));
+    controller_->source().analyzePolyFile(folder_.write(QStringLiteral("x.wav"), "no audio"));
     ASSERT_TRUE(settled());
     EXPECT_EQ(entry("Analysis failed: ")->level, LogLevel::error);
     EXPECT_FALSE(controller_->polyFile.value());
@@ -129,7 +129,7 @@ TEST_F(SplitFace, AFileThatIsNoAudioEndsInAnError) {
 
 TEST_F(SplitFace, OutputNamesFollowThePattern) {
     const auto name = [&](int index, const char* track) {
-        return controller_->generateOutputName(QStringLiteral("T"), index, QString::fromUtf8(track));
+        return controller_->source().generateOutputName(QStringLiteral("T"), index, QString::fromUtf8(track));
     };
     controller_->splitNamingPattern = SplitNamingPattern::trackName;
     EXPECT_EQ(name(3, "—"), QStringLiteral("T_ch4.wav"));
@@ -142,31 +142,31 @@ TEST_F(SplitFace, OutputNamesFollowThePattern) {
 }
 
 TEST_F(SplitFace, CanRunSplitIsFalseForAMonoFile) {
-    controller_->analyzePolyFile(poly(QStringLiteral("mono.wav"), 1).url);
+    controller_->source().analyzePolyFile(poly(QStringLiteral("mono.wav"), 1).url);
     ASSERT_TRUE(settled());
-    EXPECT_FALSE(controller_->canRunSplit());
-    controller_->analyzePolyFile(poly(QStringLiteral("two.wav"), 2).url);
+    EXPECT_FALSE(controller_->split().canRun());
+    controller_->source().analyzePolyFile(poly(QStringLiteral("two.wav"), 2).url);
     ASSERT_TRUE(settled());
-    EXPECT_TRUE(controller_->canRunSplit());
+    EXPECT_TRUE(controller_->split().canRun());
     controller_->splitOutputFolder = QString();
-    EXPECT_FALSE(controller_->canRunSplit());
+    EXPECT_FALSE(controller_->split().canRun());
 }
 
 TEST_F(SplitFace, ChecksEndInErrorsAndChangeNothing) {
-    controller_->runSplit();
+    controller_->split().run();
     EXPECT_EQ(entry("No valid poly file selected")->level, LogLevel::error);
-    controller_->startBatchSplit();
+    controller_->split().runBatch();
     EXPECT_TRUE(entry("Output folder required"));
     controller_->splitOutputFolder = folder_.path();
-    controller_->startBatchSplit();
+    controller_->split().runBatch();
     EXPECT_TRUE(entry("Select files or folder to process"));
     controller_->polyFile = PolyFile();
     controller_->splitOutputFolder = QString();
-    controller_->runSplit();
+    controller_->split().run();
     EXPECT_TRUE(entry("No output folder selected"));
     controller_->splitOutputFolder = folder_.path();
     controller_->ffmpegAvailable = false;
-    controller_->runSplit();
+    controller_->split().run();
     EXPECT_TRUE(entry("ffmpeg not available - Install from ffmpeg.org or use: brew install ffmpeg"));
     EXPECT_FALSE(controller_->isProcessing.value() || controller_->hasRunningTask());
 }
@@ -175,10 +175,10 @@ TEST_F(SplitFace, ASplitMakesTheFilesAndTheReport) {
     controller_->generateCSV = true;
     const QString file = poly(QStringLiteral("12AT3.wav"), 3).url;
     const QString before = testing::fingerprintOf(file);
-    controller_->analyzePolyFile(file);
+    controller_->source().analyzePolyFile(file);
     ASSERT_TRUE(settled());
     controller_->splitOutputFolder = path("out");
-    controller_->runSplit();
+    controller_->split().run();
     EXPECT_TRUE(controller_->isProcessing.value() && controller_->isSplitting.value());
     ASSERT_TRUE(settled());
     EXPECT_FALSE(controller_->isProcessing.value() || controller_->isSplitting.value());
@@ -199,17 +199,17 @@ TEST_F(SplitFace, ASplitMakesTheFilesAndTheReport) {
     EXPECT_TRUE(csv.endsWith(QStringLiteral("\n\n# Total Channels: 3\n# ISOs Created: 3\n# Errors: 0")));
     EXPECT_EQ(testing::fingerprintOf(file), before);
 
-    controller_->runSplit();
+    controller_->split().run();
     ASSERT_TRUE(settled());
     EXPECT_EQ(controller_->skipCount.value(), 3);
     EXPECT_EQ(controller_->channelItems[0].status, ItemStatus::skipped);
 }
 
 TEST_F(SplitFace, AFolderThatCannotBeMadeStopsTheRun) {
-    controller_->analyzePolyFile(poly(QStringLiteral("P.wav")).url);
+    controller_->source().analyzePolyFile(poly(QStringLiteral("P.wav")).url);
     ASSERT_TRUE(settled());
     controller_->splitOutputFolder = folder_.write(QStringLiteral("file"), "x");
-    controller_->runSplit();
+    controller_->split().run();
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("Failed to create output folder: "));
     EXPECT_FALSE(controller_->isProcessing.value());
@@ -222,8 +222,8 @@ TEST_F(SplitFace, ABatchSplitsAFolderAndReports) {
     poly(QStringLiteral("in/deep/Kitchen-T07.wav"), 3);
     controller_->applyIntelligentModeDetection({path("in")}, PolyMode::split);
     controller_->splitOutputFolder = path("out");
-    EXPECT_TRUE(controller_->canRunBatchSplit());
-    controller_->startBatchSplit();
+    EXPECT_TRUE(controller_->split().canRunBatch());
+    controller_->split().runBatch();
     EXPECT_TRUE(controller_->isBatchProcessing.value());
     ASSERT_TRUE(settled());
     EXPECT_EQ(controller_->successCount.value(), 2);
@@ -244,18 +244,18 @@ TEST_F(SplitFace, ABatchSplitsAFolderAndReports) {
 TEST_F(SplitFace, ABatchWithNothingToDoFails) {
     controller_->selectedFiles = QStringList{poly(QStringLiteral("mono.wav"), 1).url};
     controller_->splitOutputFolder = path("out");
-    controller_->startBatchSplit();
+    controller_->split().runBatch();
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("Batch failed: No valid poly files found"));
     EXPECT_FALSE(controller_->isBatchProcessing.value());
 }
 
 TEST_F(SplitFace, StoppingResetsTheFlagsAtOnceAndEndsAheadOfTheNextChannel) {
-    controller_->analyzePolyFile(poly(QStringLiteral("P.wav"), 32).url);
+    controller_->source().analyzePolyFile(poly(QStringLiteral("P.wav"), 32).url);
     ASSERT_TRUE(settled());
     controller_->splitOutputFolder = path("out");
     controller_->folderOrganization = FolderOrganization::flat;
-    controller_->runSplit();
+    controller_->split().run();
     ASSERT_TRUE(testing::waitUntil([this] { return entry("Created: "); }));
     controller_->stopProcessing();
     EXPECT_FALSE(controller_->isProcessing.value() || controller_->isSplitting.value());
@@ -268,7 +268,7 @@ TEST_F(SplitFace, StoppingResetsTheFlagsAtOnceAndEndsAheadOfTheNextChannel) {
 
 TEST_F(SplitFace, AControllerMayGoWhileItsWorkRuns) {
     testing::BlockedWorkers workers; // so the work can't end ahead of the controller
-    controller_->analyzePolyFile(poly(QStringLiteral("P.wav"), 8).url);
+    controller_->source().analyzePolyFile(poly(QStringLiteral("P.wav"), 8).url);
     EXPECT_TRUE(controller_->hasRunningTask());
     controller_.reset();
     workers.drain();
@@ -295,11 +295,11 @@ TEST_F(SplitFace, PanelsAndLogsGoThroughTheDesktop) {
 }
 
 TEST_F(SplitFace, ClearingForgetsTheSource) {
-    controller_->analyzePolyFile(poly(QStringLiteral("P.wav")).url);
+    controller_->source().analyzePolyFile(poly(QStringLiteral("P.wav")).url);
     ASSERT_TRUE(settled());
     const QUuid section = controller_->splitSourceSectionID.value();
-    controller_->clearSplitData();
-    EXPECT_FALSE(controller_->polyFile.value() || controller_->hasSplitSourceContent());
+    controller_->source().clear();
+    EXPECT_FALSE(controller_->polyFile.value() || controller_->source().hasContent());
     EXPECT_TRUE(controller_->channelItems.empty());
     EXPECT_EQ(controller_->splitNamingPattern.value(), SplitNamingPattern::channelNumber);
     EXPECT_NE(controller_->splitSourceSectionID.value(), section);

@@ -148,13 +148,13 @@ private:
         polyTools().splitKeepOriginalName = true;
         take(QStringLiteral("split-kept-name"));
         polyTools().splitKeepOriginalName = false;
-        polyTools().runSplit();
+        polyTools().split().run();
         waitUntil([this] { return polyTools().splitProgress.value() > 0.3; });
         take(QStringLiteral("split-running"));
         waitForPolyTools();
         polyTools().preview().channels().selectChannelForPlayback(2);
-        polyTools().previewMixer()->pause();
-        polyTools().previewMixer()->seek(0.8);
+        polyTools().preview().mixer()->pause();
+        polyTools().preview().mixer()->seek(0.8);
         take(QStringLiteral("split"));
         splitBatch();
     }
@@ -162,7 +162,7 @@ private:
     void splitBatch() {
         openPolys(QStringLiteral("/polys"));
         take(QStringLiteral("split-batch-loaded"));
-        polyTools().startBatchSplit();
+        polyTools().split().runBatch();
         waitUntil([this] {
             return polyTools().batchProgress.value() && polyTools().batchProgress.value()->currentIndex > 1;
         });
@@ -171,8 +171,8 @@ private:
         splitView().batch().model().setExpanded(1, true);
         polyTools().preview().batch().playBatchChannel(1, 2);
         waitForPolyTools();
-        polyTools().previewMixer()->pause();
-        polyTools().previewMixer()->seek(0.8);
+        polyTools().preview().mixer()->pause();
+        polyTools().preview().mixer()->seek(0.8);
         take(QStringLiteral("split-batch"));
     }
 
@@ -188,10 +188,10 @@ private:
         auto* view = app_.window().findChild<PolyJoinView*>();
         view->isos().table().selectRow(2);
         polyTools().preview().join().selectISOForPlayback(2);
-        polyTools().previewMixer()->pause();
+        polyTools().preview().mixer()->pause();
         polyTools().isoFiles.update(3, [](ISOFile& file) { file.sampleRate = 96000; });
         take(QStringLiteral("join"));
-        polyTools().clearJoinData();
+        polyTools().join().clear();
         app_.window().handleGlobalDrop({samples_ + QStringLiteral("/isos"), samples_ + QStringLiteral("/pile")});
         waitForPolyTools();
         take(QStringLiteral("join-review"));
@@ -205,7 +205,7 @@ private:
         const QModelIndex first = groups.index(0, 0);
         review.tree().unfold(first, true);
         polyTools().preview().join().previewGroupISO(groups.group(first), 1);
-        polyTools().previewMixer()->pause();
+        polyTools().preview().mixer()->pause();
         review.tree().setCurrentIndex(groups.index(2, 0, first));
         polyTools().joinOutputFolder = samples_ + QStringLiteral("/joined");
         app_.window().currentPage().run();
@@ -221,8 +221,8 @@ private:
     void polyEdit() {
         PolyToolsViewModel& model = polyTools();
         model.mode = PolyMode::editPoly;
-        model.clearSplitData();
-        model.clearEditPolyData();
+        model.source().clear();
+        model.edit().clear();
         take(QStringLiteral("edit-empty"));
         openPolys(QStringLiteral("/polys"));
         model.splitOutputFolder = samples_ + QStringLiteral("/Edited");
@@ -231,7 +231,7 @@ private:
         edits.numbersText = QStringLiteral("1, 2");
         edits.removes = true;
         edits.reorders = true;
-        model.moveChannelUp(2);
+        model.edit().moveChannelUp(2);
         take(QStringLiteral("edit-reorder"));
         edits.reorders = false;
         edits.newNames = ChannelEdits::NewNames{{3, QStringLiteral("Room Left")}, {5, QStringLiteral("Kick In")}};
@@ -246,7 +246,7 @@ private:
         model.editPolyEditInPlace = true;
         take(QStringLiteral("edit-in-place"));
         model.editPolyEditInPlace = false;
-        model.startEditPolyProcessing();
+        model.edit().run();
         waitUntil([&] { return model.batchProgress.value() && model.batchProgress.value()->currentIndex > 1; });
         take(QStringLiteral("edit-running"));
         waitForPolyTools();

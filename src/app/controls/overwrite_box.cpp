@@ -1,7 +1,7 @@
 #include "app/controls/overwrite_box.h"
 
 #include "app/controls/flag_box.h"
-#include "polytools/services/poly_tools_state.h"
+#include "polytools/state/poly_tools_state.h"
 
 #include <QCheckBox>
 

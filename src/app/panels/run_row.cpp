@@ -20,26 +20,26 @@ enum OutcomePage { statusPage, resultsPage };
 double share(int currentIndex, int total) { return total > 0 ? std::max(0, currentIndex - 1) / double(total) : 0; }
 
 // How many items are done, where the job counts them.
-std::optional<int> completed(const PolyToolsState& state) {
-    if (const auto& step = state.batchProgress.value(); step && state.isBatchProcessing.value())
+std::optional<int> completed(const PolyToolsViewModel& viewModel) {
+    if (const auto& step = viewModel.batchProgress.value(); step && viewModel.isBatchProcessing.value())
         return step->successCount + step->errorCount;
-    if (const auto& step = state.batchJoinProgress.value(); step && state.isBatchJoining.value())
+    if (const auto& step = viewModel.batchJoinProgress.value(); step && viewModel.isBatchJoining.value())
         return step->successCount + step->errorCount;
     return std::nullopt;
 }
 
 } // namespace
 
-double runProgress(const PolyToolsState& state) {
-    if (state.isBatchProcessing.value()) {
-        const auto& step = state.batchProgress.value();
+double runProgress(const PolyToolsViewModel& viewModel) {
+    if (viewModel.isBatchProcessing.value()) {
+        const auto& step = viewModel.batchProgress.value();
         return step ? share(step->currentIndex, step->totalFiles) : 0;
     }
-    if (state.isBatchJoining.value()) {
-        const auto& step = state.batchJoinProgress.value();
+    if (viewModel.isBatchJoining.value()) {
+        const auto& step = viewModel.batchJoinProgress.value();
         return step ? share(step->currentIndex, step->totalGroups) : 0;
     }
-    return state.mode.value() == PolyMode::join ? state.joinProgress.value() : state.splitProgress.value();
+    return viewModel.mode.value() == PolyMode::join ? viewModel.joinProgress.value() : viewModel.splitProgress.value();
 }
 
 RunRow::RunRow(PolyToolsViewModel& viewModel, PolyMode mode, const Texts& texts, QWidget* parent)

@@ -74,6 +74,6 @@ private:
 };
 
 // How far the job under way is, 0 to 1.
-double runProgress(const PolyToolsState& state);
+double runProgress(const PolyToolsViewModel& viewModel);
 
 } // namespace ostrel

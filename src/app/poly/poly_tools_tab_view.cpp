@@ -48,7 +48,7 @@ PolyToolsTabView::PolyToolsTabView(PolyToolsViewModel& viewModel, QProperty<Appe
     pages_ = new PageStack;
     for (QWidget* page : std::initializer_list<QWidget*>{split_, join_, edit_}) pages_->addPage(page);
     content->addWidget(pages_, 1);
-    if (PreviewMixer* mixer = viewModel.previewMixer()) {
+    if (PreviewMixer* mixer = viewModel.preview().mixer()) {
         transport_ = new PolyToolsPlaybackTransport(*mixer);
         content->addWidget(transport_);
     }
@@ -93,7 +93,7 @@ void PolyToolsTabView::connectController() {
 }
 
 void PolyToolsTabView::connectPreview() {
-    PreviewMixer* mixer = viewModel_.previewMixer();
+    PreviewMixer* mixer = viewModel_.preview().mixer();
     if (!mixer) return;
     auto* showSoon = new Coalesced(this, [this] { showWhatIsHeard(); });
     const auto request = [showSoon] { showSoon->request(); };
@@ -123,8 +123,8 @@ void PolyToolsTabView::selectInput() {
 
 void PolyToolsTabView::selectOutput() {
     if (viewModel_.isProcessing.value()) return;
-    viewModel_.mode.value() == PolyMode::join ? viewModel_.selectJoinOutputFolder()
-                                              : viewModel_.selectSplitOutputFolder();
+    viewModel_.mode.value() == PolyMode::join ? viewModel_.join().selectOutputFolder()
+                                              : viewModel_.source().selectOutputFolder();
 }
 
 bool PolyToolsTabView::hasJoinSelection() const {
@@ -136,26 +136,27 @@ bool PolyToolsTabView::hasJoinSelection() const {
 void PolyToolsTabView::scan() {
     if (viewModel_.isProcessing.value() || viewModel_.isScanningJoinISOs.value()) return;
     if (viewModel_.mode.value() != PolyMode::join) {
-        if (viewModel_.hasSplitSourceContent()) viewModel_.selectSource();
+        if (viewModel_.source().hasContent()) viewModel_.selectSource();
     } else if (hasJoinSelection()) {
-        viewModel_.scanAndGroupISOs();
+        viewModel_.join().scanAndGroupISOs();
     }
 }
 
 void PolyToolsTabView::run() {
     if (viewModel_.isProcessing.value()) return;
     switch (viewModel_.mode.value()) {
-    case PolyMode::split: return viewModel_.batchMode.value() ? viewModel_.startBatchSplit() : viewModel_.runSplit();
+    case PolyMode::split:
+        return viewModel_.batchMode.value() ? viewModel_.split().runBatch() : viewModel_.split().run();
     case PolyMode::join: return runJoinMode();
     case PolyMode::editPoly:
-        if (viewModel_.canRunEditPoly()) viewModel_.startEditPolyProcessing();
+        if (viewModel_.edit().canRun()) viewModel_.edit().run();
     }
 }
 
 void PolyToolsTabView::runJoinMode() {
     const bool isBatch = viewModel_.batchJoinMode.value();
-    if (isBatch ? viewModel_.canRunBatchJoin() : viewModel_.canRunJoin())
-        return isBatch ? viewModel_.startBatchJoin() : viewModel_.runJoin();
+    if (isBatch ? viewModel_.join().canRunBatch() : viewModel_.join().canRun())
+        return isBatch ? viewModel_.join().runBatch() : viewModel_.join().run();
     viewModel_.addLog(isBatch ? QStringLiteral("⌘R: Can't join — select an output folder first")
                               : QStringLiteral("⌘R: Can't join — load and scan ISOs first"),
                       LogLevel::warning, LogCategory::system);
@@ -172,16 +173,16 @@ void PolyToolsTabView::acceptDrop(const QStringList& urls) {
 }
 
 bool PolyToolsTabView::isPreviewReady() const {
-    PreviewMixer* mixer = viewModel_.previewMixer();
+    PreviewMixer* mixer = viewModel_.preview().mixer();
     return mixer && mixer->isLoaded.value();
 }
 
 void PolyToolsTabView::togglePreview() {
-    if (PreviewMixer* mixer = viewModel_.previewMixer()) mixer->isPlaying.value() ? mixer->pause() : mixer->play();
+    if (PreviewMixer* mixer = viewModel_.preview().mixer()) mixer->isPlaying.value() ? mixer->pause() : mixer->play();
 }
 
 void PolyToolsTabView::skipPreview(double seconds) {
-    if (PreviewMixer* mixer = viewModel_.previewMixer()) mixer->seek(mixer->currentTime.value() + seconds);
+    if (PreviewMixer* mixer = viewModel_.preview().mixer()) mixer->seek(mixer->currentTime.value() + seconds);
 }
 
 bool PolyToolsTabView::isRunningJob() const {
@@ -229,7 +230,7 @@ void PolyToolsTabView::refresh() {
 }
 
 void PolyToolsTabView::showWhatIsHeard() {
-    const PreviewMixer& mixer = *viewModel_.previewMixer();
+    const PreviewMixer& mixer = *viewModel_.preview().mixer();
     PolyPreview& preview = viewModel_.preview();
     const PolyMode mode = viewModel_.mode.value();
     QString label;

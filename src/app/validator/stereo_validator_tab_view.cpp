@@ -209,9 +209,8 @@ void StereoValidatorTabView::showEvent(QShowEvent* event) {
     TabPage::showEvent(event);
     if (std::exchange(hasAppeared_, true)) return;
     viewModel_.applyPreset(AnalysisPreset::recommended);
-    ProcessingLogEntry entry;
-    entry.message = QStringLiteral("✅ Applied default preset: ") + rawText(AnalysisPreset::recommended);
-    viewModel_.logEntries.append(entry);
+    viewModel_.logEntries.add(LogLevel::info, LogCategory::system,
+                              QStringLiteral("✅ Applied default preset: ") + rawText(AnalysisPreset::recommended));
 }
 
 void StereoValidatorTabView::selectInput() {
@@ -280,9 +279,7 @@ void StereoValidatorTabView::clearSelection() {
     viewModel_.selectedFiles = std::nullopt;
     viewModel_.analysisResults.clear();
     viewModel_.playbackManager().stopAndClear();
-    ProcessingLogEntry entry;
-    entry.message = QStringLiteral("Cleared source selection");
-    viewModel_.logEntries.append(entry);
+    viewModel_.logEntries.add(LogLevel::info, LogCategory::system, QStringLiteral("Cleared source selection"));
 }
 
 void StereoValidatorTabView::chooseSortColumn(int column) {

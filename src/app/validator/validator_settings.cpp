@@ -35,9 +35,8 @@ QWidget* ValidatorSettings::makePresetRow() {
         const AnalysisPreset preset = kAllAnalysisPresets[static_cast<std::size_t>(index)];
         selectedPreset = preset;
         viewModel_.applyPreset(preset);
-        ProcessingLogEntry entry;
-        entry.message = QStringLiteral("✅ Applied preset: ") + rawText(preset);
-        viewModel_.logEntries.append(entry);
+        viewModel_.logEntries.add(LogLevel::info, LogCategory::system,
+                                  QStringLiteral("✅ Applied preset: ") + rawText(preset));
     });
     bindings_.bind(selectedPreset, [this, picker, shown] {
         picker->setCurrentIndex(static_cast<int>(selectedPreset.value()));

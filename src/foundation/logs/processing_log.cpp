@@ -30,6 +30,15 @@ QString ProcessingLogEntry::formattedEntry() const {
         .arg(timestamp.toLocalTime().toString(QStringLiteral("HH:mm:ss")), rawText(level), rawText(category), message);
 }
 
+ProcessingLogEntry logEntry(LogLevel level, LogCategory category, const QString& message, const QString& baseName) {
+    ProcessingLogEntry entry;
+    entry.level = level;
+    entry.category = category;
+    entry.message = message;
+    entry.baseName = baseName;
+    return entry;
+}
+
 QString exportToText(const std::vector<ProcessingLogEntry>& entries, const QString& sourcePath, const QString& mode,
                      const QString& layout) {
     QStringList lines{QStringLiteral("Ostrel Log"),

@@ -32,6 +32,9 @@ struct ProcessingLogEntry {
     QString formattedEntry() const;
 };
 
+ProcessingLogEntry logEntry(LogLevel level, LogCategory category, const QString& message,
+                            const QString& baseName = QString());
+
 // A whole log as text, without a line break at its end.
 QString exportToText(const std::vector<ProcessingLogEntry>& entries, const QString& sourcePath, const QString& mode,
                      const QString& layout);

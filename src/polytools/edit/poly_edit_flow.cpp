@@ -24,48 +24,44 @@ QString joined(const std::vector<int>& numbers) {
 } // namespace
 
 bool PolyEditFlow::hasAdvancedConfig() const {
-    return state_.channelRemovalFilter.value() || !state_.channelRemovalRenameMap.value().empty() ||
-           state_.channelReorderMap.value();
+    return edit_.channelRemovalFilter.value() || !edit_.channelRemovalRenameMap.value().empty() ||
+           edit_.channelReorderMap.value();
 }
 
-bool PolyEditFlow::editsInPlace() const {
-    return state_.editPolyEditInPlace.value() && !state_.channelReorderMap.value();
-}
-
-bool PolyEditFlow::canRunEditPoly() const {
-    return hasAdvancedConfig() && selection_.hasSplitSourceContent() &&
-           (editsInPlace() || !state_.splitOutputFolder.value().isEmpty());
+bool PolyEditFlow::canRun() const {
+    return hasAdvancedConfig() && selection_.hasContent() &&
+           (edit_.editsInPlace() || !source_.splitOutputFolder.value().isEmpty());
 }
 
 QString PolyEditFlow::editPolyHelperText() const {
-    const qsizetype polys = static_cast<qsizetype>(state_.batchPolyMetadata.size());
+    const qsizetype polys = static_cast<qsizetype>(source_.batchPolyMetadata.size());
     if (polys == 0) return {};
     QStringList parts;
-    if (state_.channelRemovalFilter.value()) parts << QStringLiteral("channel removal");
-    if (state_.channelReorderMap.value()) parts << QStringLiteral("channel reorder");
-    if (!state_.channelRemovalRenameMap.value().empty()) parts << QStringLiteral("track rename");
+    if (edit_.channelRemovalFilter.value()) parts << QStringLiteral("channel removal");
+    if (edit_.channelReorderMap.value()) parts << QStringLiteral("channel reorder");
+    if (!edit_.channelRemovalRenameMap.value().empty()) parts << QStringLiteral("track rename");
     if (parts.isEmpty()) return {};
     const QString edits = parts.join(QStringLiteral(" + "));
-    if (editsInPlace())
+    if (edit_.editsInPlace())
         return QStringLiteral("%1 on %2 %3 (in place)").arg(edits).arg(polys).arg(plural("poly", polys));
     return QStringLiteral("%1 → %2 new %3").arg(edits).arg(polys).arg(plural("poly", polys));
 }
 
 void PolyEditFlow::initializeReorderFromChannelItems() {
-    const int channels = state_.batchPolyMetadata.empty() ? static_cast<int>(state_.channelItems.size())
-                                                          : state_.batchPolyMetadata[0].channelCount;
+    const int channels = source_.batchPolyMetadata.empty() ? static_cast<int>(source_.channelItems.size())
+                                                           : source_.batchPolyMetadata[0].channelCount;
     std::vector<int> order(static_cast<std::size_t>(channels));
     std::iota(order.begin(), order.end(), 1);
-    state_.channelReorderMap = order;
+    edit_.channelReorderMap = order;
 }
 
 void PolyEditFlow::swapChannels(int row, int other) {
-    ReorderList order = state_.channelReorderMap.value();
+    ReorderList order = edit_.channelReorderMap.value();
     if (!order || row < 0 || other < 0) return;
     const int count = static_cast<int>(order->size());
     if (row >= count || other >= count) return;
     std::swap((*order)[static_cast<std::size_t>(row)], (*order)[static_cast<std::size_t>(other)]);
-    state_.channelReorderMap = order;
+    edit_.channelReorderMap = order;
 }
 
 void PolyEditFlow::moveChannelUp(int row) { swapChannels(row, row - 1); }
@@ -76,18 +72,18 @@ bool PolyEditFlow::mayRun(const QString& missingEdits, const QString& missingFol
         services_.error(kProcess, missingEdits);
         return false;
     }
-    if (editsInPlace() || !state_.splitOutputFolder.value().isEmpty()) return true;
+    if (edit_.editsInPlace() || !source_.splitOutputFolder.value().isEmpty()) return true;
     services_.error(kProcess, missingFolder);
     return false;
 }
 
-void PolyEditFlow::startEditPolyProcessing() {
+void PolyEditFlow::run() {
     if (!mayRun(QStringLiteral("No edits configured — enable channel removal, rename, or reorder first"),
                 QStringLiteral("Output folder required for this operation"))) {
         return;
     }
-    services_.info(kProcess, editsInPlace() ? QStringLiteral("━━━ EDIT POLY (IN PLACE) ━━━")
-                                            : QStringLiteral("━━━ EDIT POLY (SAVE TO OUTPUT) ━━━"));
+    services_.info(kProcess, edit_.editsInPlace() ? QStringLiteral("━━━ EDIT POLY (IN PLACE) ━━━")
+                                                  : QStringLiteral("━━━ EDIT POLY (SAVE TO OUTPUT) ━━━"));
     startBatchChannelRemoval();
 }
 
@@ -96,35 +92,35 @@ void PolyEditFlow::startBatchChannelRemoval() {
                 QStringLiteral("Output folder required"))) {
         return;
     }
-    if (editsInPlace() && state_.channelRemovalFilter.value()) {
+    if (edit_.editsInPlace() && edit_.channelRemovalFilter.value()) {
         services_.warning(
             kProcess, QStringLiteral("Channel removal requires rebuild — switch to \"Save to output folder\" mode"));
-        if (state_.channelRemovalRenameMap.value().empty()) return; // nothing that may be done in place
+        if (edit_.channelRemovalRenameMap.value().empty()) return; // nothing that may be done in place
     }
     BatchEditOptions options = makeOptions();
-    if (options.files.isEmpty() && state_.sourceFolder.value().isEmpty()) {
+    if (options.files.isEmpty() && source_.sourceFolder.value().isEmpty()) {
         return services_.error(kProcess, QStringLiteral("Select files or folder to process"));
     }
-    services_.run(run(std::move(options), state_.sourceFolder.value(), services_.begin(Task::channelFilter)));
+    services_.run(runOver(std::move(options), source_.sourceFolder.value(), services_.begin(Task::channelFilter)));
 }
 
 BatchEditOptions PolyEditFlow::makeOptions() const {
     BatchEditOptions options;
-    options.files = services_.eachOnce(state_.selectedFiles.value().value_or(QStringList()));
-    const auto& poly = state_.polyFile.value();
-    if (options.files.isEmpty() && state_.sourceFolder.value().isEmpty() && poly) options.files = {poly->url};
-    options.inPlace = editsInPlace();
-    options.filter = state_.channelRemovalFilter.value().value_or(ChannelFilterOptions());
-    options.renames = state_.channelRemovalRenameMap.value();
-    options.reorder = state_.channelReorderMap.value();
-    options.outputFolder = state_.channelRemovalOutputSameFolder.value() ? QString() : state_.splitOutputFolder.value();
-    options.customName = safeFileName(state_.channelRemovalCustomName.value());
+    options.files = services_.eachOnce(source_.selectedFiles.value().value_or(QStringList()));
+    const auto& poly = source_.polyFile.value();
+    if (options.files.isEmpty() && source_.sourceFolder.value().isEmpty() && poly) options.files = {poly->url};
+    options.inPlace = edit_.editsInPlace();
+    options.filter = edit_.channelRemovalFilter.value().value_or(ChannelFilterOptions());
+    options.renames = edit_.channelRemovalRenameMap.value();
+    options.reorder = edit_.channelReorderMap.value();
+    options.outputFolder = edit_.channelRemovalOutputSameFolder.value() ? QString() : source_.splitOutputFolder.value();
+    options.customName = safeFileName(edit_.channelRemovalCustomName.value());
     options.skipIfExists = state_.skipIfExists.value();
     options.overwriteExisting = state_.overwriteExisting.value();
     return options;
 }
 
-QCoro::Task<> PolyEditFlow::run(BatchEditOptions options, QString folder, TaskHandle handle) {
+QCoro::Task<> PolyEditFlow::runOver(BatchEditOptions options, QString folder, TaskHandle handle) {
     if (options.files.isEmpty()) options.files = co_await findFiles(folder, handle);
     if (options.files.isEmpty() || handle.isCancelled()) co_return;
     if (!state_.ffmpegAvailable.value()) {
@@ -132,17 +128,17 @@ QCoro::Task<> PolyEditFlow::run(BatchEditOptions options, QString folder, TaskHa
         co_return;
     }
     state_.resetTotals();
-    state_.isBatchProcessing = true;
+    source_.isBatchProcessing = true;
     state_.isProcessing = true;
-    state_.batchProgress = std::nullopt;
-    state_.batchResults = std::nullopt;
+    source_.batchProgress = std::nullopt;
+    source_.batchResults = std::nullopt;
     logRun(options);
     co_await edit(options, handle);
 }
 
 QCoro::Task<QStringList> PolyEditFlow::findFiles(QString folder, TaskHandle handle) {
     services_.info(LogCategory::scan, QStringLiteral("Scanning folder for WAV files..."));
-    const auto work = [folder, recursive = state_.recursiveScan.value()] {
+    const auto work = [folder, recursive = source_.recursiveScan.value()] {
         return collectRecordings({folder}, recursive, {QStringLiteral("wav")});
     };
     const CollectedRecordings found = co_await inBackground(services_.owner(), work);
@@ -181,8 +177,10 @@ void PolyEditFlow::logRun(const BatchEditOptions& options) {
 }
 
 QCoro::Task<> PolyEditFlow::edit(BatchEditOptions options, TaskHandle handle) {
-    const auto progress =
-        services_.follow(handle, [state = &state_](const BatchProgress& step) { state->showBatchProgress(step); });
+    const auto progress = services_.follow(handle, [state = &state_, source = &source_](const BatchProgress& step) {
+        source->batchProgress = step;
+        state->currentProcessingItem = step.currentFile;
+    });
     const auto work = [options, progress, tools = services_.engineTools(), hooks = services_.hooks(handle)] {
         return batchEdit(options, tools, hooks, progress);
     };
@@ -191,7 +189,7 @@ QCoro::Task<> PolyEditFlow::edit(BatchEditOptions options, TaskHandle handle) {
         if (state_.isCancelled.value()) countResults(result, options); // what was made until the stop
         co_return;
     }
-    state_.isBatchProcessing = false;
+    source_.isBatchProcessing = false;
     state_.isProcessing = false;
     showResults(result, options);
 }
@@ -203,30 +201,31 @@ void PolyEditFlow::showResults(const BatchSplitResult& result, const BatchEditOp
 }
 
 void PolyEditFlow::countResults(const BatchSplitResult& result, const BatchEditOptions& options) {
-    state_.count(result);
+    source_.batchResults = result;
+    state_.count(result, result.fileResults);
     if (!state_.generateCSV.value()) return;
     const QString folder =
         options.inPlace || options.outputFolder.isEmpty() ? paths::parent(options.files.first()) : options.outputFolder;
-    services_.noteReport(writeEditReport(state_, options.files, result, folder));
+    services_.noteReport(writeEditReport(source_, edit_, options.files, result, folder));
 }
 
-void PolyEditFlow::clearEditPolyData() {
+void PolyEditFlow::clear() {
     services_.cancel(Task::listing);
-    state_.isScanningBatchFiles = false;
-    state_.sourceFolder = QString();
-    state_.selectedFiles = std::nullopt;
-    state_.batchResults = std::nullopt;
-    state_.batchProgress = std::nullopt;
-    state_.channelRemovalFilter = std::nullopt;
-    state_.channelRemovalRenameMap = RenameMap();
-    state_.channelReorderMap = std::nullopt;
-    state_.splitOutputFolder = QString();
+    source_.isScanningBatchFiles = false;
+    source_.sourceFolder = QString();
+    source_.selectedFiles = std::nullopt;
+    source_.batchResults = std::nullopt;
+    source_.batchProgress = std::nullopt;
+    edit_.channelRemovalFilter = std::nullopt;
+    edit_.channelRemovalRenameMap = RenameMap();
+    edit_.channelReorderMap = std::nullopt;
+    source_.splitOutputFolder = QString();
     preview_.deck().clear();
     preview_.batch().cleanupBatchPreviewTempFiles();
-    state_.batchPolyMetadata.clear();
-    state_.selectedBatchPreviewIndex = std::nullopt;
-    state_.expandedBatchPolyIndices = std::set<int>();
-    state_.refreshSplitSections();
+    source_.batchPolyMetadata.clear();
+    preview_.batch().selectNoPoly();
+    source_.expandedBatchPolyIndices = std::set<int>();
+    source_.refreshSplitSections();
     services_.info(LogCategory::system, QStringLiteral("Cleared edit poly data - ready for new files"));
 }
 

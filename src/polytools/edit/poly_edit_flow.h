@@ -3,8 +3,10 @@
 
 #include "polytools/edit/batch_edit.h"
 #include "polytools/services/poly_tools_services.h"
-#include "polytools/services/poly_tools_state.h"
 #include "polytools/split/poly_source_selection.h"
+#include "polytools/state/edit_state.h"
+#include "polytools/state/poly_tools_state.h"
+#include "polytools/state/source_state.h"
 
 #include <QStringList>
 
@@ -14,28 +16,27 @@ class PolyPreview;
 
 class PolyEditFlow {
 public:
-    PolyEditFlow(PolyToolsState& state, PolyToolsServices& services, const PolySourceSelection& selection,
-                 PolyPreview& preview)
-        : state_(state), services_(services), selection_(selection), preview_(preview) {}
+    PolyEditFlow(PolyToolsState& state, SourceState& source, EditState& edit, PolyToolsServices& services,
+                 const PolySourceSelection& selection, PolyPreview& preview)
+        : state_(state), source_(source), edit_(edit), services_(services), selection_(selection), preview_(preview) {}
 
     bool hasAdvancedConfig() const;
-    bool canRunEditPoly() const;
+    bool canRun() const;
     QString editPolyHelperText() const;
 
     void initializeReorderFromChannelItems();
     void moveChannelUp(int row);
     void moveChannelDown(int row);
 
-    void startEditPolyProcessing();
+    void run();
     void startBatchChannelRemoval();
-    void clearEditPolyData();
+    void clear();
 
 private:
-    bool editsInPlace() const; // names only: a reorder means a rebuild, whatever the switch says
     bool mayRun(const QString& missingEdits, const QString& missingFolder);
     BatchEditOptions makeOptions() const;
     void logRun(const BatchEditOptions& options);
-    QCoro::Task<> run(BatchEditOptions options, QString folder, TaskHandle handle);
+    QCoro::Task<> runOver(BatchEditOptions options, QString folder, TaskHandle handle);
     QCoro::Task<QStringList> findFiles(QString folder, TaskHandle handle);
     QCoro::Task<> edit(BatchEditOptions options, TaskHandle handle);
     void showResults(const BatchSplitResult& result, const BatchEditOptions& options);
@@ -43,6 +44,8 @@ private:
     void swapChannels(int row, int other);
 
     PolyToolsState& state_;
+    SourceState& source_;
+    EditState& edit_;
     PolyToolsServices& services_;
     const PolySourceSelection& selection_;
     PolyPreview& preview_;

@@ -31,14 +31,14 @@ GroupingResult groupPile(const ISOGroupingEngine& engine, const Pile& pile) {
 } // namespace
 
 void JoinGrouping::scan() {
-    const auto& selected = state_.selectedJoinFiles.value();
-    if (state_.joinSourceFolder.value().isEmpty() && !selected) {
+    const auto& selected = join_.selectedJoinFiles.value();
+    if (join_.joinSourceFolder.value().isEmpty() && !selected) {
         return services_.error(kScan, QStringLiteral("Select files or folder to process"));
     }
     if (!state_.ffmpegAvailable.value()) {
         return services_.error(LogCategory::system, QStringLiteral("ffmpeg/ffprobe not available"));
     }
-    state_.isScanningJoinISOs = true;
+    join_.isScanningJoinISOs = true;
     state_.isCancelled = false;
     if (!selected) {
         services_.info(kScan, QStringLiteral("🔍 Scanning folder for ISO groups..."));
@@ -54,15 +54,15 @@ QCoro::Task<> JoinGrouping::group(TaskHandle handle) {
     GroupingHooks hooks;
     hooks.isStopped = [handle] { return handle.isCancelled(); };
     hooks.onFile = services_.follow(
-        handle, [state = &state_](int done, int total) { state->groupingProgress = std::pair(done, total); });
+        handle, [join = &join_](int done, int total) { join->groupingProgress = std::pair(done, total); });
     const ISOGroupingEngine engine(state_.ffprobePath.value(), state_.bwfmetaeditPath.value(), hooks);
-    const Pile pile{state_.joinSourceFolder.value(), state_.selectedJoinFiles.value().value_or(QStringList()),
-                    state_.joinRecursiveScan.value()};
+    const Pile pile{join_.joinSourceFolder.value(), join_.selectedJoinFiles.value().value_or(QStringList()),
+                    join_.joinRecursiveScan.value()};
     const auto work = [engine, pile] { return groupPile(engine, pile); };
     const auto [result, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) co_return;
-    state_.isScanningJoinISOs = false;
-    state_.groupingProgress = std::nullopt;
+    join_.isScanningJoinISOs = false;
+    join_.groupingProgress = std::nullopt;
     if (result) {
         showGroups(*result);
     } else {
@@ -72,15 +72,15 @@ QCoro::Task<> JoinGrouping::group(TaskHandle handle) {
 
 void JoinGrouping::showGroups(const GroupingResult& result) {
     for (const QString& sentence : result.remarks) services_.warning(kScan, sentence);
-    state_.groupingResult = result;
-    state_.reviewedGroups.assign(result.groups);
-    state_.ungroupedFiles.assign(result.ungroupedFiles);
+    join_.groupingResult = result;
+    join_.reviewedGroups.assign(result.groups);
+    join_.ungroupedFiles.assign(result.ungroupedFiles);
     const bool isClear = result.groups.size() == 1 && result.ungroupedFiles.empty() &&
                          result.groups.front().isoFiles.size() >= 2 &&
                          result.groups.front().confidence == GroupConfidence::high;
-    state_.usedSmartShortcut = isClear;
-    state_.showGroupReview = !isClear;
-    state_.batchJoinMode = !isClear;
+    join_.usedSmartShortcut = isClear;
+    join_.showGroupReview = !isClear;
+    join_.batchJoinMode = !isClear;
     if (isClear) return onOneTake_(result.groups.front());
     services_.success(kScan, result.summary());
     if (result.lowConfidenceCount > 0) {

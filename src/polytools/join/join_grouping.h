@@ -3,7 +3,8 @@
 #pragma once
 
 #include "polytools/services/poly_tools_services.h"
-#include "polytools/services/poly_tools_state.h"
+#include "polytools/state/join_state.h"
+#include "polytools/state/poly_tools_state.h"
 
 #include <functional>
 
@@ -12,9 +13,9 @@ namespace ostrel {
 class JoinGrouping {
 public:
     // `onOneTake`: the pile is one take beyond doubt, so there is nothing to review.
-    JoinGrouping(PolyToolsState& state, PolyToolsServices& services,
+    JoinGrouping(PolyToolsState& state, JoinState& join, PolyToolsServices& services,
                  std::function<void(const ISOGroupCandidate& take)> onOneTake)
-        : state_(state), services_(services), onOneTake_(std::move(onOneTake)) {}
+        : state_(state), join_(join), services_(services), onOneTake_(std::move(onOneTake)) {}
 
     // The folder or the files of the state; what is wrong with them is a line in the log.
     void scan();
@@ -24,6 +25,7 @@ private:
     void showGroups(const GroupingResult& result);
 
     PolyToolsState& state_;
+    JoinState& join_;
     PolyToolsServices& services_;
     std::function<void(const ISOGroupCandidate& take)> onOneTake_;
 };

@@ -38,25 +38,25 @@ void PolyJoinFlow::selectISOFiles() {
     request.allowedExtensions = {QStringLiteral("wav")};
     const QStringList chosen = services_.desktop().showOpenPanel(request);
     if (chosen.isEmpty()) return;
-    analyzeISOFiles(urlsOf(state_.isoFiles) + chosen);
+    analyzeISOFiles(urlsOf(join_.isoFiles) + chosen);
 }
 
 void PolyJoinFlow::applyJoinModeDetection(const QStringList& folders, const QStringList& files) {
     if (folders.size() == 1) {
-        state_.joinSourceFolder = folders.first();
-        state_.selectedJoinFiles = std::nullopt;
+        join_.joinSourceFolder = folders.first();
+        join_.selectedJoinFiles = std::nullopt;
         services_.info(kScan, QStringLiteral("Join source folder selected: ") + paths::lastComponent(folders.first()));
     } else if (!folders.isEmpty()) {
-        state_.selectedJoinFiles = folders;
-        state_.joinSourceFolder = QString();
+        join_.selectedJoinFiles = folders;
+        join_.joinSourceFolder = QString();
         services_.info(kScan, QStringLiteral("Selected %1 folder(s) for joining").arg(folders.size()));
     } else if (files.size() == 1) {
-        state_.selectedJoinFiles = files;
-        state_.joinSourceFolder = QString();
+        join_.selectedJoinFiles = files;
+        join_.joinSourceFolder = QString();
         return analyzeISOFiles(files);
     } else if (!files.isEmpty()) {
-        state_.selectedJoinFiles = files;
-        state_.joinSourceFolder = QString();
+        join_.selectedJoinFiles = files;
+        join_.joinSourceFolder = QString();
         services_.info(kScan, QStringLiteral("Selected %1 ISO file(s)").arg(files.size()));
     } else {
         return;
@@ -87,12 +87,12 @@ QCoro::Task<> PolyJoinFlow::load(QStringList urls, TaskHandle handle) {
 }
 
 void PolyJoinFlow::showLoaded(const LoadedISOs& loaded) {
-    state_.batchJoinMode = false;
-    state_.showGroupReview = false;
-    state_.usedSmartShortcut = false;
+    join_.batchJoinMode = false;
+    join_.showGroupReview = false;
+    join_.usedSmartShortcut = false;
     setISOFiles(loaded.files);
-    state_.isoOrderingMethod = loaded.ordering;
-    state_.joinOutputName = suggestedName();
+    join_.isoOrderingMethod = loaded.ordering;
+    join_.joinOutputName = suggestedName();
     validateISOFiles();
     services_.success(kScan, QStringLiteral("Loaded %1 files for joining").arg(loaded.files.size()));
     logOrdering(loaded);
@@ -119,15 +119,15 @@ void PolyJoinFlow::logOrdering(const LoadedISOs& loaded) {
 
 void PolyJoinFlow::setISOFiles(std::vector<ISOFile> files) {
     numberChannels(files);
-    state_.referenceISOIndex = 0;
-    if (!files.empty() && state_.joinOutputFolder.value().isEmpty()) {
-        state_.joinOutputFolder = paths::parent(files.front().url);
+    join_.referenceISOIndex = 0;
+    if (!files.empty() && join_.joinOutputFolder.value().isEmpty()) {
+        join_.joinOutputFolder = paths::parent(files.front().url);
     }
-    state_.isoFiles.assign(std::move(files));
+    join_.isoFiles.assign(std::move(files));
 }
 
 void PolyJoinFlow::validateISOFiles() {
-    const std::vector<ISOFile>& files = state_.isoFiles.rows();
+    const std::vector<ISOFile>& files = join_.isoFiles.rows();
     if (files.size() < 2) return;
     const QStringList mismatches = isoMismatches(files);
     for (const QString& mismatch : mismatches) services_.warning(kScan, mismatch);
@@ -142,22 +142,22 @@ void PolyJoinFlow::validateISOFiles() {
 }
 
 void PolyJoinFlow::moveISO(int row, int to) {
-    const int count = static_cast<int>(state_.isoFiles.size());
+    const int count = static_cast<int>(join_.isoFiles.size());
     if (row < 0 || to < 0 || row >= count || to >= count || row == to) return;
-    std::vector<ISOFile> files = state_.isoFiles.rows();
+    std::vector<ISOFile> files = join_.isoFiles.rows();
     const auto from = files.begin() + row;
     row < to ? std::rotate(from, from + 1, files.begin() + to + 1) : std::rotate(files.begin() + to, from, from + 1);
     numberChannels(files);
     // The metadata goes on coming from the same file.
-    const int reference = state_.referenceISOIndex.value();
+    const int reference = join_.referenceISOIndex.value();
     if (reference == row) {
-        state_.referenceISOIndex = to;
+        join_.referenceISOIndex = to;
     } else if (row < reference && reference <= to) {
-        state_.referenceISOIndex = reference - 1;
+        join_.referenceISOIndex = reference - 1;
     } else if (to <= reference && reference < row) {
-        state_.referenceISOIndex = reference + 1;
+        join_.referenceISOIndex = reference + 1;
     }
-    state_.isoFiles.assign(std::move(files));
+    join_.isoFiles.assign(std::move(files));
     preview_.join().updatePreviewMix();
 }
 
@@ -166,85 +166,85 @@ void PolyJoinFlow::moveISODown(int row) { moveISO(row, row + 1); }
 
 void PolyJoinFlow::updateChannelIndices() {
     int number = 0;
-    state_.isoFiles.updateAll([&](ISOFile& file) { file.channelIndex = ++number; });
+    join_.isoFiles.updateAll([&](ISOFile& file) { file.channelIndex = ++number; });
 }
 
 void PolyJoinFlow::setAllSelected(bool isSelected) {
-    state_.isoFiles.updateAll([&](ISOFile& file) { file.isSelected = isSelected; });
+    join_.isoFiles.updateAll([&](ISOFile& file) { file.isSelected = isSelected; });
     preview_.join().updatePreviewMix();
 }
 
 void PolyJoinFlow::setSelected(int row, bool isSelected) {
-    state_.isoFiles.update(static_cast<std::size_t>(row), [&](ISOFile& file) { file.isSelected = isSelected; });
+    join_.isoFiles.update(static_cast<std::size_t>(row), [&](ISOFile& file) { file.isSelected = isSelected; });
     preview_.join().updatePreviewMix();
 }
 
 void PolyJoinFlow::selectOutputFolder() {
     const QString folder = services_.chooseFolder(QStringLiteral("Select folder where poly files will be created"));
-    if (!folder.isEmpty()) state_.joinOutputFolder = folder;
+    if (!folder.isEmpty()) join_.joinOutputFolder = folder;
 }
 
 void PolyJoinFlow::clearOutputFolder() {
-    const auto& isos = state_.isoFiles;
-    state_.joinOutputFolder = isos.empty() ? QString() : paths::parent(isos[0].url);
+    const auto& isos = join_.isoFiles;
+    join_.joinOutputFolder = isos.empty() ? QString() : paths::parent(isos[0].url);
 }
 
 QString PolyJoinFlow::suggestedName() const {
-    const bool keep = state_.joinKeepOriginalName.value();
-    if (state_.usedSmartShortcut.value() && state_.groupingResult.value()) {
-        return groupOutputName(state_.groupingResult.value()->groups.front(), keep);
+    const bool keep = join_.joinKeepOriginalName.value();
+    if (join_.usedSmartShortcut.value() && join_.groupingResult.value()) {
+        return groupOutputName(join_.groupingResult.value()->groups.front(), keep);
     }
-    return derivePolyName(urlsOf(state_.isoFiles), keep);
+    return derivePolyName(urlsOf(join_.isoFiles), keep);
 }
 
 // A name that was suggested follows; one that a person typed stays.
 void PolyJoinFlow::setKeepOriginalName(bool keep) {
-    const bool isSuggested = state_.joinOutputName.value() == suggestedName();
-    state_.joinKeepOriginalName = keep;
-    if (isSuggested) state_.joinOutputName = suggestedName();
+    const bool isSuggested = join_.joinOutputName.value() == suggestedName();
+    join_.joinKeepOriginalName = keep;
+    if (isSuggested) join_.joinOutputName = suggestedName();
 }
 
 void PolyJoinFlow::setReviewsGroups(bool isOn) {
-    if (isOn == state_.showGroupReview.value() || !state_.usedSmartShortcut.value()) return;
-    state_.showGroupReview = isOn;
-    state_.batchJoinMode = isOn;
+    if (isOn == join_.showGroupReview.value() || !join_.usedSmartShortcut.value()) return;
+    join_.showGroupReview = isOn;
+    join_.batchJoinMode = isOn;
     preview_.deck().clear(); // it held the other list
 }
 
-bool PolyJoinFlow::canRunJoin() const {
-    const auto selected = std::ranges::count_if(state_.isoFiles.rows(), &ISOFile::isSelected);
-    return state_.ffmpegAvailable.value() && selected >= 2 && !state_.joinOutputName.value().isEmpty() &&
+bool PolyJoinFlow::canRun() const {
+    const auto selected = std::ranges::count_if(join_.isoFiles.rows(), &ISOFile::isSelected);
+    return state_.ffmpegAvailable.value() && selected >= 2 && !join_.joinOutputName.value().isEmpty() &&
            !state_.isProcessing.value();
 }
 
-bool PolyJoinFlow::canRunBatchJoin() const {
-    return state_.ffmpegAvailable.value() && !state_.reviewedGroups.empty() &&
-           !state_.joinOutputFolder.value().isEmpty() && !state_.isBatchJoining.value();
+bool PolyJoinFlow::canRunBatch() const {
+    return state_.ffmpegAvailable.value() && !join_.reviewedGroups.empty() &&
+           !join_.joinOutputFolder.value().isEmpty() && !join_.isBatchJoining.value();
 }
 
-bool PolyJoinFlow::hasJoinSourceContent() const {
-    const auto& selected = state_.selectedJoinFiles.value();
-    return !state_.joinSourceFolder.value().isEmpty() || (selected && !selected->isEmpty()) || !state_.isoFiles.empty();
+bool PolyJoinFlow::hasContent() const {
+    const auto& selected = join_.selectedJoinFiles.value();
+    return !join_.joinSourceFolder.value().isEmpty() || (selected && !selected->isEmpty()) || !join_.isoFiles.empty();
 }
 
 JoinOptions PolyJoinFlow::joinOptions() const {
     JoinOptions options;
-    options.channelLayout = state_.joinChannelLayout.value();
+    options.channelLayout = join_.joinChannelLayout.value();
     options.skipIfExists = state_.skipIfExists.value();
     options.overwriteExisting = state_.overwriteExisting.value();
-    options.keepOriginalName = state_.joinKeepOriginalName.value();
-    options.strict = state_.joinStrict.value();
-    options.downmix = state_.joinDownmix.value();
+    options.keepOriginalName = join_.joinKeepOriginalName.value();
+    options.strict = join_.joinStrict.value();
+    options.downmix = join_.joinDownmix.value();
     return options;
 }
 
-void PolyJoinFlow::runJoin() {
+void PolyJoinFlow::run() {
     std::vector<ISOFile> isos;
-    for (const ISOFile& file : state_.isoFiles) {
+    for (const ISOFile& file : join_.isoFiles) {
         if (file.isSelected) isos.push_back(file);
     }
-    QString name = safeFileName(state_.joinOutputName.value());
-    const QString folder = state_.joinOutputFolder.value();
+    QString name = safeFileName(join_.joinOutputName.value());
+    const QString folder = join_.joinOutputFolder.value();
     if (isos.size() < 2) return services_.error(kProcess, QStringLiteral("Need at least 2 files to join"));
     if (name.isEmpty()) return services_.error(kProcess, QStringLiteral("Output name required"));
     if (folder.isEmpty()) return services_.error(kProcess, QStringLiteral("Output folder required"));
@@ -252,8 +252,8 @@ void PolyJoinFlow::runJoin() {
     state_.resetTotals();
     if (!mayMix(isos)) return;
     state_.isProcessing = true;
-    state_.isJoining = true;
-    state_.joinProgress = 0;
+    join_.isJoining = true;
+    join_.joinProgress = 0;
     const bool isWav = name.endsWith(QStringLiteral(".wav"), Qt::CaseInsensitive);
     name = isWav ? fittedFileName(name.chopped(4), name.last(4)) : fittedFileName(name, QStringLiteral(".wav"));
     services_.info(kProcess, QStringLiteral("Starting join: %1 files → %2").arg(isos.size()).arg(name));
@@ -261,17 +261,17 @@ void PolyJoinFlow::runJoin() {
     std::ranges::stable_sort(isos, {}, &ISOFile::channelIndex);
     JoinOptions options = joinOptions();
     options.downmix = true; // asked above
-    const int reference = state_.referenceISOIndex.value();
-    if (reference >= 0 && reference < static_cast<int>(state_.isoFiles.size())) {
-        options.referenceISO = state_.isoFiles[static_cast<std::size_t>(reference)];
+    const int reference = join_.referenceISOIndex.value();
+    if (reference >= 0 && reference < static_cast<int>(join_.isoFiles.size())) {
+        options.referenceISO = join_.isoFiles[static_cast<std::size_t>(reference)];
     }
     services_.run(join(isos, paths::append(folder, name), options, services_.begin(Task::join)));
 }
 
 // Everything in the selection is protected, joined or not.
 PolyEngineHooks PolyJoinFlow::hooksOfRun(const TaskHandle& handle) const {
-    QStringList sources = urlsOf(state_.isoFiles) + urlsOf(state_.ungroupedFiles);
-    for (const ISOGroupCandidate& group : state_.reviewedGroups) {
+    QStringList sources = urlsOf(join_.isoFiles) + urlsOf(join_.ungroupedFiles);
+    for (const ISOGroupCandidate& group : join_.reviewedGroups) {
         for (const ISOFile& iso : group.isoFiles) sources << iso.url;
     }
     PolyEngineHooks hooks = services_.hooks(handle);
@@ -285,7 +285,7 @@ bool PolyJoinFlow::mayMix(const std::vector<ISOFile>& isos) {
     for (const ISOFile& iso : isos) {
         if (iso.channelCount > 1) names << QStringLiteral("%1 (%2 channels)").arg(iso.fileName).arg(iso.channelCount);
     }
-    if (names.isEmpty() || state_.joinDownmix.value()) return true;
+    if (names.isEmpty() || join_.joinDownmix.value()) return true;
     AlertRequest alert;
     alert.style = AlertRequest::Style::warning;
     alert.title = QStringLiteral("Not all files are mono");
@@ -297,16 +297,17 @@ bool PolyJoinFlow::mayMix(const std::vector<ISOFile>& isos) {
     const QString why = QStringLiteral("A join takes mono files: ") + names.join(QStringLiteral(", "));
     services_.error(kProcess, why);
     state_.errorCount = 1;
-    state_.lastOutcome = ItemOutcome::failure(why, urlsOf(state_.isoFiles));
+    state_.lastOutcome = ItemOutcome::failure(why, urlsOf(join_.isoFiles));
     return false;
 }
 
 QCoro::Task<> PolyJoinFlow::join(std::vector<ISOFile> isos, QString outputURL, JoinOptions options, TaskHandle handle) {
     const PolyJoinEngine engine(services_.engineTools(), hooksOfRun(handle));
-    const auto progress = services_.follow(handle, [state = &state_](double fraction, const QString& step) {
-        state->joinProgress = fraction;
-        state->currentProcessingItem = step;
-    });
+    const auto progress =
+        services_.follow(handle, [state = &state_, join = &join_](double fraction, const QString& step) {
+            join->joinProgress = fraction;
+            state->currentProcessingItem = step;
+        });
     const auto work = [engine, isos, outputURL, options, progress] {
         files::createFolder(paths::parent(outputURL));
         return engine.join(isos, outputURL, options, progress);
@@ -318,7 +319,7 @@ QCoro::Task<> PolyJoinFlow::join(std::vector<ISOFile> isos, QString outputURL, J
     showJoin(result ? result->outcome : ItemOutcome::failure(failure, {}), isos, outputURL);
     if (handle.isCancelled()) co_return;
     state_.isProcessing = false;
-    state_.isJoining = false;
+    join_.isJoining = false;
 }
 
 void PolyJoinFlow::showJoin(ItemOutcome outcome, const std::vector<ISOFile>& isos, const QString& outputURL) {
@@ -335,31 +336,31 @@ void PolyJoinFlow::showJoin(ItemOutcome outcome, const std::vector<ISOFile>& iso
     state_.createdFiles = outcome.outputs;
     state_.lastOutcome = outcome;
     if (state_.generateCSV.value())
-        services_.noteReport(writeJoinReport(state_, isos, outputURL, outcome, paths::parent(outputURL)));
+        services_.noteReport(writeJoinReport(state_, join_, isos, outputURL, outcome, paths::parent(outputURL)));
 }
 
-void PolyJoinFlow::startBatchJoin() {
-    const std::vector<ISOGroupCandidate> groups = state_.reviewedGroups.rows();
+void PolyJoinFlow::runBatch() {
+    const std::vector<ISOGroupCandidate> groups = join_.reviewedGroups.rows();
     if (groups.empty()) return services_.error(kProcess, QStringLiteral("No groups to process"));
-    if (state_.joinOutputFolder.value().isEmpty())
+    if (join_.joinOutputFolder.value().isEmpty())
         return services_.error(kProcess, QStringLiteral("Output folder required"));
     if (!services_.requireFFmpeg()) return;
     state_.resetTotals();
     state_.isProcessing = true;
-    state_.isBatchJoining = true;
-    state_.batchJoinProgress = std::nullopt;
-    state_.batchJoinResults = std::nullopt;
+    join_.isBatchJoining = true;
+    join_.batchJoinProgress = std::nullopt;
+    join_.batchJoinResults = std::nullopt;
     services_.info(kProcess, QStringLiteral("Starting batch join: %1 groups").arg(groups.size()));
     services_.run(batchJoin(groups, joinOptions(), services_.begin(Task::batchJoin)));
 }
 
 QCoro::Task<> PolyJoinFlow::batchJoin(std::vector<ISOGroupCandidate> groups, JoinOptions options, TaskHandle handle) {
-    const auto progress = services_.follow(handle, [state = &state_](const BatchJoinProgress& step) {
-        state->batchJoinProgress = step;
+    const auto progress = services_.follow(handle, [state = &state_, join = &join_](const BatchJoinProgress& step) {
+        join->batchJoinProgress = step;
         state->currentProcessingItem = step.currentGroup;
     });
     const auto work = [tools = services_.engineTools(), hooks = hooksOfRun(handle), groups,
-                       folder = state_.joinOutputFolder.value(), options, progress] {
+                       folder = join_.joinOutputFolder.value(), options, progress] {
         files::createFolder(folder);
         return ostrel::batchJoin(groups, folder, options, tools, hooks, progress);
     };
@@ -374,22 +375,15 @@ QCoro::Task<> PolyJoinFlow::batchJoin(std::vector<ISOGroupCandidate> groups, Joi
         services_.error(kProcess, QStringLiteral("Batch join failed: ") + failure);
         state_.errorCount = 1;
     }
-    state_.isBatchJoining = false;
+    join_.isBatchJoining = false;
     state_.isProcessing = false;
 }
 
 void PolyJoinFlow::countBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups) {
-    state_.batchJoinResults = result;
-    state_.successCount = result.successCount;
-    state_.skipCount = result.skipCount;
-    state_.errorCount = result.errorCount;
-    QStringList created;
-    for (const GroupJoinResult& row : result.groupResults) {
-        created << row.outcome.outputs;
-    }
-    state_.createdFiles = created;
+    join_.batchJoinResults = result;
+    state_.count(result, result.groupResults);
     if (state_.generateCSV.value()) {
-        services_.noteReport(writeBatchJoinReport(state_, groups, result, state_.joinOutputFolder.value()));
+        services_.noteReport(writeBatchJoinReport(state_, join_, groups, result, join_.joinOutputFolder.value()));
     }
 }
 
@@ -402,23 +396,23 @@ void PolyJoinFlow::showBatchJoin(const BatchJoinResult& result, const std::vecto
     countBatchJoin(result, groups);
 }
 
-void PolyJoinFlow::clearJoinData() {
+void PolyJoinFlow::clear() {
     services_.cancel(Task::isoAnalysis);
     services_.cancel(Task::grouping);
-    state_.isScanningJoinISOs = false;
-    state_.isoFiles.clear();
-    state_.joinOutputName = QString();
-    state_.referenceISOIndex = 0;
-    state_.isoOrderingMethod = IsoOrdering::none;
-    state_.joinSourceFolder = QString();
-    state_.selectedJoinFiles = std::nullopt;
-    state_.groupingResult = std::nullopt;
-    state_.reviewedGroups.clear();
-    state_.ungroupedFiles.clear();
-    state_.batchJoinResults = std::nullopt;
-    state_.batchJoinProgress = std::nullopt;
-    state_.usedSmartShortcut = false;
-    state_.showGroupReview = false;
+    join_.isScanningJoinISOs = false;
+    join_.isoFiles.clear();
+    join_.joinOutputName = QString();
+    join_.referenceISOIndex = 0;
+    join_.isoOrderingMethod = IsoOrdering::none;
+    join_.joinSourceFolder = QString();
+    join_.selectedJoinFiles = std::nullopt;
+    join_.groupingResult = std::nullopt;
+    join_.reviewedGroups.clear();
+    join_.ungroupedFiles.clear();
+    join_.batchJoinResults = std::nullopt;
+    join_.batchJoinProgress = std::nullopt;
+    join_.usedSmartShortcut = false;
+    join_.showGroupReview = false;
     preview_.deck().clear();
     services_.info(LogCategory::system, QStringLiteral("Cleared join data - ready for new files"));
 }
@@ -426,7 +420,7 @@ void PolyJoinFlow::clearJoinData() {
 // One take beyond doubt: nothing to review, so it goes the way of a single join.
 void PolyJoinFlow::takeShortcut(const ISOGroupCandidate& group) {
     setISOFiles(group.sortedISOs());
-    state_.joinOutputName = suggestedName();
+    join_.joinOutputName = suggestedName();
     const QString take = !group.scene.isEmpty() && !group.take.isEmpty()
                              ? QStringLiteral("%1-T%2").arg(group.scene, group.take)
                              : group.suggestedOutputName();

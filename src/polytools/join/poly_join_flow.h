@@ -4,7 +4,8 @@
 #include "polytools/grouping/iso_loader.h"
 #include "polytools/join/join_grouping.h"
 #include "polytools/services/poly_tools_services.h"
-#include "polytools/services/poly_tools_state.h"
+#include "polytools/state/join_state.h"
+#include "polytools/state/poly_tools_state.h"
 
 #include <QStringList>
 
@@ -14,9 +15,9 @@ class PolyPreview;
 
 class PolyJoinFlow {
 public:
-    PolyJoinFlow(PolyToolsState& state, PolyToolsServices& services, PolyPreview& preview)
-        : state_(state), services_(services), preview_(preview),
-          grouping_(state, services, [this](const ISOGroupCandidate& take) { takeShortcut(take); }) {}
+    PolyJoinFlow(PolyToolsState& state, JoinState& join, PolyToolsServices& services, PolyPreview& preview)
+        : state_(state), join_(join), services_(services), preview_(preview),
+          grouping_(state, join, services, [this](const ISOGroupCandidate& take) { takeShortcut(take); }) {}
 
     // Folders win over files. One file is loaded, anything more is grouped.
     void applyJoinModeDetection(const QStringList& folders, const QStringList& files);
@@ -35,12 +36,12 @@ public:
     void setAllSelected(bool isSelected);
     void setSelected(int row, bool isSelected);
 
-    bool canRunJoin() const;
-    bool canRunBatchJoin() const;
-    bool hasJoinSourceContent() const;
-    void runJoin();
-    void startBatchJoin();
-    void clearJoinData();
+    bool canRun() const;
+    bool canRunBatch() const;
+    bool hasContent() const;
+    void run();
+    void runBatch();
+    void clear();
 
 private:
     QCoro::Task<> load(QStringList urls, TaskHandle handle);
@@ -60,6 +61,7 @@ private:
     JoinOptions joinOptions() const;
 
     PolyToolsState& state_;
+    JoinState& join_;
     PolyToolsServices& services_;
     PolyPreview& preview_;
     JoinGrouping grouping_;

@@ -9,8 +9,8 @@
 namespace ostrel {
 namespace {
 
-QString nameOf(const ISOGroupCandidate& group, const PolyToolsState& state) {
-    return groupOutputName(group, state.joinKeepOriginalName.value());
+QString nameOf(const ISOGroupCandidate& group, const JoinState& join) {
+    return groupOutputName(group, join.joinKeepOriginalName.value());
 }
 
 // Moves out of `files` what is wanted, in order.
@@ -32,8 +32,8 @@ std::vector<ISOFile> PolyJoinReview::take(Lists& lists, const QSet<QUuid>& isos)
 
 void PolyJoinReview::publish(Lists lists, const QString& what) {
     std::erase_if(lists.groups, [](const ISOGroupCandidate& group) { return group.isoFiles.empty(); });
-    state_.reviewedGroups.assign(std::move(lists.groups));
-    state_.ungroupedFiles.assign(std::move(lists.ungrouped));
+    join_.reviewedGroups.assign(std::move(lists.groups));
+    join_.ungroupedFiles.assign(std::move(lists.ungrouped));
     services_.info(LogCategory::scan, what);
     preview_.join().groupsChanged();
 }
@@ -44,7 +44,7 @@ void PolyJoinReview::deleteGroups(const QSet<QUuid>& groups) {
     std::size_t files = 0;
     for (ISOGroupCandidate& group : lists.groups) {
         if (!groups.contains(group.id)) continue;
-        names << nameOf(group, state_);
+        names << nameOf(group, join_);
         files += group.isoFiles.size();
         std::move(group.isoFiles.begin(), group.isoFiles.end(), std::back_inserter(lists.ungrouped));
         group.isoFiles.clear();
@@ -63,7 +63,7 @@ void PolyJoinReview::moveToGroup(const QSet<QUuid>& isos, const QUuid& group) {
     for (const ISOFile& file : target->isoFiles) strangers.remove(file.id);
     std::vector<ISOFile> moved = take(lists, strangers);
     if (moved.empty()) return;
-    const QString what = QStringLiteral("Moved %1 file(s) to group: %2").arg(moved.size()).arg(nameOf(*target, state_));
+    const QString what = QStringLiteral("Moved %1 file(s) to group: %2").arg(moved.size()).arg(nameOf(*target, join_));
     std::move(moved.begin(), moved.end(), std::back_inserter(target->isoFiles));
     target->groupingMethod = GroupingMethod::manual;
     publish(std::move(lists), what);
@@ -76,7 +76,7 @@ QUuid PolyJoinReview::moveToNewGroup(const QSet<QUuid>& isos) {
     if (made.isoFiles.empty()) return {};
     made.duration = made.isoFiles.front().duration;
     const QString what =
-        QStringLiteral("Moved %1 file(s) to new group: %2").arg(made.isoFiles.size()).arg(nameOf(made, state_));
+        QStringLiteral("Moved %1 file(s) to new group: %2").arg(made.isoFiles.size()).arg(nameOf(made, join_));
     lists.groups.push_back(made);
     publish(std::move(lists), what);
     return made.id;

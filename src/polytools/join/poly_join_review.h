@@ -3,7 +3,7 @@
 #pragma once
 
 #include "polytools/services/poly_tools_services.h"
-#include "polytools/services/poly_tools_state.h"
+#include "polytools/state/join_state.h"
 
 #include <QSet>
 #include <QUuid>
@@ -14,8 +14,8 @@ class PolyPreview;
 
 class PolyJoinReview {
 public:
-    PolyJoinReview(PolyToolsState& state, PolyToolsServices& services, PolyPreview& preview)
-        : state_(state), services_(services), preview_(preview) {}
+    PolyJoinReview(JoinState& join, PolyToolsServices& services, PolyPreview& preview)
+        : join_(join), services_(services), preview_(preview) {}
 
     void deleteGroups(const QSet<QUuid>& groups);
     // The group counts as made by hand from then on; a group that is left empty goes.
@@ -29,11 +29,11 @@ private:
         std::vector<ISOGroupCandidate> groups;
         std::vector<ISOFile> ungrouped;
     };
-    Lists lists() const { return {state_.reviewedGroups.rows(), state_.ungroupedFiles.rows()}; }
+    Lists lists() const { return {join_.reviewedGroups.rows(), join_.ungroupedFiles.rows()}; }
     static std::vector<ISOFile> take(Lists& lists, const QSet<QUuid>& isos);
     void publish(Lists lists, const QString& what);
 
-    PolyToolsState& state_;
+    JoinState& join_;
     PolyToolsServices& services_;
     PolyPreview& preview_;
 };

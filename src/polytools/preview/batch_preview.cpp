@@ -6,7 +6,7 @@
 namespace ostrel {
 
 bool BatchPreview::validRow(int row) const {
-    return row >= 0 && static_cast<std::size_t>(row) < state_.batchPolyMetadata.size();
+    return row >= 0 && static_cast<std::size_t>(row) < source_.batchPolyMetadata.size();
 }
 
 void BatchPreview::extractBatchPolyForPreview(int row, bool autoPlay) {
@@ -18,11 +18,11 @@ void BatchPreview::extractBatchPolyForPreview(int row, bool autoPlay) {
 }
 
 QCoro::Task<> BatchPreview::extractBatchPoly(int row, bool autoPlay, TaskHandle handle) {
-    state_.isExtractingBatchPreview = true;
-    state_.selectedBatchPreviewIndex = row;
+    preview_.isExtractingBatchPreview = true;
+    preview_.selectedBatchPreviewIndex = row;
     const bool extracted = co_await extractRow(row, QString(), handle);
     if (handle.isCancelled()) co_return;
-    state_.isExtractingBatchPreview = false;
+    preview_.isExtractingBatchPreview = false;
     if (!extracted) co_return;
     loadRow(row);
     if (!autoPlay) co_return;
@@ -35,7 +35,7 @@ QCoro::Task<> BatchPreview::extractBatchPoly(int row, bool autoPlay, TaskHandle 
 
 // Extracts the channels of a row that has none yet. False if none could be made, or it was stopped.
 QCoro::Task<bool> BatchPreview::extractRow(int row, QString logStart, TaskHandle handle) {
-    const BatchPolyMetadata poly = state_.batchPolyMetadata[static_cast<std::size_t>(row)];
+    const BatchPolyMetadata poly = source_.batchPolyMetadata[static_cast<std::size_t>(row)];
     if (poly.isPreviewReady) co_return true;
     QString folder;
     try {
@@ -49,8 +49,8 @@ QCoro::Task<bool> BatchPreview::extractRow(int row, QString logStart, TaskHandle
         co_await deck_.extractChannels(poly.url, poly.channelCount, folder, logStart, handle, false);
     if (!urls || urls->isEmpty()) co_return false;
     const auto at = static_cast<std::size_t>(row);
-    if (!validRow(row) || state_.batchPolyMetadata[at].id != poly.id) co_return false; // another selection meanwhile
-    state_.batchPolyMetadata.update(at, [&](BatchPolyMetadata& metadata) {
+    if (!validRow(row) || source_.batchPolyMetadata[at].id != poly.id) co_return false; // another selection meanwhile
+    source_.batchPolyMetadata.update(at, [&](BatchPolyMetadata& metadata) {
         metadata.isPreviewReady = true;
         metadata.extractedChannelURLs = *urls;
     });
@@ -58,9 +58,9 @@ QCoro::Task<bool> BatchPreview::extractRow(int row, QString logStart, TaskHandle
 }
 
 void BatchPreview::loadRow(int row) {
-    const BatchPolyMetadata& poly = state_.batchPolyMetadata[static_cast<std::size_t>(row)];
-    state_.selectedBatchPreviewIndex = row;
-    state_.selectedBatchChannelForPlayback = std::nullopt;
+    const BatchPolyMetadata& poly = source_.batchPolyMetadata[static_cast<std::size_t>(row)];
+    preview_.selectedBatchPreviewIndex = row;
+    preview_.selectedBatchChannelForPlayback = std::nullopt;
     populateBatchChannelItems(poly);
     deck_.mixer()->loadMix(poly.extractedChannelURLs, poly.url);
 }
@@ -74,16 +74,15 @@ void BatchPreview::extractBatchPolyForPreviewSilent(int row) {
 
 QCoro::Task<> BatchPreview::extractSilently(int row, TaskHandle handle) {
     if (co_await extractRow(row, QStringLiteral("Silent extract: "), handle)) {
-        deck_.log(
-            LogLevel::info,
-            QStringLiteral("Silent extract: %1").arg(state_.batchPolyMetadata[static_cast<std::size_t>(row)].baseName));
+        deck_.log(LogLevel::info, QStringLiteral("Silent extract: %1")
+                                      .arg(source_.batchPolyMetadata[static_cast<std::size_t>(row)].baseName));
     }
 }
 
 void BatchPreview::loadCachedPreviewAndPlay(int row) {
     if (!deck_.isEnabled()) return;
     if (!validRow(row)) return deck_.log(LogLevel::warning, QStringLiteral("Invalid batch poly index: %1").arg(row));
-    const BatchPolyMetadata& poly = state_.batchPolyMetadata[static_cast<std::size_t>(row)];
+    const BatchPolyMetadata& poly = source_.batchPolyMetadata[static_cast<std::size_t>(row)];
     if (!poly.isPreviewReady) return extractBatchPolyForPreview(row);
     loadRow(row);
     deck_.log(LogLevel::info, QStringLiteral("Loaded cached preview: ") + poly.baseName);
@@ -98,15 +97,15 @@ void BatchPreview::loadAllPreviews() {
 }
 
 QCoro::Task<> BatchPreview::extractAllRows(TaskHandle handle) {
-    state_.isLoadingAllPreviews = true;
-    deck_.log(LogLevel::info, QStringLiteral("Loading all previews (%1)...").arg(state_.batchPolyMetadata.size()));
+    preview_.isLoadingAllPreviews = true;
+    deck_.log(LogLevel::info, QStringLiteral("Loading all previews (%1)...").arg(source_.batchPolyMetadata.size()));
     int loaded = 0;
     for (int row = 0; validRow(row); ++row) {
         const bool isReady = co_await extractRow(row, QStringLiteral("Silent extract: "), handle);
         if (handle.isCancelled()) co_return;
         if (isReady) ++loaded;
     }
-    state_.isLoadingAllPreviews = false;
+    preview_.isLoadingAllPreviews = false;
     deck_.log(LogLevel::success, QStringLiteral("All previews loaded: %1").arg(loaded));
 }
 
@@ -120,19 +119,19 @@ void BatchPreview::populateBatchChannelItems(const BatchPolyMetadata& poly) {
         item.trackName = isNamed ? poly.trackInfo[at].name : noTrackName();
         items.push_back(std::move(item));
     }
-    state_.batchChannelItems.assign(std::move(items));
+    preview_.batchChannelItems.assign(std::move(items));
 }
 
 void BatchPreview::selectBatchChannelForPlayback(int channelIndex) {
-    const auto& row = state_.selectedBatchPreviewIndex.value();
+    const auto& row = preview_.selectedBatchPreviewIndex.value();
     if (!deck_.isEnabled() || !row || !validRow(*row)) return;
-    const BatchPolyMetadata& poly = state_.batchPolyMetadata[static_cast<std::size_t>(*row)];
+    const BatchPolyMetadata& poly = source_.batchPolyMetadata[static_cast<std::size_t>(*row)];
     if (!poly.isPreviewReady) {
         if (state_.ffmpegPath.value().isEmpty()) return extractBatchPolyForPreview(*row); // which tells
         return services_.run(extractBatchThenSelect(*row, channelIndex, deck_.begin()));
     }
     if (deck_.mixer()->sourceURLs() != poly.extractedChannelURLs) loadRow(*row);
-    deck_.listenTo(state_.selectedBatchChannelForPlayback, channelIndex,
+    deck_.listenTo(preview_.selectedBatchChannelForPlayback, channelIndex,
                    deck_.channelURL(poly.extractedChannelURLs, channelIndex),
                    QStringLiteral("Selected batch channel %1").arg(channelIndex + 1));
 }
@@ -144,55 +143,58 @@ QCoro::Task<> BatchPreview::extractBatchThenSelect(int row, int channelIndex, Ta
 }
 
 bool BatchPreview::isInMixer(int row) const {
-    if (!validRow(row) || state_.selectedBatchPreviewIndex.value() != row) return false;
-    const BatchPolyMetadata& poly = state_.batchPolyMetadata[static_cast<std::size_t>(row)];
+    if (!validRow(row) || preview_.selectedBatchPreviewIndex.value() != row) return false;
+    const BatchPolyMetadata& poly = source_.batchPolyMetadata[static_cast<std::size_t>(row)];
     return poly.isPreviewReady && deck_.mixer()->sourceURLs() == poly.extractedChannelURLs;
 }
 
 void BatchPreview::playBatchPoly(int row) {
     if (!deck_.isEnabled()) return;
     if (!isInMixer(row)) return loadCachedPreviewAndPlay(row);
-    state_.selectedBatchChannelForPlayback.value() ? playBatchMix() : deck_.togglePlay();
+    preview_.selectedBatchChannelForPlayback.value() ? playBatchMix() : deck_.togglePlay();
 }
 
 void BatchPreview::playBatchChannel(int row, int channelIndex) {
     if (!deck_.isEnabled() || !validRow(row)) return;
-    if (state_.selectedBatchPreviewIndex.value() != row) state_.selectedBatchChannelForPlayback = std::nullopt;
-    state_.selectedBatchPreviewIndex = row;
+    if (preview_.selectedBatchPreviewIndex.value() != row) preview_.selectedBatchChannelForPlayback = std::nullopt;
+    preview_.selectedBatchPreviewIndex = row;
     selectBatchChannelForPlayback(channelIndex);
 }
 
-void BatchPreview::playBatchMix() { deck_.playWhole(state_.selectedBatchChannelForPlayback); }
+void BatchPreview::selectNoPoly() { preview_.selectedBatchPreviewIndex = std::nullopt; }
+
+void BatchPreview::playBatchMix() { deck_.playWhole(preview_.selectedBatchChannelForPlayback); }
 
 void BatchPreview::cleanupBatchPreviewTempFiles() {
     bool anyReady = false;
-    for (std::size_t row = 0; row < state_.batchPolyMetadata.size(); ++row) {
-        const BatchPolyMetadata& poly = state_.batchPolyMetadata[row];
+    for (std::size_t row = 0; row < source_.batchPolyMetadata.size(); ++row) {
+        const BatchPolyMetadata& poly = source_.batchPolyMetadata[row];
         if (!poly.isPreviewReady) continue;
         anyReady = true;
         if (deck_.isEnabled() && deck_.mixer()->sourceURLs() == poly.extractedChannelURLs) deck_.clear();
-        state_.batchPolyMetadata.update(row, [](BatchPolyMetadata& metadata) {
+        source_.batchPolyMetadata.update(row, [](BatchPolyMetadata& metadata) {
             metadata.isPreviewReady = false;
             metadata.extractedChannelURLs.clear();
         });
     }
-    if (anyReady) state_.selectedBatchPreviewIndex = std::nullopt;
+    if (anyReady) preview_.selectedBatchPreviewIndex = std::nullopt;
     folder_.remove();
 }
 
 QString BatchPreview::batchPlaybackDisplayLabel() const {
-    if (const auto& index = state_.selectedBatchChannelForPlayback.value()) {
+    if (const auto& index = preview_.selectedBatchChannelForPlayback.value()) {
         const auto row = static_cast<std::size_t>(*index);
-        return PreviewDeck::numbered(
-            *index, row < state_.batchChannelItems.size() ? state_.batchChannelItems[row].trackName : noTrackName());
+        return PreviewDeck::numbered(*index, row < preview_.batchChannelItems.size()
+                                                 ? preview_.batchChannelItems[row].trackName
+                                                 : noTrackName());
     }
-    const auto& poly = state_.selectedBatchPreviewIndex.value();
-    if (poly && validRow(*poly)) return state_.batchPolyMetadata[static_cast<std::size_t>(*poly)].baseName;
+    const auto& poly = preview_.selectedBatchPreviewIndex.value();
+    if (poly && validRow(*poly)) return source_.batchPolyMetadata[static_cast<std::size_t>(*poly)].baseName;
     return QStringLiteral("Select a channel to preview");
 }
 
 std::optional<int> BatchPreview::activeBatchChannelNumber() const {
-    return PreviewDeck::oneBased(state_.selectedBatchChannelForPlayback.value());
+    return PreviewDeck::oneBased(preview_.selectedBatchChannelForPlayback.value());
 }
 
 } // namespace ostrel

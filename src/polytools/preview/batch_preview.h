@@ -3,13 +3,15 @@
 
 #include "polytools/preview/preview_deck.h"
 #include "polytools/preview/preview_files.h"
+#include "polytools/state/source_state.h"
 
 namespace ostrel {
 
 class BatchPreview {
 public:
-    BatchPreview(PolyToolsState& state, PolyToolsServices& services, PreviewDeck& deck)
-        : state_(state), services_(services), deck_(deck) {}
+    BatchPreview(const PolyToolsState& state, SourceState& source, PreviewState& preview, PolyToolsServices& services,
+                 PreviewDeck& deck)
+        : state_(state), source_(source), preview_(preview), services_(services), deck_(deck) {}
 
     void extractBatchPolyForPreview(int row, bool autoPlay = true);
     void extractBatchPolyForPreviewSilent(int row);
@@ -23,6 +25,7 @@ public:
     void playBatchPoly(int row);
     void playBatchChannel(int row, int channelIndex);
     void cleanupBatchPreviewTempFiles();
+    void selectNoPoly();
 
     // For the transport. The number is 1-based; nothing where no single channel is heard.
     QString batchPlaybackDisplayLabel() const;
@@ -38,7 +41,9 @@ private:
     bool isInMixer(int row) const;
     bool validRow(int row) const;
 
-    PolyToolsState& state_;
+    const PolyToolsState& state_;
+    SourceState& source_;
+    PreviewState& preview_;
     PolyToolsServices& services_;
     PreviewDeck& deck_;
     PreviewFolder folder_{QStringLiteral("Tessarine_BatchPreview")};

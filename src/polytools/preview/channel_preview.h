@@ -3,13 +3,15 @@
 
 #include "polytools/preview/preview_deck.h"
 #include "polytools/preview/preview_files.h"
+#include "polytools/state/source_state.h"
 
 namespace ostrel {
 
 class ChannelPreview {
 public:
-    ChannelPreview(PolyToolsState& state, PolyToolsServices& services, PreviewDeck& deck)
-        : state_(state), services_(services), deck_(deck) {}
+    ChannelPreview(const PolyToolsState& state, const SourceState& source, PreviewState& preview,
+                   PolyToolsServices& services, PreviewDeck& deck)
+        : state_(state), source_(source), preview_(preview), services_(services), deck_(deck) {}
 
     // Ends when the channels are loaded.
     QCoro::Task<> extractAllChannelsForPreview();
@@ -25,7 +27,9 @@ private:
     QCoro::Task<> extractThenSelect(int channelIndex);
     void loadPolyUnlessLoaded();
 
-    PolyToolsState& state_;
+    const PolyToolsState& state_;
+    const SourceState& source_;
+    PreviewState& preview_;
     PolyToolsServices& services_;
     PreviewDeck& deck_;
     PreviewFolder folder_{QStringLiteral("Tessarine_Preview")};

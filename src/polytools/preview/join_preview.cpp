@@ -17,7 +17,7 @@ QStringList urlsOf(const std::vector<ISOFile>& isos) {
 
 QStringList JoinPreview::selectedISOs() const {
     QStringList urls;
-    for (const ISOFile& iso : state_.isoFiles) {
+    for (const ISOFile& iso : join_.isoFiles) {
         if (iso.isSelected) urls << iso.url;
     }
     return urls;
@@ -26,7 +26,7 @@ QStringList JoinPreview::selectedISOs() const {
 void JoinPreview::loadAllISOsForPreview() {
     const QStringList urls = selectedISOs();
     if (!deck_.isEnabled() || urls.isEmpty()) return;
-    loadISOs(urls, state_.isoFiles[0].bitDepth,
+    loadISOs(urls, join_.isoFiles[0].bitDepth,
              QStringLiteral("Loaded %1 ISOs for instant preview — generating poly source...").arg(urls.size()));
 }
 
@@ -74,48 +74,48 @@ void JoinPreview::updatePreviewMix() {
 }
 
 void JoinPreview::selectISOForPlayback(int row) {
-    if (!deck_.isEnabled() || row < 0 || static_cast<std::size_t>(row) >= state_.isoFiles.size()) return;
+    if (!deck_.isEnabled() || row < 0 || static_cast<std::size_t>(row) >= join_.isoFiles.size()) return;
     if (deck_.mixer()->sourceURLs() != selectedISOs()) loadAllISOsForPreview();
-    const ISOFile& iso = state_.isoFiles[static_cast<std::size_t>(row)];
-    deck_.listenTo(state_.selectedISOForPlayback, row, iso.url, QStringLiteral("Selected ISO %1").arg(row + 1));
+    const ISOFile& iso = join_.isoFiles[static_cast<std::size_t>(row)];
+    deck_.listenTo(preview_.selectedISOForPlayback, row, iso.url, QStringLiteral("Selected ISO %1").arg(row + 1));
 }
 
 void JoinPreview::toggleISOSolo(int row) {
-    if (!deck_.isEnabled() || row < 0 || static_cast<std::size_t>(row) >= state_.isoFiles.size()) return;
+    if (!deck_.isEnabled() || row < 0 || static_cast<std::size_t>(row) >= join_.isoFiles.size()) return;
     if (deck_.mixer()->sourceURLs() != selectedISOs()) loadAllISOsForPreview();
-    deck_.toggleSolo(state_.selectedISOForPlayback, row, state_.isoFiles[static_cast<std::size_t>(row)].url);
+    deck_.toggleSolo(preview_.selectedISOForPlayback, row, join_.isoFiles[static_cast<std::size_t>(row)].url);
 }
 
 // After the preview was cleared, or another mode had the mixer, the ISOs are loaded again.
 void JoinPreview::playJoinPolySource() {
     if (!deck_.isEnabled()) return;
     if (deck_.mixer()->sourceURLs() != selectedISOs()) loadAllISOsForPreview();
-    deck_.playWhole(state_.selectedISOForPlayback);
+    deck_.playWhole(preview_.selectedISOForPlayback);
 }
 
 void JoinPreview::loadGroupForPreview(const ISOGroupCandidate& group) {
     const std::vector<ISOFile> isos = group.sortedISOs();
     if (!deck_.isEnabled() || isos.empty()) return;
-    state_.previewedGroupISOs = isos;
-    state_.previewedGroupOutputName = group.suggestedOutputName();
+    preview_.previewedGroupISOs = isos;
+    preview_.previewedGroupOutputName = group.suggestedOutputName();
     std::set<int> all;
     for (int i = 0; i < static_cast<int>(isos.size()); ++i) all.insert(i);
-    state_.previewIncludedIndices = all;
+    preview_.previewIncludedIndices = all;
     const QStringList urls = urlsOf(isos);
     loadISOs(urls, isos.front().bitDepth,
              QStringLiteral("Loaded %1 ISOs for group preview — generating poly source...").arg(urls.size()));
-    state_.previewedGroupID = group.id;
+    preview_.previewedGroupID = group.id;
 }
 
 void JoinPreview::selectPreviewISO(int row) {
-    const std::vector<ISOFile>& isos = state_.previewedGroupISOs.value();
+    const std::vector<ISOFile>& isos = preview_.previewedGroupISOs.value();
     if (!deck_.isEnabled() || row < 0 || static_cast<std::size_t>(row) >= isos.size()) return;
-    deck_.toggleSolo(state_.selectedPreviewISOIndex, row, isos[static_cast<std::size_t>(row)].url);
+    deck_.toggleSolo(preview_.selectedPreviewISOIndex, row, isos[static_cast<std::size_t>(row)].url);
 }
 
 bool JoinPreview::holdsGroup(const QUuid& group) const {
-    return deck_.isEnabled() && state_.previewedGroupID.value() == group &&
-           deck_.mixer()->sourceURLs() == urlsOf(state_.previewedGroupISOs.value());
+    return deck_.isEnabled() && preview_.previewedGroupID.value() == group &&
+           deck_.mixer()->sourceURLs() == urlsOf(preview_.previewedGroupISOs.value());
 }
 
 void JoinPreview::previewGroupISO(const ISOGroupCandidate& group, int row) {
@@ -129,42 +129,42 @@ void JoinPreview::playGroup(const ISOGroupCandidate& group) {
 }
 
 void JoinPreview::groupsChanged() {
-    const QUuid id = state_.previewedGroupID.value();
+    const QUuid id = preview_.previewedGroupID.value();
     if (id.isNull()) return;
-    const std::vector<ISOGroupCandidate>& groups = state_.reviewedGroups.rows();
+    const std::vector<ISOGroupCandidate>& groups = join_.reviewedGroups.rows();
     const auto group = std::ranges::find(groups, id, &ISOGroupCandidate::id);
-    if (group != groups.end() && group->sortedISOs() == state_.previewedGroupISOs.value()) return;
-    state_.previewedGroupISOs = std::vector<ISOFile>();
-    state_.previewedGroupOutputName = QString();
+    if (group != groups.end() && group->sortedISOs() == preview_.previewedGroupISOs.value()) return;
+    preview_.previewedGroupISOs = std::vector<ISOFile>();
+    preview_.previewedGroupOutputName = QString();
     deck_.clear();
 }
 
-void JoinPreview::playPreviewPolySource() { deck_.playWhole(state_.selectedPreviewISOIndex); }
+void JoinPreview::playPreviewPolySource() { deck_.playWhole(preview_.selectedPreviewISOIndex); }
 
 QString JoinPreview::joinPlaybackDisplayLabel() const {
-    if (const auto& index = state_.selectedISOForPlayback.value()) {
+    if (const auto& index = preview_.selectedISOForPlayback.value()) {
         const auto row = static_cast<std::size_t>(*index);
-        if (row < state_.isoFiles.size()) return PreviewDeck::numbered(*index, state_.isoFiles[row].fileName);
+        if (row < join_.isoFiles.size()) return PreviewDeck::numbered(*index, join_.isoFiles[row].fileName);
     }
-    if (deck_.isEnabled() && deck_.mixer()->isPlaying.value()) return state_.joinOutputName.value();
+    if (deck_.isEnabled() && deck_.mixer()->isPlaying.value()) return join_.joinOutputName.value();
     return QStringLiteral("Click an ISO to preview");
 }
 
 QString JoinPreview::previewGroupDisplayLabel() const {
-    const std::vector<ISOFile>& isos = state_.previewedGroupISOs.value();
-    if (const auto& index = state_.selectedPreviewISOIndex.value()) {
+    const std::vector<ISOFile>& isos = preview_.previewedGroupISOs.value();
+    if (const auto& index = preview_.selectedPreviewISOIndex.value()) {
         const auto row = static_cast<std::size_t>(*index);
         if (row < isos.size()) return PreviewDeck::numbered(*index, isos[row].fileName);
     }
-    return isos.empty() ? QStringLiteral("Click an ISO to preview") : state_.previewedGroupOutputName.value();
+    return isos.empty() ? QStringLiteral("Click an ISO to preview") : preview_.previewedGroupOutputName.value();
 }
 
 std::optional<int> JoinPreview::activeJoinChannelNumber() const {
-    return PreviewDeck::oneBased(state_.selectedISOForPlayback.value());
+    return PreviewDeck::oneBased(preview_.selectedISOForPlayback.value());
 }
 
 std::optional<int> JoinPreview::activePreviewChannelNumber() const {
-    return PreviewDeck::oneBased(state_.selectedPreviewISOIndex.value());
+    return PreviewDeck::oneBased(preview_.selectedPreviewISOIndex.value());
 }
 
 void JoinPreview::cleanupJoinPreview() {

@@ -4,13 +4,15 @@
 
 #include "polytools/preview/preview_deck.h"
 #include "polytools/preview/preview_files.h"
+#include "polytools/state/join_state.h"
 
 namespace ostrel {
 
 class JoinPreview {
 public:
-    JoinPreview(PolyToolsState& state, PolyToolsServices& services, PreviewDeck& deck)
-        : state_(state), services_(services), deck_(deck) {}
+    JoinPreview(const PolyToolsState& state, const JoinState& join, PreviewState& preview, PolyToolsServices& services,
+                PreviewDeck& deck)
+        : state_(state), join_(join), preview_(preview), services_(services), deck_(deck) {}
 
     void loadAllISOsForPreview();
     void updatePreviewMix(); // after a change of selection or order
@@ -39,7 +41,9 @@ private:
     QStringList selectedISOs() const;
     bool holdsGroup(const QUuid& group) const;
 
-    PolyToolsState& state_;
+    const PolyToolsState& state_;
+    const JoinState& join_;
+    PreviewState& preview_;
     PolyToolsServices& services_;
     PreviewDeck& deck_;
     PreviewFolder folder_{QStringLiteral("Tessarine_JoinPreview")};

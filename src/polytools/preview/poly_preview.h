@@ -10,12 +10,14 @@ namespace ostrel {
 
 class PolyPreview {
 public:
-    PolyPreview(PolyToolsState& state, PolyToolsServices& services, AudioOutput* output)
-        : deck_(state, services, output), channels_(state, services, deck_), batch_(state, services, deck_),
-          join_(state, services, deck_) {}
+    PolyPreview(const PolyToolsState& state, SourceState& source, const JoinState& join, PreviewState& preview,
+                PolyToolsServices& services, AudioOutput* output)
+        : deck_(state, preview, services, output), channels_(state, source, preview, services, deck_),
+          batch_(state, source, preview, services, deck_), join_(state, join, preview, services, deck_) {}
 
     PreviewDeck& deck() { return deck_; }
     const PreviewDeck& deck() const { return deck_; }
+    PreviewMixer* mixer() const { return deck_.mixer(); } // null without an audio output
     ChannelPreview& channels() { return channels_; }
     BatchPreview& batch() { return batch_; }
     JoinPreview& join() { return join_; }

@@ -8,8 +8,9 @@ namespace ostrel {
 
 using Task = PolyToolsServices::Task;
 
-PreviewDeck::PreviewDeck(PolyToolsState& state, PolyToolsServices& services, AudioOutput* output)
-    : state_(state), services_(services) {
+PreviewDeck::PreviewDeck(const PolyToolsState& state, PreviewState& preview, PolyToolsServices& services,
+                         AudioOutput* output)
+    : state_(state), preview_(preview), services_(services) {
     if (output) mixer_ = std::make_unique<PreviewMixer>(*output);
 }
 
@@ -52,17 +53,21 @@ QCoro::Task<std::optional<QStringList>> PreviewDeck::extractChannels(QString url
         if (handle.isCancelled()) co_return std::nullopt;
         urls << extracted.urls;
         for (const QString& failure : extracted.failures) log(LogLevel::warning, logStart + failure);
-        if (showsProgress) state_.previewPreparationProgress = std::pair(channel + 1, channelCount);
+        if (showsProgress) preview_.previewPreparationProgress = std::pair(channel + 1, channelCount);
     }
     co_return urls;
 }
 
+void PreviewDeck::forgetPreparation() {
+    preview_.isPreparingPreview = false;
+    preview_.previewPreparationProgress = std::nullopt;
+    preview_.isExtractingBatchPreview = false;
+    preview_.isLoadingAllPreviews = false;
+}
+
 // A preparation that another one takes the place of ends without a word.
 TaskHandle PreviewDeck::begin() {
-    state_.isPreparingPreview = false;
-    state_.previewPreparationProgress = std::nullopt;
-    state_.isExtractingBatchPreview = false;
-    state_.isLoadingAllPreviews = false;
+    forgetPreparation();
     return services_.begin(Task::preview);
 }
 
@@ -106,11 +111,11 @@ void PreviewDeck::toggleSolo(QProperty<std::optional<int>>& selection, int index
 
 void PreviewDeck::clear() {
     if (mixer_) mixer_->cleanup();
-    state_.selectedChannelForPlayback = std::nullopt;
-    state_.selectedBatchChannelForPlayback = std::nullopt;
-    state_.selectedISOForPlayback = std::nullopt;
-    state_.selectedPreviewISOIndex = std::nullopt;
-    state_.previewedGroupID = QUuid();
+    preview_.selectedChannelForPlayback = std::nullopt;
+    preview_.selectedBatchChannelForPlayback = std::nullopt;
+    preview_.selectedISOForPlayback = std::nullopt;
+    preview_.selectedPreviewISOIndex = std::nullopt;
+    preview_.previewedGroupID = QUuid();
 }
 
 } // namespace ostrel

@@ -6,7 +6,8 @@
 #pragma once
 
 #include "polytools/services/poly_tools_services.h"
-#include "polytools/services/poly_tools_state.h"
+#include "polytools/state/poly_tools_state.h"
+#include "polytools/state/preview_state.h"
 #include "preview/preview_mixer.h"
 
 #include <memory>
@@ -16,7 +17,7 @@ namespace ostrel {
 
 class PreviewDeck {
 public:
-    PreviewDeck(PolyToolsState& state, PolyToolsServices& services, AudioOutput* output);
+    PreviewDeck(const PolyToolsState& state, PreviewState& preview, PolyToolsServices& services, AudioOutput* output);
 
     bool isEnabled() const { return mixer_ != nullptr; }
     PreviewMixer* mixer() const { return mixer_.get(); } // null where this is not enabled
@@ -24,6 +25,7 @@ public:
     void clear(); // nothing is loaded, nothing chosen
     void log(LogLevel level, const QString& message) { services_.log(level, LogCategory::process, message); }
 
+    void forgetPreparation(); // its flags; its task is told by its handle
     // The handle of a preparation; one that another takes the place of ends without a word.
     TaskHandle begin();
 
@@ -53,7 +55,8 @@ private:
     static ExtractedChannels extractOne(const QString& polyURL, int channel, const QString& folder,
                                         const QString& ffmpegPath);
 
-    PolyToolsState& state_;
+    const PolyToolsState& state_;
+    PreviewState& preview_;
     PolyToolsServices& services_;
     std::unique_ptr<PreviewMixer> mixer_;
 };

@@ -18,11 +18,7 @@ namespace ostrel {
 void EngineLog::debug(const QString& message) const { appendToDebugLog(tag_, message); }
 
 void EngineLog::add(LogLevel level, LogCategory category, const QString& message) {
-    ProcessingLogEntry entry;
-    entry.level = level;
-    entry.category = category;
-    entry.message = message;
-    entry.baseName = baseName_;
+    ProcessingLogEntry entry = logEntry(level, category, message, baseName_);
     if (hooks_.onLogEntry) hooks_.onLogEntry(entry);
     entries_.push_back(std::move(entry));
 }

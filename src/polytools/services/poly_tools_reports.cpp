@@ -64,18 +64,18 @@ struct JoinCounts {
     int errors = 0;
 };
 
-QString writeJoin(const PolyToolsState& state, const ISOFile& first, qsizetype isoCount, const JoinCounts& counts,
-                  const QVector<QStringList>& rows, const QString& outputFolder) {
-    const QString folder = state.joinSourceFolder.value();
+QString writeJoin(const PolyToolsState& state, const JoinState& join, const ISOFile& first, qsizetype isoCount,
+                  const JoinCounts& counts, const QVector<QStringList>& rows, const QString& outputFolder) {
+    const QString folder = join.joinSourceFolder.value();
     Pairs metadata;
     if (folder.isEmpty()) {
         metadata << std::pair(QStringLiteral("Source Files"),
-                              namesOf(state.selectedJoinFiles.value().value_or(QStringList())));
+                              namesOf(join.selectedJoinFiles.value().value_or(QStringList())));
     } else {
         metadata << std::pair(QStringLiteral("Source Folder"), folder);
     }
     metadata << std::pair(QStringLiteral("Output Folder"), outputFolder)
-             << std::pair(QStringLiteral("Channel Layout"), rawText(state.joinChannelLayout.value()))
+             << std::pair(QStringLiteral("Channel Layout"), rawText(join.joinChannelLayout.value()))
              << std::pair(QStringLiteral("Total Source ISOs"), number(isoCount))
              << std::pair(QStringLiteral("Groups Processed"), number(counts.groups))
              << std::pair(QStringLiteral("Polys Created"), number(counts.created))
@@ -83,7 +83,7 @@ QString writeJoin(const PolyToolsState& state, const ISOFile& first, qsizetype i
              << std::pair(QStringLiteral("Errors"), number(counts.errors))
              << std::pair(QStringLiteral("Sample Rate"), rateText(first.sampleRate))
              << std::pair(QStringLiteral("Bit Depth"), depthText(first.bitDepth))
-             << std::pair(QStringLiteral("Keep Original Name"), yesNo(state.joinKeepOriginalName.value()))
+             << std::pair(QStringLiteral("Keep Original Name"), yesNo(join.joinKeepOriginalName.value()))
              << std::pair(QStringLiteral("Skip If Exists"), yesNo(state.skipIfExists.value()))
              << std::pair(QStringLiteral("Overwrite Existing"), yesNo(state.overwriteExisting.value()));
     const QStringList headers{
@@ -100,27 +100,28 @@ QString writeJoin(const PolyToolsState& state, const ISOFile& first, qsizetype i
 }
 
 // "Channel removal (channels 2, 4) + Track rename (1)", or "None".
-QString editsApplied(const PolyToolsState& state) {
+QString editsApplied(const EditState& edit) {
     QStringList parts;
-    if (const auto& filter = state.channelRemovalFilter.value()) {
+    if (const auto& filter = edit.channelRemovalFilter.value()) {
         parts << (filter->selectedChannelIndices.empty()
                       ? QStringLiteral("Channel removal (tracks containing: %1)").arg(filter->nameContainsFilter)
                       : QStringLiteral("Channel removal (channels: %1)")
                             .arg(joinedNumbers(filter->selectedChannelIndices)));
     }
-    if (const auto& reorder = state.channelReorderMap.value()) {
+    if (const auto& reorder = edit.channelReorderMap.value()) {
         parts << QStringLiteral("Channel reorder (%1)").arg(numbersOf(*reorder).join(QStringLiteral(", ")));
     }
-    if (!state.channelRemovalRenameMap.value().empty()) {
-        parts << QStringLiteral("Track rename (%1)").arg(state.channelRemovalRenameMap.value().size());
+    if (!edit.channelRemovalRenameMap.value().empty()) {
+        parts << QStringLiteral("Track rename (%1)").arg(edit.channelRemovalRenameMap.value().size());
     }
     return parts.isEmpty() ? QStringLiteral("None") : parts.join(QStringLiteral(" + "));
 }
 
 } // namespace
 
-QString writeSplitReport(const PolyToolsState& state, const QString& outputFolder) {
-    const PolyFile poly = state.polyFile.value().value_or(PolyFile());
+QString writeSplitReport(const PolyToolsState& state, const SourceState& source, const SplitState& split,
+                         const QString& outputFolder) {
+    const PolyFile poly = source.polyFile.value().value_or(PolyFile());
     const Pairs metadata{
         {QStringLiteral("Source File"), poly.fileName},
         {QStringLiteral("Source Path"), poly.url},
@@ -131,12 +132,12 @@ QString writeSplitReport(const PolyToolsState& state, const QString& outputFolde
         {QStringLiteral("Duration"), CSVReportGenerator::formatDuration(poly.duration)},
         {QStringLiteral("File Size"), sizeText(poly.fileSize)},
         {QStringLiteral("Output Folder"), outputFolder},
-        {QStringLiteral("Naming Pattern"), rawText(state.splitNamingPattern.value())}};
+        {QStringLiteral("Naming Pattern"), rawText(split.splitNamingPattern.value())}};
     const QStringList headers{QStringLiteral("Channel"),     QStringLiteral("Track Name"),
                               QStringLiteral("Output File"), QStringLiteral("Sample Rate"),
                               QStringLiteral("Bit Depth"),   QStringLiteral("Status")};
     QVector<QStringList> rows;
-    for (const ChannelItem& item : state.channelItems) {
+    for (const ChannelItem& item : source.channelItems) {
         rows << QStringList{number(item.channelIndex + 1), item.trackName,           item.outputFileName,
                             rateText(poly.sampleRate),     depthText(poly.bitDepth), displayName(item.status)};
     }
@@ -146,13 +147,13 @@ QString writeSplitReport(const PolyToolsState& state, const QString& outputFolde
     return CSVReportGenerator::generate(QStringLiteral("PolySplit"), metadata, headers, rows, summary, outputFolder);
 }
 
-QString writeBatchSplitReport(const PolyToolsState& state, const QString& outputFolder) {
-    const BatchSplitResult results = state.batchResults.value().value_or(BatchSplitResult());
-    const auto& selected = state.selectedFiles.value();
-    const Pairs metadata{{QStringLiteral("Source"), selected ? namesOf(*selected) : state.sourceFolder.value()},
+QString writeBatchSplitReport(const SourceState& source, const SplitState& split, const QString& outputFolder) {
+    const BatchSplitResult results = source.batchResults.value().value_or(BatchSplitResult());
+    const auto& selected = source.selectedFiles.value();
+    const Pairs metadata{{QStringLiteral("Source"), selected ? namesOf(*selected) : source.sourceFolder.value()},
                          {QStringLiteral("Output Folder"), outputFolder},
-                         {QStringLiteral("Organization"), rawText(state.folderOrganization.value())},
-                         {QStringLiteral("Recursive"), yesNo(state.recursiveScan.value())},
+                         {QStringLiteral("Organization"), rawText(split.folderOrganization.value())},
+                         {QStringLiteral("Recursive"), yesNo(source.recursiveScan.value())},
                          {QStringLiteral("Files Processed"), number(results.processedFiles)},
                          {QStringLiteral("Total ISOs Created"), number(results.totalISOsCreated)},
                          {QStringLiteral("Success"), number(results.successCount)},
@@ -184,8 +185,8 @@ QString writeBatchSplitReport(const PolyToolsState& state, const QString& output
     return CSVReportGenerator::generate(QStringLiteral("BatchSplit"), metadata, headers, rows, summary, outputFolder);
 }
 
-QString writeJoinReport(const PolyToolsState& state, const std::vector<ISOFile>& joined, const QString& outputURL,
-                        const ItemOutcome& outcome, const QString& outputFolder) {
+QString writeJoinReport(const PolyToolsState& state, const JoinState& join, const std::vector<ISOFile>& joined,
+                        const QString& outputURL, const ItemOutcome& outcome, const QString& outputFolder) {
     ISOGroupCandidate group;
     group.isoFiles = joined;
     group.groupingMethod = GroupingMethod::manual;
@@ -194,11 +195,13 @@ QString writeJoinReport(const PolyToolsState& state, const std::vector<ISOFile>&
     const QStringList row = joinRow(1, group, confidenceText(group), paths::lastComponent(outputURL), outcome.status,
                                     failed ? outcome.message : QString());
     const ISOFile first = joined.empty() ? ISOFile() : joined.front();
-    return writeJoin(state, first, static_cast<qsizetype>(joined.size()), {1, made, made, failed}, {row}, outputFolder);
+    return writeJoin(state, join, first, static_cast<qsizetype>(joined.size()), {1, made, made, failed}, {row},
+                     outputFolder);
 }
 
-QString writeBatchJoinReport(const PolyToolsState& state, const std::vector<ISOGroupCandidate>& groups,
-                             const BatchJoinResult& results, const QString& outputFolder) {
+QString writeBatchJoinReport(const PolyToolsState& state, const JoinState& join,
+                             const std::vector<ISOGroupCandidate>& groups, const BatchJoinResult& results,
+                             const QString& outputFolder) {
     QVector<QStringList> rows;
     qsizetype isoCount = 0;
     ISOFile first;
@@ -213,21 +216,21 @@ QString writeBatchJoinReport(const PolyToolsState& state, const std::vector<ISOG
     }
     const JoinCounts counts{results.processedGroups, results.totalPolysCreated, results.successCount,
                             results.errorCount};
-    return writeJoin(state, first, isoCount, counts, rows, outputFolder);
+    return writeJoin(state, join, first, isoCount, counts, rows, outputFolder);
 }
 
-QString writeEditReport(const PolyToolsState& state, const QStringList& files, const BatchSplitResult& results,
-                        const QString& outputFolder) {
-    const bool inPlace = state.editPolyEditInPlace.value() && !state.channelReorderMap.value();
+QString writeEditReport(const SourceState& source, const EditState& edit, const QStringList& files,
+                        const BatchSplitResult& results, const QString& outputFolder) {
+    const bool inPlace = edit.editsInPlace();
     Pairs metadata{{QStringLiteral("Mode"), inPlace ? QStringLiteral("In-Place") : QStringLiteral("New File")},
-                   {QStringLiteral("Edits Applied"), editsApplied(state)}};
-    if (state.selectedFiles.value()) {
+                   {QStringLiteral("Edits Applied"), editsApplied(edit)}};
+    if (source.selectedFiles.value()) {
         metadata << std::pair(QStringLiteral("Source Files"), namesOf(files));
     } else {
-        metadata << std::pair(QStringLiteral("Source Folder"), state.sourceFolder.value());
+        metadata << std::pair(QStringLiteral("Source Folder"), source.sourceFolder.value());
     }
     metadata << std::pair(QStringLiteral("Output Folder"),
-                          inPlace ? QStringLiteral("Same as source (in-place)") : state.splitOutputFolder.value())
+                          inPlace ? QStringLiteral("Same as source (in-place)") : source.splitOutputFolder.value())
              << std::pair(QStringLiteral("Files Processed"), number(results.processedFiles))
              << std::pair(QStringLiteral("Success"), number(results.successCount))
              << std::pair(QStringLiteral("Errors"), number(results.errorCount))

@@ -7,18 +7,6 @@
 #include "platform/text/text.h"
 
 namespace ostrel {
-namespace {
-
-ProcessingLogEntry entryOf(LogLevel level, LogCategory category, const QString& message) {
-    ProcessingLogEntry entry;
-    entry.level = level;
-    entry.category = category;
-    entry.message = message;
-    return entry;
-}
-
-} // namespace
-
 PolyToolsServices::PolyToolsServices(QObject& owner, PolyToolsState& state, DesktopServices& desktop,
                                      std::shared_ptr<ExternalToolDetector> detector, std::function<void()> onTaskEnded)
     : owner_(owner), state_(state), desktop_(desktop),
@@ -52,7 +40,7 @@ void PolyToolsServices::takeTools() {
 // Called on the threads that extract.
 MetadataManifestExtractor::Logger PolyToolsServices::manifestLogger() const {
     return [hop = hop(), state = &state_](const QString& message) {
-        hop([state, entry = entryOf(LogLevel::info, LogCategory::system, message)] {
+        hop([state, entry = logEntry(LogLevel::info, LogCategory::system, message)] {
             state->logEntries.append(entry);
         });
     };
@@ -67,7 +55,7 @@ const MetadataManifestExtractor* PolyToolsServices::manifestExtractor() const {
 }
 
 void PolyToolsServices::log(LogLevel level, LogCategory category, const QString& message) {
-    state_.logEntries.append(entryOf(level, category, message));
+    state_.logEntries.add(level, category, message);
 }
 
 bool PolyToolsServices::requireFFmpeg() {

@@ -9,7 +9,7 @@
 #include "platform/background.h"
 #include "platform/desktop_services.h"
 #include "polytools/services/engine_services.h"
-#include "polytools/services/poly_tools_state.h"
+#include "polytools/state/poly_tools_state.h"
 
 #include <QCoro/QCoroTask>
 #include <functional>

@@ -29,32 +29,32 @@ void PolySourceSelection::applySplitModeDetection(const QStringList& folders, co
 }
 
 void PolySourceSelection::selectSeveralFiles(const QStringList& files) {
-    state_.batchMode = true;
+    source_.batchMode = true;
     if (files.size() > 1) {
         services_.info(kScan, QStringLiteral("✅ Auto-enabled Batch Mode (%1 files selected)").arg(files.size()));
     }
-    state_.selectedFiles = files;
-    state_.sourceFolder = QString();
+    source_.selectedFiles = files;
+    source_.sourceFolder = QString();
     services_.info(kScan, QStringLiteral("Selected %1 poly file(s)").arg(files.size()));
     if (isEditing()) defaultOutputFolder(paths::parent(files.first()), QStringLiteral("✅ Auto-set output folder to: "));
     populateBatchPolyMetadata(files);
 }
 
 void PolySourceSelection::selectOneFile(const QString& file) {
-    state_.batchMode = false;
+    source_.batchMode = false;
     services_.info(kScan, QStringLiteral("✅ Auto-disabled Batch Mode (single file selected)"));
-    state_.selectedFiles = std::nullopt;
-    state_.sourceFolder = QString();
+    source_.selectedFiles = std::nullopt;
+    source_.sourceFolder = QString();
     analyzePolyFile(file);
 }
 
 void PolySourceSelection::selectFolders(const QStringList& folders) {
-    state_.batchMode = true;
+    source_.batchMode = true;
     services_.info(kScan, QStringLiteral("✅ Auto-enabled Batch Mode (folder(s) selected)"));
     if (folders.size() == 1) {
         const QString folder = folders.first();
-        state_.sourceFolder = folder;
-        state_.selectedFiles = std::nullopt;
+        source_.sourceFolder = folder;
+        source_.selectedFiles = std::nullopt;
         services_.info(kScan, QStringLiteral("Source folder selected: ") + paths::lastComponent(folder));
         if (!isEditing()) {
             // The run reads the folder by itself; for the list of polys it is read here.
@@ -65,22 +65,22 @@ void PolySourceSelection::selectFolders(const QStringList& folders) {
     } else {
         services_.info(kScan, QStringLiteral("Scanning %1 folders for poly files...").arg(folders.size()));
     }
-    state_.isScanningBatchFiles = true;
+    source_.isScanningBatchFiles = true;
     services_.run(listFolders(folders, services_.begin(Task::listing)));
 }
 
 void PolySourceSelection::defaultOutputFolder(const QString& folder, const QString& logStart) {
-    if (!state_.splitOutputFolder.value().isEmpty()) return;
-    state_.splitOutputFolder = folder;
+    if (!source_.splitOutputFolder.value().isEmpty()) return;
+    source_.splitOutputFolder = folder;
     services_.info(kScan, logStart + paths::lastComponent(folder));
 }
 
 QCoro::Task<> PolySourceSelection::listFolders(QStringList folders, TaskHandle handle) {
-    const bool recursive = state_.recursiveScan.value();
+    const bool recursive = source_.recursiveScan.value();
     const auto work = [folders, recursive] { return collectRecordings(folders, recursive, {QStringLiteral("wav")}); };
     const CollectedRecordings found = co_await inBackground(services_.owner(), work);
     if (handle.isCancelled()) co_return;
-    state_.isScanningBatchFiles = false;
+    source_.isScanningBatchFiles = false;
     for (const QString& folder : found.unopened)
         services_.warning(kScan, QStringLiteral("Folder can't be read: ") + folder);
     for (const QString& sentence : found.remarks) services_.warning(kScan, sentence);
@@ -89,9 +89,9 @@ QCoro::Task<> PolySourceSelection::listFolders(QStringList folders, TaskHandle h
                                                     : QStringLiteral("No .wav files found in folder"));
         co_return;
     }
-    state_.selectedFiles = found.files;
+    source_.selectedFiles = found.files;
     if (folders.size() > 1) {
-        state_.sourceFolder = QString();
+        source_.sourceFolder = QString();
         services_.info(
             kScan, QStringLiteral("Found %1 poly file(s) in %2 folders").arg(found.files.size()).arg(folders.size()));
     } else {
@@ -101,7 +101,7 @@ QCoro::Task<> PolySourceSelection::listFolders(QStringList folders, TaskHandle h
 }
 
 QCoro::Task<> PolySourceSelection::showFolder(QString folder, TaskHandle handle) {
-    const auto work = [folder, recursive = state_.recursiveScan.value()] {
+    const auto work = [folder, recursive = source_.recursiveScan.value()] {
         return collectRecordings({folder}, recursive, {QStringLiteral("wav")});
     };
     const CollectedRecordings found = co_await inBackground(services_.owner(), work);
@@ -134,8 +134,8 @@ QCoro::Task<> PolySourceSelection::analyze(QString url, TaskHandle handle) {
     if (handle.isCancelled()) co_return; // stopped, or another file was chosen
     if (!loaded) {
         services_.error(kScan, QStringLiteral("Analysis failed: ") + failure);
-        state_.polyFile = std::nullopt;
-        state_.refreshSplitSections();
+        source_.polyFile = std::nullopt;
+        source_.refreshSplitSections();
         state_.isAnalyzing = false;
         co_return;
     }
@@ -147,7 +147,7 @@ QCoro::Task<> PolySourceSelection::analyze(QString url, TaskHandle handle) {
         manifestSaved_ = saved->get_future().share();
         services_.run(saveManifest(loaded->first, saved));
     }
-    state_.refreshSplitSections();
+    source_.refreshSplitSections();
     co_await preview_.channels().extractAllChannelsForPreview();
     if (!handle.isCancelled()) state_.isAnalyzing = false;
 }
@@ -155,11 +155,11 @@ QCoro::Task<> PolySourceSelection::analyze(QString url, TaskHandle handle) {
 void PolySourceSelection::showPoly(const PolyFile& poly, const std::vector<TrackInfo>& tracks) {
     QStringList names;
     for (const TrackInfo& track : tracks) names << track.name;
-    state_.polyFile = poly;
-    state_.hasIXMLTrackNames = !names.isEmpty();
-    state_.trackNames = names;
-    state_.splitNamingPattern = names.isEmpty() ? SplitNamingPattern::channelNumber : SplitNamingPattern::trackName;
-    state_.splitOutputFolder = paths::parent(poly.url);
+    source_.polyFile = poly;
+    source_.hasIXMLTrackNames = !names.isEmpty();
+    source_.trackNames = names;
+    split_.splitNamingPattern = names.isEmpty() ? SplitNamingPattern::channelNumber : SplitNamingPattern::trackName;
+    source_.splitOutputFolder = paths::parent(poly.url);
 
     std::vector<ChannelItem> items;
     for (int i = 0; i < poly.channelCount; ++i) {
@@ -169,7 +169,7 @@ void PolySourceSelection::showPoly(const PolyFile& poly, const std::vector<Track
         item.outputFileName = generateOutputName(paths::stem(poly.url), i, item.trackName);
         items.push_back(std::move(item));
     }
-    state_.channelItems.assign(std::move(items));
+    source_.channelItems.assign(std::move(items));
     services_.success(kScan, QStringLiteral("Loaded: %1 (%2 channels)").arg(poly.fileName).arg(poly.channelCount));
     if (state_.bwfmetaeditPath.value().isEmpty()) {
         services_.warning(LogCategory::metadata, QStringLiteral("bwfmetaedit not found - no track names from iXML"));
@@ -207,7 +207,7 @@ void PolySourceSelection::populateBatchPolyMetadata(const QStringList& urls) {
         return;
     }
     preview_.batch().cleanupBatchPreviewTempFiles();
-    state_.batchPolyMetadata.clear();
+    source_.batchPolyMetadata.clear();
     services_.run(populate(urls, services_.begin(Task::listing)));
 }
 
@@ -233,7 +233,7 @@ QCoro::Task<> PolySourceSelection::populate(QStringList urls, TaskHandle handle)
         if (handle.isCancelled()) co_return;
         for (std::size_t i = 0; i < rows.size(); ++i) {
             if (rows[i]) {
-                state_.batchPolyMetadata.append(*rows[i]);
+                source_.batchPolyMetadata.append(*rows[i]);
             } else {
                 services_.warning(kScan, failures[i]);
             }
@@ -241,9 +241,14 @@ QCoro::Task<> PolySourceSelection::populate(QStringList urls, TaskHandle handle)
     }
 }
 
+void PolySourceSelection::selectOutputFolder() {
+    const QString folder = services_.chooseFolder(QStringLiteral("Select output folder"));
+    if (!folder.isEmpty()) source_.splitOutputFolder = folder;
+}
+
 QString PolySourceSelection::generateOutputName(const QString& baseName, int index, const QString& trackName) const {
-    if (state_.splitKeepOriginalName.value()) return fittedFileName(baseName, QStringLiteral(".wav"));
-    const SplitNamingPattern pattern = state_.splitNamingPattern.value();
+    if (split_.splitKeepOriginalName.value()) return fittedFileName(baseName, QStringLiteral(".wav"));
+    const SplitNamingPattern pattern = split_.splitNamingPattern.value();
     if (pattern == SplitNamingPattern::trackName && isUsableTrackName(trackName)) {
         return trackFileName(baseName, cleanTrackName(trackName));
     }
@@ -251,27 +256,27 @@ QString PolySourceSelection::generateOutputName(const QString& baseName, int ind
 }
 
 void PolySourceSelection::updateOutputNames() {
-    const auto& poly = state_.polyFile.value();
+    const auto& poly = source_.polyFile.value();
     if (!poly) return;
     const QString baseName = paths::stem(poly->url);
-    state_.channelItems.updateAll([&](ChannelItem& item) {
+    source_.channelItems.updateAll([&](ChannelItem& item) {
         item.outputFileName = generateOutputName(baseName, item.channelIndex, item.trackName);
     });
 }
 
-bool PolySourceSelection::hasSplitSourceContent() const {
-    const auto& selected = state_.selectedFiles.value();
-    return !state_.sourceFolder.value().isEmpty() || (selected && !selected->isEmpty()) || state_.polyFile.value();
+bool PolySourceSelection::hasContent() const {
+    const auto& selected = source_.selectedFiles.value();
+    return !source_.sourceFolder.value().isEmpty() || (selected && !selected->isEmpty()) || source_.polyFile.value();
 }
 
 QString PolySourceSelection::batchProcessHelperText() const {
-    const auto& selected = state_.selectedFiles.value();
-    if (state_.sourceFolder.value().isEmpty() && (!selected || selected->isEmpty())) return {};
+    const auto& selected = source_.selectedFiles.value();
+    if (source_.sourceFolder.value().isEmpty() && (!selected || selected->isEmpty())) return {};
     qsizetype channels = 0;
-    for (const BatchPolyMetadata& poly : state_.batchPolyMetadata) channels += poly.channelCount;
-    const qsizetype polys = static_cast<qsizetype>(state_.batchPolyMetadata.size());
+    for (const BatchPolyMetadata& poly : source_.batchPolyMetadata) channels += poly.channelCount;
+    const qsizetype polys = static_cast<qsizetype>(source_.batchPolyMetadata.size());
     const QString what = QStringLiteral("Split %1 %2 → %3 ISOs").arg(polys).arg(plural("poly", polys)).arg(channels);
-    switch (state_.folderOrganization.value()) {
+    switch (split_.folderOrganization.value()) {
     case FolderOrganization::flat: return what + QStringLiteral(" (flat)");
     case FolderOrganization::bySceneTake: return what + QStringLiteral(" into Scene-Take folders");
     case FolderOrganization::byScene: break;
@@ -279,27 +284,27 @@ QString PolySourceSelection::batchProcessHelperText() const {
     return what + QStringLiteral(" into Scene folders");
 }
 
-void PolySourceSelection::clearSplitData() {
+void PolySourceSelection::clear() {
     services_.cancel(Task::analysis);
     services_.cancel(Task::listing);
     state_.isAnalyzing = false;
-    state_.isScanningBatchFiles = false;
-    state_.polyFile = std::nullopt;
-    state_.channelItems.clear();
-    state_.trackNames = std::nullopt;
-    state_.hasIXMLTrackNames = false;
-    state_.splitNamingPattern = SplitNamingPattern::channelNumber;
-    state_.sourceFolder = QString();
-    state_.selectedFiles = std::nullopt;
-    state_.batchResults = std::nullopt;
-    state_.batchProgress = std::nullopt;
+    source_.isScanningBatchFiles = false;
+    source_.polyFile = std::nullopt;
+    source_.channelItems.clear();
+    source_.trackNames = std::nullopt;
+    source_.hasIXMLTrackNames = false;
+    split_.splitNamingPattern = SplitNamingPattern::channelNumber;
+    source_.sourceFolder = QString();
+    source_.selectedFiles = std::nullopt;
+    source_.batchResults = std::nullopt;
+    source_.batchProgress = std::nullopt;
     preview_.deck().clear();
     preview_.channels().cleanupPreviewTempFiles();
     preview_.batch().cleanupBatchPreviewTempFiles();
-    state_.batchPolyMetadata.clear();
-    state_.selectedBatchPreviewIndex = std::nullopt;
-    state_.expandedBatchPolyIndices = std::set<int>();
-    state_.refreshSplitSections();
+    source_.batchPolyMetadata.clear();
+    preview_.batch().selectNoPoly();
+    source_.expandedBatchPolyIndices = std::set<int>();
+    source_.refreshSplitSections();
     services_.info(LogCategory::system, QStringLiteral("Cleared split data - ready for new file"));
 }
 

@@ -4,7 +4,9 @@
 
 #include "metadata/metadata_manifest.h"
 #include "polytools/services/poly_tools_services.h"
-#include "polytools/services/poly_tools_state.h"
+#include "polytools/state/poly_tools_state.h"
+#include "polytools/state/source_state.h"
+#include "polytools/state/split_state.h"
 
 #include <QStringList>
 #include <future>
@@ -15,23 +17,25 @@ class PolyPreview;
 
 class PolySourceSelection {
 public:
-    PolySourceSelection(PolyToolsState& state, PolyToolsServices& services, PolyPreview& preview)
-        : state_(state), services_(services), preview_(preview) {}
+    PolySourceSelection(PolyToolsState& state, SourceState& source, SplitState& split, PolyToolsServices& services,
+                        PolyPreview& preview)
+        : state_(state), source_(source), split_(split), services_(services), preview_(preview) {}
 
     // Folders win over files. Decides `batchMode`.
     void applySplitModeDetection(const QStringList& folders, const QStringList& files);
     void selectPolyFile();
     void analyzePolyFile(const QString& url);
     void populateBatchPolyMetadata(const QStringList& urls);
+    void selectOutputFolder(); // of splits and of edits
 
     // The name in the list of channels, by the chosen pattern; `index` is zero-based.
     QString generateOutputName(const QString& baseName, int index, const QString& trackName) const;
     // For when the pattern or the keep flag changed.
     void updateOutputNames();
 
-    bool hasSplitSourceContent() const;
+    bool hasContent() const;
     QString batchProcessHelperText() const;
-    void clearSplitData();
+    void clear();
 
     // Ready once the manifest of the last analysed file is written, or was given up. For a thread of its own to wait
     // on.
@@ -51,6 +55,8 @@ private:
     bool isEditing() const { return state_.mode.value() == PolyMode::editPoly; }
 
     PolyToolsState& state_;
+    SourceState& source_;
+    SplitState& split_;
     PolyToolsServices& services_;
     PolyPreview& preview_;
     std::shared_future<void> manifestSaved_;

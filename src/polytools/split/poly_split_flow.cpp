@@ -14,22 +14,17 @@ using Task = PolyToolsServices::Task;
 
 } // namespace
 
-bool PolySplitFlow::canRunSplit() const {
-    const auto& poly = state_.polyFile.value();
+bool PolySplitFlow::canRun() const {
+    const auto& poly = source_.polyFile.value();
     return state_.ffmpegAvailable.value() && poly && poly->channelCount >= 2 &&
-           !state_.splitOutputFolder.value().isEmpty() && !state_.isProcessing.value();
+           !source_.splitOutputFolder.value().isEmpty() && !state_.isProcessing.value();
 }
 
-bool PolySplitFlow::canRunBatchSplit() const {
-    const auto& selected = state_.selectedFiles.value();
-    const bool hasSource = !state_.sourceFolder.value().isEmpty() || (selected && !selected->isEmpty());
-    return state_.ffmpegAvailable.value() && hasSource && !state_.splitOutputFolder.value().isEmpty() &&
+bool PolySplitFlow::canRunBatch() const {
+    const auto& selected = source_.selectedFiles.value();
+    const bool hasSource = !source_.sourceFolder.value().isEmpty() || (selected && !selected->isEmpty());
+    return state_.ffmpegAvailable.value() && hasSource && !source_.splitOutputFolder.value().isEmpty() &&
            !state_.isProcessing.value();
-}
-
-void PolySplitFlow::selectOutputFolder() {
-    const QString folder = services_.chooseFolder(QStringLiteral("Select output folder"));
-    if (!folder.isEmpty()) state_.splitOutputFolder = folder;
 }
 
 void PolySplitFlow::beginRun() {
@@ -39,30 +34,30 @@ void PolySplitFlow::beginRun() {
 
 SplitOptions PolySplitFlow::splitOptions() const {
     SplitOptions options;
-    options.namingPattern = state_.splitNamingPattern.value();
-    options.trackNames = state_.trackNames.value();
+    options.namingPattern = split_.splitNamingPattern.value();
+    options.trackNames = source_.trackNames.value();
     options.skipIfExists = state_.skipIfExists.value();
     options.overwriteExisting = state_.overwriteExisting.value();
-    options.keepOriginalName = state_.splitKeepOriginalName.value();
+    options.keepOriginalName = split_.splitKeepOriginalName.value();
     return options;
 }
 
 PolySplitEngine::Progress PolySplitFlow::channelProgress(const TaskHandle& handle) const {
-    return services_.follow(handle, [state = &state_](double fraction, const QString& name) {
-        state->splitProgress = fraction;
+    return services_.follow(handle, [state = &state_, split = &split_](double fraction, const QString& name) {
+        split->splitProgress = fraction;
         state->currentProcessingItem = name;
     });
 }
 
-void PolySplitFlow::runSplit() {
-    const auto& poly = state_.polyFile.value();
+void PolySplitFlow::run() {
+    const auto& poly = source_.polyFile.value();
     if (!poly) return services_.error(kProcess, QStringLiteral("No valid poly file selected"));
-    if (state_.splitOutputFolder.value().isEmpty())
+    if (source_.splitOutputFolder.value().isEmpty())
         return services_.error(kProcess, QStringLiteral("No output folder selected"));
     if (!services_.requireFFmpeg()) return;
     beginRun();
-    state_.isSplitting = true;
-    state_.splitProgress = 0;
+    split_.isSplitting = true;
+    split_.splitProgress = 0;
     services_.run(split(*poly, services_.begin(Task::split)));
 }
 
@@ -71,13 +66,13 @@ QCoro::Task<> PolySplitFlow::split(PolyFile poly, TaskHandle handle) {
     if (!folder.isEmpty() && !handle.isCancelled()) co_await splitInto(poly, folder, handle);
     if (handle.isCancelled()) co_return; // the stop has reset the flags, and another run may have set them
     state_.isProcessing = false;
-    state_.isSplitting = false;
+    split_.isSplitting = false;
 }
 
 // Where the ISOs go, made ready; empty if it could not be made.
 QCoro::Task<QString> PolySplitFlow::effectiveFolder(PolyFile poly) {
-    const QString base = state_.splitOutputFolder.value();
-    const FolderOrganization organization = state_.folderOrganization.value();
+    const QString base = source_.splitOutputFolder.value();
+    const FolderOrganization organization = split_.folderOrganization.value();
     struct Folder {
         QString path;
         bool created = false;
@@ -128,7 +123,7 @@ QCoro::Task<> PolySplitFlow::splitInto(PolyFile poly, QString folder, TaskHandle
         return engine.split(poly, folder, options, progress);
     };
     const auto [result, failure] = co_await services_.attempt(work);
-    const auto& shown = state_.polyFile.value();
+    const auto& shown = source_.polyFile.value();
     const bool isShown = shown && shown->url == poly.url;
     if (handle.isCancelled() && !(isShown && isOfLastRun())) co_return;
     if (result) {
@@ -153,47 +148,48 @@ void PolySplitFlow::countSplit(const SplitResult& result) {
 void PolySplitFlow::showSplit(const SplitResult& result, const QString& folder) {
     countSplit(result);
     std::size_t row = 0;
-    state_.channelItems.updateAll([&](ChannelItem& item) {
+    source_.channelItems.updateAll([&](ChannelItem& item) {
         if (row >= result.channels.size()) return; // stopped ahead of it
         const ItemOutcome& channel = result.channels[row++];
         item.status = channel.succeeded() ? ItemStatus::complete
                       : channel.skipped() ? ItemStatus::skipped
                                           : ItemStatus::error;
     });
-    if (row < state_.channelItems.size()) {
+    if (row < source_.channelItems.size()) {
         services_.warning(
-            kProcess, QStringLiteral("Split stopped after %1 of %2 channels").arg(row).arg(state_.channelItems.size()));
+            kProcess,
+            QStringLiteral("Split stopped after %1 of %2 channels").arg(row).arg(source_.channelItems.size()));
     } else if (result.errorCount > 0) {
         services_.warning(kProcess, QStringLiteral("Split finished with %1 errors").arg(result.errorCount));
     } else {
         services_.success(kProcess, QStringLiteral("Split complete: %1 files created").arg(result.createdCount));
     }
-    if (state_.generateCSV.value()) services_.noteReport(writeSplitReport(state_, folder));
+    if (state_.generateCSV.value()) services_.noteReport(writeSplitReport(state_, source_, split_, folder));
 }
 
-void PolySplitFlow::startBatchSplit() {
-    const QString folder = state_.splitOutputFolder.value();
-    const auto& selected = state_.selectedFiles.value();
+void PolySplitFlow::runBatch() {
+    const QString folder = source_.splitOutputFolder.value();
+    const auto& selected = source_.selectedFiles.value();
     if (folder.isEmpty()) return services_.error(kProcess, QStringLiteral("Output folder required"));
-    if (state_.sourceFolder.value().isEmpty() && !selected) {
+    if (source_.sourceFolder.value().isEmpty() && !selected) {
         return services_.error(kProcess, QStringLiteral("Select files or folder to process"));
     }
     if (!services_.requireFFmpeg()) return;
     beginRun();
-    state_.isBatchProcessing = true;
-    state_.batchProgress = std::nullopt;
-    state_.batchResults = std::nullopt;
+    source_.isBatchProcessing = true;
+    source_.batchProgress = std::nullopt;
+    source_.batchResults = std::nullopt;
 
     BatchSplitOptions options;
-    options.sourceFolder = state_.sourceFolder.value();
+    options.sourceFolder = source_.sourceFolder.value();
     options.selectedFiles = selected;
     options.outputFolder = folder;
-    options.recursive = state_.recursiveScan.value();
-    options.namingPattern = state_.splitNamingPattern.value();
-    options.folderOrganization = state_.folderOrganization.value();
+    options.recursive = source_.recursiveScan.value();
+    options.namingPattern = split_.splitNamingPattern.value();
+    options.folderOrganization = split_.folderOrganization.value();
     options.skipIfExists = state_.skipIfExists.value();
     options.overwriteExisting = state_.overwriteExisting.value();
-    options.keepOriginalName = state_.splitKeepOriginalName.value();
+    options.keepOriginalName = split_.splitKeepOriginalName.value();
 
     services_.info(kProcess,
                    selected
@@ -206,8 +202,10 @@ void PolySplitFlow::startBatchSplit() {
 }
 
 QCoro::Task<> PolySplitFlow::batchSplit(BatchSplitOptions options, TaskHandle handle) {
-    const auto progress =
-        services_.follow(handle, [state = &state_](const BatchProgress& step) { state->showBatchProgress(step); });
+    const auto progress = services_.follow(handle, [state = &state_, source = &source_](const BatchProgress& step) {
+        source->batchProgress = step;
+        state->currentProcessingItem = step.currentFile;
+    });
     const auto work = [tools = services_.engineTools(), hooks = services_.hooks(handle), options, progress] {
         return ostrel::batchSplit(options, tools, hooks, progress);
     };
@@ -216,7 +214,7 @@ QCoro::Task<> PolySplitFlow::batchSplit(BatchSplitOptions options, TaskHandle ha
         if (result && isOfLastRun()) countBatch(*result, options.outputFolder);
         co_return;
     }
-    state_.isBatchProcessing = false;
+    source_.isBatchProcessing = false;
     state_.isProcessing = false;
     if (result) {
         showBatch(*result, options.outputFolder);
@@ -234,8 +232,9 @@ void PolySplitFlow::showBatch(const BatchSplitResult& result, const QString& fol
 }
 
 void PolySplitFlow::countBatch(const BatchSplitResult& result, const QString& folder) {
-    state_.count(result);
-    if (state_.generateCSV.value()) services_.noteReport(writeBatchSplitReport(state_, folder));
+    source_.batchResults = result;
+    state_.count(result, result.fileResults);
+    if (state_.generateCSV.value()) services_.noteReport(writeBatchSplitReport(source_, split_, folder));
 }
 
 } // namespace ostrel

@@ -2,23 +2,24 @@
 #pragma once
 
 #include "polytools/services/poly_tools_services.h"
-#include "polytools/services/poly_tools_state.h"
 #include "polytools/split/poly_source_selection.h"
 #include "polytools/split/poly_split_engine.h"
+#include "polytools/state/poly_tools_state.h"
+#include "polytools/state/source_state.h"
+#include "polytools/state/split_state.h"
 
 namespace ostrel {
 
 class PolySplitFlow {
 public:
-    PolySplitFlow(PolyToolsState& state, PolyToolsServices& services, const PolySourceSelection& selection)
-        : state_(state), services_(services), selection_(selection) {}
+    PolySplitFlow(PolyToolsState& state, SourceState& source, SplitState& split, PolyToolsServices& services,
+                  const PolySourceSelection& selection)
+        : state_(state), source_(source), split_(split), services_(services), selection_(selection) {}
 
-    bool canRunSplit() const;
-    bool canRunBatchSplit() const;
-    void selectOutputFolder();
-    void runSplit();
-    // The loaded file straight into the output folder.
-    void startBatchSplit();
+    bool canRun() const;
+    bool canRunBatch() const;
+    void run(); // the loaded file
+    void runBatch();
 
 private:
     void beginRun();
@@ -35,6 +36,8 @@ private:
     void countBatch(const BatchSplitResult& result, const QString& folder);
 
     PolyToolsState& state_;
+    SourceState& source_;
+    SplitState& split_;
     PolyToolsServices& services_;
     const PolySourceSelection& selection_;
 };

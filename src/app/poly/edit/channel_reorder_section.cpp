@@ -8,8 +8,8 @@
 
 namespace ostrel {
 
-ChannelReorderSection::ChannelReorderSection(PolyToolsViewModel& viewModel, PublishedEdits& edits, QWidget* parent)
-    : EditSection(QStringLiteral("Channel Reorder"), edits.reorders, parent), viewModel_(viewModel), edits_(edits),
+ChannelReorderSection::ChannelReorderSection(PolyEditFlow& edit, PublishedEdits& edits, QWidget* parent)
+    : EditSection(QStringLiteral("Channel Reorder"), edits.reorders, parent), edit_(edit), edits_(edits),
       model_(new ChannelOrderModel(edits, this)) {
     setDescription(QStringLiteral("Rearrange channel order in poly files (e.g., move Boom to first position)"));
     empty_ = sectionNote(QStringLiteral("Load poly files first to see channels"));
@@ -49,9 +49,9 @@ QWidget* ChannelReorderSection::makeList() {
         pushButton(QStringLiteral("Move Down"), QString(), QStringLiteral("Move the selected channel down (Alt+Down)"));
     auto* reset = pushButton(QStringLiteral("Reset"), QString(), QStringLiteral("Back to the channels' own order"));
     reset->setAccessibleName(QStringLiteral("Reset order"));
-    connect(up_, &QPushButton::clicked, this, [this] { viewModel_.moveChannelUp(table_->currentIndex().row()); });
-    connect(down_, &QPushButton::clicked, this, [this] { viewModel_.moveChannelDown(table_->currentIndex().row()); });
-    connect(reset, &QPushButton::clicked, this, [this] { viewModel_.initializeReorderFromChannelItems(); });
+    connect(up_, &QPushButton::clicked, this, [this] { edit_.moveChannelUp(table_->currentIndex().row()); });
+    connect(down_, &QPushButton::clicked, this, [this] { edit_.moveChannelDown(table_->currentIndex().row()); });
+    connect(reset, &QPushButton::clicked, this, [this] { edit_.initializeReorderFromChannelItems(); });
     auto* head = rowLayout(6);
     auto* title = new QLabel(QStringLiteral("New Order"));
     head->addWidget(title);
@@ -67,8 +67,8 @@ QWidget* ChannelReorderSection::makeList() {
 
 // As many steps of the controller's as it takes.
 void ChannelReorderSection::move(int from, int to) {
-    for (int row = from; row < to; ++row) viewModel_.moveChannelDown(row);
-    for (int row = from; row > to; --row) viewModel_.moveChannelUp(row);
+    for (int row = from; row < to; ++row) edit_.moveChannelDown(row);
+    for (int row = from; row > to; --row) edit_.moveChannelUp(row);
     table_->scrollTo(table_->currentIndex());
 }
 

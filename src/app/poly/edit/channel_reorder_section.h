@@ -13,7 +13,7 @@ class ChannelReorderSection : public EditSection {
     Q_OBJECT
 
 public:
-    ChannelReorderSection(PolyToolsViewModel& viewModel, PublishedEdits& edits, QWidget* parent = nullptr);
+    ChannelReorderSection(PolyEditFlow& edit, PublishedEdits& edits, QWidget* parent = nullptr);
 
     ChannelOrderTable& table() { return *table_; }
 
@@ -23,7 +23,7 @@ private:
     void refresh();
     void refreshButtons();
 
-    PolyToolsViewModel& viewModel_;
+    PolyEditFlow& edit_;
     PublishedEdits& edits_;
     Bindings bindings_;
     ChannelOrderModel* model_;

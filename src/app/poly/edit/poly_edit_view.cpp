@@ -39,7 +39,7 @@ PolyEditView::PolyEditView(PolyToolsViewModel& viewModel, QWidget* parent)
                          {QStringLiteral("Apply Edits"), QString(), QStringLiteral("Processing..."),
                           QStringLiteral("Make the edited polys (Ctrl+R)")});
     runRow_->setFocusDuringRun(&polys_->table());
-    connect(runRow_, &RunRow::runClicked, this, [this] { viewModel_.startEditPolyProcessing(); });
+    connect(runRow_, &RunRow::runClicked, this, [this] { viewModel_.edit().run(); });
     auto* middle = rowLayout(12);
     middle->addWidget(polys_, 11);
     middle->addWidget(makeEdits(), 10);
@@ -74,8 +74,8 @@ QWidget* PolyEditView::makeSource() {
     auto* requiredPlace = new QWidget;
     requiredPlace->setLayout(required);
     connect(sourceRow_, &SelectionRow::chooseClicked, this, [this] { viewModel_.selectSource(); });
-    connect(sourceRow_, &SelectionRow::clearClicked, this, [this] { viewModel_.clearSplitData(); });
-    connect(outputRow_, &SelectionRow::chooseClicked, this, [this] { viewModel_.selectSplitOutputFolder(); });
+    connect(sourceRow_, &SelectionRow::clearClicked, this, [this] { viewModel_.source().clear(); });
+    connect(outputRow_, &SelectionRow::chooseClicked, this, [this] { viewModel_.source().selectOutputFolder(); });
     connect(outputRow_, &SelectionRow::clearClicked, this, [this] { viewModel_.splitOutputFolder = QString(); });
     QCheckBox* recursive = flagBox(bindings_, viewModel_.recursiveScan, QStringLiteral("Scan subfolders recursively"));
     connect(recursive, &QCheckBox::clicked, this, &PolyEditView::rescanFolder);
@@ -128,7 +128,7 @@ QWidget* PolyEditView::makeOutputMode() {
 
 QWidget* PolyEditView::makeEdits() {
     removal_ = new ChannelRemovalSection(edits_);
-    reorder_ = new ChannelReorderSection(viewModel_, edits_);
+    reorder_ = new ChannelReorderSection(viewModel_.edit(), edits_);
     rename_ = new ChannelRenameSection(
         edits_, {QStringLiteral("Rename Channels"),
                  QStringLiteral("Edit iXML track names in the poly files (metadata only, no re-encoding)"),
@@ -203,7 +203,7 @@ void PolyEditView::listSinglePoly() {
     if (viewModel_.mode.value() != PolyMode::editPoly || !isSource) return;
     const auto& listed = viewModel_.batchPolyMetadata;
     if (listed.size() == 1 && listed[0].url == poly->url) return;
-    viewModel_.populateBatchPolyMetadata({poly->url});
+    viewModel_.source().populateBatchPolyMetadata({poly->url});
 }
 
 QString PolyEditView::sourceText() const {
@@ -219,8 +219,8 @@ void PolyEditView::clearAll() {
     const auto& files = viewModel_.selectedFiles.value();
     const bool isSinglePoly = viewModel_.sourceFolder.value().isEmpty() && (!files || files->isEmpty());
     edits_.clear();
-    if (isSinglePoly && viewModel_.polyFile.value()) viewModel_.clearSplitData();
-    viewModel_.clearEditPolyData();
+    if (isSinglePoly && viewModel_.polyFile.value()) viewModel_.source().clear();
+    viewModel_.edit().clear();
     runRow_->forgetResults();
 }
 
@@ -235,7 +235,7 @@ void PolyEditView::openDialog() {
 
 void PolyEditView::refresh() {
     const bool isIdle = !viewModel_.isProcessing.value();
-    const bool hasSource = viewModel_.hasSplitSourceContent();
+    const bool hasSource = viewModel_.source().hasContent();
     const bool isBatch = viewModel_.batchPolyMetadata.size() > 1;
     const bool needsFolder = !viewModel_.editPolyEditInPlace.value() || viewModel_.channelReorderMap.value();
     sourceRow_->show(sourceText(), sourceHint());
@@ -249,10 +249,10 @@ void PolyEditView::refresh() {
                                      : QStringLiteral("Remove unwanted channels from poly files"));
     configure_->setEnabled(isBatch);
     clearEdits_->setEnabled(edits_.removes.value() || edits_.reorders.value() || edits_.renames.value());
-    clearAll_->setEnabled(hasSource || viewModel_.hasAdvancedConfig());
+    clearAll_->setEnabled(hasSource || viewModel_.edit().hasAdvancedConfig());
     runRow_->setHelper(hasSource ? viewModel_.editPolyHelperText()
                                  : QStringLiteral("Select source files to see what will be edited"));
-    runRow_->setCanRun(viewModel_.canRunEditPoly());
+    runRow_->setCanRun(viewModel_.edit().canRun());
 }
 
 void PolyEditView::showResults() {

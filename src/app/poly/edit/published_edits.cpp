@@ -64,7 +64,7 @@ void PublishedEdits::fitOrder() {
     const auto& polys = viewModel_.batchPolyMetadata;
     if (!reorders.value() || inPlace.value() || polys.empty() || isOrderOf(order.value(), polys[0].channelCount))
         return;
-    viewModel_.initializeReorderFromChannelItems();
+    viewModel_.edit().initializeReorderFromChannelItems();
     order = viewModel_.channelReorderMap.value().value_or(std::vector<int>());
 }
 

@@ -11,8 +11,8 @@
 
 namespace ostrel {
 
-GroupPicker::GroupPicker(PolyToolsViewModel& viewModel, int fileCount, QWidget* parent)
-    : QDialog(parent), viewModel_(viewModel), word_(named(new QLineEdit, QStringLiteral("Find a group"))),
+GroupPicker::GroupPicker(const JoinState& join, int fileCount, QWidget* parent)
+    : QDialog(parent), join_(join), word_(named(new QLineEdit, QStringLiteral("Find a group"))),
       list_(named(new QListWidget, QStringLiteral("Groups"))),
       move_(pushButton(QStringLiteral("Move"), QString(), QStringLiteral("Move the files into this group"))) {
     setWindowTitle(QStringLiteral("Move to Group"));
@@ -51,8 +51,8 @@ GroupPicker::GroupPicker(PolyToolsViewModel& viewModel, int fileCount, QWidget* 
 }
 
 void GroupPicker::fill() {
-    const bool keep = viewModel_.joinKeepOriginalName.value();
-    for (const ISOGroupCandidate& group : viewModel_.reviewedGroups) {
+    const bool keep = join_.joinKeepOriginalName.value();
+    for (const ISOGroupCandidate& group : join_.reviewedGroups) {
         auto* item = new QListWidgetItem(
             QStringLiteral("%1   •   %2 channels").arg(groupOutputName(group, keep)).arg(group.isoFiles.size()));
         item->setData(Qt::UserRole, group.id);

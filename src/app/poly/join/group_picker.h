@@ -1,7 +1,7 @@
 // Asks which group of the review files are to go to: a list that a typed word narrows down.
 #pragma once
 
-#include "polytools/poly_tools_view_model.h"
+#include "polytools/state/join_state.h"
 
 #include <QDialog>
 
@@ -15,7 +15,7 @@ class GroupPicker : public QDialog {
     Q_OBJECT
 
 public:
-    explicit GroupPicker(PolyToolsViewModel& viewModel, int fileCount, QWidget* parent = nullptr);
+    GroupPicker(const JoinState& join, int fileCount, QWidget* parent = nullptr);
 
 Q_SIGNALS:
     void picked(const QUuid& group);
@@ -28,7 +28,7 @@ private:
     void narrow(const QString& word);
     void pick();
 
-    PolyToolsViewModel& viewModel_;
+    const JoinState& join_;
     QLineEdit* word_;
     QListWidget* list_;
     QPushButton* move_;

@@ -15,7 +15,8 @@ namespace ostrel {
 
 GroupReviewView::GroupReviewView(PolyToolsViewModel& viewModel, QWidget* parent)
     : QWidget(parent), viewModel_(viewModel), groups_(new GroupTreeModel(viewModel, this)),
-      ungroupedFiles_(new UngroupedTableModel(viewModel, this)), cards_(new GroupCardView(viewModel, *groups_, this)),
+      ungroupedFiles_(new UngroupedTableModel(viewModel, viewModel.review(), this)),
+      cards_(new GroupCardView(viewModel, *groups_, this)),
       tree_(new GroupTree(*groups_, *cards_, QStringLiteral("Groups"))) {
     setAccessibleName(QStringLiteral("Group Review"));
     cards_->onDelete = [this](const QModelIndex& group) {

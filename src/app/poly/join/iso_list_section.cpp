@@ -27,7 +27,7 @@ IsoListSection::IsoListSection(PolyToolsViewModel& viewModel, QWidget* parent)
     bindings_.watch(viewModel.isProcessing, request);
     bindings_.watch(viewModel.isAnalyzing, request);
     bindings_.watch(viewModel.isScanningJoinISOs, request);
-    if (PreviewMixer* mixer = viewModel.previewMixer()) bindings_.watch(mixer->isLoaded, request);
+    if (PreviewMixer* mixer = viewModel.preview().mixer()) bindings_.watch(mixer->isLoaded, request);
     refresh();
 }
 
@@ -35,7 +35,7 @@ QWidget* IsoListSection::makeHeading() {
     count_ = boldLabel();
     order_ = new SecondaryLabel;
     addFiles_ = action(QStringLiteral("Add Files..."), QStringLiteral("Add mono files to the list"),
-                       [this] { viewModel_.selectISOFiles(); });
+                       [this] { viewModel_.join().selectISOFiles(); });
     auto* row = rowLayout(12);
     row->addWidget(count_);
     row->addWidget(order_);
@@ -53,8 +53,9 @@ QPushButton* IsoListSection::action(const QString& text, const QString& help, st
 }
 
 QWidget* IsoListSection::makeActions() {
-    selectAll_ = action(QStringLiteral("Select All"), QString(), [this] { viewModel_.selectAllISOs(); });
-    deselectAll_ = action(QStringLiteral("Deselect All"), QString(), [this] { viewModel_.deselectAllISOs(); });
+    selectAll_ = action(QStringLiteral("Select All"), QString(), [this] { viewModel_.join().setAllSelected(true); });
+    deselectAll_ =
+        action(QStringLiteral("Deselect All"), QString(), [this] { viewModel_.join().setAllSelected(false); });
     moveUp_ = action(QStringLiteral("Move Up"), QStringLiteral("To the channel before (Alt+Up)"), [this] { move(-1); });
     moveDown_ =
         action(QStringLiteral("Move Down"), QStringLiteral("To the channel behind (Alt+Down)"), [this] { move(1); });
@@ -115,12 +116,12 @@ void IsoListSection::move(int step) {
     const int row = currentRow();
     const int to = row + step;
     if (row < 0 || to < 0 || to >= model_->rowCount() || viewModel_.isProcessing.value()) return;
-    viewModel_.moveISO(row, to);
+    viewModel_.join().moveISO(row, to);
     table_->selectRow(to);
 }
 
 void IsoListSection::previewAll() {
-    viewModel_.selectAllISOs();
+    viewModel_.join().setAllSelected(true);
     viewModel_.preview().join().playJoinPolySource();
 }
 
@@ -144,7 +145,7 @@ void IsoListSection::showMenu(int row, const QPoint& position) {
     include->setCheckable(true);
     include->setChecked(model_->record(row).isSelected);
     include->setEnabled(!viewModel_.isProcessing.value());
-    connect(include, &QAction::toggled, this, [this, row](bool isOn) { viewModel_.setISOSelected(row, isOn); });
+    connect(include, &QAction::toggled, this, [this, row](bool isOn) { viewModel_.join().setSelected(row, isOn); });
     for (QPushButton* button : {moveUp_, moveDown_, reveal_}) {
         menu.addAction(button->text(), button, &QPushButton::click)->setEnabled(button->isEnabled());
     }
@@ -166,7 +167,7 @@ void IsoListSection::refresh() {
     const bool canHear = viewModel_.preview().deck().isEnabled() && count > 0;
     playAll_->setEnabled(canHear);
     previewAll_->setEnabled(canHear && isFree);
-    clearPreview_->setEnabled(canHear && viewModel_.previewMixer()->isLoaded.value());
+    clearPreview_->setEnabled(canHear && viewModel_.preview().mixer()->isLoaded.value());
     refreshMoves();
 }
 

@@ -121,7 +121,7 @@ Qt::ItemFlags IsoTableModel::flags(const QModelIndex& index) const {
 
 bool IsoTableModel::setData(const QModelIndex& index, const QVariant& value, int role) {
     if (!isRow(index) || index.column() != IncludeColumn || role != Qt::CheckStateRole) return false;
-    viewModel_.setISOSelected(index.row(), value.toInt() == Qt::Checked);
+    viewModel_.join().setSelected(index.row(), value.toInt() == Qt::Checked);
     return true;
 }
 
@@ -140,7 +140,7 @@ bool IsoTableModel::dropMimeData(const QMimeData* data, Qt::DropAction, int row,
     const int from = data->data(QString::fromUtf16(kRowMime)).toInt();
     int to = row >= 0 ? row : parent.isValid() ? parent.row() : rowCount();
     if (to > from) --to; // its own place goes free
-    viewModel_.moveISO(from, to);
+    viewModel_.join().moveISO(from, to);
     return false;
 }
 

@@ -75,12 +75,12 @@ QWidget* PolyJoinView::makeSource() {
                        QStringLiteral("Scan and intelligently group ISO files (Ctrl+S)"));
     connect(source_, &SelectionRow::chooseClicked, this, [this] { viewModel_.selectJoinSource(); });
     connect(source_, &SelectionRow::clearClicked, this, [this] {
-        viewModel_.clearJoinData();
+        viewModel_.join().clear();
         run_->forgetResults();
     });
-    connect(output_, &SelectionRow::chooseClicked, this, [this] { viewModel_.selectJoinOutputFolder(); });
-    connect(output_, &SelectionRow::clearClicked, this, [this] { viewModel_.clearJoinOutputFolder(); });
-    connect(scan_, &QPushButton::clicked, this, [this] { viewModel_.scanAndGroupISOs(); });
+    connect(output_, &SelectionRow::chooseClicked, this, [this] { viewModel_.join().selectOutputFolder(); });
+    connect(output_, &SelectionRow::clearClicked, this, [this] { viewModel_.join().clearOutputFolder(); });
+    connect(scan_, &QPushButton::clicked, this, [this] { viewModel_.join().scanAndGroupISOs(); });
     auto* card = new SelectionCard(QStringLiteral("Source and output"));
     card->addRow(source_, flagBox(bindings_, viewModel_.joinRecursiveScan, QStringLiteral("Include subfolders"),
                                   QStringLiteral("When selecting folders, include all subfolders recursively")));
@@ -117,7 +117,7 @@ QWidget* PolyJoinView::makeCommonOptions() {
     });
     const QString keep = QStringLiteral("Keep original name (no suffix)");
     keepName_ = named(new QCheckBox(keep), keep);
-    connect(keepName_, &QCheckBox::toggled, this, [this](bool isOn) { viewModel_.setJoinKeepOriginalName(isOn); });
+    connect(keepName_, &QCheckBox::toggled, this, [this](bool isOn) { viewModel_.join().setKeepOriginalName(isOn); });
     suffixNote_ =
         new SecondaryLabel(QStringLiteral("✓ Output files will include '_poly' suffix (e.g., 14A-T03_poly.wav)"));
     noSuffixNote_ = new ToneLabel(QString(), ProcessingStatus::Color::orange);
@@ -163,7 +163,7 @@ QWidget* PolyJoinView::makeShortcut() {
     connect(details_, &QPushButton::clicked, this, [this] { showDetails_ = !showDetails_.value(); });
     const QString review = QStringLiteral("Review groups before joining");
     reviewsGroups_ = named(new QCheckBox(review), review);
-    connect(reviewsGroups_, &QCheckBox::toggled, this, [this](bool isOn) { viewModel_.setReviewsGroups(isOn); });
+    connect(reviewsGroups_, &QCheckBox::toggled, this, [this](bool isOn) { viewModel_.join().setReviewsGroups(isOn); });
     detailsText_ = new TruncatingText(Qt::ElideRight);
     auto* row = rowLayout(12);
     row->addWidget(found);
@@ -181,7 +181,7 @@ void PolyJoinView::makeRun() {
     connect(run_, &RunRow::runClicked, this, &PolyJoinView::run);
 }
 
-void PolyJoinView::run() { isReview() ? viewModel_.startBatchJoin() : viewModel_.runJoin(); }
+void PolyJoinView::run() { isReview() ? viewModel_.join().runBatch() : viewModel_.join().run(); }
 
 void PolyJoinView::connectController() {
     auto* sourceSoon = new Coalesced(this, [this] { refreshSource(); });
@@ -285,7 +285,7 @@ QString PolyJoinView::helperText() const {
         const auto& groups = viewModel_.reviewedGroups.rows();
         const auto joined = std::ranges::count_if(groups, [](const auto& group) { return group.isoFiles.size() > 1; });
         return QStringLiteral("%1 groups → %2 new polys").arg(groups.size()).arg(joined) +
-               viewModel_.foreseenHelperEnding();
+               viewModel_.foresight().helperEnding();
     }
     const auto selected = std::ranges::count_if(viewModel_.isoFiles.rows(), &ISOFile::isSelected);
     if (viewModel_.isoFiles.empty()) return QStringLiteral("Select ISO files or folder");
@@ -301,7 +301,7 @@ void PolyJoinView::refreshRun() {
     options_->setEnabled(!isBusy);
     reviewsGroups_->setEnabled(!isBusy);
     scan_->setEnabled(hasPile && !isScanning && viewModel_.ffmpegAvailable.value());
-    run_->setCanRun(!isScanning && (isReview() ? viewModel_.canRunBatchJoin() : viewModel_.canRunJoin()));
+    run_->setCanRun(!isScanning && (isReview() ? viewModel_.join().canRunBatch() : viewModel_.join().canRun()));
     run_->setHelper(helperText());
     showResults();
 }

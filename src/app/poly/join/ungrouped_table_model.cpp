@@ -8,8 +8,8 @@
 
 namespace ostrel {
 
-UngroupedTableModel::UngroupedTableModel(PolyToolsViewModel& viewModel, QObject* parent)
-    : RecordTableModel(viewModel.ungroupedFiles, parent), viewModel_(viewModel) {}
+UngroupedTableModel::UngroupedTableModel(JoinState& join, PolyJoinReview& review, QObject* parent)
+    : RecordTableModel(join.ungroupedFiles, parent), join_(join), review_(review) {}
 
 int UngroupedTableModel::columnCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(ColumnCount);
@@ -45,7 +45,7 @@ QVariant UngroupedTableModel::data(const QModelIndex& index, int role) const {
 }
 
 Qt::ItemFlags UngroupedTableModel::flags(const QModelIndex& index) const {
-    const bool isFree = !viewModel_.isBatchJoining.value();
+    const bool isFree = !join_.isBatchJoining.value();
     if (!index.isValid()) return isFree ? Qt::ItemIsDropEnabled : Qt::NoItemFlags;
     const Qt::ItemFlags flags = Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemNeverHasChildren;
     return isFree ? flags | Qt::ItemIsDragEnabled | Qt::ItemIsDropEnabled : flags;
@@ -61,7 +61,7 @@ QMimeData* UngroupedTableModel::mimeData(const QModelIndexList& indexes) const {
 
 // Says that it took nothing: otherwise the view that was dragged from would go on to remove the rows.
 bool UngroupedTableModel::dropMimeData(const QMimeData* data, Qt::DropAction, int, int, const QModelIndex&) {
-    viewModel_.review().ungroup(isoIdsOf(*data));
+    review_.ungroup(isoIdsOf(*data));
     return false;
 }
 

@@ -2,7 +2,8 @@
 #pragma once
 
 #include "app/controls/record_table_model.h"
-#include "polytools/poly_tools_view_model.h"
+#include "polytools/join/poly_join_review.h"
+#include "polytools/state/join_state.h"
 
 namespace ostrel {
 
@@ -10,7 +11,7 @@ class UngroupedTableModel : public RecordTableModel<ISOFile> {
 public:
     enum Column { FileColumn, SampleRateColumn, BitDepthColumn, DurationColumn, ColumnCount };
 
-    explicit UngroupedTableModel(PolyToolsViewModel& viewModel, QObject* parent = nullptr);
+    UngroupedTableModel(JoinState& join, PolyJoinReview& review, QObject* parent = nullptr);
 
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
@@ -24,7 +25,8 @@ public:
                       const QModelIndex& parent) override;
 
 private:
-    PolyToolsViewModel& viewModel_;
+    const JoinState& join_;
+    PolyJoinReview& review_;
 };
 
 } // namespace ostrel

@@ -70,8 +70,8 @@ QWidget* PolySplitView::makeSource() {
                          QStringLiteral("When selecting folders, include all subfolders recursively"));
     connect(recursive_, &QCheckBox::clicked, this, &PolySplitView::rescanFolder);
     connect(source_, &SelectionRow::chooseClicked, this, [this] { viewModel_.selectSource(); });
-    connect(source_, &SelectionRow::clearClicked, this, [this] { viewModel_.clearSplitData(); });
-    connect(output_, &SelectionRow::chooseClicked, this, [this] { viewModel_.selectSplitOutputFolder(); });
+    connect(source_, &SelectionRow::clearClicked, this, [this] { viewModel_.source().clear(); });
+    connect(output_, &SelectionRow::chooseClicked, this, [this] { viewModel_.source().selectOutputFolder(); });
     connect(output_, &SelectionRow::clearClicked, this, [this] { viewModel_.splitOutputFolder = QString(); });
     sourceSection_ = new SelectionCard(QStringLiteral("Source and output"));
     sourceSection_->addRow(source_, recursive_);
@@ -93,7 +93,7 @@ QWidget* PolySplitView::makeChannels() {
     head->addWidget(preparing_);
     head->addWidget(playPoly_);
     channels_ = new RecordTable(QStringLiteral("Channels"));
-    channels_->setModel(new Model(viewModel_, this));
+    channels_->setModel(new Model(viewModel_, viewModel_, this));
     channels_->setItemDelegateForColumn(Model::ChannelColumn, new StatusBadge(channels_));
     channels_->setItemDelegateForColumn(Model::StatusColumn, new StatusBadge(channels_));
     channels_->setColumnText(Model::ChannelColumn, QStringLiteral("Channel "));
@@ -139,7 +139,7 @@ void PolySplitView::connectController() {
     refresh();
 }
 
-void PolySplitView::run() { viewModel_.batchMode.value() ? viewModel_.startBatchSplit() : viewModel_.runSplit(); }
+void PolySplitView::run() { viewModel_.batchMode.value() ? viewModel_.split().runBatch() : viewModel_.split().run(); }
 
 // What is listed and what a run reads are to be the same files.
 void PolySplitView::rescanFolder() {
@@ -194,7 +194,7 @@ void PolySplitView::refreshChannels() {
 void PolySplitView::refreshRun() {
     const bool isBatch = viewModel_.batchMode.value();
     run_->setTexts(isBatch ? batchTexts() : singleTexts());
-    run_->setCanRun(isBatch ? viewModel_.canRunBatchSplit() : viewModel_.canRunSplit());
+    run_->setCanRun(isBatch ? viewModel_.split().canRunBatch() : viewModel_.split().canRun());
     const QString batchHelper = viewModel_.batchProcessHelperText();
     const auto& poly = viewModel_.polyFile.value();
     run_->setHelper(isBatch

@@ -21,9 +21,9 @@ Badge badgeOf(ItemStatus status) {
 
 } // namespace
 
-SplitChannelsModel::SplitChannelsModel(PolyToolsViewModel& viewModel, QObject* parent)
-    : RecordTableModel(viewModel.channelItems, parent), viewModel_(viewModel) {
-    bindings_.watch(viewModel.selectedChannelForPlayback, [this] { announceAll(); });
+SplitChannelsModel::SplitChannelsModel(SourceState& source, PreviewState& preview, QObject* parent)
+    : RecordTableModel(source.channelItems, parent), preview_(preview) {
+    bindings_.watch(preview.selectedChannelForPlayback, [this] { announceAll(); });
 }
 
 int SplitChannelsModel::columnCount(const QModelIndex& parent) const {
@@ -51,7 +51,7 @@ QVariant SplitChannelsModel::data(const QModelIndex& index, int role) const {
 // The number, marked where it is the one that is heard.
 QVariant SplitChannelsModel::channelCell(const ChannelItem& item, int role) const {
     const QString number = QString::number(item.channelIndex + 1);
-    const bool isHeard = viewModel_.selectedChannelForPlayback.value() == item.channelIndex;
+    const bool isHeard = preview_.selectedChannelForPlayback.value() == item.channelIndex;
     if (role == Qt::DisplayRole) return number;
     if (role == Qt::AccessibleTextRole) return isHeard ? number + QStringLiteral(", heard") : number;
     if (role != BadgeRole) return {};

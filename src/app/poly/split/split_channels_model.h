@@ -3,7 +3,8 @@
 
 #include "app/controls/bindings.h"
 #include "app/controls/record_table_model.h"
-#include "polytools/poly_tools_view_model.h"
+#include "polytools/state/preview_state.h"
+#include "polytools/state/source_state.h"
 
 namespace ostrel {
 
@@ -11,7 +12,7 @@ class SplitChannelsModel : public RecordTableModel<ChannelItem> {
 public:
     enum Column { ChannelColumn, TrackColumn, OutputColumn, StatusColumn, ColumnCount };
 
-    explicit SplitChannelsModel(PolyToolsViewModel& viewModel, QObject* parent = nullptr);
+    SplitChannelsModel(SourceState& source, PreviewState& preview, QObject* parent = nullptr);
 
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
     QVariant data(const QModelIndex& index, int role) const override;
@@ -20,7 +21,7 @@ public:
 private:
     QVariant channelCell(const ChannelItem& item, int role) const;
 
-    PolyToolsViewModel& viewModel_;
+    const PreviewState& preview_;
     Bindings bindings_;
 };
 

@@ -63,7 +63,7 @@ QWidget* SplitOptionsCard::patternBlock() {
     QComboBox* patterns =
         picker(QStringLiteral("Naming Pattern"), kAllSplitNamingPatterns, [this](SplitNamingPattern pattern) {
             viewModel_.splitNamingPattern = pattern;
-            viewModel_.updateOutputNames();
+            viewModel_.source().updateOutputNames();
         });
     auto* found = note(new ToneLabel(QStringLiteral("iXML track names found!"), ProcessingStatus::Color::green));
     block->add(patterns);
@@ -80,7 +80,7 @@ QWidget* SplitOptionsCard::namingBlock() {
     auto* block = new OptionSection(QStringLiteral("Output Naming"));
     QCheckBox* keep =
         flagBox(bindings_, viewModel_.splitKeepOriginalName, QStringLiteral("Keep original name (no suffix)"));
-    connect(keep, &QCheckBox::toggled, this, [this] { viewModel_.updateOutputNames(); });
+    connect(keep, &QCheckBox::toggled, this, [this] { viewModel_.source().updateOutputNames(); });
     noSuffix_ = note(new ToneLabel(QStringLiteral("⚠️ No channel suffix added"), ProcessingStatus::Color::orange));
     originalName_ =
         note(new ToneLabel(QStringLiteral("⚠️ Output files will use original poly name (no channel suffix)"),
@@ -130,15 +130,15 @@ QWidget* SplitOptionsCard::existingBlock() {
 QString SplitOptionsCard::example() const {
     if (viewModel_.batchMode.value() && !viewModel_.batchPolyMetadata.empty()) {
         const BatchPolyMetadata& poly = viewModel_.batchPolyMetadata[0];
-        return viewModel_.generateOutputName(poly.baseName, 0,
-                                             poly.trackInfo.empty() ? noTrackName() : poly.trackInfo.front().name);
+        return viewModel_.source().generateOutputName(
+            poly.baseName, 0, poly.trackInfo.empty() ? noTrackName() : poly.trackInfo.front().name);
     }
     const auto& items = viewModel_.channelItems;
     const auto isNamed = [](const ChannelItem& item) { return isUsableTrackName(item.trackName); };
     const auto first = std::find_if(items.begin(), items.end(), isNamed);
     if (first != items.end()) return first->outputFileName;
     if (!items.empty()) return items[0].outputFileName;
-    return viewModel_.generateOutputName(QStringLiteral("14AT03"), 0, QStringLiteral("LEONARD"));
+    return viewModel_.source().generateOutputName(QStringLiteral("14AT03"), 0, QStringLiteral("LEONARD"));
 }
 
 void SplitOptionsCard::refreshNames() {

@@ -1,0 +1,62 @@
+#include "cli/job_format.h"
+
+#include "foundation/tools/external_tool_detector.h"
+
+namespace ostrel::cli {
+
+nlohmann::json toolsDocument(const ExternalToolDetector& detector) {
+    return {{"ffmpeg", jsonTextOrNull(detector.ffmpegPath.value())},
+            {"ffprobe", jsonTextOrNull(detector.ffprobePath.value())},
+            {"bwfmetaedit", jsonTextOrNull(detector.bwfmetaeditPath.value())}};
+}
+
+namespace {
+
+nlohmann::json metadataDocument(const MetadataRecord& metadata) {
+    return {{"kept", jsonList(metadata.kept)},
+            {"renewed", jsonList(metadata.renewed)},
+            {"changed", jsonList(metadata.changed)},
+            {"lost", jsonList(metadata.lost)}};
+}
+
+} // namespace
+
+nlohmann::json jobItem(const QString& name, const ItemOutcome& outcome) {
+    QStringList sources;
+    nlohmann::json fates = nlohmann::json::array();
+    for (const SourceFate& source : outcome.sources) {
+        sources << source.source;
+        fates.push_back({{"source", jsonText(source.source)},
+                         {"fate", jsonText(caseName(source.kind))},
+                         {"movedTo", jsonTextOrNull(source.movedTo)}});
+    }
+    nlohmann::json item{{"name", jsonText(name)},
+                        {"sources", jsonList(sources)},
+                        {"outputs", jsonList(outcome.outputs)},
+                        {"status", jsonText(outcome.skipped() ? QStringLiteral("skipped") : outcome.status.caseName())},
+                        {"statusText", jsonText(outcome.status.displayText())},
+                        {"message", jsonText(outcome.message)},
+                        {"warnings", jsonList(outcome.warnings)},
+                        {"fates", fates}};
+    if (!outcome.metadata.isEmpty()) item["metadata"] = metadataDocument(outcome.metadata);
+    return item;
+}
+
+nlohmann::json jobItem(const QString& name, const QStringList& sources, const ProcessingStatus& status,
+                       const QString& foreseen) {
+    return jobItem(name, ItemOutcome{status, {}, {}, foreseen, ItemOutcome::allKept(sources)});
+}
+
+nlohmann::json jobDocument(const std::string& job, const ExternalToolDetector& detector, const JobCounts& counts,
+                           bool isStopped, const QString& reportPath) {
+    nlohmann::json summary{{"success", counts.success}, {"skipped", counts.skipped}, {"errors", counts.errors}};
+    if (isStopped) summary["stopped"] = true;
+    return {
+        {"job", job}, {"tools", toolsDocument(detector)}, {"summary", summary}, {"csv", jsonTextOrNull(reportPath)}};
+}
+
+void tellForeseen(Terminal& terminal, const QString& name, const QString& foreseen) {
+    if (!foreseen.isEmpty()) terminal.line(QStringLiteral("%1: %2").arg(name, foreseen));
+}
+
+} // namespace ostrel::cli

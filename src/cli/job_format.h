@@ -1,0 +1,39 @@
+// What a job tells at its end, in one form for all of them: the JSON document with its items and counts, and the lines
+// of the text form.
+#pragma once
+
+#include "cli/terminal.h"
+#include "foundation/records/item_outcome.h"
+
+#include <QString>
+#include <QStringList>
+#include <string>
+
+namespace ostrel {
+class ExternalToolDetector;
+}
+
+namespace ostrel::cli {
+
+struct JobCounts {
+    int success = 0;
+    int skipped = 0;
+    int errors = 0;
+};
+
+nlohmann::json toolsDocument(const ExternalToolDetector& detector);
+
+// What became of an item, of each of its sources, and of the metadata where any was carried.
+nlohmann::json jobItem(const QString& name, const ItemOutcome& outcome);
+// An item that no run took: the status that it was found in, and why a run would refuse it.
+nlohmann::json jobItem(const QString& name, const QStringList& sources, const ProcessingStatus& status,
+                       const QString& foreseen = QString());
+
+// The document of a job without its items. "stopped" is in its summary if the job was.
+nlohmann::json jobDocument(const std::string& job, const ExternalToolDetector& detector, const JobCounts& counts,
+                           bool isStopped, const QString& reportPath);
+
+// A line on an item that a run would refuse; none where `foreseen` is empty.
+void tellForeseen(Terminal& terminal, const QString& name, const QString& foreseen);
+
+} // namespace ostrel::cli

@@ -1,0 +1,62 @@
+#include "cli/job_run.h"
+
+#include <QScopeGuard>
+
+namespace ostrel::cli {
+
+void addSubfoldersOption(CLI::App& command, JobOptions& options) {
+    command.add_flag("--no-subfolders", options.noSubfolders, "Stay out of the folders' subfolders");
+}
+
+void addOverwriteOption(CLI::App& command, JobOptions& options) {
+    command.add_flag("--overwrite", options.overwrite, "Replace outputs that are there already (default: skip them)");
+}
+
+JobRun::JobRun(const JobOptions& options, std::string job)
+    : signals_([this] { stop(); }), options_(options), terminal_(options.terminal), job_(std::move(job)) {}
+
+int JobRun::run() {
+    const std::optional<QStringList> paths = existingPaths(options_.paths, terminal_);
+    if (!paths) return badUsage;
+    const auto isWrong = [this](const QString& sentence) {
+        if (!sentence.isEmpty()) terminal_.error(sentence);
+        return !sentence.isEmpty();
+    };
+    if (isWrong(problem(*paths))) return badUsage;
+    if (!requireTools()) return toolMissing;
+    followLog();
+    const auto unwatch = qScopeGuard([this] { watches_.clear(); }); // a controller that goes is watched no more
+    if (isWrong(take(*paths))) return badUsage;
+    work(*paths);
+    if (terminal_.isJson()) {
+        nlohmann::json document = jobDocument(job_, toolDetector(), counts(), isStopped(), reportPath());
+        fill(document);
+        terminal_.document(document);
+    } else {
+        printResult();
+    }
+    if (isStopped()) return signals_.exitStatus();
+    return hasFailed() ? someItemFailed : allDone;
+}
+
+QString JobRun::problem(const QStringList&) { return outputProblem(); }
+
+bool JobRun::requireTools() { return requireFFmpeg(toolDetector(), terminal_); }
+
+QString JobRun::outputProblem() const {
+    const bool isInTheWay = !options_.output.empty() && paths::exists(output()) && !paths::isFolder(output());
+    return isInTheWay ? QStringLiteral("not a folder: ") + output() : QString();
+}
+
+void JobRun::followLog() {
+    RecordList<ProcessingLogEntry>& entries = log();
+    terminal_.follow(entries);
+    QObject::connect(&entries, &RecordListSignals::rowsAppended, &entries, [this, &entries](int first, int last) {
+        for (int row = first; row <= last; ++row) {
+            const ProcessingLogEntry& entry = entries[static_cast<std::size_t>(row)];
+            if (entry.level == LogLevel::error && isFailure(entry.category)) logTellsFailure_ = true;
+        }
+    });
+}
+
+} // namespace ostrel::cli
