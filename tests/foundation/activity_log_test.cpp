@@ -27,7 +27,7 @@ TEST(ActivityLog, TellsWhereItWasSavedOrWhyNot) {
     EXPECT_TRUE(testing::readAll(desktop.savePanelAnswer).endsWith("[WARN] [SCAN] one"));
     EXPECT_EQ(lastOf(log), QStringLiteral("OK SYSTEM Log saved to: ") + desktop.savePanelAnswer);
 
-    desktop.savePanelAnswer = folder.path(QStringLiteral("gone/log.txt"));
+    desktop.savePanelAnswer = folder.path() + QStringLiteral("/gone/log.txt");
     log.save(desktop, QStringLiteral("Log.txt"), log.lines());
     EXPECT_TRUE(lastOf(log).startsWith(QStringLiteral("ERROR SYSTEM Failed to save log: ")));
 }
