@@ -18,6 +18,7 @@ QStringList interleaveOutputArguments(const QString& format, const QString& code
     const auto muxer = muxers.find(format);
     const QString name = muxer == muxers.end() ? QStringLiteral("wav") : muxer->second;
     QStringList arguments{QStringLiteral("-f"), name, QStringLiteral("-c:a"), codec};
+    if (name == QStringLiteral("aiff")) arguments.last().replace(QStringLiteral("le"), QStringLiteral("be"));
     if (format == QStringLiteral("mp3")) arguments << wordsOf("-q:a 2");
     if (name == QStringLiteral("wav")) arguments << wordsOf("-write_bext 1 -rf64 auto");
     return arguments;

@@ -8,6 +8,7 @@
 #include <QCryptographicHash>
 #include <QFile>
 #include <algorithm>
+#include <vector>
 
 namespace ostrel {
 namespace {
@@ -29,20 +30,36 @@ QByteArray reversedDigest(QFile& file, const ChunkPlace& data) {
     return digest;
 }
 
-// The document goes along as it is where the target has none: better one that speaks of the source than none.
-QString carryDocument(const QString& source, const QString& target) {
-    const auto document = chunkBytes(source, "iXML");
-    if (!document || document->isEmpty() || findChunk(target, "iXML")) return {};
+std::vector<RIFFChunk> chunksThatLack(const QString& source, const QString& target) {
+    std::vector<RIFFChunk> chunks;
+    try {
+        chunks = RIFFChunkReader::extractPreservableChunks(source);
+    } catch (const RIFFError&) { // no classic WAV file: what is not carried, the comparison tells
+    } catch (const FileError&) {
+    }
+    std::erase_if(chunks, [&](const RIFFChunk& chunk) {
+        return chunk.data.isEmpty() || findChunk(target, chunk.id.constData());
+    });
+    return chunks;
+}
+
+// What no tool has carried goes along as it is. For an iXML document that is a pity, and said: better one that speaks
+// of the source than none.
+QString carryChunks(const QString& source, const QString& target) {
+    const std::vector<RIFFChunk> chunks = chunksThatLack(source, target);
+    if (chunks.empty()) return {};
+    const bool hasDocument = std::ranges::any_of(chunks, [](const RIFFChunk& chunk) { return chunk.id == "iXML"; });
     const QString name = paths::lastComponent(source);
     try {
-        RIFFChunkWriter::injectPreservedChunks(target, {RIFFChunk{"iXML", *document}});
+        RIFFChunkWriter::injectPreservedChunks(target, chunks);
+        if (!hasDocument) return {};
         return QStringLiteral("The iXML of %1 could not be rewritten and goes along as it was: its track list is that "
                               "of the source")
             .arg(name);
     } catch (const RIFFError& error) {
-        return QStringLiteral("The iXML of %1 is lost: %2").arg(name, error.errorDescription());
+        return QStringLiteral("Chunks of %1 are lost: %2").arg(name, error.errorDescription());
     } catch (const FileError& error) {
-        return QStringLiteral("The iXML of %1 is lost: %2").arg(name, error.description);
+        return QStringLiteral("Chunks of %1 are lost: %2").arg(name, error.description);
     }
 }
 
@@ -51,7 +68,7 @@ QString carryDocument(const QString& source, const QString& target) {
 MetadataCompletion completeMetadata(const QString& source, const QString& target, SourceUmid umid) {
     MetadataCompletion completion;
     if (!isWave(target)) return completion;
-    if (const QString said = carryDocument(source, target); !said.isEmpty()) completion.warnings << said;
+    if (const QString said = carryChunks(source, target); !said.isEmpty()) completion.warnings << said;
     completion.bext = completeBext(source, target, umid);
     if (!completion.bext.why.isEmpty()) completion.warnings << differingBextSentence(source, completion.bext);
     if (!renewMd5Chunk(target)) {

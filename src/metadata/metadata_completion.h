@@ -1,5 +1,5 @@
 // What a job does last to the metadata of a new WAV file, whatever tools wrote it before: its bext chunk becomes the
-// source's, an iXML document that no tool could rewrite goes along as it was, and a checksum of the audio is made true.
+// source's, chunks that no tool has carried go along as they were, and a checksum of the audio is made true.
 #pragma once
 
 #include "metadata/bext_completion.h"

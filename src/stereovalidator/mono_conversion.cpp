@@ -3,7 +3,6 @@
 #include "foundation/proof/audio_proof.h"
 #include "foundation/proof/sample_reader.h"
 #include "foundation/proof/unexplained_bytes.h"
-#include "metadata/chunks/chunk_bytes.h"
 #include "metadata/metadata_comparison.h"
 #include "metadata/metadata_completion.h"
 #include "platform/audio/audio_file_writer.h"
@@ -209,33 +208,31 @@ void MonoConversion::noteWhatStands(const NewFile& file, const std::optional<Fil
 
 void MonoConversion::write(AudioFile& source, const QString& path) {
     copyChannel(source, channel(), path);
-    bool isCarried = copyBWFMetadata(path);
-    const MetadataCompletion completion = completeMetadata(request_.file, path, SourceUmid::kept);
-    outcome_.warnings << completion.warnings;
+    copyBWFMetadata(path);
+    outcome_.warnings << completeMetadata(request_.file, path, SourceUmid::kept).warnings;
     outcome_.metadata = compareMetadata(request_.file, path);
-    isCarried |= completion.bext.isComplete;
     const QString name = paths::lastComponent(request_.file);
     if (source.isLossy() && AudioFile(path).lengthInFrames() != source.lengthInFrames()) { // compared nowhere else
         throw ProcessingError::processingFailed(QStringLiteral("The new file has not got the length of %1").arg(name));
     }
-    if (!isCarried && (findChunk(request_.file, "bext") || findChunk(request_.file, "iXML"))) {
-        outcome_.warnings << QStringLiteral("%1: its BWF metadata could not be carried over").arg(name);
+    if (!outcome_.metadata.isWhole()) {
+        outcome_.warnings << QStringLiteral("%1: its BWF metadata could not be carried over (%2)")
+                                 .arg(name, outcome_.metadata.missing());
     }
 }
 
 // Until one succeeds: releases of the original tool that do not know --copy refuse it without touching a file. Best
 // effort: the audio stands without its metadata.
-bool MonoConversion::copyBWFMetadata(const QString& target) const {
+void MonoConversion::copyBWFMetadata(const QString& target) const {
     const QStringList arguments{QStringLiteral("--copy"), paths::absolute(request_.file), paths::absolute(target)};
     const ChildLimits limits = limitsByFileSize({request_.file, target});
-    return std::ranges::any_of(tools_.bwfmetaedit, [&](const QString& tool) {
-        if (!paths::isExecutableFile(tool)) return false;
+    for (const QString& tool : tools_.bwfmetaedit) {
+        if (!paths::isExecutableFile(tool)) continue;
         try {
-            return ChildProcess::runSilently(tool, arguments, limits).succeeded();
-        } catch (const ProcessLaunchError&) {
-            return false;
+            if (ChildProcess::runSilently(tool, arguments, limits).succeeded()) return;
+        } catch (const ProcessLaunchError&) { // the next one, then
         }
-    });
+    }
 }
 
 void MonoConversion::succeed() {

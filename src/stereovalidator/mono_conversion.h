@@ -37,7 +37,7 @@ private:
     void takePlace(NewFile& file);
     void noteWhatStands(const NewFile& file, const std::optional<FileStamp>& made);
     void write(AudioFile& source, const QString& path);
-    bool copyBWFMetadata(const QString& target) const;
+    void copyBWFMetadata(const QString& target) const;
     void succeed();
     void fail(const QString& why);
 

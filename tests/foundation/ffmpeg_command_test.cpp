@@ -36,5 +36,10 @@ TEST(ExtractFFmpegError, TheLastLineThatTellsWhy) {
     EXPECT_EQ(error("\n\n"), QStringLiteral("Unknown error"));
 }
 
+TEST(WavCodec, TakesEightBitsUnsigned) {
+    EXPECT_EQ(wavCodec(8), QStringLiteral("pcm_u8"));
+    EXPECT_EQ(wavCodec(24), QStringLiteral("pcm_s24le"));
+}
+
 } // namespace
 } // namespace ostrel

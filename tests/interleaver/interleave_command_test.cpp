@@ -35,7 +35,7 @@ TEST(InterleaveCommand, ArgumentsByFormat) {
         {"flac", "-f flac -c:a flac /o/out"},
         {"mp3", "-f mp3 -c:a libmp3lame -q:a 2 /o/out"},
         {"m4a", "-f ipod -c:a aac /o/out"},
-        {"aiff", "-f aiff -c:a pcm_s24le /o/out"},
+        {"aiff", "-f aiff -c:a pcm_s24be /o/out"},
         {"ogg", "-f ogg -c:a libvorbis /o/out"},
         {"rf64", "-f wav -c:a pcm_s24le -write_bext 1 -rf64 auto /o/out"},
         {"wave64", "-f wav -c:a pcm_s24le -write_bext 1 -rf64 auto /o/out"},

@@ -1,4 +1,5 @@
 // The engines over real recordings and the delivered bwfmetaedit, against facts that were found without either.
+#include "metadata/bext_identity.h"
 #include "metadata/ixml_surgery.h"
 #include "metadata/metadata_manifest_extractor.h"
 #include "metadata/universal_metadata_engine.h"
@@ -56,6 +57,33 @@ constexpr const char* kPolyXml =
     "\t<TAKE>3</TAKE>\n\t<FILE_UID>OLD</FILE_UID>\n\t<FAMILY_UID>FAM</FAMILY_UID>\n\t<TRACK_LIST>\n\t\t<TRACK>\n"
     "\t\t\t<CHANNEL_INDEX>1</CHANNEL_INDEX>\n\t\t\t<INTERLEAVE_INDEX>1</INTERLEAVE_INDEX>\n"
     "\t\t\t<NAME>Tom &amp; Zo\xC3\xAB</NAME>\n\t\t</TRACK>\n\t</TRACK_LIST>\n</BWFXML>\n";
+
+TEST_F(DeliveredToolTest, ARefusedFieldCostsNoOther) {
+    testing::BextSpec bext;
+    bext.description = "a & b";
+    bext.originator = "Recorder";
+    bext.originationDate = "0000-00-00";
+    bext.timeReference = 172'800'000;
+    WaveSpec spec;
+    spec.frames = 10;
+    spec.before = {{"bext", testing::bextPayload(bext)}};
+    const QString source = aged(folder_.write(u"s.wav"_s, waveBytes(spec)));
+    spec.before.clear();
+    const QString target = folder_.write(u"t.wav"_s, waveBytes(spec));
+    const MetadataEngine engine(tool_, u"refusal"_s);
+    const MetadataResult result = engine.copyMetadataToMultiple(source, {target}).value(target);
+    EXPECT_TRUE(result.success) << result.message.toStdString();
+    EXPECT_EQ(result.refused, QStringList(u"OriginationDate"_s));
+    EXPECT_EQ(refusedSentence(result, u"t.wav"_s), u"bwfmetaedit would not take OriginationDate of t.wav as it stands; "
+                                                   "the other fields were sent without"_s);
+    const auto written = readBextIdentity(target);
+    ASSERT_TRUE(written);
+    EXPECT_EQ(written->description, "a & b");
+    EXPECT_EQ(written->originator, "Recorder");
+    EXPECT_EQ(written->timeReference, 172'800'000U);
+    EXPECT_TRUE(written->originationDate.isEmpty());
+    engine.cleanup();
+}
 
 TEST_F(DeliveredToolTest, MovesEverythingFromAPolyToAnISO) {
     testing::BextSpec bext;

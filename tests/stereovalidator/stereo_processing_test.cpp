@@ -273,15 +273,25 @@ TEST_F(ConversionTest, SucceedsWithoutBwfmetaedit) {
     EXPECT_TRUE(QFile::exists(resultOf(again, {broken})));
 }
 
-TEST_F(ConversionTest, TellsWhenMetadataIsLeftBehind) {
+TEST_F(ConversionTest, CarriesMetadataWithoutATool) {
     const QByteArray bext = testing::bextPayload({.description = "SCENE=42A"});
-    testing::WaveSpec wave{.channels = 2, .before = {{"bext", bext}, {"iXML", "<BWFXML/>"}}};
+    const testing::WaveSpec wave{.channels = 2, .before = {{"bext", bext}, {"iXML", "<BWFXML/>"}, {"SMED", "scene"}}};
     const ItemOutcome outcome = convert(request(folder_.write(QStringLiteral("a.wav"), testing::waveBytes(wave))));
     EXPECT_TRUE(outcome.succeeded());
-    EXPECT_EQ(outcome.warnings, QStringList{QStringLiteral("a.wav: its BWF metadata could not be carried over")});
-    EXPECT_EQ(testing::chunkOf(testing::readAll(outcome.outputs.value(0)), "bext"), bext) << "it needs no tool";
-    wave.before.pop_back();
-    EXPECT_TRUE(convert(request(folder_.write(QStringLiteral("b.wav"), testing::waveBytes(wave)))).warnings.isEmpty());
+    ASSERT_EQ(outcome.warnings.size(), 1);
+    EXPECT_TRUE(outcome.warnings[0].startsWith(QStringLiteral("The iXML of a.wav could not be rewritten")));
+    const QByteArray made = testing::readAll(outcome.outputs.value(0));
+    EXPECT_EQ(testing::chunkOf(made, "bext"), bext);
+    EXPECT_EQ(testing::chunkOf(made, "iXML"), "<BWFXML/>");
+    EXPECT_EQ(testing::chunkOf(made, "SMED"), "scene");
+    EXPECT_TRUE(outcome.metadata.isWhole());
+}
+
+TEST_F(ConversionTest, TellsWhatIsLeftBehind) {
+    const testing::WaveSpec wave{.channels = 2, .before = {{"cue ", QByteArray(4, '\0')}}};
+    const ItemOutcome outcome = convert(request(folder_.write(QStringLiteral("a.wav"), testing::waveBytes(wave))));
+    EXPECT_TRUE(outcome.succeeded());
+    EXPECT_EQ(outcome.warnings, QStringList{QStringLiteral("a.wav: its BWF metadata could not be carried over (cue)")});
 }
 
 TEST_F(ConversionTest, EndsItsSearchForBwfmetaeditAtTheDeliveredTool) {

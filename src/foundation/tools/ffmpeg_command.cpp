@@ -13,6 +13,11 @@ QString codecForFormat(const QString& format, std::optional<int> bitDepth) {
     return QStringLiteral("pcm_s16le");
 }
 
+QString wavCodec(int bitDepth) {
+    // Samples of 8 bits are unsigned in WAV files, and ffmpeg writes no others into one.
+    return bitDepth == 8 ? QStringLiteral("pcm_u8") : QStringLiteral("pcm_s%1le").arg(bitDepth);
+}
+
 QString extractFFmpegError(const QString& standardError) {
     const QStringList lines = standardError.split(u'\n');
     for (auto line = lines.rbegin(); line != lines.rend(); ++line) {

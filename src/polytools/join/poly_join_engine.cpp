@@ -2,6 +2,7 @@
 
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/run/output_file.h"
+#include "foundation/tools/ffmpeg_command.h"
 #include "metadata/universal_metadata_engine.h"
 #include "platform/paths.h"
 #include "platform/processes/child_process.h"
@@ -266,9 +267,9 @@ QStringList PolyJoinEngine::buildJoinCommand(const std::vector<ISOFile>& sorted,
     const int depth = sorted.empty() ? 0 : sorted.front().bitDepth;
     return arguments << QStringLiteral("-filter_complex") << mergeGraph(channelCounts, namesSpeakers)
                      << QStringLiteral("-map") << QStringLiteral("[aout]") << QStringLiteral("-ac") << count
-                     << QStringLiteral("-c:a") << QStringLiteral("pcm_s%1le").arg(depth)
-                     << QStringLiteral("-map_metadata") << QStringLiteral("0") << QStringLiteral("-write_bext")
-                     << QStringLiteral("1") << QStringLiteral("-rf64") << QStringLiteral("auto") << output;
+                     << QStringLiteral("-c:a") << wavCodec(depth) << QStringLiteral("-map_metadata")
+                     << QStringLiteral("0") << QStringLiteral("-write_bext") << QStringLiteral("1")
+                     << QStringLiteral("-rf64") << QStringLiteral("auto") << output;
 }
 
 } // namespace ostrel

@@ -1,6 +1,7 @@
 #include "polytools/preview/preview_files.h"
 
 #include "foundation/domain_error.h"
+#include "foundation/tools/ffmpeg_command.h"
 #include "platform/files/files.h"
 #include "platform/files/own_folder.h"
 #include "platform/paths.h"
@@ -34,7 +35,7 @@ QStringList buildPreviewPolyCommand(const QStringList& isoURLs, int bitDepth, co
                      << mergeGraph(std::vector<int>(static_cast<std::size_t>(isoURLs.size()), 1),
                                    anyNamesSpeakers(isoURLs))
                      << QStringLiteral("-map") << QStringLiteral("[aout]") << QStringLiteral("-ac") << count
-                     << QStringLiteral("-c:a") << QStringLiteral("pcm_s%1le").arg(bitDepth) << QStringLiteral("-rf64")
+                     << QStringLiteral("-c:a") << wavCodec(bitDepth) << QStringLiteral("-rf64")
                      << QStringLiteral("auto") << output;
 }
 

@@ -2,6 +2,7 @@
 
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/run/output_file.h"
+#include "foundation/tools/ffmpeg_command.h"
 #include "metadata/universal_metadata_engine.h"
 #include "platform/paths.h"
 #include "platform/processes/child_process.h"
@@ -361,7 +362,7 @@ QStringList PolySplitEngine::buildSplitCommand(const PolyFile& polyFile, int cha
             QStringLiteral("-ac"),
             QStringLiteral("1"),
             QStringLiteral("-c:a"),
-            QStringLiteral("pcm_s%1le").arg(polyFile.bitDepth),
+            wavCodec(polyFile.bitDepth),
             QStringLiteral("-map_metadata"),
             QStringLiteral("0"),
             QStringLiteral("-map_metadata:s:a"),
