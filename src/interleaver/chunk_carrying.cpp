@@ -13,7 +13,7 @@ namespace {
 QString nameOr(const QString& name, const QString& tag) { return name.isEmpty() ? tag : name; }
 
 QString ownTrackName(const QString& file) {
-    const auto chunk = chunkBytes(file, "iXML");
+    const auto chunk = WaveChunks(file).bytes("iXML");
     const auto document = chunk ? decodedIxml(*chunk) : std::nullopt;
     return document ? onlyTrackName(*document) : QString();
 }

@@ -56,15 +56,15 @@ void compareBext(const QByteArray& source, const QByteArray& target, MetadataRec
     }
 }
 
-void compareChunk(const char* id, const QString& source, const QString& target, MetadataRecord& record) {
-    if (!findChunk(source, id)) return;
+void compareChunk(const char* id, const WaveChunks& source, const WaveChunks& target, MetadataRecord& record) {
+    if (!source.find(id)) return;
     const QString name = QString::fromLatin1(id).trimmed();
-    if (!findChunk(target, id)) {
+    if (!target.find(id)) {
         record.lost << name;
         return;
     }
-    const auto was = chunkBytes(source, id);
-    if (was && was == chunkBytes(target, id)) {
+    const auto was = source.bytes(id);
+    if (was && was == target.bytes(id)) {
         record.kept << name;
     } else {
         const bool isRenewed = qstrcmp(id, "iXML") == 0 || qstrcmp(id, "MD5 ") == 0;
@@ -76,10 +76,10 @@ void compareChunk(const char* id, const QString& source, const QString& target, 
 
 MetadataRecord compareMetadata(const QString& source, const QString& target) {
     MetadataRecord record;
-    if (const auto bext = chunkBytes(source, "bext")) {
-        compareBext(*bext, chunkBytes(target, "bext").value_or(QByteArray()), record);
-    }
-    for (const char* id : kChunks) compareChunk(id, source, target, record);
+    const WaveChunks was(source);
+    const WaveChunks is(target);
+    if (const auto bext = was.bytes("bext")) compareBext(*bext, is.bytes("bext").value_or(QByteArray()), record);
+    for (const char* id : kChunks) compareChunk(id, was, is, record);
     return record;
 }
 

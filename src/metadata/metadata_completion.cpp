@@ -37,9 +37,9 @@ std::vector<RIFFChunk> chunksThatLack(const QString& source, const QString& targ
     } catch (const RIFFError&) { // no classic WAV file: what is not carried, the comparison tells
     } catch (const FileError&) {
     }
-    std::erase_if(chunks, [&](const RIFFChunk& chunk) {
-        return chunk.data.isEmpty() || findChunk(target, chunk.id.constData());
-    });
+    const WaveChunks present(target);
+    std::erase_if(chunks,
+                  [&](const RIFFChunk& chunk) { return chunk.data.isEmpty() || present.find(chunk.id.constData()); });
     return chunks;
 }
 
@@ -67,7 +67,7 @@ QString carryChunks(const QString& source, const QString& target) {
 
 MetadataCompletion completeMetadata(const QString& source, const QString& target, SourceUmid umid) {
     MetadataCompletion completion;
-    if (!isWave(target)) return completion;
+    if (!WaveChunks(target).isWave()) return completion;
     if (const QString said = carryChunks(source, target); !said.isEmpty()) completion.warnings << said;
     completion.bext = completeBext(source, target, umid);
     if (!completion.bext.why.isEmpty()) completion.warnings << differingBextSentence(source, completion.bext);
@@ -79,8 +79,9 @@ MetadataCompletion completeMetadata(const QString& source, const QString& target
 }
 
 bool renewMd5Chunk(const QString& path) {
-    const auto chunk = findChunk(path, "MD5 ");
-    const auto data = findChunk(path, "data");
+    const WaveChunks chunks(path);
+    const auto chunk = chunks.find("MD5 ");
+    const auto data = chunks.find("data");
     if (!chunk || !data) return true;
     QFile file(path);
     if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly)) return false;

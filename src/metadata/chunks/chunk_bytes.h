@@ -1,5 +1,7 @@
-// Where a chunk of a WAV file stands, RF64 and BW64 included, and its bytes. Block on the disk; for any thread.
+// Where the chunks of a WAV file stand, RF64 and BW64 included, and their bytes. Block on the disk; for any thread.
 #pragma once
+
+#include "wave/wave_layout.h"
 
 #include <QByteArray>
 #include <QString>
@@ -12,15 +14,26 @@ struct ChunkPlace {
     qint64 size = 0;
 };
 
-bool isWave(const QString& file);
+// A file whose headers were walked once.
+class WaveChunks {
+public:
+    explicit WaveChunks(const QString& file);
 
-// The first chunk of that id. Nothing for what is no WAV file, and for a chunk that overruns its file.
+    bool isWave() const { return layout_.has_value(); }
+    // The first chunk of that id. Nothing for what is no WAV file, and for a chunk that overruns its file.
+    std::optional<ChunkPlace> find(const char* id) const;
+    // The whole payload. Nothing where there is no such chunk, it can't be read, or it is too large to hold (16 MiB).
+    std::optional<QByteArray> bytes(const char* id) const;
+
+private:
+    QString file_;
+    std::optional<WaveLayout> layout_;
+};
+
+// One chunk of a file that is asked for no other.
 std::optional<ChunkPlace> findChunk(const QString& file, const char* id);
 
-// The first bytes of the payload, at most so many; fewer where they can't be read.
+// The first bytes of a payload, at most so many; fewer where they can't be read.
 QByteArray bytesAt(const QString& file, const ChunkPlace& place, qint64 most);
-
-// The whole payload. Nothing where there is no such chunk, it can't be read, or it is too large to hold (16 MiB).
-std::optional<QByteArray> chunkBytes(const QString& file, const char* id);
 
 } // namespace ostrel
