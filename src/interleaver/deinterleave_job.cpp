@@ -18,7 +18,7 @@ DeinterleaveJob::DeinterleaveJob(const RunContext& run, const MultiChannelSource
 ItemReport DeinterleaveJob::run() {
     const DeinterleaveResult result = makeOutputs();
     report_.outcome = result.outcome;
-    report_.outcome.metadata = compared_;
+    if (result.outcome.succeeded()) report_.outcome.metadata = compared_; // of files that stand
     const auto say = [this](LogLevel level, const QString& message) {
         report_.say(level, LogCategory::process, message, name_);
     };
@@ -65,7 +65,7 @@ void DeinterleaveJob::copyMetadata(const QStringList& unfinished) {
     }
     for (const QString& file : unfinished) {
         bextWarnings_ << completeMetadata(source_.sourceURL, file, SourceUmid::cleared).warnings;
-        compared_.add(compareMetadata(source_.sourceURL, file));
+        compared_.add(compareMetadata(source_.sourceURL, file, SourceUmid::cleared));
     }
     bextWarnings_.removeDuplicates();
 }

@@ -34,7 +34,7 @@ ItemReport InterleaveJob::run() {
     }
     InterleaveResult result = makeOutput(output);
     report_.outcome = result.outcome;
-    report_.outcome.metadata = compared_;
+    if (result.outcome.succeeded()) report_.outcome.metadata = compared_; // of files that stand
     for (const QString& warning : result.outcome.warnings) say(LogLevel::warning, kProcess, warning);
     report_.warn(bextWarnings_, LogCategory::metadata, group_.baseName);
     if (!result.outcome.succeeded()) {
@@ -90,7 +90,7 @@ void InterleaveJob::copyMetadata(const QString& unfinished) {
     }
     // Whatever the tool refused or rewrote; what it lost beside bext is told with the item's status all the same.
     bextWarnings_ << completeMetadata(left, unfinished, SourceUmid::kept).warnings;
-    compared_ = compareMetadata(left, unfinished);
+    compared_ = compareMetadata(left, unfinished, SourceUmid::kept);
 }
 
 void InterleaveJob::finishPlainly(const QString& output) {

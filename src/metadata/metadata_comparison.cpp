@@ -40,7 +40,7 @@ QByteArray valueOf(const QByteArray& bext, const BextField& field) {
     return value.count('\0') == value.size() ? QByteArray() : value;
 }
 
-void compareBext(const QByteArray& source, const QByteArray& target, MetadataRecord& record) {
+void compareBext(const QByteArray& source, const QByteArray& target, SourceUmid umid, MetadataRecord& record) {
     for (const BextField& field : kBextFields) {
         const QByteArray was = valueOf(source, field);
         const QByteArray is = valueOf(target, field);
@@ -49,7 +49,8 @@ void compareBext(const QByteArray& source, const QByteArray& target, MetadataRec
         if (was == is) {
             record.kept << name;
         } else if (is.isEmpty()) {
-            (name == QStringLiteral("UMID") ? record.renewed : record.lost) << name; // cleared: several files of one
+            const bool isCleared = umid == SourceUmid::cleared && name == QStringLiteral("UMID");
+            (isCleared ? record.renewed : record.lost) << name;
         } else {
             record.changed << name;
         }
@@ -59,7 +60,8 @@ void compareBext(const QByteArray& source, const QByteArray& target, MetadataRec
 void compareChunk(const char* id, const WaveChunks& source, const WaveChunks& target, MetadataRecord& record) {
     if (!source.find(id)) return;
     const QString name = QString::fromLatin1(id).trimmed();
-    if (!target.find(id)) {
+    const auto place = target.find(id);
+    if (!place || (place->size == 0 && source.find(id)->size > 0)) {
         record.lost << name;
         return;
     }
@@ -74,11 +76,11 @@ void compareChunk(const char* id, const WaveChunks& source, const WaveChunks& ta
 
 } // namespace
 
-MetadataRecord compareMetadata(const QString& source, const QString& target) {
+MetadataRecord compareMetadata(const QString& source, const QString& target, SourceUmid umid) {
     MetadataRecord record;
     const WaveChunks was(source);
     const WaveChunks is(target);
-    if (const auto bext = was.bytes("bext")) compareBext(*bext, is.bytes("bext").value_or(QByteArray()), record);
+    if (const auto bext = was.bytes("bext")) compareBext(*bext, is.bytes("bext").value_or(QByteArray()), umid, record);
     for (const char* id : kChunks) compareChunk(id, was, is, record);
     return record;
 }

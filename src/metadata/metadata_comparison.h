@@ -3,10 +3,12 @@
 #pragma once
 
 #include "foundation/records/metadata_record.h"
+#include "metadata/bext_completion.h"
 
 namespace ostrel {
 
-// Empty for a source that is no WAV file. A target that is none has lost everything.
-MetadataRecord compareMetadata(const QString& source, const QString& target);
+// Empty for a source that is no WAV file. A target that is none has lost everything. A UMID that is gone is lost,
+// unless it was to be cleared.
+MetadataRecord compareMetadata(const QString& source, const QString& target, SourceUmid umid);
 
 } // namespace ostrel

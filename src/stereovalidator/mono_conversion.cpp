@@ -210,7 +210,7 @@ void MonoConversion::write(AudioFile& source, const QString& path) {
     copyChannel(source, channel(), path);
     copyBWFMetadata(path);
     outcome_.warnings << completeMetadata(request_.file, path, SourceUmid::kept).warnings;
-    outcome_.metadata = compareMetadata(request_.file, path);
+    outcome_.metadata = compareMetadata(request_.file, path, SourceUmid::kept);
     const QString name = paths::lastComponent(request_.file);
     if (source.isLossy() && AudioFile(path).lengthInFrames() != source.lengthInFrames()) { // compared nowhere else
         throw ProcessingError::processingFailed(QStringLiteral("The new file has not got the length of %1").arg(name));
@@ -241,6 +241,7 @@ void MonoConversion::succeed() {
 }
 
 void MonoConversion::fail(const QString& why) {
+    if (outcome_.outputs.isEmpty()) outcome_.metadata = {}; // of a file that does not stand
     outcome_.status = ProcessingStatus::failed(why);
     outcome_.message = why;
 }

@@ -39,7 +39,7 @@ protected:
 };
 
 TEST_F(MetadataComparison, EveryFieldThatIsThereIsNamedAndNoOther) {
-    const MetadataRecord record = compareMetadata(file("a.wav", bext()), file("b.wav", bext()));
+    const MetadataRecord record = compareMetadata(file("a.wav", bext()), file("b.wav", bext()), SourceUmid::kept);
     EXPECT_EQ(record.kept.join(u' '), QStringLiteral("Description Originator OriginatorReference OriginationDate "
                                                      "OriginationTime TimeReference BextVersion UMID loudness "
                                                      "CodingHistory"));
@@ -47,37 +47,49 @@ TEST_F(MetadataComparison, EveryFieldThatIsThereIsNamedAndNoOther) {
 }
 
 TEST_F(MetadataComparison, AnotherLineEndIsAChange) {
-    const auto record = compareMetadata(file("a.wav", bext()), file("b.wav", bext("sSCENE=1\nsTAKE=2\n")));
+    const auto record =
+        compareMetadata(file("a.wav", bext()), file("b.wav", bext("sSCENE=1\nsTAKE=2\n")), SourceUmid::kept);
     EXPECT_EQ(record.changed, QStringList(QStringLiteral("Description")));
     EXPECT_FALSE(record.isWhole());
 }
 
-TEST_F(MetadataComparison, EmptiedFieldsAreLostAndAClearedUmidIsMeant) {
+TEST_F(MetadataComparison, EmptiedFieldsAreLostAndAUmidIsUnlessItWasToBeCleared) {
     QByteArray target = bext();
     target.replace(348, 64, QByteArray(64, '\0'));
     target.replace(412, 10, QByteArray(10, '\0'));
     target.truncate(602);
-    const auto record = compareMetadata(file("a.wav", bext()), file("b.wav", target));
-    EXPECT_EQ(record.lost.join(u' '), QStringLiteral("loudness CodingHistory"));
-    EXPECT_EQ(record.renewed, QStringList(QStringLiteral("UMID")));
+    const QString made = file("b.wav", target);
+    const auto cleared = compareMetadata(file("a.wav", bext()), made, SourceUmid::cleared);
+    EXPECT_EQ(cleared.lost.join(u' '), QStringLiteral("loudness CodingHistory"));
+    EXPECT_EQ(cleared.renewed, QStringList(QStringLiteral("UMID")));
+    const auto kept = compareMetadata(file("a.wav", bext()), made, SourceUmid::kept);
+    EXPECT_EQ(kept.lost.join(u' '), QStringLiteral("UMID loudness CodingHistory"));
 }
 
 TEST_F(MetadataComparison, WithoutABextChunkAllFieldsAreLost) {
-    EXPECT_EQ(compareMetadata(file("a.wav", bext()), file("b.wav", {})).lost.size(), 9);
+    EXPECT_EQ(compareMetadata(file("a.wav", bext()), file("b.wav", {}), SourceUmid::kept).lost.size(), 10);
 }
 
 TEST_F(MetadataComparison, ChunksCountByTheirBytes) {
     const QString source = file("a.wav", {}, {{"SMED", "scene"}, {"iXML", "<a/>"}, {"cue ", "1234"}, {"acid", "x"}});
     const QString target = file("b.wav", {}, {{"SMED", "scene"}, {"iXML", "<b/>"}, {"acid", "y"}});
-    const auto record = compareMetadata(source, target);
+    const auto record = compareMetadata(source, target, SourceUmid::kept);
     EXPECT_EQ(record.kept, QStringList(QStringLiteral("SMED")));
     EXPECT_EQ(record.renewed, QStringList(QStringLiteral("iXML")));
     EXPECT_EQ(record.changed, QStringList(QStringLiteral("acid")));
     EXPECT_EQ(record.lost, QStringList(QStringLiteral("cue")));
 }
 
+TEST_F(MetadataComparison, AnEmptyDocumentInThePlaceOfOneIsALoss) {
+    const QString source = file("a.wav", {}, {{"iXML", "<a/>"}});
+    EXPECT_EQ(compareMetadata(source, file("b.wav", {}, {{"iXML", ""}}), SourceUmid::kept).lost,
+              QStringList(QStringLiteral("iXML")));
+}
+
 TEST_F(MetadataComparison, WhatIsNoWavFileHasNothingToKeep) {
-    EXPECT_TRUE(compareMetadata(folder_.write(QStringLiteral("a.flac"), "fLaC"), file("b.wav", bext())).isEmpty());
+    EXPECT_TRUE(
+        compareMetadata(folder_.write(QStringLiteral("a.flac"), "fLaC"), file("b.wav", bext()), SourceUmid::kept)
+            .isEmpty());
 }
 
 } // namespace

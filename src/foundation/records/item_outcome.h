@@ -30,7 +30,7 @@ struct ItemOutcome {
     QStringList warnings; // what the person should know although outputs stand
     QString message;      // one sentence about the whole
     std::vector<SourceFate> sources;
-    MetadataRecord metadata; // compared; empty where a job was not to carry any
+    MetadataRecord metadata; // of `outputs`, compared; empty where there are none, or nothing was to be carried
     bool wasThere = false;   // the outputs were: counts as a skip, whatever word its status has
 
     bool operator==(const ItemOutcome&) const = default;

@@ -76,6 +76,9 @@ public:
         build(output);
         restoreMetadata(output);
         publish(output);
+        if (metadata_) {
+            tellPreservation(QStringLiteral("Edit completed"), paths::lastComponent(path), *metadata_, log_);
+        }
         log_.success(kProcess, QStringLiteral("━━━ COMPLETE in %1s ━━━").arg(fixed(clock.elapsed() / 1000.0, 2)));
         return finished(ProcessingStatus::completed(), {path});
     }
@@ -257,7 +260,6 @@ private:
                        QStringLiteral("❌ METADATA PRESERVATION FAILED: ") + output.namingFinal(describe(error)));
         }
         metadata_ = completeMetadata(poly_.url, output, SourceUmid::kept, log_);
-        tellPreservation(QStringLiteral("Edit completed"), paths::lastComponent(output.path()), metadata_, log_);
     }
 
     void carryMetadata(const OutputFile& file) {
@@ -346,7 +348,7 @@ private:
     ChannelFilterResult finished(const ProcessingStatus& status, const QStringList& outputs) {
         ChannelFilterResult result;
         result.outcome = {status, outputs, warnings_, status.text, ItemOutcome::allKept({poly_.url})};
-        result.outcome.metadata = metadata_;
+        if (metadata_ && !outputs.isEmpty()) result.outcome.metadata = *metadata_;
         result.channelCount = static_cast<int>(final_.size());
         for (const FinalTrack& track : final_) result.trackNames << track.name;
         result.logEntries = log_.take();
@@ -364,7 +366,7 @@ private:
     EngineLog log_;
     std::vector<FinalTrack> final_;
     QStringList warnings_;
-    MetadataRecord metadata_;
+    std::optional<MetadataRecord> metadata_; // nothing: there was no tool to carry any
 };
 
 } // namespace

@@ -61,6 +61,10 @@ private:
         }
         outcome_.status = ProcessingStatus::completed();
         outcome_.outputs = QStringList(path_);
+        if (metadata_) {
+            tellPreservation(QStringLiteral("Join completed"), file_, *metadata_, log_);
+            outcome_.metadata = *metadata_;
+        }
         log_.success(kProcess, QStringLiteral("Created: %1 (%2 channels)").arg(file_).arg(isos_.size()));
         tell(1.0, "Complete");
     }
@@ -170,8 +174,7 @@ private:
             log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata restoration failed: ") + reason);
             log_.error(kMetadata, QStringLiteral("❌ METADATA RESTORATION FAILED: ") + reason);
         }
-        outcome_.metadata = completeMetadata(isos_.front().url, output, SourceUmid::kept, log_);
-        tellPreservation(QStringLiteral("Join completed"), paths::lastComponent(path_), outcome_.metadata, log_);
+        metadata_ = completeMetadata(isos_.front().url, output, SourceUmid::kept, log_);
     }
 
     void carryMetadata(const UniversalMetadataEngine& engine, const OutputFile& file) {
@@ -245,6 +248,7 @@ private:
     RunLedger& ledger_;
     EngineLog log_;
     ItemOutcome outcome_;
+    std::optional<MetadataRecord> metadata_; // nothing: there was no tool to carry any
 };
 
 } // namespace

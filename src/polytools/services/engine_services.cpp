@@ -44,7 +44,7 @@ MetadataPreservationResult withoutIXML(MetadataPreservationResult capture) {
 MetadataRecord completeMetadata(const QString& source, const OutputFile& output, SourceUmid umid, EngineLog& log) {
     const MetadataCompletion completion = completeMetadata(source, output.unfinished(), umid);
     for (const QString& warning : completion.warnings) log.warning(kMetadata, QStringLiteral("⚠️ ") + warning);
-    return compareMetadata(source, output.unfinished());
+    return compareMetadata(source, output.unfinished(), umid);
 }
 
 void tellPreservation(const QString& done, const QString& file, const MetadataRecord& record, EngineLog& log) {

@@ -79,7 +79,7 @@ MetadataPreservationResult withoutIXML(MetadataPreservationResult capture);
 // of the source's, compared. What could not be done is a warning.
 MetadataRecord completeMetadata(const QString& source, const OutputFile& output, SourceUmid umid, EngineLog& log);
 
-// "All metadata preserved", or what is not as it was.
+// "All metadata preserved", or what is not as it was. Said of a file that stands, so behind its publishing.
 void tellPreservation(const QString& done, const QString& file, const MetadataRecord& record, EngineLog& log);
 
 // A line of the metadata engine, at the level that its sign tells.

@@ -238,11 +238,11 @@ private:
         } catch (const ProcessLaunchError& error) {
             return fail(QStringLiteral("Process error for %1: %2").arg(file, error.description));
         }
-        const MetadataRecord metadata = applyMetadata(output, track, capture);
+        const std::optional<MetadataRecord> metadata = applyMetadata(output, track, capture);
         publish(output, channel, file, metadata);
     }
 
-    void publish(OutputFile& output, int channel, const QString& file, const MetadataRecord& metadata) {
+    void publish(OutputFile& output, int channel, const QString& file, const std::optional<MetadataRecord>& metadata) {
         const OutputFile::End end =
             output.finish({{{poly_.url, channel}, {output.unfinished(), 0}}}, OutputFile::Check::strict);
         if (end.nameWasTaken) return refuse({WritePermission::Kind::refused, end.failure}, file);
@@ -250,7 +250,10 @@ private:
         for (const QString& warning : end.warnings) log_.warning(kProcess, warning);
         log_.success(kProcess, QStringLiteral("Created: ") + file);
         ItemOutcome outcome{ProcessingStatus::completed(), {output.path()}, end.warnings};
-        outcome.metadata = metadata;
+        if (metadata) {
+            tellPreservation(QStringLiteral("Split completed"), file, *metadata, log_);
+            outcome.metadata = *metadata;
+        }
         note(std::move(outcome));
     }
 
@@ -292,14 +295,16 @@ private:
         log_.warning(kProcess, QStringLiteral("Warning: Output may not be true mono: ") + file);
     }
 
-    MetadataRecord applyMetadata(const OutputFile& iso, const ChannelTrack& track, const Capture& capture) {
+    // Nothing where there is nothing to carry, or nothing to carry it with.
+    std::optional<MetadataRecord> applyMetadata(const OutputFile& iso, const ChannelTrack& track,
+                                                const Capture& capture) {
         if (!tools_.universalEngine) {
             log_.debug(QStringLiteral("❌ [UniversalEngine] METADATA ENGINE UNAVAILABLE — bwfmetaedit not found"));
             log_.error(kMetadata, QStringLiteral("❌ METADATA ENGINE UNAVAILABLE — bwfmetaedit not found. Output will "
                                                  "have NO metadata."));
-            return {};
+            return std::nullopt;
         }
-        if (!capture.preservation) return {};
+        if (!capture.preservation) return std::nullopt;
         try {
             carryMetadata(iso, track, *capture.preservation);
         } catch (const std::exception& error) {
@@ -307,9 +312,7 @@ private:
             log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata application failed: ") + reason);
             log_.error(kMetadata, QStringLiteral("❌ METADATA APPLICATION FAILED: ") + reason);
         }
-        const MetadataRecord record = completeMetadata(poly_.url, iso, SourceUmid::cleared, log_);
-        tellPreservation(QStringLiteral("Split completed"), paths::lastComponent(iso.path()), record, log_);
-        return record;
+        return completeMetadata(poly_.url, iso, SourceUmid::cleared, log_);
     }
 
     void carryMetadata(const OutputFile& output, const ChannelTrack& track, const MetadataPreservationResult& capture) {
