@@ -1,0 +1,40 @@
+// A file that is read or written at any place, by several threads at once.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <sys/stat.h>
+
+namespace ostrel {
+
+// Every operation throws CopyError (wave/channel_copy.h) with the file's path and the system's reason.
+class OpenFile {
+public:
+    static OpenFile forReading(const std::string& path);
+    static OpenFile forWriting(const std::string& path); // one that exists
+    ~OpenFile();
+    OpenFile(OpenFile&& other) noexcept;
+    OpenFile& operator=(OpenFile&&) = delete;
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+
+    // All of it: an end of file within is an error.
+    void readAll(void* to, std::size_t size, std::uint64_t offset) const;
+    void writeAll(const void* from, std::size_t size, std::uint64_t offset) const;
+    // Room on the disk for a file of that size. Nothing where the file system can't reserve any.
+    void reserve(std::uint64_t size) const;
+    void cutTo(std::uint64_t size) const;
+    // Neither written nor cut since it was opened.
+    void requireUnchanged() const;
+
+private:
+    OpenFile(const std::string& path, int flags);
+    [[noreturn]] void fail() const;
+
+    std::string path_;
+    int descriptor_ = -1;
+    struct stat opened_ {};
+};
+
+} // namespace ostrel
