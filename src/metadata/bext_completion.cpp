@@ -45,9 +45,7 @@ BextCompletion completeBext(const QString& source, const QString& target, Source
     if (from->size > kLargest) return {false, QStringLiteral("the bext chunk of the source is too large")};
     QByteArray wanted = bytesAt(source, *from, kLargest);
     if (wanted.size() != from->size) return {false, QStringLiteral("the bext chunk of the source can't be read")};
-    if (umid == SourceUmid::cleared && wanted.size() >= kUmid + kUmidBytes) {
-        wanted.replace(kUmid, kUmidBytes, QByteArray(kUmidBytes, '\0'));
-    }
+    wanted = bextFor(std::move(wanted), umid);
     const std::optional<ChunkPlace> to = findChunk(target, "bext");
     // A longer coding history of the target's own ends in zeros, which are no text.
     const auto filled = [&](qint64 size) { return wanted.leftJustified(size, '\0'); };
@@ -64,6 +62,13 @@ BextCompletion completeBext(const QString& source, const QString& target, Source
         return {false, QStringLiteral("the bext chunk can't be read back")};
     }
     return {true, QString()};
+}
+
+QByteArray bextFor(QByteArray bext, SourceUmid umid) {
+    if (umid == SourceUmid::cleared && bext.size() >= kUmid + kUmidBytes) {
+        bext.replace(kUmid, kUmidBytes, QByteArray(kUmidBytes, '\0'));
+    }
+    return bext;
 }
 
 QString differingBextSentence(const QString& source, const BextCompletion& completion) {

@@ -5,6 +5,7 @@
 // fields are copied by command first, and the chunk is completed from the source's bytes behind that.
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 namespace ostrel {
@@ -21,6 +22,9 @@ struct BextCompletion {
 // For WAV files with a bext chunk in the source; leaves others alone. Changes the target in place, so only for files
 // that can be made again. Blocks on the disk; for any thread.
 BextCompletion completeBext(const QString& source, const QString& target, SourceUmid umid);
+
+// The payload of a bext chunk as it goes into a new file.
+QByteArray bextFor(QByteArray bext, SourceUmid umid);
 
 // What is said of a file whose completion has a `why`; it is named by its source, since its own name may be private
 // yet.

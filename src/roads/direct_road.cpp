@@ -1,0 +1,119 @@
+#include "roads/direct_road.h"
+
+#include "platform/paths.h"
+#include "roads/head_chunks.h"
+#include "wave/wave_head.h"
+
+#include <QFile>
+#include <algorithm>
+#include <limits>
+
+namespace ostrel {
+namespace {
+
+constexpr int kWidestSample = 8;              // bytes
+constexpr std::size_t kMostChannels = 0xFFFF; // of a fmt chunk
+
+std::string nativePath(const QString& path) { return QFile::encodeName(path).toStdString(); }
+
+bool isSameEncoding(const WaveFormat& a, const WaveFormat& b) {
+    return a.tag == b.tag && a.bytesPerSample() == b.bytesPerSample() && a.bits == b.bits &&
+           a.validBits == b.validBits && a.sampleRate == b.sampleRate;
+}
+
+} // namespace
+
+DirectRoad::DirectRoad(std::vector<PlannedOutput> outputs) : outputs_(std::move(outputs)) {
+    for (const PlannedOutput& output : outputs_) {
+        for (const ChannelPlace& place : output.channels) {
+            if (!sources_.contains(place.file)) sources_ << place.file;
+        }
+    }
+    for (const QString& file : sources_) layouts_[file] = readWaveLayout(nativePath(file));
+    for (const QString& file : sources_) {
+        if (objection_.isEmpty()) objection_ = refusalOf(file);
+    }
+    for (const PlannedOutput& output : outputs_) {
+        if (!objection_.isEmpty()) return;
+        const bool isWithin = std::ranges::all_of(output.channels, [this](const ChannelPlace& place) {
+            return place.channel >= 0 && place.channel < layoutOf(place.file).format->channels;
+        });
+        if (!isWithin) objection_ = QStringLiteral("a channel is asked for that its file has not got");
+        if (output.channels.size() * kWidestSample > kMostChannels) objection_ = QStringLiteral("too many channels");
+    }
+}
+
+QString DirectRoad::refusalOf(const QString& file) const {
+    const std::optional<WaveLayout>& layout = layouts_.at(file);
+    const QString name = paths::lastComponent(file);
+    if (!layout || !layout->format || !layout->data) return QStringLiteral("%1 is no WAV file").arg(name);
+    const WaveFormat& format = *layout->format;
+    const bool isLinear = format.tag == WaveFormat::pcm || format.tag == WaveFormat::ieeeFloat;
+    const int width = format.bytesPerSample();
+    if (!isLinear || width < 1 || width > kWidestSample || format.sampleRate == 0) {
+        return QStringLiteral("%1 does not hold plain integers or floats").arg(name);
+    }
+    if (layout->sizesDisagree) return QStringLiteral("the header of %1 contradicts itself").arg(name);
+    if (!isSameEncoding(format, *layoutOf(sources_.first()).format)) {
+        return QStringLiteral("%1 differs from %2 in its sample format")
+            .arg(name, paths::lastComponent(sources_.first()));
+    }
+    return {};
+}
+
+WaveFormat DirectRoad::formatOf(const PlannedOutput& output) const {
+    const WaveFormat& first = *layoutOf(output.channels.front().file).format;
+    WaveFormat format = first;
+    format.channels = static_cast<std::uint16_t>(output.channels.size());
+    format.blockAlign =
+        static_cast<std::uint16_t>(output.channels.size() * static_cast<std::size_t>(first.bytesPerSample()));
+    const bool hasValidBits = first.validBits != 0 && first.validBits != first.bits;
+    format.isExtensible = hasValidBits || output.channels.size() > 2;
+    const std::vector<int> positions = wholeSetOf(output, first.channels);
+    const bool keepsItsOrder = !positions.empty() && std::ranges::is_sorted(positions);
+    format.speakers = output.head.speakers.value_or(keepsItsOrder ? first.speakers : 0);
+    return format;
+}
+
+CopyPlan DirectRoad::planOf(QStringList& warnings) const {
+    CopyPlan plan;
+    plan.bytesPerSample = static_cast<std::size_t>(layoutOf(sources_.first()).format->bytesPerSample());
+    plan.frames = std::numeric_limits<std::uint64_t>::max();
+    for (const QString& file : sources_) {
+        const WaveLayout& layout = layoutOf(file);
+        plan.sources.push_back({nativePath(file), layout.data->payload, layout.format->channels});
+        plan.frames = std::min(plan.frames, layout.frames());
+    }
+    for (const PlannedOutput& output : outputs_) {
+        CopyTarget target{nativePath(output.file), {}, {}};
+        for (const ChannelPlace& place : output.channels) {
+            target.channels.push_back(
+                {static_cast<std::size_t>(sources_.indexOf(place.file)), static_cast<std::size_t>(place.channel)});
+        }
+        HeadChunks head = headChunksOf(output, layoutOf(output.head.source));
+        for (const QString& warning : head.warnings) {
+            if (!warnings.contains(warning)) warnings << warning;
+        }
+        const WaveFormat format = formatOf(output);
+        target.head = headBytes({format, plan.frames * format.blockAlign, std::move(head.chunks)});
+        plan.targets.push_back(std::move(target));
+    }
+    return plan;
+}
+
+QStringList DirectRoad::make(const std::function<void(double)>& progress) const {
+    QStringList warnings;
+    const CopyPlan plan = planOf(warnings);
+    const auto total = static_cast<double>(std::max<std::uint64_t>(1, plan.bytesToWrite()));
+    try {
+        copyChannels(plan, [&](std::uint64_t bytes) {
+            if (progress) progress(static_cast<double>(bytes) / total);
+        });
+    } catch (const CopyError& error) {
+        throw RoadError(QStringLiteral("%1: %2").arg(paths::lastComponent(QFile::decodeName(error.path.c_str())),
+                                                     QString::fromUtf8(error.what())));
+    }
+    return warnings;
+}
+
+} // namespace ostrel

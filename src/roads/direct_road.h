@@ -1,0 +1,53 @@
+// The road without a child process: files are made of their sources' bytes, audio and head, in one pass.
+//
+//     DirectRoad road(outputs);
+//     if (!road.objection().isEmpty()) ...    // the ffmpeg road, then
+//     road.make();                            // whole files under their private names
+//
+// Takes WAV files (RIFF, RF64, BW64) of integers or floats of one width and rate. Samples are bytes in another order:
+// width, valid bits and kind stay. Blocks; for any thread but the main one.
+#pragma once
+
+#include "roads/planned_output.h"
+#include "wave/channel_copy.h"
+#include "wave/wave_layout.h"
+
+#include <QString>
+#include <QStringList>
+#include <functional>
+#include <map>
+#include <stdexcept>
+#include <vector>
+
+namespace ostrel {
+
+class RoadError : public std::runtime_error {
+public:
+    explicit RoadError(const QString& why) : std::runtime_error(why.toStdString()), description(why) {}
+    QString description;
+};
+
+class DirectRoad {
+public:
+    explicit DirectRoad(std::vector<PlannedOutput> outputs);
+
+    // Why the sources can't go this way, in words for a log; empty where they can.
+    const QString& objection() const { return objection_; }
+
+    // All files, or none that counts: what stands in them after a RoadError is a part. Gives warnings, whole sentences.
+    // `progress` (0 to 1) is called from several threads. Outputs end with the shortest source.
+    QStringList make(const std::function<void(double)>& progress = {}) const;
+
+private:
+    QString refusalOf(const QString& file) const;
+    const WaveLayout& layoutOf(const QString& file) const { return *layouts_.at(file); }
+    WaveFormat formatOf(const PlannedOutput& output) const;
+    CopyPlan planOf(QStringList& warnings) const;
+
+    std::vector<PlannedOutput> outputs_;
+    QStringList sources_; // each once, in the order of their first use
+    std::map<QString, std::optional<WaveLayout>> layouts_;
+    QString objection_;
+};
+
+} // namespace ostrel

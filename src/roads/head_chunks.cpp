@@ -1,0 +1,83 @@
+#include "roads/head_chunks.h"
+
+#include "metadata/chunks/chunk_bytes.h"
+#include "metadata/ixml_fitting.h"
+#include "platform/paths.h"
+
+#include <QtEndian>
+#include <algorithm>
+#include <array>
+
+namespace ostrel {
+namespace {
+
+constexpr std::uint64_t kLargest = 64 << 20; // bytes; pictures in ID3 and XMP documents are the largest that are met
+constexpr qsizetype kChnaHead = 4;
+constexpr qsizetype kChnaRow = 40;
+
+// What is made anew for every file, or tells of the old one's bytes alone.
+bool belongsToTheOldFile(const std::string& id) {
+    static constexpr std::array kIds{"fmt ", "fact", "data", "ds64", "JUNK", "junk", "PAD ",
+                                     "pad ", "FLLR", "filr", "PEAK", "levl", "slnt", "wavl"};
+    return std::ranges::any_of(kIds, [&](const char* each) { return id == each; });
+}
+
+bool isOfTheWholeSet(const std::string& id) { return id == "axml" || id == "chna"; }
+
+// Each row names its track by its place in the file, from 1; 0 is no row.
+QByteArray chnaOf(QByteArray chna, const std::vector<int>& positions) {
+    for (qsizetype at = kChnaHead; at + kChnaRow <= chna.size(); at += kChnaRow) {
+        const auto track = qFromLittleEndian<quint16>(chna.constData() + at);
+        if (track == 0 || track > positions.size()) continue;
+        qToLittleEndian(static_cast<quint16>(positions[track - 1U] + 1), chna.data() + at);
+    }
+    return chna;
+}
+
+} // namespace
+
+std::vector<int> wholeSetOf(const PlannedOutput& output, int sourceChannels) {
+    std::vector<int> positions(static_cast<std::size_t>(sourceChannels), -1);
+    if (output.channels.size() != positions.size()) return {};
+    for (std::size_t i = 0; i < output.channels.size(); ++i) {
+        const ChannelPlace& place = output.channels[i];
+        const bool isOwn = place.file == output.head.source && place.channel >= 0 && place.channel < sourceChannels;
+        if (!isOwn || positions[static_cast<std::size_t>(place.channel)] >= 0) return {};
+        positions[static_cast<std::size_t>(place.channel)] = static_cast<int>(i);
+    }
+    return positions;
+}
+
+HeadChunks headChunksOf(const PlannedOutput& output, const WaveLayout& source) {
+    const HeadRecipe& recipe = output.head;
+    const std::vector<int> positions = wholeSetOf(output, source.format ? source.format->channels : 0);
+    HeadChunks head;
+    for (const WaveChunk& chunk : source.chunks) {
+        const bool isSecond = (chunk.id == "bext" || chunk.id == "iXML") && &chunk != source.find(chunk.id);
+        if (isSecond || belongsToTheOldFile(chunk.id) || (isOfTheWholeSet(chunk.id) && positions.empty())) continue;
+        const QString name = QString::fromLatin1(chunk.id.c_str()).trimmed();
+        const auto lost = [&](const char* why) {
+            head.warnings << QStringLiteral("The %1 chunk of %2 is lost: %3")
+                                 .arg(name, paths::lastComponent(recipe.source), QLatin1String(why));
+        };
+        if (chunk.size > kLargest || chunk.payloadEnd() > source.fileSize) {
+            lost(chunk.size > kLargest ? "it is too large" : "it overruns the file");
+            continue;
+        }
+        const ChunkPlace place{static_cast<qint64>(chunk.payload), static_cast<qint64>(chunk.size)};
+        QByteArray bytes = bytesAt(recipe.source, place, place.size);
+        if (bytes.size() != place.size) {
+            lost("it can't be read");
+            continue;
+        }
+        if (chunk.id == "bext") bytes = bextFor(std::move(bytes), recipe.umid);
+        if (chunk.id == "chna") bytes = chnaOf(bytes, positions);
+        if (chunk.id == "iXML" && !recipe.trackNames.isEmpty()) {
+            bytes = fittedIxml(bytes, recipe.trackNames, recipe.channelIndices);
+        }
+        head.chunks.push_back({chunk.id, bytes.toStdString()});
+    }
+    return head;
+}
+
+} // namespace ostrel
