@@ -11,8 +11,8 @@
 namespace ostrel {
 namespace {
 
-constexpr int kWidestSample = 8;              // bytes
-constexpr std::size_t kMostChannels = 0xFFFF; // of a fmt chunk
+constexpr int kWidestSample = 8;                   // bytes
+constexpr std::size_t kMostBytesOfAFrame = 0xFFFF; // that a fmt chunk can tell
 
 std::string nativePath(const QString& path) { return QFile::encodeName(path).toStdString(); }
 
@@ -23,24 +23,19 @@ bool isSameEncoding(const WaveFormat& a, const WaveFormat& b) {
 
 } // namespace
 
-DirectRoad::DirectRoad(std::vector<PlannedOutput> outputs) : outputs_(std::move(outputs)) {
-    for (const PlannedOutput& output : outputs_) {
-        for (const ChannelPlace& place : output.channels) {
-            if (!sources_.contains(place.file)) sources_ << place.file;
-        }
-    }
+DirectRoad::DirectRoad(const QStringList& sources) : sources_(sources) {
+    sources_.removeDuplicates();
     for (const QString& file : sources_) layouts_[file] = readWaveLayout(nativePath(file));
     for (const QString& file : sources_) {
         if (objection_.isEmpty()) objection_ = refusalOf(file);
     }
-    for (const PlannedOutput& output : outputs_) {
-        if (!objection_.isEmpty()) return;
-        const bool isWithin = std::ranges::all_of(output.channels, [this](const ChannelPlace& place) {
-            return place.channel >= 0 && place.channel < layoutOf(place.file).format->channels;
-        });
-        if (!isWithin) objection_ = QStringLiteral("a channel is asked for that its file has not got");
-        if (output.channels.size() * kWidestSample > kMostChannels) objection_ = QStringLiteral("too many channels");
-    }
+}
+
+const WaveLayout& DirectRoad::layoutOf(const QString& file) const {
+    const auto found = layouts_.find(file);
+    if (found == layouts_.end() || !found->second)
+        throw RoadError(paths::lastComponent(file) + QStringLiteral(" is no source of this job"));
+    return *found->second;
 }
 
 QString DirectRoad::refusalOf(const QString& file) const {
@@ -75,7 +70,29 @@ WaveFormat DirectRoad::formatOf(const PlannedOutput& output) const {
     return format;
 }
 
-CopyPlan DirectRoad::planOf(QStringList& warnings) const {
+CopyTarget DirectRoad::targetOf(const PlannedOutput& output, std::uint64_t frames, QStringList& warnings) const {
+    CopyTarget target{nativePath(output.file), {}, {}};
+    if (output.channels.empty() || output.channels.size() * kWidestSample > kMostBytesOfAFrame) {
+        throw RoadError(QStringLiteral("a file of %1 channels can't be made").arg(output.channels.size()));
+    }
+    for (const ChannelPlace& place : output.channels) {
+        if (place.channel < 0 || place.channel >= layoutOf(place.file).format->channels) {
+            throw RoadError(
+                QStringLiteral("%1 has no channel %2").arg(paths::lastComponent(place.file)).arg(place.channel + 1));
+        }
+        target.channels.push_back(
+            {static_cast<std::size_t>(sources_.indexOf(place.file)), static_cast<std::size_t>(place.channel)});
+    }
+    HeadChunks head = headChunksOf(output, layoutOf(output.head.source));
+    for (const QString& warning : head.warnings) {
+        if (!warnings.contains(warning)) warnings << warning;
+    }
+    const WaveFormat format = formatOf(output);
+    target.head = headBytes({format, frames * format.blockAlign, std::move(head.chunks)});
+    return target;
+}
+
+CopyPlan DirectRoad::planOf(const std::vector<PlannedOutput>& outputs, QStringList& warnings) const {
     CopyPlan plan;
     plan.bytesPerSample = static_cast<std::size_t>(layoutOf(sources_.first()).format->bytesPerSample());
     plan.frames = std::numeric_limits<std::uint64_t>::max();
@@ -84,26 +101,14 @@ CopyPlan DirectRoad::planOf(QStringList& warnings) const {
         plan.sources.push_back({nativePath(file), layout.data->payload, layout.format->channels});
         plan.frames = std::min(plan.frames, layout.frames());
     }
-    for (const PlannedOutput& output : outputs_) {
-        CopyTarget target{nativePath(output.file), {}, {}};
-        for (const ChannelPlace& place : output.channels) {
-            target.channels.push_back(
-                {static_cast<std::size_t>(sources_.indexOf(place.file)), static_cast<std::size_t>(place.channel)});
-        }
-        HeadChunks head = headChunksOf(output, layoutOf(output.head.source));
-        for (const QString& warning : head.warnings) {
-            if (!warnings.contains(warning)) warnings << warning;
-        }
-        const WaveFormat format = formatOf(output);
-        target.head = headBytes({format, plan.frames * format.blockAlign, std::move(head.chunks)});
-        plan.targets.push_back(std::move(target));
-    }
+    for (const PlannedOutput& output : outputs) plan.targets.push_back(targetOf(output, plan.frames, warnings));
     return plan;
 }
 
-QStringList DirectRoad::make(const std::function<void(double)>& progress) const {
+QStringList DirectRoad::make(const std::vector<PlannedOutput>& outputs,
+                             const std::function<void(double)>& progress) const {
     QStringList warnings;
-    const CopyPlan plan = planOf(warnings);
+    const CopyPlan plan = planOf(outputs, warnings);
     const auto total = static_cast<double>(std::max<std::uint64_t>(1, plan.bytesToWrite()));
     try {
         copyChannels(plan, [&](std::uint64_t bytes) {

@@ -1,8 +1,8 @@
 // The road without a child process: files are made of their sources' bytes, audio and head, in one pass.
 //
-//     DirectRoad road(outputs);
+//     DirectRoad road(sources);
 //     if (!road.objection().isEmpty()) ...    // the ffmpeg road, then
-//     road.make();                            // whole files under their private names
+//     road.make(outputs);                     // whole files under their private names
 //
 // Takes WAV files (RIFF, RF64, BW64) of integers or floats of one width and rate. Samples are bytes in another order:
 // width, valid bits and kind stay. Blocks; for any thread but the main one.
@@ -29,23 +29,24 @@ public:
 
 class DirectRoad {
 public:
-    explicit DirectRoad(std::vector<PlannedOutput> outputs);
+    // The files that outputs are going to be made of; their headers are walked here.
+    explicit DirectRoad(const QStringList& sources);
 
     // Why the sources can't go this way, in words for a log; empty where they can.
     const QString& objection() const { return objection_; }
 
     // All files, or none that counts: what stands in them after a RoadError is a part. Gives warnings, whole sentences.
     // `progress` (0 to 1) is called from several threads. Outputs end with the shortest source.
-    QStringList make(const std::function<void(double)>& progress = {}) const;
+    QStringList make(const std::vector<PlannedOutput>& outputs, const std::function<void(double)>& progress = {}) const;
 
 private:
     QString refusalOf(const QString& file) const;
-    const WaveLayout& layoutOf(const QString& file) const { return *layouts_.at(file); }
+    const WaveLayout& layoutOf(const QString& file) const;
     WaveFormat formatOf(const PlannedOutput& output) const;
-    CopyPlan planOf(QStringList& warnings) const;
+    CopyTarget targetOf(const PlannedOutput& output, std::uint64_t frames, QStringList& warnings) const;
+    CopyPlan planOf(const std::vector<PlannedOutput>& outputs, QStringList& warnings) const;
 
-    std::vector<PlannedOutput> outputs_;
-    QStringList sources_; // each once, in the order of their first use
+    QStringList sources_; // each once
     std::map<QString, std::optional<WaveLayout>> layouts_;
     QString objection_;
 };

@@ -1,4 +1,4 @@
-#include "roads/direct_road.h"
+#include "roads/road.h"
 
 #include "support/test_folder.h"
 #include "support/wave_file.h"
@@ -35,9 +35,9 @@ TEST_F(DirectRoadTest, TakesAPolyApartInOnePass) {
     const QString poly = source(u"poly.wav"_s, spec);
     std::vector<PlannedOutput> outputs;
     for (int i = 0; i < 3; ++i) outputs.push_back({output(u"%1.wav"_s.arg(i)), {{poly, i}}, {poly}});
-    const DirectRoad road(outputs);
+    const DirectRoad road({poly});
     ASSERT_EQ(road.objection(), QString());
-    EXPECT_TRUE(road.make().isEmpty());
+    EXPECT_TRUE(road.make(outputs).isEmpty());
     const Samples expected = scaledTo32(samplesOf(spec), 24);
     for (std::size_t i = 0; i < 3; ++i) {
         EXPECT_EQ(samplesIn(outputs[i].file), Samples{expected[i]}) << i;
@@ -50,9 +50,9 @@ TEST_F(DirectRoadTest, PutsMonoFilesTogetherAndEndsWithTheShortest) {
     const WaveSpec right{.frames = 900, .firstSignal = 1};
     const PlannedOutput planned{
         output(u"o.wav"_s), {{source(u"l.wav"_s, left), 0}, {source(u"r.wav"_s, right), 0}}, {folder.path(u"l.wav"_s)}};
-    const DirectRoad road({planned});
+    const DirectRoad road({folder.path(u"l.wav"_s), folder.path(u"r.wav"_s)});
     ASSERT_EQ(road.objection(), QString());
-    road.make();
+    road.make({planned});
     Samples expected = samplesOf(left);
     expected[0].resize(900);
     expected.push_back(samplesOf(right)[0]);
@@ -62,7 +62,7 @@ TEST_F(DirectRoadTest, PutsMonoFilesTogetherAndEndsWithTheShortest) {
 TEST_F(DirectRoadTest, ValidBitsAndWideContainersStay) {
     const QString poly = source(u"poly.wav"_s, {.channels = 2, .bitDepth = 24, .frames = 100, .sampleBytes = 4});
     const PlannedOutput planned{output(u"o.wav"_s), {{poly, 1}}, {poly}};
-    DirectRoad({planned}).make();
+    DirectRoad({poly}).make({planned});
     const WaveLayout was = layoutOf(poly);
     const WaveLayout is = layoutOf(planned.file);
     EXPECT_EQ(is.format->bits, was.format->bits);
@@ -73,11 +73,11 @@ TEST_F(DirectRoadTest, ValidBitsAndWideContainersStay) {
 TEST_F(DirectRoadTest, ThreeChannelsNameNoSpeakersUnlessAskedTo) {
     const QString poly = source(u"poly.wav"_s, {.channels = 3, .frames = 10});
     PlannedOutput planned{output(u"o.wav"_s), {{poly, 2}, {poly, 0}, {poly, 1}}, {poly}};
-    DirectRoad({planned}).make();
+    DirectRoad({poly}).make({planned});
     EXPECT_TRUE(layoutOf(planned.file).format->isExtensible);
     EXPECT_EQ(layoutOf(planned.file).format->speakers, 0U);
     planned.head.speakers = 0x7;
-    DirectRoad({planned}).make();
+    DirectRoad({poly}).make({planned});
     EXPECT_EQ(layoutOf(planned.file).format->speakers, 7U);
 }
 
@@ -96,7 +96,7 @@ TEST_F(DirectRoadTest, EveryChunkThatStaysTrueGoesAlongFromWhereverItStands) {
         output(u"c.wav"_s),
         {{poly, 1}},
         {.source = poly, .umid = SourceUmid::cleared, .trackNames = {u"Lav"_s}, .channelIndices = {2}}};
-    DirectRoad({kept, cleared}).make();
+    DirectRoad({poly}).make({kept, cleared});
     const QByteArray whole = readAll(kept.file);
     EXPECT_EQ(chunkOf(whole, "bext"), bextPayload(bext));
     EXPECT_EQ(chunkOf(whole, "cue "), "marks");
@@ -122,7 +122,7 @@ TEST_F(DirectRoadTest, AudioDefinitionsFollowTheirChannelsAndStayWithTheWholeSet
         source(u"poly.wav"_s, {.channels = 2, .frames = 10, .before = {{"chna", chna}, {"axml", "<a/>"}}});
     const PlannedOutput swapped{output(u"s.wav"_s), {{poly, 1}, {poly, 0}}, {poly}};
     const PlannedOutput part{output(u"p.wav"_s), {{poly, 1}}, {poly}};
-    DirectRoad({swapped, part}).make();
+    DirectRoad({poly}).make({swapped, part});
     EXPECT_EQ(chunkOf(readAll(swapped.file), "chna"),
               littleEndian16(2) + littleEndian16(2) + chnaRow(2, "ATU_1") + chnaRow(1, "ATU_2"));
     EXPECT_EQ(chunkOf(readAll(swapped.file), "axml"), "<a/>");
@@ -134,20 +134,32 @@ TEST_F(DirectRoadTest, SaysWhyItCannotTakeAFile) {
     const QString wide = source(u"wide.wav"_s, {.bitDepth = 24, .frames = 10});
     const QString narrow = source(u"narrow.wav"_s, {.bitDepth = 16, .frames = 10});
     const QString text = folder.write(u"text.wav"_s, "no recording");
-    const auto objection = [&](std::vector<ChannelPlace> channels) {
-        return DirectRoad({{output(u"o.wav"_s), std::move(channels), {wide}}}).objection();
-    };
-    EXPECT_EQ(objection({{wide, 0}, {narrow, 0}}), u"narrow.wav differs from wide.wav in its sample format"_s);
-    EXPECT_EQ(objection({{text, 0}}), u"text.wav is no WAV file"_s);
-    EXPECT_EQ(objection({{wide, 1}}), u"a channel is asked for that its file has not got"_s);
+    EXPECT_EQ(DirectRoad({wide, narrow}).objection(), u"narrow.wav differs from wide.wav in its sample format"_s);
+    EXPECT_EQ(DirectRoad({text}).objection(), u"text.wav is no WAV file"_s);
+    EXPECT_THROW(DirectRoad({wide}).make({{output(u"o.wav"_s), {{wide, 1}}, {wide}}}), RoadError);
+    EXPECT_THROW(DirectRoad({wide}).make({{output(u"o.wav"_s), {{narrow, 0}}, {wide}}}), RoadError);
+}
+
+TEST_F(DirectRoadTest, ARoadSaysWhyItTakesFfmpegInstead) {
+    const QString wide = source(u"wide.wav"_s, {.frames = 10});
+    EXPECT_TRUE(Road(EngineChoice::direct, {wide}, u"wav"_s).isDirect());
+    const Road byChoice(EngineChoice::ffmpeg, {wide}, u"wav"_s);
+    EXPECT_FALSE(byChoice.isDirect());
+    EXPECT_EQ(byChoice.detour(), QString());
+    const Road byNeed(EngineChoice::direct, {wide}, u"flac"_s);
+    EXPECT_FALSE(byNeed.isDirect());
+    EXPECT_TRUE(byNeed.detour().contains(u"flac"_s));
+    bool hasRun = false;
+    byNeed.make({}, [&] { hasRun = true; });
+    EXPECT_TRUE(hasRun);
 }
 
 TEST_F(DirectRoadTest, AFileThatGoesAwayIsNamed) {
     const QString poly = source(u"poly.wav"_s, {.channels = 2, .frames = 10});
-    const DirectRoad road({{output(u"o.wav"_s), {{poly, 0}}, {poly}}});
+    const DirectRoad road({poly});
     ASSERT_TRUE(QFile::remove(poly));
     try {
-        road.make();
+        road.make({{output(u"o.wav"_s), {{poly, 0}}, {poly}}});
         FAIL() << "read a file that is not there";
     } catch (const RoadError& error) {
         EXPECT_TRUE(error.description.startsWith(u"poly.wav: "_s)) << error.description.toStdString();

@@ -1,0 +1,41 @@
+// The road that an item takes from its sources to its files: the one that was chosen, or ffmpeg where that one can't
+// take them. An engine asks a road and does the same around it, whichever it is.
+//
+//     const Road road(options.engine, sources, "wav");
+//     road.make(outputs, [&] { runFFmpeg(...); addMetadata(...); });
+//
+// Blocks; for any thread but the main one.
+#pragma once
+
+#include "foundation/records/engine_choice.h"
+#include "roads/direct_road.h"
+
+#include <QString>
+#include <QStringList>
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace ostrel {
+
+class Road {
+public:
+    // `container` is the format of the files that are to be made ("wav", "flac").
+    Road(EngineChoice chosen, const QStringList& sources, const QString& container);
+
+    // Whether the files come whole, with their metadata, without a tool.
+    bool isDirect() const { return direct_.has_value(); }
+    // What the log says where the chosen road can't be taken; empty: it is.
+    const QString& detour() const { return detour_; }
+
+    // Either of them; `byFFmpeg` tells its failures its own way. Gives warnings. Throws RoadError where the direct road
+    // fails, and what `byFFmpeg` throws. `progress` (0 to 1) is called from several threads, on the direct road.
+    QStringList make(const std::vector<PlannedOutput>& outputs, const std::function<void()>& byFFmpeg,
+                     const std::function<void(double)>& progress = {}) const;
+
+private:
+    std::optional<DirectRoad> direct_;
+    QString detour_;
+};
+
+} // namespace ostrel
