@@ -50,7 +50,7 @@ void benchPair(const ExternalToolDetector& tools, int minutes, double goal, bool
                     [&] {
                         const InterleaveEngine engine(tools.ffmpegPath.value(), tools.bwfmetaeditPath.value());
                         const MetadataEngine metadata(tools.bwfmetaeditPath.value(), QStringLiteral("bench"));
-                        const auto complete = [&](const QString& unfinished) {
+                        const auto complete = [&](const QString& unfinished, bool) {
                             if (tools.bwfmetaeditPath.value().isEmpty()) return;
                             metadata.copyMetadata(group.channelFiles.value(QStringLiteral("L")), unfinished);
                         };

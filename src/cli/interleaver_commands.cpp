@@ -39,6 +39,7 @@ std::vector<std::string> layoutIds() {
 
 ProcessingOptions processingOptions(const InterleaverOptions& job, AppMode mode) {
     ProcessingOptions options;
+    options.engine = engineOf(job);
     options.outputFormatPolicy = kFormats.at(job.format);
     options.lrCleanupMode = kCleanups.at(job.lrCleanup);
     options.channelSeparator = job.separator == "underscore" ? ChannelSeparator::underscore : ChannelSeparator::dot;
@@ -164,6 +165,7 @@ void addInterleaverOptions(CLI::App& command, InterleaverOptions& job) {
         ->capture_default_str();
     addSubfoldersOption(command, job);
     addOverwriteOption(command, job);
+    addEngineOption(command, job);
     command.add_option("--originals", job.originals, "What becomes of the sources after a success")
         ->check(CLI::IsMember({"keep", "move", "delete"}))
         ->capture_default_str();

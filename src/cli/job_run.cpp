@@ -8,6 +8,20 @@ void addSubfoldersOption(CLI::App& command, JobOptions& options) {
     command.add_flag("--no-subfolders", options.noSubfolders, "Stay out of the folders' subfolders");
 }
 
+void addEngineOption(CLI::App& command, JobOptions& options) {
+    command
+        .add_option("--engine", options.engine,
+                    "ffmpeg, or direct: this program copies the samples itself, many times faster and without a change "
+                    "to any of them (plain WAV files; others go by way of ffmpeg)")
+        ->check(CLI::IsMember({"ffmpeg", "direct"}))
+        ->envname("OSTREL_ENGINE")
+        ->capture_default_str();
+}
+
+EngineChoice engineOf(const JobOptions& options) {
+    return engineNamed(QString::fromStdString(options.engine)).value_or(EngineChoice::ffmpeg);
+}
+
 void addOverwriteOption(CLI::App& command, JobOptions& options) {
     command.add_flag("--overwrite", options.overwrite, "Replace outputs that are there already (default: skip them)");
 }

@@ -6,6 +6,7 @@
 #include "cli/job_format.h"
 #include "cli/terminal_desktop_services.h"
 #include "foundation/logs/processing_log.h"
+#include "foundation/records/engine_choice.h"
 #include "foundation/records/record_list.h"
 #include "platform/processes/stop_signals.h"
 
@@ -19,6 +20,7 @@ struct JobOptions {
     TerminalOptions terminal;
     std::vector<std::string> paths;
     std::string output;
+    std::string engine = "ffmpeg";
     bool noSubfolders = false;
     bool overwrite = false;
     bool csv = false;
@@ -26,6 +28,8 @@ struct JobOptions {
 
 void addSubfoldersOption(CLI::App& command, JobOptions& options);
 void addOverwriteOption(CLI::App& command, JobOptions& options);
+void addEngineOption(CLI::App& command, JobOptions& options);
+EngineChoice engineOf(const JobOptions& options);
 
 class JobRun {
     StopSignals signals_; // first: a controller looks for the tools when it is made

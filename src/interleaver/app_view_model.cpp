@@ -149,7 +149,9 @@ QCoro::Task<> AppViewModel::performAutoDetectLayout() {
     const QStringList files = uniqueFiles(selection).files;
     const QString ffprobe = toolDetector_->ffprobePath.value();
     if (files.size() != 1 || paths::isFolder(files.first()) || ffprobe.isEmpty()) co_return;
-    const auto probe = [parser = FFProbeParser(ffprobe), file = files.first()] { return parser.probe(file); };
+    const auto probe = [parser = FFProbeParser(ffprobe, options.value().engine), file = files.first()] {
+        return parser.probe(file);
+    };
     int channels = 0;
     try {
         channels = (co_await inBackground(this, probe)).channels;
@@ -232,8 +234,12 @@ QCoro::Task<> AppViewModel::runScan(TaskHandle handle) {
 }
 
 InterleaverScan::Request AppViewModel::scanRequest() const {
-    return {selectedFiles.value(), selectedLayout.value(), options.value().includeSubfolders,
-            toolDetector_->ffprobePath.value(), toolDetector_->bwfmetaeditPath.value()};
+    return {selectedFiles.value(),
+            selectedLayout.value(),
+            options.value().includeSubfolders,
+            toolDetector_->ffprobePath.value(),
+            toolDetector_->bwfmetaeditPath.value(),
+            options.value().engine};
 }
 
 InterleaverScan::Hooks AppViewModel::scanHooks() {

@@ -18,6 +18,12 @@ QString ownTrackName(const QString& file) {
     return document ? onlyTrackName(*document) : QString();
 }
 
+QString nameOfChannel(const QByteArray& chunk, const QStringList& tags, int channel) {
+    const auto document = decodedIxml(chunk);
+    const QStringList names = document ? trackNamesOf(*document, static_cast<int>(tags.size())) : QStringList();
+    return nameOr(names.value(channel), tags.value(channel));
+}
+
 std::vector<RIFFChunk> withFittedIxml(std::vector<RIFFChunk> chunks,
                                       const std::function<QByteArray(const QByteArray&)>& fit) {
     for (RIFFChunk& chunk : chunks) {
@@ -28,19 +34,24 @@ std::vector<RIFFChunk> withFittedIxml(std::vector<RIFFChunk> chunks,
 
 } // namespace
 
+QStringList trackNamesOfSet(const QStringList& files, const QStringList& tags) {
+    QStringList names;
+    for (qsizetype i = 0; i < files.size(); ++i) names << nameOr(ownTrackName(files[i]), tags.value(i));
+    return names;
+}
+
+QString trackNameOfChannel(const QString& file, const QStringList& tags, int channel) {
+    return nameOfChannel(WaveChunks(file).bytes("iXML").value_or(QByteArray()), tags, channel);
+}
+
 std::vector<RIFFChunk> chunksOfSet(std::vector<RIFFChunk> chunks, const QStringList& files, const QStringList& tags) {
-    return withFittedIxml(std::move(chunks), [&](const QByteArray& chunk) {
-        QStringList names;
-        for (qsizetype i = 0; i < files.size(); ++i) names << nameOr(ownTrackName(files[i]), tags.value(i));
-        return fittedIxml(chunk, names, {});
-    });
+    return withFittedIxml(std::move(chunks),
+                          [&](const QByteArray& chunk) { return fittedIxml(chunk, trackNamesOfSet(files, tags), {}); });
 }
 
 std::vector<RIFFChunk> chunksOfChannel(std::vector<RIFFChunk> chunks, const QStringList& tags, int channel) {
     return withFittedIxml(std::move(chunks), [&](const QByteArray& chunk) {
-        const auto document = decodedIxml(chunk);
-        const QStringList names = document ? trackNamesOf(*document, static_cast<int>(tags.size())) : QStringList();
-        return fittedIxml(chunk, {nameOr(names.value(channel), tags.value(channel))}, {channel + 1});
+        return fittedIxml(chunk, {nameOfChannel(chunk, tags, channel)}, {channel + 1});
     });
 }
 

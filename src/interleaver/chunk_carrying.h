@@ -9,6 +9,13 @@
 
 namespace ostrel {
 
+// The names of a set's tracks on the multichannel file that is made of it (XML text): as each file's own document names
+// its one track, or the tag.
+QStringList trackNamesOfSet(const QStringList& files, const QStringList& tags);
+
+// The name of a channel (0-based) of a multichannel file of these tags, as its document names it, or the tag.
+QString trackNameOfChannel(const QString& file, const QStringList& tags, int channel);
+
 // The preservable chunks; none, and a diagnostic line, where they can't be read.
 std::vector<RIFFChunk> extractChunksOrExplain(const QString& source);
 

@@ -15,6 +15,7 @@
 #include "platform/paths.h"
 #include "platform/processes/child_process.h"
 #include "platform/processes/tool_limits.h"
+#include "roads/road.h"
 
 #include <map>
 #include <memory>
@@ -69,12 +70,12 @@ void verifyMetadataPreserved(const QString& ffprobePath, const MultiChannelSourc
 
 } // namespace
 
-std::vector<ChannelPair> channelPairs(const MultiChannelSource& source, const QMap<QString, QString>& files) {
+std::vector<ChannelPair> channelPairs(const MultiChannelSource& source, const QStringList& order,
+                                      const QMap<QString, QString>& files) {
     std::vector<ChannelPair> pairs;
-    const QStringList tags = ffmpegLayoutOf(source.layout).tags;
-    for (int channel = 0; channel < tags.size(); ++channel) {
-        if (files.contains(tags[channel]))
-            pairs.push_back({{source.sourceURL, channel}, {files.value(tags[channel]), 0}});
+    for (int channel = 0; channel < order.size(); ++channel) {
+        if (files.contains(order[channel]))
+            pairs.push_back({{source.sourceURL, channel}, {files.value(order[channel]), 0}});
     }
     return pairs;
 }
@@ -89,8 +90,8 @@ QString DeinterleaveError::errorDescription() const {
 }
 
 DeinterleaveEngine::DeinterleaveEngine(const QString& ffmpegPath, const QString& ffprobePath,
-                                       StatusUpdate onStatusUpdate)
-    : ffmpegPath_(ffmpegPath), ffprobePath_(ffprobePath), onStatusUpdate_(std::move(onStatusUpdate)) {}
+                                       StatusUpdate onStatusUpdate, EngineChoice engine)
+    : ffmpegPath_(ffmpegPath), ffprobePath_(ffprobePath), onStatusUpdate_(std::move(onStatusUpdate)), engine_(engine) {}
 
 // One job on its way.
 struct DeinterleaveEngine::Work {
@@ -122,7 +123,7 @@ DeinterleaveResult DeinterleaveEngine::deinterleave(const MultiChannelSource& so
                                                     const BeforePublishingAll& complete, bool isDurable) const {
     RunLedger ownLedger(QStringList(source.sourceURL));
     if (!ledger) ledger = &ownLedger;
-    Work work{source, extractChunksOrExplain(source.sourceURL)};
+    Work work{source};
     ItemOutcome& outcome = work.result.outcome;
     outcome.sources = ItemOutcome::allKept({source.sourceURL});
     const QString format = source.outputFormat(options.outputFormatPolicy);
@@ -134,17 +135,19 @@ DeinterleaveResult DeinterleaveEngine::deinterleave(const MultiChannelSource& so
         work.fail(QStringLiteral("Failed to create output directory: ") + error.description);
         return std::move(work.result);
     }
+    const Road road(engine_, {source.sourceURL}, format);
+    work.result.detour = road.detour();
+    work.result.isWhole = road.isDirect();
+    work.result.order = channelOrder(source, road.isDirect());
     if (!mayWriteAll(work, options, *ledger)) return std::move(work.result);
 
     outcome.warnings << unexplainedBytesWarnings({source.sourceURL});
     for (auto output = work.result.outputURLs.begin(); output != work.result.outputURLs.end(); ++output) {
         work.files[output.key()] = std::make_unique<NewFile>(output.value());
     }
-    runFFmpeg(work, buildDeinterleaveCommand(source, options, format, work.unfinished()) +
-                        unselectedChannelSinks(source, work.unfinished()));
+    make(work, road, options, format);
     if (!work.hasFailed) {
-        addChunks(work);
-        if (complete) complete(work.unfinished().values());
+        if (complete) complete(work.unfinished().values(), road.isDirect());
         check(work);
     }
     if (!work.hasFailed) publish(work, isDurable);
@@ -154,16 +157,48 @@ DeinterleaveResult DeinterleaveEngine::deinterleave(const MultiChannelSource& so
     return std::move(work.result);
 }
 
+void DeinterleaveEngine::make(Work& work, const Road& road, const ProcessingOptions& options,
+                              const QString& format) const {
+    work.result.outcome.message = QStringLiteral("Successfully created: ") +
+                                  namesOf(work.result.outputURLs, work.source).join(QStringLiteral(", "));
+    try {
+        work.result.outcome.warnings << road.make(plannedOutputs(work), [&] {
+            runFFmpeg(work, buildDeinterleaveCommand(work.source, options, format, work.unfinished()) +
+                                unselectedChannelSinks(work.source, work.unfinished()));
+            if (work.hasFailed) return;
+            work.chunks = extractChunksOrExplain(work.source.sourceURL);
+            addChunks(work);
+        });
+    } catch (const RoadError& error) {
+        work.fail(work.namingFinal(error.description));
+    }
+}
+
+std::vector<PlannedOutput> DeinterleaveEngine::plannedOutputs(const Work& work) const {
+    std::vector<PlannedOutput> outputs;
+    const QString& source = work.source.sourceURL;
+    for (const ChannelPair& pair : channelPairs(work.source, work.result.order, work.unfinished())) {
+        const int channel = pair.source.channel;
+        outputs.push_back({pair.output.file,
+                           {pair.source},
+                           {.source = source,
+                            .umid = SourceUmid::cleared,
+                            .trackNames = {trackNameOfChannel(source, work.result.order, channel)},
+                            .channelIndices = {channel + 1}}});
+    }
+    return outputs;
+}
+
 bool DeinterleaveEngine::mayWriteAll(Work& work, const ProcessingOptions& options, RunLedger& ledger) const {
-    const QStringList tags = ffmpegLayoutOf(work.source.layout).tags;
     for (const QString& tag : work.result.outputURLs.keys()) {
-        if (!tags.contains(tag)) work.fail(QStringLiteral("The source has no channel %1").arg(tag));
+        if (!work.result.order.contains(tag)) work.fail(QStringLiteral("The source has no channel %1").arg(tag));
     }
     QMap<QString, QString> existing;
     for (auto output = work.result.outputURLs.begin(); output != work.result.outputURLs.end() && !work.hasFailed;
          ++output) {
         const auto isEarlierOutput = [&] {
-            return AudioProof::of({}, channelPairs(work.source, {{output.key(), output.value()}})).holds();
+            return AudioProof::of({}, channelPairs(work.source, work.result.order, {{output.key(), output.value()}}))
+                .holds();
         };
         const auto rule = options.overwriteExisting ? ExistingOutput::replaced : ExistingOutput::skipped;
         const WritePermission permission = ledger.mayWrite(output.value(), rule, isEarlierOutput);
@@ -209,15 +244,12 @@ void DeinterleaveEngine::addChunks(Work& work) const {
                                 .arg(paths::lastComponent(file->finalPath()), why));
         }
     }
-    work.result.outcome.message =
-        QStringLiteral("Successfully created: %1%2")
-            .arg(namesOf(work.result.outputURLs, work.source).join(QStringLiteral(", ")),
-                 work.chunks.empty() ? QString() : QStringLiteral(" (with SMED preservation)"));
+    if (!work.chunks.empty()) work.result.outcome.message += QStringLiteral(" (with SMED preservation)");
 }
 
 void DeinterleaveEngine::check(Work& work) const {
     using Kind = ChannelFinding::Kind;
-    const Glance glance = glanceAt(channelPairs(work.source, work.unfinished()));
+    const Glance glance = glanceAt(channelPairs(work.source, work.result.order, work.unfinished()));
     const QString name = paths::lastComponent(work.source.sourceURL);
     const QStringList faults = glance.shortOutputs + glance.brokenOutputs;
     if (!faults.isEmpty()) return work.fail(work.namingFinal(faults.first()));
@@ -254,7 +286,7 @@ void DeinterleaveEngine::publish(Work& work, bool isDurable) const {
         for (const auto& [tag, file] : work.files) file->withdraw();
         work.fail(error.description);
     }
-    for (const QString& tag : ffmpegLayoutOf(work.source.layout).tags) {
+    for (const QString& tag : work.result.order) {
         const auto file = work.files.find(tag);
         if (file != work.files.end() && file->second->isPublished()) {
             work.result.outcome.outputs << file->second->finalPath();
@@ -263,7 +295,7 @@ void DeinterleaveEngine::publish(Work& work, bool isDurable) const {
 }
 
 void DeinterleaveEngine::lookAtMetadata(const Work& work) const {
-    if (ffprobePath_.isEmpty()) return;
+    if (ffprobePath_.isEmpty() || work.result.isWhole) return;
     // Detached: the job doesn't wait for it.
     backgroundPool().start([ffprobe = ffprobePath_, source = work.source, outputs = work.result.outcome.outputs] {
         verifyMetadataPreserved(ffprobe, source, outputs);

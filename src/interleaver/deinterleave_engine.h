@@ -18,17 +18,26 @@
 
 namespace ostrel {
 
+class Road;
+struct PlannedOutput;
+
 struct DeinterleaveResult {
     ItemOutcome outcome;
     QMap<QString, QString> outputURLs; // by tag, as they were to be; the outcome tells which stand
     QString ffmpegCommand;
+    QStringList order;    // the tags of the source's channels in their order, as they were taken
+    QString detour;       // why ffmpeg made them although the direct engine was to; empty: it went as chosen
+    bool isWhole = false; // made directly: no tool had to bring the metadata
 };
 
-// Completes the files, which stand under private names still, ahead of their publication.
-using BeforePublishingAll = std::function<void(const QStringList& unfinished)>;
+// Completes the files, which stand under private names still, ahead of their publication. `isWhole`: their metadata is
+// there, no tool has to bring it.
+using BeforePublishingAll = std::function<void(const QStringList& unfinished, bool isWhole)>;
 
-// Where the job puts each selected channel. `files` maps tags to mono files.
-std::vector<ChannelPair> channelPairs(const MultiChannelSource& source, const QMap<QString, QString>& files);
+// Where the job puts each selected channel. `order` are the tags of the source's channels, `files` maps tags to mono
+// files.
+std::vector<ChannelPair> channelPairs(const MultiChannelSource& source, const QStringList& order,
+                                      const QMap<QString, QString>& files);
 
 class DeinterleaveError : public std::runtime_error {
 public:
@@ -46,7 +55,8 @@ public:
     using StatusUpdate = std::function<void(const QUuid& sourceId, const ProcessingStatus& status)>;
 
     // An empty ffprobePath: not known; outputs are then not looked at afterwards.
-    DeinterleaveEngine(const QString& ffmpegPath, const QString& ffprobePath, StatusUpdate onStatusUpdate = {});
+    DeinterleaveEngine(const QString& ffmpegPath, const QString& ffprobePath, StatusUpdate onStatusUpdate = {},
+                       EngineChoice engine = EngineChoice::ffmpeg);
 
     // Outputs go below `outputDirectory`, or beside the source if that is empty. All of them stand under their names
     // when they are complete and checked, on the disk where `isDurable`; a failed run leaves none. Throws
@@ -59,6 +69,8 @@ public:
 private:
     struct Work;
     bool mayWriteAll(Work& work, const ProcessingOptions& options, RunLedger& ledger) const;
+    void make(Work& work, const Road& road, const ProcessingOptions& options, const QString& format) const;
+    std::vector<PlannedOutput> plannedOutputs(const Work& work) const;
     void runFFmpeg(Work& work, const QStringList& arguments) const;
     void addChunks(Work& work) const;
     void check(Work& work) const;
@@ -69,6 +81,7 @@ private:
     QString ffmpegPath_;
     QString ffprobePath_;
     StatusUpdate onStatusUpdate_;
+    EngineChoice engine_;
 };
 
 } // namespace ostrel

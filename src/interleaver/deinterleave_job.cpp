@@ -13,7 +13,7 @@ namespace ostrel {
 DeinterleaveJob::DeinterleaveJob(const RunContext& run, const MultiChannelSource& source,
                                  DeinterleaveEngine::StatusUpdate onStatusUpdate)
     : run_(run), source_(source), name_(paths::lastComponent(source.sourceURL)),
-      engine_(run.ffmpegPath, run.ffprobePath, std::move(onStatusUpdate)) {}
+      engine_(run.ffmpegPath, run.ffprobePath, std::move(onStatusUpdate), run.options.engine) {}
 
 ItemReport DeinterleaveJob::run() {
     const DeinterleaveResult result = makeOutputs();
@@ -22,6 +22,7 @@ ItemReport DeinterleaveJob::run() {
     const auto say = [this](LogLevel level, const QString& message) {
         report_.say(level, LogCategory::process, message, name_);
     };
+    if (!result.detour.isEmpty()) say(LogLevel::info, result.detour);
     for (const QString& warning : result.outcome.warnings) say(LogLevel::warning, warning);
     report_.warn(bextWarnings_, LogCategory::metadata, name_);
     if (!result.outcome.succeeded()) {
@@ -32,6 +33,7 @@ ItemReport DeinterleaveJob::run() {
         report_.outcome.status =
             ProcessingStatus::completedWithWarning(QStringLiteral("%1 metadata failures").arg(metadataFailures_));
     }
+    judgeByLayout(result);
     say(LogLevel::success, result.outcome.message);
     if (originals() != Originals::keep) settle(result);
     return std::move(report_);
@@ -46,7 +48,8 @@ DeinterleaveResult DeinterleaveJob::makeOutputs() {
     try {
         return engine_.deinterleave(
             source_, run_.options, run_.outputFolder, run_.ledger.get(),
-            [this](const QStringList& unfinished) { copyMetadata(unfinished); }, originals() != Originals::keep);
+            [this](const QStringList& unfinished, bool isWhole) { copyMetadata(unfinished, isWhole); },
+            originals() != Originals::keep);
     } catch (const DeinterleaveError& error) {
         return {ItemOutcome::failure(error.errorDescription(), {source_.sourceURL})};
     } catch (const std::exception& error) { // memory, most likely: this item fails, the batch goes on
@@ -54,15 +57,9 @@ DeinterleaveResult DeinterleaveJob::makeOutputs() {
     }
 }
 
-void DeinterleaveJob::copyMetadata(const QStringList& unfinished) {
-    if (!run_.metadataEngine || unfinished.isEmpty()) return;
-    const QMap<QString, MetadataResult> copied =
-        run_.metadataEngine->copyMetadataToMultiple(source_.sourceURL, unfinished);
-    metadataFailures_ =
-        std::count_if(copied.begin(), copied.end(), [](const MetadataResult& one) { return !one.success; });
-    for (const MetadataResult& one : copied) {
-        if (!one.refused.isEmpty()) bextWarnings_ << refusedSentence(one, paths::lastComponent(source_.sourceURL));
-    }
+void DeinterleaveJob::copyMetadata(const QStringList& unfinished, bool isWhole) {
+    if (unfinished.isEmpty() || (!isWhole && !run_.metadataEngine)) return;
+    if (!isWhole) copyByTool(unfinished);
     for (const QString& file : unfinished) {
         bextWarnings_ << completeMetadata(source_.sourceURL, file, SourceUmid::cleared).warnings;
         compared_.add(compareMetadata(source_.sourceURL, file, SourceUmid::cleared));
@@ -70,9 +67,32 @@ void DeinterleaveJob::copyMetadata(const QStringList& unfinished) {
     bextWarnings_.removeDuplicates();
 }
 
+void DeinterleaveJob::copyByTool(const QStringList& unfinished) {
+    const QMap<QString, MetadataResult> copied =
+        run_.metadataEngine->copyMetadataToMultiple(source_.sourceURL, unfinished);
+    metadataFailures_ =
+        std::count_if(copied.begin(), copied.end(), [](const MetadataResult& one) { return !one.success; });
+    for (const MetadataResult& one : copied) {
+        if (!one.refused.isEmpty()) bextWarnings_ << refusedSentence(one, paths::lastComponent(source_.sourceURL));
+    }
+}
+
+// ffmpeg knows one order of eight channels, and goes by it whatever the file was made in.
+void DeinterleaveJob::judgeByLayout(const DeinterleaveResult& result) {
+    const bool isAmbiguous = source_.layout == ChannelLayout::smpte71 || source_.layout == ChannelLayout::film71;
+    if (result.isWhole || !isAmbiguous) return;
+    const QString why = source_.layout == ChannelLayout::smpte71
+                            ? QStringLiteral("Side and rear pairs may be swapped: ffmpeg takes rear channels to stand "
+                                             "ahead of side channels")
+                            : QStringLiteral("ffmpeg remixes this layout: channels may not be those of the source");
+    report_.outcome.status = ProcessingStatus::completedWithWarning(why);
+    report_.warn({QStringLiteral("%1: %2 - the direct engine keeps the channels as they are").arg(name_, why)},
+                 LogCategory::process, name_);
+}
+
 void DeinterleaveJob::settle(const DeinterleaveResult& result) {
-    const AudioProof proof = AudioProof::of({source_.sourceURL}, channelPairs(source_, result.outputURLs),
-                                            {{source_.sourceURL, ffmpegLayoutOf(source_.layout).tags}});
+    const AudioProof proof = AudioProof::of({source_.sourceURL}, channelPairs(source_, result.order, result.outputURLs),
+                                            {{source_.sourceURL, result.order}});
     settleOriginals(originals(), {source_.sourceURL}, proof, run_, name_, report_);
 }
 

@@ -18,7 +18,9 @@ public:
 private:
     Originals originals() const;
     DeinterleaveResult makeOutputs();
-    void copyMetadata(const QStringList& unfinished);
+    void copyMetadata(const QStringList& unfinished, bool isWhole);
+    void copyByTool(const QStringList& unfinished);
+    void judgeByLayout(const DeinterleaveResult& result);
     void settle(const DeinterleaveResult& result);
 
     const RunContext& run_;

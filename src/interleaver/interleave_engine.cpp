@@ -19,11 +19,14 @@
 #include "platform/processes/child_process.h"
 #include "platform/processes/tool_limits.h"
 #include "platform/text/text.h"
+#include "roads/road.h"
 
 #include <array>
 
 namespace ostrel {
 namespace {
+
+constexpr quint32 kSmpte51Speakers = 0x3F; // L R C LFE Ls Rs; no other layout's order can be told by a mask
 
 // One of these has to say something, or a file has no identity that could be preserved.
 constexpr std::array kIdentity{"Description", "Originator", "OriginatorReference"};
@@ -33,6 +36,14 @@ InterleaveResult skipped(InterleaveResult result) {
     result.outcome.status = ProcessingStatus::skipped(result.outcome.message);
     result.ffmpegCommand.clear();
     return result;
+}
+
+QStringList tagsOf(const InterleaveGroup& group, const ChannelLayout& layout) {
+    QStringList tags;
+    for (const QString& tag : layout.channelTags) {
+        if (group.channelFiles.contains(tag)) tags << tag;
+    }
+    return tags;
 }
 
 // " (with SMED preservation)", or what became of it instead.
@@ -57,6 +68,11 @@ QString InterleaveError::errorDescription() const {
     return QStringLiteral("bwfmetaedit not found (metadata preservation disabled)");
 }
 
+QString metadataSource(const InterleaveGroup& group) {
+    const QString left = group.channelFiles.value(QStringLiteral("L"));
+    return left.isEmpty() ? group.firstFile() : left;
+}
+
 QStringList filesInOrder(const InterleaveGroup& group, const ChannelLayout& layout) {
     QStringList files;
     for (const QString& tag : layout.channelTags) {
@@ -74,8 +90,9 @@ std::vector<ChannelPair> channelPairs(const QStringList& monoFiles, const QStrin
 }
 
 InterleaveEngine::InterleaveEngine(const QString& ffmpegPath, const QString& bwfmetaeditPath,
-                                   StatusUpdate onStatusUpdate)
-    : ffmpegPath_(ffmpegPath), bwfmetaeditPath_(bwfmetaeditPath), onStatusUpdate_(std::move(onStatusUpdate)) {}
+                                   StatusUpdate onStatusUpdate, EngineChoice engine)
+    : ffmpegPath_(ffmpegPath), bwfmetaeditPath_(bwfmetaeditPath), onStatusUpdate_(std::move(onStatusUpdate)),
+      engine_(engine) {}
 
 QString InterleaveEngine::generateOutputURL(const InterleaveGroup& group, const ProcessingOptions& options) {
     const QString first = group.firstFile();
@@ -92,6 +109,7 @@ struct InterleaveEngine::Work {
     std::optional<OutputFile> file;
     InterleaveResult result;
     bool hasFailed = false;
+    bool isWhole = false; // no tool has to bring its metadata
 
     void fail(const QString& message) {
         hasFailed = true;
@@ -107,11 +125,7 @@ InterleaveResult InterleaveEngine::interleave(const InterleaveGroup& group, cons
     const QStringList sources = filesInOrder(group, layout);
     RunLedger ownLedger(group.channelFiles.values());
     if (!ledger) ledger = &ownLedger;
-    QStringList tags;
-    for (const QString& tag : layout.channelTags) {
-        if (group.channelFiles.contains(tag)) tags << tag;
-    }
-    Work work{group, chunksOfSet(extractChunksOrExplain(group.firstFile()), sources, tags)};
+    Work work{group};
     ItemOutcome& outcome = work.result.outcome;
     outcome.sources = ItemOutcome::allKept(sources);
     const auto command = [&, format = group.outputFormat(options.outputFormatPolicy)](const QString& output) {
@@ -133,14 +147,36 @@ InterleaveResult InterleaveEngine::interleave(const InterleaveGroup& group, cons
     if (work.hasFailed) return work.result;
 
     outcome.warnings << unexplainedBytesWarnings(sources);
-    runFFmpeg(work, command(work.file->unfinished()));
+    make(work, layout, group.outputFormat(options.outputFormatPolicy), sources);
     if (!work.hasFailed) {
-        addMetadata(work);
-        if (complete) complete(work.file->unfinished());
+        if (complete) complete(work.file->unfinished(), work.isWhole);
         publish(work, sources, isDurable);
     }
     if (!outcome.skipped()) report(group.id, outcome.status);
     return work.result;
+}
+
+void InterleaveEngine::make(Work& work, const ChannelLayout& layout, const QString& format,
+                            const QStringList& sources) const {
+    const QStringList tags = tagsOf(work.group, layout);
+    const QString output = work.file->unfinished();
+    const Road road(engine_, sources, format);
+    work.isWhole = road.isDirect();
+    work.result.detour = road.detour();
+    PlannedOutput planned{output, {}, {.source = metadataSource(work.group)}};
+    for (const QString& source : sources) planned.channels.push_back({source, 0});
+    planned.head.speakers = layout == ChannelLayout::smpte51 ? kSmpte51Speakers : 0;
+    if (road.isDirect()) planned.head.trackNames = trackNamesOfSet(sources, tags);
+    work.result.outcome.message = QStringLiteral("Successfully created: ") + paths::lastComponent(work.file->path());
+    try {
+        work.result.outcome.warnings << road.make({planned}, [&] {
+            work.chunks = chunksOfSet(extractChunksOrExplain(work.group.firstFile()), sources, tags);
+            runFFmpeg(work, buildInterleaveCommand(work.group, layout, format, output));
+            if (!work.hasFailed) addMetadata(work);
+        });
+    } catch (const RoadError& error) {
+        work.fail(work.file->namingFinal(error.description));
+    }
 }
 
 void InterleaveEngine::runFFmpeg(Work& work, const QStringList& arguments) const {
@@ -236,7 +272,7 @@ void InterleaveEngine::cloneMetadataViaExtraction(const QString& from, const QSt
 ProcessingStatus InterleaveEngine::verifyInterleavedOutput(const QString& outputURL, int expectedChannels,
                                                            std::optional<double> expectedDuration,
                                                            const QString& ffprobePath) const {
-    const AudioFileInfo info = FFProbeParser(ffprobePath).probe(outputURL);
+    const AudioFileInfo info = FFProbeParser(ffprobePath, engine_).probe(outputURL);
     if (info.channels != expectedChannels) {
         return ProcessingStatus::failed(
             QStringLiteral("Channel count mismatch: expected %1, got %2").arg(expectedChannels).arg(info.channels));
@@ -276,6 +312,10 @@ std::optional<QMap<QString, QString>> InterleaveEngine::identityFields(const QSt
 }
 
 bool InterleaveEngine::verifyMetadataPresent(const QString& path) const {
+    if (engine_ == EngineChoice::direct) {
+        const auto identity = readBextIdentity(path);
+        return identity && !(identity->description + identity->originator + identity->originatorReference).isEmpty();
+    }
     const auto fields = identityFields(path);
     return fields && std::any_of(kIdentity.begin(), kIdentity.end(),
                                  [&](const char* name) { return !fields->value(QString::fromLatin1(name)).isEmpty(); });

@@ -22,6 +22,7 @@ struct InterleaveResult {
     ItemOutcome outcome;
     QString ffmpegCommand;   // the arguments joined with blanks; empty if ffmpeg was not to run
     bool isFaithful = false; // the blocks that were looked at are those of the sources
+    QString detour;          // why ffmpeg made it although the direct engine was to; empty: it went as chosen
 };
 
 class InterleaveError : public std::runtime_error {
@@ -42,7 +43,11 @@ public:
 };
 
 // Completes a file that stands under its private name still: what a caller has to add ahead of its publication.
-using BeforePublishing = std::function<void(const QString& unfinished)>;
+// `isWhole`: its metadata is there, no tool has to bring it.
+using BeforePublishing = std::function<void(const QString& unfinished, bool isWhole)>;
+
+// The file whose metadata the output carries: that of the left channel, or the first.
+QString metadataSource(const InterleaveGroup& group);
 
 // The files that take part in the output, in the layout's order; what else a hand-picked set holds takes no part.
 QStringList filesInOrder(const InterleaveGroup& group, const ChannelLayout& layout);
@@ -56,7 +61,8 @@ public:
     using StatusUpdate = std::function<void(const QUuid& groupId, const ProcessingStatus& status)>;
 
     // An empty bwfmetaeditPath: not known.
-    InterleaveEngine(const QString& ffmpegPath, const QString& bwfmetaeditPath, StatusUpdate onStatusUpdate = {});
+    InterleaveEngine(const QString& ffmpegPath, const QString& bwfmetaeditPath, StatusUpdate onStatusUpdate = {},
+                     EngineChoice engine = EngineChoice::ffmpeg);
 
     // "{folder of the group's first file}/Interleaved/{baseName}.{format}"; empty for a group without files.
     static QString generateOutputURL(const InterleaveGroup& group, const ProcessingOptions& options);
@@ -79,6 +85,7 @@ public:
 
 private:
     struct Work;
+    void make(Work& work, const ChannelLayout& layout, const QString& format, const QStringList& sources) const;
     void runFFmpeg(Work& work, const QStringList& arguments) const;
     void addMetadata(Work& work) const;
     void publish(Work& work, const QStringList& sources, bool isDurable) const;
@@ -91,6 +98,7 @@ private:
     QString ffmpegPath_;
     QString bwfmetaeditPath_;
     StatusUpdate onStatusUpdate_;
+    EngineChoice engine_;
 };
 
 } // namespace ostrel

@@ -21,7 +21,7 @@ QString libraryRootOf(const QString& file, const QStringList& selection) {
 InterleaveJob::InterleaveJob(const RunContext& run, const InterleaveGroup& group,
                              InterleaveEngine::StatusUpdate onStatusUpdate)
     : run_(run), group_(group), sources_(filesInOrder(group, run.layout)),
-      engine_(run.ffmpegPath, run.bwfmetaeditPath, std::move(onStatusUpdate)) {
+      engine_(run.ffmpegPath, run.bwfmetaeditPath, std::move(onStatusUpdate), run.options.engine) {
     report_.outcome.sources = ItemOutcome::allKept(sources_);
 }
 
@@ -34,6 +34,7 @@ ItemReport InterleaveJob::run() {
     }
     InterleaveResult result = makeOutput(output);
     report_.outcome = result.outcome;
+    if (!result.detour.isEmpty()) say(LogLevel::info, kProcess, result.detour);
     if (result.outcome.succeeded()) report_.outcome.metadata = compared_; // of files that stand
     for (const QString& warning : result.outcome.warnings) say(LogLevel::warning, kProcess, warning);
     report_.warn(bextWarnings_, LogCategory::metadata, group_.baseName);
@@ -41,7 +42,7 @@ ItemReport InterleaveJob::run() {
         say(LogLevel::error, kProcess, QStringLiteral("%1: %2").arg(group_.baseName, result.outcome.message));
     } else if (!isUnderCleanup()) {
         finishPlainly(output);
-    } else if (run_.ffprobePath.isEmpty()) {
+    } else if (run_.ffprobePath.isEmpty() && run_.options.engine == EngineChoice::ffmpeg) {
         end(ProcessingStatus::completedWithWarning(QStringLiteral("Cannot verify: ffprobe missing")), LogLevel::warning,
             group_.baseName + QStringLiteral(" - Created but cannot verify"));
     } else if (!result.isFaithful) {
@@ -72,7 +73,8 @@ InterleaveResult InterleaveJob::makeOutput(const QString& output) {
     try {
         return engine_.interleave(
             group_, run_.layout, output, run_.options, run_.ledger.get(),
-            [this](const QString& unfinished) { copyMetadata(unfinished); }, mayTakeSourcesAway());
+            [this](const QString& unfinished, bool isWhole) { copyMetadata(unfinished, isWhole); },
+            mayTakeSourcesAway());
     } catch (const InterleaveError& error) {
         return {ItemOutcome::failure(error.errorDescription(), sources_)};
     } catch (const std::exception& error) { // memory, most likely: this item fails, the batch goes on
@@ -80,17 +82,23 @@ InterleaveResult InterleaveJob::makeOutput(const QString& output) {
     }
 }
 
-void InterleaveJob::copyMetadata(const QString& unfinished) {
-    const QString left = group_.channelFiles.value(QStringLiteral("L"));
-    if (!run_.metadataEngine || left.isEmpty() || (isUnderCleanup() && run_.ffprobePath.isEmpty())) return;
+void InterleaveJob::copyMetadata(const QString& unfinished, bool isWhole) {
+    const QString source = isWhole ? metadataSource(group_) : group_.channelFiles.value(QStringLiteral("L"));
+    if (!isWhole && !copyByTool(source, unfinished)) return;
+    // Whatever the tool refused or rewrote; what it lost beside bext is told with the item's status all the same.
+    bextWarnings_ << completeMetadata(source, unfinished, SourceUmid::kept).warnings;
+    compared_ = compareMetadata(source, unfinished, SourceUmid::kept);
+}
+
+// Whether there was something to copy, and something to copy it with.
+bool InterleaveJob::copyByTool(const QString& left, const QString& unfinished) {
+    if (!run_.metadataEngine || left.isEmpty() || (isUnderCleanup() && run_.ffprobePath.isEmpty())) return false;
     try {
         metadata_ = run_.metadataEngine->copyMetadata(left, unfinished);
     } catch (const MetadataError&) {
         metadataFailed_ = true; // told with the item's status
     }
-    // Whatever the tool refused or rewrote; what it lost beside bext is told with the item's status all the same.
-    bextWarnings_ << completeMetadata(left, unfinished, SourceUmid::kept).warnings;
-    compared_ = compareMetadata(left, unfinished, SourceUmid::kept);
+    return true;
 }
 
 void InterleaveJob::finishPlainly(const QString& output) {

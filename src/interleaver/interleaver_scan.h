@@ -23,6 +23,7 @@ public:
         bool includeSubfolders = true;
         QString ffprobePath;
         QString bwfmetaeditPath; // empty: not known
+        EngineChoice engine = EngineChoice::ffmpeg;
     };
     struct Hooks {
         std::function<void(LogLevel level, const QString& message, const QString& item)> log;
@@ -32,7 +33,7 @@ public:
     // `owner` is the controller: nothing is called once it is gone. A scan that was stopped gives what it has.
     InterleaverScan(QObject* owner, Request request, Hooks hooks, TaskHandle handle)
         : owner_(owner), request_(std::move(request)), hooks_(std::move(hooks)), handle_(std::move(handle)),
-          scanner_(request_.ffprobePath, request_.bwfmetaeditPath) {}
+          scanner_(request_.ffprobePath, request_.bwfmetaeditPath, request_.engine) {}
 
     // Both throw ScanError for a folder that can't be walked.
     QCoro::Task<std::vector<InterleaveGroup>> groups();

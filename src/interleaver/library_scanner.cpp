@@ -119,8 +119,8 @@ QString ScanError::errorDescription() const {
                                          : QStringLiteral("Directory not readable: ") + path;
 }
 
-LibraryScanner::LibraryScanner(const QString& ffprobePath, const QString& bwfmetaeditPath)
-    : ffprobePath_(ffprobePath), parser_(ffprobePath), bwfmetaeditPath_(bwfmetaeditPath) {}
+LibraryScanner::LibraryScanner(const QString& ffprobePath, const QString& bwfmetaeditPath, EngineChoice engine)
+    : parser_(ffprobePath, engine), bwfmetaeditPath_(bwfmetaeditPath) {}
 
 template <class Record>
 void LibraryScanner::classify(Record& record, const QString& file) const {
@@ -217,7 +217,7 @@ InterleaveGroup LibraryScanner::probed(InterleaveGroup group) const {
 }
 
 std::optional<MultiChannelSource> LibraryScanner::analyzed(const QString& file, const ChannelLayout& layout) const {
-    const FileAnalysis analysis = FFProbeParser::analyzeFile(file, ffprobePath_);
+    const FileAnalysis analysis = parser_.analyze(file);
     if (analysis.channels != layout.channelTags.size()) return std::nullopt;
     MultiChannelSource source = MultiChannelSource::make(file, layout);
     source.channels = analysis.channels;

@@ -43,7 +43,8 @@ struct ScanRequest {
 class LibraryScanner {
 public:
     // An empty bwfmetaeditPath: not known; containers are then not looked at.
-    LibraryScanner(const QString& ffprobePath, const QString& bwfmetaeditPath);
+    LibraryScanner(const QString& ffprobePath, const QString& bwfmetaeditPath,
+                   EngineChoice engine = EngineChoice::ffmpeg);
 
     // All three throw ScanError for a folder that can't be walked, and nothing else. Sorted by name; a cancelled scan
     // gives what it has.
@@ -65,7 +66,6 @@ private:
     void validateAll(std::vector<InterleaveGroup>& groups, const ScanRequest& request,
                      const std::function<InterleaveGroup(InterleaveGroup)>& validated) const;
 
-    QString ffprobePath_;
     FFProbeParser parser_;
     QString bwfmetaeditPath_;
 };

@@ -1,10 +1,13 @@
 #include "interleaver/speaker_order.h"
 
+#include "interleaver/interleave_command.h"
 #include "wave/wave_layout.h"
 
 #include <QFile>
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <map>
 
 namespace ostrel {
 namespace {
@@ -16,7 +19,33 @@ std::optional<std::uint32_t> speakersOf(const QString& path) {
     return layout->format->speakers;
 }
 
+// The speakers that a tag may stand for, as bits of a channel mask (WAVEFORMATEXTENSIBLE). A pair of surrounds may be
+// told as the rear one or the side one.
+quint32 speakersNamed(const QString& tag) {
+    static const std::map<QString, quint32> speakers{
+        {QStringLiteral("L"), 0x1},    {QStringLiteral("R"), 0x2},           {QStringLiteral("C"), 0x4},
+        {QStringLiteral("LFE"), 0x8},  {QStringLiteral("Ls"), 0x10 | 0x200}, {QStringLiteral("Rs"), 0x20 | 0x400},
+        {QStringLiteral("Lsr"), 0x10}, {QStringLiteral("Rsr"), 0x20},        {QStringLiteral("Lss"), 0x200},
+        {QStringLiteral("Rss"), 0x400}};
+    const auto found = speakers.find(tag);
+    return found == speakers.end() ? 0 : found->second;
+}
+
 } // namespace
+
+QStringList channelOrder(const MultiChannelSource& source, bool isDirect) {
+    if (!isDirect) return ffmpegLayoutOf(source.layout).tags;
+    const QStringList& tags = source.layout.channelTags;
+    const quint32 mask = speakersOf(source.sourceURL).value_or(0);
+    QStringList inFile;
+    for (quint32 speaker = 1; speaker != 0; speaker <<= 1) {
+        for (const QString& tag : tags) {
+            if (mask & speaker & speakersNamed(tag)) inFile << tag;
+        }
+    }
+    const bool isWholeLayout = std::popcount(mask) == tags.size() && inFile.size() == tags.size();
+    return isWholeLayout ? inFile : tags;
+}
 
 bool mayReorder(const QStringList& monoFiles) {
     constexpr std::uint32_t kCentre = 0x4;

@@ -22,7 +22,7 @@ struct HeadRecipe {
 };
 
 struct PlannedOutput {
-    QString file; // its private name: it exists, and is empty
+    QString file; // its private name; nothing stands there yet
     std::vector<ChannelPlace> channels;
     HeadRecipe head;
 };

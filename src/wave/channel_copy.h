@@ -26,7 +26,7 @@ struct CopyChannel {
 };
 
 struct CopyTarget {
-    std::string path; // a file that exists and is empty; it is written whole
+    std::string path; // of a file that is not there yet
     std::string head; // all bytes ahead of the audio
     std::vector<CopyChannel> channels;
 };

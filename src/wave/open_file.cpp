@@ -11,7 +11,7 @@
 namespace ostrel {
 
 OpenFile::OpenFile(const std::string& path, int flags)
-    : path_(path), descriptor_(::open(path.c_str(), flags | O_CLOEXEC)) {
+    : path_(path), descriptor_(::open(path.c_str(), flags | O_CLOEXEC, 0666)) {
     if (descriptor_ < 0 || ::fstat(descriptor_, &opened_) != 0) {
         const int reason = errno;
         if (descriptor_ >= 0) ::close(descriptor_);
@@ -20,7 +20,7 @@ OpenFile::OpenFile(const std::string& path, int flags)
 }
 
 OpenFile OpenFile::forReading(const std::string& path) { return OpenFile(path, O_RDONLY | O_NONBLOCK); }
-OpenFile OpenFile::forWriting(const std::string& path) { return OpenFile(path, O_WRONLY | O_NOFOLLOW); }
+OpenFile OpenFile::forWriting(const std::string& path) { return OpenFile(path, O_WRONLY | O_CREAT | O_EXCL); }
 
 OpenFile::OpenFile(OpenFile&& other) noexcept
     : path_(std::move(other.path_)), descriptor_(std::exchange(other.descriptor_, -1)), opened_(other.opened_) {}

@@ -12,7 +12,7 @@ namespace ostrel {
 class OpenFile {
 public:
     static OpenFile forReading(const std::string& path);
-    static OpenFile forWriting(const std::string& path); // one that exists
+    static OpenFile forWriting(const std::string& path); // a new one: what is there already is not touched
     ~OpenFile();
     OpenFile(OpenFile&& other) noexcept;
     OpenFile& operator=(OpenFile&&) = delete;

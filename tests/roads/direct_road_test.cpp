@@ -21,7 +21,7 @@ QByteArray chnaRow(int track, const QByteArray& uid) {
 class DirectRoadTest : public ::testing::Test {
 protected:
     QString source(const QString& name, const WaveSpec& spec) { return folder.write(name, waveBytes(spec)); }
-    QString output(const QString& name) { return folder.write(name, {}); }
+    QString output(const QString& name) { return folder.path(name); }
     static WaveLayout layoutOf(const QString& file) { return readWaveLayout(file.toStdString()).value(); }
 
     // The samples of each channel, read without the code under test.
@@ -77,6 +77,7 @@ TEST_F(DirectRoadTest, ThreeChannelsNameNoSpeakersUnlessAskedTo) {
     EXPECT_TRUE(layoutOf(planned.file).format->isExtensible);
     EXPECT_EQ(layoutOf(planned.file).format->speakers, 0U);
     planned.head.speakers = 0x7;
+    planned.file = output(u"p.wav"_s);
     DirectRoad({poly}).make({planned});
     EXPECT_EQ(layoutOf(planned.file).format->speakers, 7U);
 }

@@ -5,7 +5,9 @@
 #include "wave/wave_bytes.h"
 
 #include <QFile>
+#include <csignal>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 namespace ostrel::testing {
 namespace {
@@ -33,10 +35,33 @@ QByteArray channelOf(const QByteArray& audio, std::size_t channels, std::size_t 
     return bytes;
 }
 
+// No file of this process may grow beyond it, as if the disk were full.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) {
+        ::getrlimit(RLIMIT_FSIZE, &old_);
+        rlimit limit = old_;
+        limit.rlim_cur = bytes;
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        handler_ = std::signal(SIGXFSZ, SIG_IGN);
+    }
+    ~FileSizeLimit() {
+        ::setrlimit(RLIMIT_FSIZE, &old_);
+        std::signal(SIGXFSZ, handler_);
+    }
+
+private:
+    rlimit old_{};
+    void (*handler_)(int) = SIG_DFL;
+};
+
 class ChannelCopy : public ::testing::Test {
 protected:
     std::string file(const QString& name, const QByteArray& bytes) { return folder.write(name, bytes).toStdString(); }
-    std::string empty(const QString& name) { return file(name, {}); }
+    std::string empty(const QString& name) {
+        QFile::remove(folder.path(name));
+        return folder.path(name).toStdString();
+    }
     static QByteArray read(const std::string& path) { return readAll(QString::fromStdString(path)); }
 
     TestFolder folder;
@@ -140,12 +165,20 @@ TEST_F(ChannelCopy, AFileThatIsNotThereIsNamed) {
     }
 }
 
-// A full device says so; nothing is called written that is not.
-TEST_F(ChannelCopy, AFullDeviceIsAnError) {
-    if (!QFile::exists(QStringLiteral("/dev/full"))) GTEST_SKIP() << "no /dev/full here";
+// No room for the whole file: that shows before a byte is written.
+TEST_F(ChannelCopy, AFileThatHasNoRoomIsAnErrorAtOnce) {
+    const FileSizeLimit limit(1000);
     const CopyPlan plan{
-        {{file(QStringLiteral("s"), QByteArray(64, 'x')), 0, 1}}, {{"/dev/full", "h", {{0, 0}}}}, 2, 32};
+        {{file(u"s"_s, QByteArray(900, 'x')), 0, 1}}, {{empty(u"t"_s), "head", {{0, 0}, {0, 0}}}}, 2, 450};
     EXPECT_THROW(copyChannels(plan), CopyError);
+    EXPECT_TRUE(read(plan.targets[0].path).isEmpty());
+}
+
+TEST_F(ChannelCopy, AFileThatIsThereIsNotTouched) {
+    const std::string there = file(u"t"_s, "a recording");
+    const CopyPlan plan{{{file(u"s"_s, "abcd"), 0, 1}}, {{there, "head", {{0, 0}}}}, 2, 2};
+    EXPECT_THROW(copyChannels(plan), CopyError);
+    EXPECT_EQ(read(there), "a recording");
 }
 
 // Twenty gibibytes that take no room: only the last frames are there.

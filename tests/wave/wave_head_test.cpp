@@ -80,7 +80,8 @@ TEST(WaveHead, FloatsSayHowManyFramesThereAre) {
 TEST(WaveHead, IsRf64WhereClassicSizesEnd) {
     const WaveFormat format = formatOf(WaveFormat::pcm, 1, 1);
     const std::uint64_t head = headBytes({format, 0, {}}).size();
-    const std::uint64_t most = std::uint64_t{0xFFFFFFFF} - 1 + 8 - head; // the RIFF size is then one less than "see ds64"
+    const std::uint64_t most =
+        std::uint64_t{0xFFFFFFFF} - 1 + 8 - head; // the RIFF size is then one less than "see ds64"
     EXPECT_EQ(Made({format, most, {}}).layout->kind, WaveLayout::Kind::riff);
     const Made longer({format, most + 1, {}});
     ASSERT_TRUE(longer.layout);

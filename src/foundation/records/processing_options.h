@@ -2,6 +2,7 @@
 #pragma once
 
 #include "foundation/records/container_kind.h"
+#include "foundation/records/engine_choice.h"
 
 #include <QString>
 #include <array>
@@ -24,6 +25,7 @@ enum class LRCleanupMode { none, verifiedConsolidation, hardDelete };
 QString rawText(LRCleanupMode mode);
 
 struct ProcessingOptions {
+    EngineChoice engine = EngineChoice::ffmpeg;
     OutputFormatPolicy outputFormatPolicy = OutputFormatPolicy::smart;
     ChannelSeparator channelSeparator = ChannelSeparator::dot;
     bool skipIfExists = true;

@@ -1,5 +1,6 @@
 #include "foundation/tools/ffprobe_parser.h"
 
+#include "foundation/tools/wave_facts.h"
 #include "platform/processes/child_process.h"
 #include "platform/processes/tool_limits.h"
 #include "platform/text/text.h"
@@ -154,6 +155,11 @@ QString FFProbeError::errorDescription() const {
 }
 
 AudioFileInfo FFProbeParser::probe(const QString& fileURL) const {
+    const auto own = engine_ == EngineChoice::direct ? factsOfWave(fileURL) : std::nullopt;
+    if (own) {
+        return {own->sampleRate, own->bitDepth,  own->bitsPerRawSample, own->channels,
+                own->duration,   own->codecName, own->sampleFmt};
+    }
     return parseJSON(runFFProbe(ffprobePath_,
                                 QStringLiteral("stream=sample_rate,bits_per_sample,bits_per_raw_sample,channels,"
                                                "codec_name,sample_fmt"),
@@ -164,6 +170,11 @@ QMap<QString, AudioFileInfo> FFProbeParser::probe(const QStringList& fileURLs) c
     QMap<QString, AudioFileInfo> result;
     for (const QString& url : fileURLs) result.insert(url, probe(url));
     return result;
+}
+
+FileAnalysis FFProbeParser::analyze(const QString& fileURL) const {
+    const auto own = engine_ == EngineChoice::direct ? factsOfWave(fileURL) : std::nullopt;
+    return own ? *own : analyzeFile(fileURL, ffprobePath_);
 }
 
 FileAnalysis FFProbeParser::analyzeFile(const QString& url, const QString& ffprobePath) {

@@ -1,6 +1,8 @@
-// The facts of an audio file, as ffprobe tells them. Blocking calls for any thread but the main one; no state.
+// The facts of an audio file, as ffprobe tells them; of a plain WAV file from its own headers, where no process is to
+// be started for that (EngineChoice::direct). Blocking calls for any thread but the main one; no state.
 #pragma once
 
+#include "foundation/records/engine_choice.h"
 #include "foundation/records/processing_status.h"
 
 #include <QByteArray>
@@ -62,11 +64,13 @@ public:
 
 class FFProbeParser {
 public:
-    explicit FFProbeParser(const QString& ffprobePath) : ffprobePath_(ffprobePath) {}
+    explicit FFProbeParser(const QString& ffprobePath, EngineChoice engine = EngineChoice::ffmpeg)
+        : ffprobePath_(ffprobePath), engine_(engine) {}
 
     // Throw FFProbeError. Several files are probed one after the other, and the first error ends it.
     AudioFileInfo probe(const QString& fileURL) const;
     QMap<QString, AudioFileInfo> probe(const QStringList& fileURLs) const;
+    FileAnalysis analyze(const QString& fileURL) const;
     static FileAnalysis analyzeFile(const QString& url, const QString& ffprobePath);
 
     // Mono files that may be interleaved: `ready`, or the first thing that stands against it. Seconds.
@@ -78,6 +82,7 @@ public:
 
 private:
     QString ffprobePath_;
+    EngineChoice engine_;
 };
 
 // Whether two durations (seconds) are further apart than allowed. They are decimal fractions: exactly the tolerance
