@@ -1,8 +1,6 @@
 #include "foundation/tools/ffprobe_parser.h"
 
 #include "foundation/tools/wave_facts.h"
-#include "platform/processes/child_process.h"
-#include "platform/processes/tool_limits.h"
 #include "platform/text/text.h"
 
 #include <QFileInfo>
@@ -15,13 +13,14 @@ namespace {
 
 using Json = nlohmann::json;
 
-QByteArray runFFProbe(const QString& ffprobePath, const QString& streamEntries, const QString& path) {
+QByteArray runFFProbe(SourceAnswers& answers, const QString& ffprobePath, const QString& streamEntries,
+                      const QString& path) {
     const QStringList arguments{
         QStringLiteral("-v"),  QStringLiteral("error"),         QStringLiteral("-show_entries"),
         streamEntries,         QStringLiteral("-show_entries"), QStringLiteral("format=duration"),
-        QStringLiteral("-of"), QStringLiteral("json"),          path};
+        QStringLiteral("-of"), QStringLiteral("json")};
     try {
-        ProcessResult result = ChildProcess::runForResult(ffprobePath, arguments, limitsByFileSize({path}));
+        ProcessResult result = answers.printed(ffprobePath, arguments, path);
         if (result.succeeded()) return result.standardOutput;
         throw FFProbeError(FFProbeError::Kind::probeFailure,
                            result.errorText(QStringLiteral("Unknown error")).trimmed());
@@ -160,7 +159,8 @@ AudioFileInfo FFProbeParser::probe(const QString& fileURL) const {
         return {own->sampleRate, own->bitDepth,  own->bitsPerRawSample, own->channels,
                 own->duration,   own->codecName, own->sampleFmt};
     }
-    return parseJSON(runFFProbe(ffprobePath_,
+    SourceAnswers once;
+    return parseJSON(runFFProbe(once, ffprobePath_,
                                 QStringLiteral("stream=sample_rate,bits_per_sample,bits_per_raw_sample,channels,"
                                                "codec_name,sample_fmt"),
                                 fileURL));
@@ -177,9 +177,11 @@ FileAnalysis FFProbeParser::analyze(const QString& fileURL) const {
     return own ? *own : analyzeFile(fileURL, ffprobePath_);
 }
 
-FileAnalysis FFProbeParser::analyzeFile(const QString& url, const QString& ffprobePath) {
+FileAnalysis FFProbeParser::analyzeFile(const QString& url, const QString& ffprobePath,
+                                        const std::shared_ptr<SourceAnswers>& answers) {
+    if (const auto own = answers->engine() == EngineChoice::direct ? factsOfWave(url) : std::nullopt) return *own;
     FileAnalysis result = parseAnalysisJSON(
-        runFFProbe(ffprobePath,
+        runFFProbe(*answers, ffprobePath,
                    QStringLiteral("stream=channels,channel_layout,sample_rate,bits_per_sample,bits_per_raw_sample,"
                                   "codec_name,sample_fmt"),
                    url));

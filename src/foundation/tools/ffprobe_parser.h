@@ -4,6 +4,7 @@
 
 #include "foundation/records/engine_choice.h"
 #include "foundation/records/processing_status.h"
+#include "foundation/tools/source_answers.h"
 
 #include <QByteArray>
 #include <QMap>
@@ -71,7 +72,8 @@ public:
     AudioFileInfo probe(const QString& fileURL) const;
     QMap<QString, AudioFileInfo> probe(const QStringList& fileURLs) const;
     FileAnalysis analyze(const QString& fileURL) const;
-    static FileAnalysis analyzeFile(const QString& url, const QString& ffprobePath);
+    static FileAnalysis analyzeFile(const QString& url, const QString& ffprobePath,
+                                    const std::shared_ptr<SourceAnswers>& answers = std::make_shared<SourceAnswers>());
 
     // Mono files that may be interleaved: `ready`, or the first thing that stands against it. Seconds.
     static ProcessingStatus validateGroup(const QMap<QString, AudioFileInfo>& infos, double durationTolerance);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "foundation/domain_error.h"
+#include "foundation/records/engine_choice.h"
 
 #include <QString>
 
@@ -10,8 +11,9 @@ namespace ostrel {
 enum class FFProbeStreams { firstAudio, all };
 
 // `entry` is "stream=channels", "format=duration" and the like. Trimmed; empty if ffprobe failed or printed no text.
-// Throws ProcessLaunchError.
-QString ffprobeValue(const QString& ffprobePath, const QString& url, const QString& entry, FFProbeStreams streams);
+// By the direct engine from the file's own header, where that tells it. Throws ProcessLaunchError.
+QString ffprobeValue(const QString& ffprobePath, const QString& url, const QString& entry, FFProbeStreams streams,
+                     EngineChoice engine = EngineChoice::ffmpeg);
 
 // What a reader throws that can't get such a value.
 inline DomainError probeError(int code, const QString& description) {

@@ -63,7 +63,7 @@ ISOFile ISOFileReader::readMono(const QString& url) const {
 
 QString ISOFileReader::value(const QString& url, const QString& entry) const {
     if (ffprobePath_.isEmpty()) throw probeError(1, QStringLiteral("ffprobe not found"));
-    return ffprobeValue(ffprobePath_, url, entry, FFProbeStreams::firstAudio);
+    return ffprobeValue(ffprobePath_, url, entry, FFProbeStreams::firstAudio, engine_);
 }
 
 } // namespace ostrel

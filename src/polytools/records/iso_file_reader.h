@@ -1,6 +1,7 @@
 // The audio facts of one loose WAV file: one ffprobe run a value, so that a file that lacks one value keeps the others.
 #pragma once
 
+#include "foundation/records/engine_choice.h"
 #include "polytools/records/iso_file.h"
 
 #include <QString>
@@ -9,7 +10,8 @@ namespace ostrel {
 
 class ISOFileReader {
 public:
-    explicit ISOFileReader(const QString& ffprobePath) : ffprobePath_(ffprobePath) {}
+    explicit ISOFileReader(const QString& ffprobePath, EngineChoice engine = EngineChoice::ffmpeg)
+        : ffprobePath_(ffprobePath), engine_(engine) {}
 
     // All three throw DomainError "FFProbe": 1 without ffprobe, 2 for output that is no number. ProcessLaunchError if
     // ffprobe can't be started.
@@ -27,6 +29,7 @@ private:
     QString value(const QString& url, const QString& entry) const;
 
     QString ffprobePath_;
+    EngineChoice engine_;
 };
 
 } // namespace ostrel

@@ -66,7 +66,8 @@ private:
     }
 
     std::vector<PolyFile> findPolys() {
-        const PolyFileReader reader(tools_.ffprobePath, [this](const QString& line) { log_.debug(line); });
+        const PolyFileReader reader(
+            tools_.ffprobePath, [this](const QString& line) { log_.debug(line); }, tools_.answers->engine());
         if (options_.selectedFiles) return readSelection(reader, *options_.selectedFiles);
         if (options_.sourceFolder.isEmpty()) throw batchError(1, "No source folder or files selected");
         log_.debug(QStringLiteral("🔍 Starting batch scan of: %1 (recursive: %2)")
@@ -218,7 +219,8 @@ private:
     }
 
     MetadataManifestExtractor extractor() const {
-        return MetadataManifestExtractor(tools_.bwfmetaeditPath, [this](const QString& line) { log_.debug(line); });
+        return MetadataManifestExtractor(
+            tools_.bwfmetaeditPath, [this](const QString& line) { log_.debug(line); }, tools_.answers);
     }
 
     // The entries so far go ahead of those of the next split.

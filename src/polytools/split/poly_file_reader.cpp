@@ -15,10 +15,10 @@ namespace {
 // A file whose depth can't be read is written as 16 bit: the depth goes into the name of an ffmpeg codec.
 constexpr int kDefaultBitDepth = 16;
 
-QString value(const QString& ffprobePath, const QString& url, const QString& entry) {
+QString value(const QString& ffprobePath, const QString& url, const QString& entry, EngineChoice engine) {
     if (ffprobePath.isEmpty()) throw probeError(1, QStringLiteral("ffprobe not found"));
     const auto streams = entry.startsWith(u's') ? FFProbeStreams::firstAudio : FFProbeStreams::all;
-    return ffprobeValue(ffprobePath, url, entry, streams);
+    return ffprobeValue(ffprobePath, url, entry, streams, engine);
 }
 
 int integer(const QString& text, const char* what) {
@@ -72,20 +72,20 @@ PolyFile PolyFileReader::read(const QString& url, int channels) const {
     poly.url = url;
     poly.fileName = paths::lastComponent(url);
     poly.channelCount = channels;
-    poly.sampleRate = integer(value(ffprobePath_, url, QStringLiteral("stream=sample_rate")), "sample rate");
+    poly.sampleRate = integer(value(ffprobePath_, url, QStringLiteral("stream=sample_rate"), engine_), "sample rate");
     bool isNumber = false;
-    const int depth = value(ffprobePath_, url, QStringLiteral("stream=bits_per_sample")).toInt(&isNumber);
+    const int depth = value(ffprobePath_, url, QStringLiteral("stream=bits_per_sample"), engine_).toInt(&isNumber);
     poly.bitDepth = isNumber ? depth : kDefaultBitDepth;
-    poly.duration = value(ffprobePath_, url, QStringLiteral("format=duration")).toDouble(&isNumber);
+    poly.duration = value(ffprobePath_, url, QStringLiteral("format=duration"), engine_).toDouble(&isNumber);
     if (!isNumber) throw probeError(2, QStringLiteral("Failed to parse duration"));
-    poly.codecName = value(ffprobePath_, url, QStringLiteral("stream=codec_name"));
-    poly.channelLayout = value(ffprobePath_, url, QStringLiteral("stream=channel_layout"));
+    poly.codecName = value(ffprobePath_, url, QStringLiteral("stream=codec_name"), engine_);
+    poly.channelLayout = value(ffprobePath_, url, QStringLiteral("stream=channel_layout"), engine_);
     poly.fileSize = static_cast<quint64>(QFileInfo(url).size());
     return poly;
 }
 
 int PolyFileReader::channelCount(const QString& url) const {
-    return integer(value(ffprobePath_, url, QStringLiteral("stream=channels")), "channel count");
+    return integer(value(ffprobePath_, url, QStringLiteral("stream=channels"), engine_), "channel count");
 }
 
 } // namespace ostrel

@@ -2,6 +2,7 @@
 // others. Blocks; for the thread pool.
 #pragma once
 
+#include "foundation/records/engine_choice.h"
 #include "polytools/records/poly_file.h"
 
 #include <QString>
@@ -17,7 +18,8 @@ public:
     using Debug = std::function<void(const QString&)>;
 
     // `debug` takes the lines that tell why a file was left out.
-    PolyFileReader(const QString& ffprobePath, Debug debug) : ffprobePath_(ffprobePath), debug_(std::move(debug)) {}
+    PolyFileReader(const QString& ffprobePath, Debug debug, EngineChoice engine = EngineChoice::ffmpeg)
+        : ffprobePath_(ffprobePath), debug_(std::move(debug)), engine_(engine) {}
 
     struct Scan {
         std::vector<PolyFile> files;
@@ -37,6 +39,7 @@ private:
 
     QString ffprobePath_;
     Debug debug_;
+    EngineChoice engine_;
 };
 
 } // namespace ostrel

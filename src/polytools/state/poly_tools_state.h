@@ -5,6 +5,7 @@
 #pragma once
 
 #include "foundation/logs/activity_log.h"
+#include "foundation/records/engine_choice.h"
 #include "foundation/records/item_outcome.h"
 #include "polytools/records/poly_tools_records.h"
 
@@ -27,6 +28,7 @@ struct PolyToolsState {
     QProperty<QString> bwfmetaeditPath;
 
     // Options of all modes
+    QProperty<EngineChoice> engine{EngineChoice::ffmpeg};
     QProperty<bool> preserveMetadata{true}; // has no effect: metadata is kept wherever the tools allow it
     QProperty<bool> skipIfExists{true};
     QProperty<bool> overwriteExisting{false};
