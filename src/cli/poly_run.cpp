@@ -12,6 +12,7 @@ QString PolyRun::take(const QStringList&) {
     controller_.skipIfExists = !options_.overwrite;
     controller_.overwriteExisting = options_.overwrite;
     controller_.generateCSV = options_.csv;
+    controller_.engine = engineOf(options_);
     controller_.recursiveScan = !options_.noSubfolders;
     controller_.joinRecursiveScan = !options_.noSubfolders;
     followProgress();
@@ -71,6 +72,7 @@ void addPolyOptions(CLI::App& command, JobOptions& options, const std::string& p
     command.add_option("--output", options.output, "Folder for the new files (default: that of the sources)");
     addSubfoldersOption(command, options);
     addOverwriteOption(command, options);
+    addEngineOption(command, options);
     command.add_flag("--csv", options.csv, "Write a CSV report into the output folder");
     addTerminalOptions(command, options.terminal);
 }

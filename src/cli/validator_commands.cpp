@@ -143,6 +143,7 @@ protected:
         if (!options_.output.empty()) controller_.outputFolder = output();
         controller_.dualMonoSideSelection = kSides.at(options_.side);
         controller_.addMonoSuffix = !options_.noSuffix;
+        controller_.engine = engineOf(options_);
         controller_.allowOverwrite = options_.overwrite;
         return ValidatorRun::take(paths);
     }
@@ -249,6 +250,7 @@ void addCleanCommand(CLI::App& parser, ChosenCommand& chosen) {
     command->add_option("--side", options->side, "The channel to keep of dual mono and broken files")
         ->check(CLI::IsMember({"auto", "left", "right"}))
         ->capture_default_str();
+    addEngineOption(*command, *options);
     command->add_flag("--no-suffix", options->noSuffix, "Do not put \"_mono\" behind the names");
     command->add_flag("--overwrite", options->overwrite,
                       "Replace files that are there; with --no-suffix and no --output, the sources themselves");

@@ -7,6 +7,7 @@
 #include <QFile>
 #include <algorithm>
 #include <limits>
+#include <mutex>
 
 namespace ostrel {
 namespace {
@@ -20,6 +21,24 @@ bool isSameEncoding(const WaveFormat& a, const WaveFormat& b) {
     return a.tag == b.tag && a.bytesPerSample() == b.bytesPerSample() && a.bits == b.bits &&
            a.validBits == b.validBits && a.sampleRate == b.sampleRate;
 }
+
+// Tells of each percent once, from one thread at a time.
+class Steps {
+public:
+    explicit Steps(const std::function<void(double)>& tell) : tell_(tell) {}
+    void reach(double share) {
+        if (!tell_) return;
+        const std::scoped_lock lock(mutex_);
+        if (share - told_ < 0.01) return;
+        told_ = share;
+        tell_(share);
+    }
+
+private:
+    const std::function<void(double)>& tell_;
+    std::mutex mutex_;
+    double told_ = 0;
+};
 
 } // namespace
 
@@ -109,11 +128,10 @@ QStringList DirectRoad::make(const std::vector<PlannedOutput>& outputs,
                              const std::function<void(double)>& progress) const {
     QStringList warnings;
     const CopyPlan plan = planOf(outputs, warnings);
+    Steps steps(progress);
     const auto total = static_cast<double>(std::max<std::uint64_t>(1, plan.bytesToWrite()));
     try {
-        copyChannels(plan, [&](std::uint64_t bytes) {
-            if (progress) progress(static_cast<double>(bytes) / total);
-        });
+        copyChannels(plan, [&](std::uint64_t bytes) { steps.reach(static_cast<double>(bytes) / total); });
     } catch (const CopyError& error) {
         throw RoadError(QStringLiteral("%1: %2").arg(paths::lastComponent(QFile::decodeName(error.path.c_str())),
                                                      QString::fromUtf8(error.what())));

@@ -36,7 +36,8 @@ public:
     const QString& objection() const { return objection_; }
 
     // All files, or none that counts: what stands in them after a RoadError is a part. Gives warnings, whole sentences.
-    // `progress` (0 to 1) is called from several threads. Outputs end with the shortest source.
+    // `progress` (0 to 1) is called from threads of the road's own, one at a time. Outputs end with the shortest
+    // source.
     QStringList make(const std::vector<PlannedOutput>& outputs, const std::function<void(double)>& progress = {}) const;
 
 private:

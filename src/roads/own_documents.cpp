@@ -15,7 +15,8 @@ namespace {
 constexpr qsizetype kFixedBext = 602; // bytes ahead of the coding history
 
 QString cell(QString text) {
-    const bool needsQuotes = std::ranges::any_of(text, [](QChar c) { return c == u'"' || c == u',' || c == u'\n' || c == u'\r'; });
+    const bool needsQuotes =
+        std::ranges::any_of(text, [](QChar c) { return c == u'"' || c == u',' || c == u'\n' || c == u'\r'; });
     if (!needsQuotes) return text;
     return u'"' + text.replace(u'"', QStringLiteral("\"\"")) + u'"';
 }
@@ -47,9 +48,16 @@ QByteArray coreCsv(const QByteArray& bext, const QString& file, quint32 rate) {
     const int version = qFromLittleEndian<quint16>(bext.constData() + 346);
     const QByteArray umid = bext.mid(348, 64);
     const bool hasUmid = umid.count('\0') != umid.size();
-    QStringList row{file, textAt(bext, 0, 256), textAt(bext, 256, 32), textAt(bext, 288, 32), textAt(bext, 320, 10),
-                    textAt(bext, 330, 8), timeOfDay(timeReference, rate), QString::number(timeReference),
-                    QString::number(version), hasUmid ? QString::fromLatin1(umid.toHex().toUpper()) : QString()};
+    QStringList row{file,
+                    textAt(bext, 0, 256),
+                    textAt(bext, 256, 32),
+                    textAt(bext, 288, 32),
+                    textAt(bext, 320, 10),
+                    textAt(bext, 330, 8),
+                    timeOfDay(timeReference, rate),
+                    QString::number(timeReference),
+                    QString::number(version),
+                    hasUmid ? QString::fromLatin1(umid.toHex().toUpper()) : QString()};
     for (const qsizetype offset : {412, 414, 416, 418, 420}) row << loudnessAt(bext, offset, version);
     row << textAt(bext, kFixedBext, bext.size());
     std::ranges::transform(row, row.begin(), cell);

@@ -29,7 +29,7 @@ public:
     const QString& detour() const { return detour_; }
 
     // Either of them; `byFFmpeg` tells its failures its own way. Gives warnings. Throws RoadError where the direct road
-    // fails, and what `byFFmpeg` throws. `progress` (0 to 1) is called from several threads, on the direct road.
+    // fails, and what `byFFmpeg` throws. `progress` as DirectRoad's; the ffmpeg road tells none.
     QStringList make(const std::vector<PlannedOutput>& outputs, const std::function<void()>& byFFmpeg,
                      const std::function<void(double)>& progress = {}) const;
 

@@ -56,7 +56,9 @@ QHash<QUuid, QString> foreseenRefusals(const std::vector<StereoValidatorResult>&
 
 CleanRun::CleanRun(const std::vector<StereoValidatorResult>& results, const QStringList& bystanders,
                    CleanOptions options, const QString& ffmpegPath)
-    : options_(std::move(options)), engine_(ffmpegPath), ledger_(filesOf(results), bystanders) {}
+    : options_(std::move(options)),
+      engine_(ffmpegPath, StereoProcessingEngine::defaultBwfmetaeditPaths(), options_.engine),
+      ledger_(filesOf(results), bystanders) {}
 
 ItemOutcome CleanRun::convert(const StereoValidatorResult& result) {
     try {

@@ -22,6 +22,7 @@ struct CleanOptions {
     QString outputFolder; // empty: next to each source
     bool allowOverwrite = false;
     bool addSuffix = true;
+    EngineChoice engine = EngineChoice::ffmpeg;
 };
 
 std::vector<StereoValidatorResult> convertible(const std::vector<StereoValidatorResult>& results,

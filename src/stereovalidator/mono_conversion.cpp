@@ -80,6 +80,7 @@ bool isWiderThanFloats(const QString& file) {
 
 MonoConversion::MonoConversion(const MonoRequest& request, const Tools& tools, RunLedger& ledger, Journal& journal)
     : request_(request), tools_(tools), ledger_(ledger), journal_(journal),
+      road_(tools.engine, {request.file}, QStringLiteral("wav")),
       stamp_(request.analyzed ? request.analyzed : FileStamp::of(request.file)) {
     outcome_.sources = ItemOutcome::allKept({request_.file});
 }
@@ -92,6 +93,8 @@ ItemOutcome MonoConversion::run() {
     } catch (const ProcessingError& error) {
         fail(error.errorDescription());
     } catch (const FileError& error) {
+        fail(error.description);
+    } catch (const RoadError& error) {
         fail(error.description);
     }
     return std::move(outcome_);
@@ -136,9 +139,8 @@ QString MonoConversion::freeNumber() const {
 
 // Of a file that leaves its source alone, its length and some blocks are compared.
 void MonoConversion::publish(OutputFile& output) {
-    const bool isRounded = isWiderThanFloats(request_.file);
     const OutputFile::End end = output.finish({{{request_.file, channel()}, {output.unfinished(), 0}}},
-                                              isRounded ? OutputFile::Check::strict : OutputFile::Check::exact);
+                                              isRounded() ? OutputFile::Check::strict : OutputFile::Check::exact);
     if (!end.failure.isEmpty()) {
         throw ProcessingError::processingFailed(end.nameWasTaken ? fileExistsSentence(output.path()) : end.failure);
     }
@@ -169,7 +171,7 @@ void MonoConversion::prove(const NewFile& file) const {
     QString why = AudioProof::of({}, {{{request_.file, channel()}, {file.path(), 0}}}).objection();
     if (why.isEmpty()) return;
     why.replace(paths::lastComponent(file.path()), QStringLiteral("the new file"));
-    if (isWiderThanFloats(request_.file)) {
+    if (isRounded()) {
         why += QStringLiteral(" (which hold more bits than the floats of a mono file)");
     }
     throw ProcessingError::processingFailed(QStringLiteral("Originals kept: ") + why);
@@ -207,8 +209,11 @@ void MonoConversion::noteWhatStands(const NewFile& file, const std::optional<Fil
 }
 
 void MonoConversion::write(AudioFile& source, const QString& path) {
-    copyChannel(source, channel(), path);
-    copyBWFMetadata(path);
+    const PlannedOutput planned{path, {{request_.file, channel()}}, {.source = request_.file}};
+    outcome_.warnings << road_.make({planned}, [&] {
+        copyChannel(source, channel(), path);
+        copyBWFMetadata(path);
+    });
     outcome_.warnings << completeMetadata(request_.file, path, SourceUmid::kept).warnings;
     outcome_.metadata = compareMetadata(request_.file, path, SourceUmid::kept);
     const QString name = paths::lastComponent(request_.file);
@@ -220,6 +225,9 @@ void MonoConversion::write(AudioFile& source, const QString& path) {
                                  .arg(name, outcome_.metadata.missing());
     }
 }
+
+// A mono file of floats holds 24 bits of each sample; the direct engine keeps them as they are.
+bool MonoConversion::isRounded() const { return !road_.isDirect() && isWiderThanFloats(request_.file); }
 
 // Until one succeeds: releases of the original tool that do not know --copy refuse it without touching a file. Best
 // effort: the audio stands without its metadata.

@@ -4,11 +4,13 @@
 // Blocks; for any thread.
 #pragma once
 
+#include "foundation/records/engine_choice.h"
 #include "foundation/records/item_outcome.h"
 #include "foundation/run/journal.h"
 #include "foundation/run/output_file.h"
 #include "foundation/run/run_ledger.h"
 #include "platform/audio/audio_file.h"
+#include "roads/road.h"
 #include "stereovalidator/mono_target.h"
 
 #include <QString>
@@ -22,6 +24,7 @@ public:
     struct Tools {
         QString ffmpeg;
         QStringList bwfmetaedit; // tried in order
+        EngineChoice engine = EngineChoice::ffmpeg;
     };
     MonoConversion(const MonoRequest& request, const Tools& tools, RunLedger& ledger, Journal& journal);
 
@@ -38,6 +41,7 @@ private:
     void noteWhatStands(const NewFile& file, const std::optional<FileStamp>& made);
     void write(AudioFile& source, const QString& path);
     void copyBWFMetadata(const QString& target) const;
+    bool isRounded() const;
     void succeed();
     void fail(const QString& why);
 
@@ -47,6 +51,7 @@ private:
     const Tools tools_;
     RunLedger& ledger_;
     Journal& journal_;
+    const Road road_;
     std::optional<FileStamp> stamp_; // of the source when it was judged, or else when this began
     ItemOutcome outcome_;
 };

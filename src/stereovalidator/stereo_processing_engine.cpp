@@ -6,8 +6,9 @@
 
 namespace ostrel {
 
-StereoProcessingEngine::StereoProcessingEngine(const QString& ffmpegPath, const QStringList& bwfmetaeditPaths)
-    : ffmpegPath_(ffmpegPath), bwfmetaeditPaths_(bwfmetaeditPaths) {}
+StereoProcessingEngine::StereoProcessingEngine(const QString& ffmpegPath, const QStringList& bwfmetaeditPaths,
+                                               EngineChoice engine)
+    : ffmpegPath_(ffmpegPath), bwfmetaeditPaths_(bwfmetaeditPaths), engine_(engine) {}
 
 QStringList StereoProcessingEngine::defaultBwfmetaeditPaths() {
     return {QStringLiteral("/opt/homebrew/bin/bwfmetaedit"), QStringLiteral("/usr/local/bin/bwfmetaedit"),
@@ -16,7 +17,7 @@ QStringList StereoProcessingEngine::defaultBwfmetaeditPaths() {
 
 ItemOutcome StereoProcessingEngine::convertToMono(const MonoRequest& request, RunLedger& ledger,
                                                   Journal& journal) const {
-    return MonoConversion(request, {ffmpegPath_, bwfmetaeditPaths_}, ledger, journal).run();
+    return MonoConversion(request, {ffmpegPath_, bwfmetaeditPaths_, engine_}, ledger, journal).run();
 }
 
 } // namespace ostrel

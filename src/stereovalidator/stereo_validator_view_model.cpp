@@ -281,6 +281,7 @@ CleanOptions StereoValidatorViewModel::cleanOptions() const {
         .outputFolder = outputFolder.value(),
         .allowOverwrite = allowOverwrite.value(),
         .addSuffix = addMonoSuffix.value(),
+        .engine = engine.value(),
     };
 }
 

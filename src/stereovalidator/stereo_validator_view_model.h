@@ -65,6 +65,7 @@ public:
     QProperty<DualMonoSideSelection> dualMonoSideSelection{DualMonoSideSelection::automatic};
     QProperty<bool> addMonoSuffix{true};
     QProperty<bool> allowOverwrite{false};
+    QProperty<EngineChoice> engine{EngineChoice::ffmpeg};
     QProperty<bool> generateCSV{false};
 
     QProperty<bool> isAuditioning{false}; // a result is playing

@@ -12,6 +12,7 @@
 #include "platform/processes/tool_limits.h"
 #include "platform/text/text.h"
 #include "polytools/records/poly_names.h"
+#include "roads/road.h"
 
 #include <QElapsedTimer>
 #include <algorithm>
@@ -63,8 +64,11 @@ public:
         }
         if (!output.permission().isGranted()) throw FileError(output.permission().reason);
         for (const QString& warning : unexplainedBytesWarnings({poly_.url})) warn(warning);
-        build(output);
-        restoreMetadata(output);
+        try {
+            make(output);
+        } catch (const RoadError& error) {
+            throw filterError(3, output.namingFinal(error.description));
+        }
         publish(output);
         if (metadata_) {
             tellPreservation(QStringLiteral("Edit completed"), paths::lastComponent(path), *metadata_, log_);
@@ -209,9 +213,37 @@ private:
                paths::isSameFile(output, poly_.url);
     }
 
+    void make(const OutputFile& output) {
+        log_.info(kProcess, QStringLiteral("💾 Output: ") + paths::lastComponent(output.path()));
+        const Road road(tools_.engine(), {poly_.url}, QStringLiteral("wav"));
+        if (!road.detour().isEmpty()) log_.info(kProcess, road.detour());
+        const QStringList warnings = road.make({plannedOutput(output)}, [&] {
+            build(output);
+            restoreMetadata(output);
+        });
+        for (const QString& warning : warnings) warn(warning);
+        if (road.isDirect()) {
+            log_.success(kProcess, QStringLiteral("✅ Created new %1-channel poly: %2")
+                                       .arg(final_.size())
+                                       .arg(paths::lastComponent(output.path())));
+        }
+        if (road.isDirect() || tools_.universalEngine) {
+            metadata_ = completeMetadata(poly_.url, output, SourceUmid::kept, log_);
+        }
+    }
+
+    PlannedOutput plannedOutput(const OutputFile& output) const {
+        PlannedOutput planned{output.unfinished(), {}, {.source = poly_.url}};
+        for (const FinalTrack& track : final_) {
+            planned.channels.push_back({poly_.url, track.originalInterleaveIndex - 1});
+            planned.head.trackNames << encodeXMLText(track.name);
+            planned.head.channelIndices << track.channelIndex;
+        }
+        return planned;
+    }
+
     void build(const OutputFile& output) {
         const QString file = paths::lastComponent(output.path());
-        log_.info(kProcess, QStringLiteral("💾 Output: ") + file);
         log_.info(kProcess, QStringLiteral("🔨 Building new poly with ffmpeg pan filter..."));
         const QString layout = panLayout(static_cast<int>(final_.size()), poly_.channelCount, poly_.channelLayout);
         const QString filter = panFilter(final_, layout);
@@ -249,7 +281,6 @@ private:
             log_.error(kMetadata,
                        QStringLiteral("❌ METADATA PRESERVATION FAILED: ") + output.namingFinal(describe(error)));
         }
-        metadata_ = completeMetadata(poly_.url, output, SourceUmid::kept, log_);
     }
 
     void carryMetadata(const OutputFile& file) {

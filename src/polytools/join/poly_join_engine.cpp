@@ -9,6 +9,7 @@
 #include "platform/processes/tool_limits.h"
 #include "polytools/join/iso_raggedness.h"
 #include "polytools/records/merge_graph.h"
+#include "roads/road.h"
 
 #include <algorithm>
 
@@ -41,9 +42,43 @@ private:
         sortByInterleaveIndex();
         if (!agree()) return;
         tell(0.2, "Building poly file...");
-        if (!runFFmpeg(output)) return;
-        restoreMetadata(output);
-        publish(output);
+        if (make(output)) publish(output);
+    }
+
+    bool make(const OutputFile& output) {
+        const bool mixes = std::ranges::any_of(isos_, [](const ISOFile& iso) { return iso.channelCount > 1; });
+        const Road road(mixes ? EngineChoice::ffmpeg : tools_.engine(), urls(), QStringLiteral("wav"));
+        if (!road.detour().isEmpty()) log_.info(kProcess, road.detour());
+        bool isMade = true;
+        try {
+            const QStringList warnings = road.make(
+                {plannedOutput(output)},
+                [&] {
+                    isMade = runFFmpeg(output);
+                    if (isMade) restoreMetadata(output);
+                },
+                [this](double share) {
+                    if (progress_) progress_(0.2 + 0.6 * share, QStringLiteral("Building poly file..."));
+                });
+            for (const QString& warning : warnings) warn(warning);
+        } catch (const RoadError& error) {
+            return refused(output.namingFinal(error.description));
+        }
+        if (isMade && (road.isDirect() || tools_.universalEngine)) {
+            metadata_ = completeMetadata(isos_.front().url, output, SourceUmid::kept, log_);
+        }
+        return isMade;
+    }
+
+    PlannedOutput plannedOutput(const OutputFile& output) const {
+        PlannedOutput planned{output.unfinished(), {}, {.source = isos_.front().url}};
+        for (std::size_t i = 0; i < isos_.size(); ++i) {
+            planned.channels.push_back({isos_[i].url, 0});
+            if (indices_.size() != isos_.size()) continue; // without them the document goes along as it is
+            planned.head.trackNames << indices_[i].trackName;
+            planned.head.channelIndices << indices_[i].channelIndex;
+        }
+        return planned;
     }
 
     void publish(OutputFile& output) {
@@ -99,6 +134,7 @@ private:
         log_.debug(QStringLiteral("✅ [Join] ISOs sorted by INTERLEAVE_INDEX:"));
         isos_.clear();
         for (const auto& [iso, indices] : indexed) {
+            indices_.push_back(indices);
             log_.debug(QStringLiteral("  • %1 (T%2, Ch%3: %4)")
                            .arg(iso.fileName)
                            .arg(indices.interleaveIndex)
@@ -174,7 +210,6 @@ private:
             log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata restoration failed: ") + reason);
             log_.error(kMetadata, QStringLiteral("❌ METADATA RESTORATION FAILED: ") + reason);
         }
-        metadata_ = completeMetadata(isos_.front().url, output, SourceUmid::kept, log_);
     }
 
     void carryMetadata(const UniversalMetadataEngine& engine, const OutputFile& file) {
@@ -240,6 +275,7 @@ private:
 
     const PolyEngineTools& tools_;
     std::vector<ISOFile> isos_;
+    std::vector<TrackIndices> indices_; // of each, once they are sorted
     const QString path_;
     const QString file_;
     const JoinOptions& options_;

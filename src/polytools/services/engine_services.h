@@ -29,6 +29,8 @@ struct PolyEngineTools {
     QString bwfmetaeditPath;
     std::shared_ptr<const UniversalMetadataEngine> universalEngine;
     std::shared_ptr<SourceAnswers> answers = std::make_shared<SourceAnswers>(); // the metadata engine's too
+
+    EngineChoice engine() const { return answers->engine(); }
 };
 
 // Both are called on the engine's own thread and may be empty.

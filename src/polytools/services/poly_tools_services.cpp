@@ -5,6 +5,7 @@
 #include "platform/files/unique_files.h"
 #include "platform/paths.h"
 #include "platform/text/text.h"
+#include "roads/own_documents.h"
 
 namespace ostrel {
 PolyToolsServices::PolyToolsServices(QObject& owner, PolyToolsState& state, DesktopServices& desktop,
@@ -26,10 +27,13 @@ void PolyToolsServices::takeTools() {
     state_.bwfmetaeditPath = detector_->bwfmetaeditPath.value();
     manifestExtractor_.reset();
     universalEngine_.reset();
+    ownEngine_.reset();
     answers_ = std::make_shared<SourceAnswers>();
+    ownAnswers_ = answersFromBytes();
     if (const QString path = state_.bwfmetaeditPath.value(); !path.isEmpty()) {
         manifestExtractor_.emplace(path, manifestLogger(), answers_);
         universalEngine_ = std::make_shared<UniversalMetadataEngine>(path, answers_);
+        ownEngine_ = std::make_shared<UniversalMetadataEngine>(path, ownAnswers_);
     } else {
         printDiagnostic(QStringLiteral("[PolyToolsVM] bwfmetaedit not found: no manifests, no metadata"));
     }
@@ -48,8 +52,9 @@ MetadataManifestExtractor::Logger PolyToolsServices::manifestLogger() const {
 }
 
 PolyEngineTools PolyToolsServices::engineTools() const {
-    return {state_.ffmpegPath.value(), state_.ffprobePath.value(), state_.bwfmetaeditPath.value(), universalEngine_,
-            answers_};
+    const bool isDirect = state_.engine.value() == EngineChoice::direct;
+    return {state_.ffmpegPath.value(), state_.ffprobePath.value(), state_.bwfmetaeditPath.value(),
+            isDirect ? ownEngine_ : universalEngine_, isDirect ? ownAnswers_ : answers_};
 }
 
 const MetadataManifestExtractor* PolyToolsServices::manifestExtractor() const {

@@ -120,6 +120,9 @@ private:
     std::function<void()> onTaskEnded_;
     std::optional<MetadataManifestExtractor> manifestExtractor_;
     std::shared_ptr<const UniversalMetadataEngine> universalEngine_;
+    // The direct engine's: they read what the tools would say.
+    std::shared_ptr<SourceAnswers> ownAnswers_;
+    std::shared_ptr<const UniversalMetadataEngine> ownEngine_;
     std::shared_ptr<SourceAnswers> answers_; // from the selection on, through every job
     std::map<Task, TaskHandle> tasks_;
     int runningTasks_ = 0;

@@ -8,6 +8,9 @@
 #include "platform/processes/child_process.h"
 #include "platform/processes/tool_limits.h"
 #include "polytools/records/iso_file_names.h"
+#include "roads/road.h"
+
+#include <map>
 
 namespace ostrel {
 namespace {
@@ -57,11 +60,23 @@ public:
         const Capture capture = captureMetadata();
         const std::vector<ChannelTrack> tracks = channelTracks(poly_, capture, options_.trackNames);
         const QStringList names = outputNames(tracks);
-        for (int i = 0; i < poly_.channelCount && !hooks_.stopped(); ++i) {
-            const ChannelTrack& track = tracks[static_cast<std::size_t>(i)];
-            logNameChoice(track, i, names[i]);
-            if (progress) progress(static_cast<double>(i) / poly_.channelCount, names[i]);
-            splitChannel(i, track, paths::append(outputFolder_, names[i]), capture);
+        const Road road(tools_.engine(), {poly_.url}, QStringLiteral("wav"));
+        if (!road.detour().isEmpty()) log_.info(kProcess, road.detour());
+        const int atOnce =
+            road.isDirect() ? poly_.channelCount : 1; // one pass makes them all, or each run of ffmpeg one
+        for (int first = 0; first < poly_.channelCount && !hooks_.stopped(); first += atOnce) {
+            std::vector<Iso> isos;
+            for (int i = first; i < first + atOnce; ++i) {
+                const ChannelTrack& track = tracks[static_cast<std::size_t>(i)];
+                logNameChoice(track, i, names[i]);
+                open(i, track, paths::append(outputFolder_, names[i]), isos);
+            }
+            const auto tell = [&](double share) {
+                const double done = (first + share * atOnce) / poly_.channelCount;
+                if (progress) progress(done, names[first]);
+            };
+            tell(0);
+            make(isos, road, capture, tell);
         }
         if (progress) progress(1.0, QStringLiteral("Complete"));
         conclude();
@@ -81,6 +96,7 @@ private:
     void conclude() {
         ItemOutcome& outcome = result_.outcome;
         outcome.sources = ItemOutcome::allKept({poly_.url});
+        for (auto& [channel, each] : channels_) result_.channels.push_back(std::move(each));
         for (const ItemOutcome& channel : result_.channels) {
             outcome.outputs << channel.outputs;
             outcome.warnings << channel.warnings;
@@ -228,25 +244,84 @@ private:
         }
     }
 
-    void splitChannel(int channel, const ChannelTrack& track, const QString& path, const Capture& capture) {
-        const QString file = paths::lastComponent(path);
-        OutputFile output(ledger_, path, existingOutputRule(options_.skipIfExists, options_.overwriteExisting));
-        if (!output.permission().isGranted()) return refuse(output.permission(), file);
-        try {
-            if (!runFFmpeg(channel, output)) return;
-            verifyMono(output.unfinished(), file);
-        } catch (const ProcessLaunchError& error) {
-            return fail(QStringLiteral("Process error for %1: %2").arg(file, error.description));
+    // An ISO on its way: it may be written, and stands under its private name once it was made.
+    struct Iso {
+        int channel = 0;
+        const ChannelTrack* track = nullptr;
+        std::unique_ptr<OutputFile> output;
+        bool isMade = false;
+
+        QString file() const { return paths::lastComponent(output->path()); }
+    };
+
+    void open(int channel, const ChannelTrack& track, const QString& path, std::vector<Iso>& isos) {
+        auto output = std::make_unique<OutputFile>(
+            ledger_, path, existingOutputRule(options_.skipIfExists, options_.overwriteExisting));
+        if (!output->permission().isGranted()) {
+            return refuse(channel, output->permission(), paths::lastComponent(path));
         }
-        const std::optional<MetadataRecord> metadata = applyMetadata(output, track, capture);
-        publish(output, channel, file, metadata);
+        isos.push_back({channel, &track, std::move(output)});
     }
 
-    void publish(OutputFile& output, int channel, const QString& file, const std::optional<MetadataRecord>& metadata) {
+    void make(std::vector<Iso>& isos, const Road& road, const Capture& capture,
+              const std::function<void(double)>& tell) {
+        if (isos.empty()) return;
+        std::vector<PlannedOutput> planned;
+        for (Iso& iso : isos) {
+            planned.push_back(plannedOutput(iso));
+            iso.isMade = road.isDirect();
+        }
+        try {
+            const QStringList warnings = road.make(
+                planned, [&] { makeByFFmpeg(isos.front(), capture); }, tell);
+            for (const QString& warning : warnings) log_.warning(kMetadata, warning);
+            result_.outcome.warnings << warnings;
+        } catch (const RoadError& error) {
+            for (const Iso& iso : isos) fail(iso.channel, iso.output->namingFinal(error.description));
+            return;
+        }
+        for (Iso& iso : isos) {
+            if (iso.isMade) publish(iso, metadataOf(iso, road, capture));
+        }
+    }
+
+    PlannedOutput plannedOutput(const Iso& iso) const {
+        return {iso.output->unfinished(),
+                {{poly_.url, iso.channel}},
+                {.source = poly_.url,
+                 .umid = SourceUmid::cleared,
+                 .trackNames = {encodeXMLText(nameOf(*iso.track))},
+                 .channelIndices = {iso.track->channelIndex}}};
+    }
+
+    static QString nameOf(const ChannelTrack& track) {
+        return track.name.isEmpty() ? QStringLiteral("CH%1").arg(track.channelIndex) : track.name;
+    }
+
+    void makeByFFmpeg(Iso& iso, const Capture& capture) {
+        try {
+            if (!runFFmpeg(iso)) return;
+            verifyMono(iso.output->unfinished(), iso.file());
+        } catch (const ProcessLaunchError& error) {
+            return fail(iso.channel, QStringLiteral("Process error for %1: %2").arg(iso.file(), error.description));
+        }
+        iso.isMade = true;
+        applyMetadata(*iso.output, *iso.track, capture);
+    }
+
+    // What the ISO holds of the poly's; nothing where there was nothing to carry it with.
+    std::optional<MetadataRecord> metadataOf(const Iso& iso, const Road& road, const Capture& capture) {
+        if (!road.isDirect() && (!tools_.universalEngine || !capture.preservation)) return std::nullopt;
+        return completeMetadata(poly_.url, *iso.output, SourceUmid::cleared, log_);
+    }
+
+    void publish(Iso& iso, const std::optional<MetadataRecord>& metadata) {
+        const QString file = iso.file();
+        OutputFile& output = *iso.output;
         const OutputFile::End end =
-            output.finish({{{poly_.url, channel}, {output.unfinished(), 0}}}, OutputFile::Check::strict);
-        if (end.nameWasTaken) return refuse({WritePermission::Kind::refused, end.failure}, file);
-        if (!end.failure.isEmpty()) return fail(end.failure);
+            output.finish({{{poly_.url, iso.channel}, {output.unfinished(), 0}}}, OutputFile::Check::strict);
+        if (end.nameWasTaken) return refuse(iso.channel, {WritePermission::Kind::refused, end.failure}, file);
+        if (!end.failure.isEmpty()) return fail(iso.channel, end.failure);
         for (const QString& warning : end.warnings) log_.warning(kProcess, warning);
         log_.success(kProcess, QStringLiteral("Created: ") + file);
         ItemOutcome outcome{ProcessingStatus::completed(), {output.path()}, end.warnings};
@@ -254,33 +329,33 @@ private:
             tellPreservation(QStringLiteral("Split completed"), file, *metadata, log_);
             outcome.metadata = *metadata;
         }
-        note(std::move(outcome));
+        note(iso.channel, std::move(outcome));
     }
 
-    void refuse(const WritePermission& permission, const QString& file) {
-        if (permission.kind != WritePermission::Kind::exists) return fail(permission.reason);
+    void refuse(int channel, const WritePermission& permission, const QString& file) {
+        if (permission.kind != WritePermission::Kind::exists) return fail(channel, permission.reason);
         log_.info(kProcess, QStringLiteral("Skipped (exists): ") + file);
-        note({ProcessingStatus::skipped(QStringLiteral("exists"))});
+        note(channel, {ProcessingStatus::skipped(QStringLiteral("exists"))});
     }
 
-    void fail(const QString& message) {
+    void fail(int channel, const QString& message) {
         log_.error(kProcess, message);
-        note({ProcessingStatus::failed(message), {}, {}, message});
+        note(channel, {ProcessingStatus::failed(message), {}, {}, message});
     }
 
-    void note(ItemOutcome outcome) {
+    void note(int channel, ItemOutcome outcome) {
         outcome.sources = ItemOutcome::allKept({poly_.url});
-        result_.channels.push_back(std::move(outcome));
+        channels_[channel] = std::move(outcome);
     }
 
-    bool runFFmpeg(int channel, const OutputFile& output) {
+    bool runFFmpeg(const Iso& iso) {
+        const OutputFile& output = *iso.output;
         const ProcessResult ffmpeg = ChildProcess::runSilently(
-            tools_.ffmpegPath, PolySplitEngine::buildSplitCommand(poly_, channel, output.unfinished()),
+            tools_.ffmpegPath, PolySplitEngine::buildSplitCommand(poly_, iso.channel, output.unfinished()),
             limitsByProgress({output.unfinished()}));
         if (ffmpeg.succeeded()) return true;
-        fail(QStringLiteral("ffmpeg error for %1: %2")
-                 .arg(paths::lastComponent(output.path()),
-                      output.namingFinal(faultText(ffmpeg)).left(kSplitErrorLength)));
+        fail(iso.channel, QStringLiteral("ffmpeg error for %1: %2")
+                              .arg(iso.file(), output.namingFinal(faultText(ffmpeg)).left(kSplitErrorLength)));
         return false;
     }
 
@@ -295,16 +370,14 @@ private:
         log_.warning(kProcess, QStringLiteral("Warning: Output may not be true mono: ") + file);
     }
 
-    // Nothing where there is nothing to carry, or nothing to carry it with.
-    std::optional<MetadataRecord> applyMetadata(const OutputFile& iso, const ChannelTrack& track,
-                                                const Capture& capture) {
+    void applyMetadata(const OutputFile& iso, const ChannelTrack& track, const Capture& capture) {
         if (!tools_.universalEngine) {
             log_.debug(QStringLiteral("❌ [UniversalEngine] METADATA ENGINE UNAVAILABLE — bwfmetaedit not found"));
             log_.error(kMetadata, QStringLiteral("❌ METADATA ENGINE UNAVAILABLE — bwfmetaedit not found. Output will "
                                                  "have NO metadata."));
-            return std::nullopt;
+            return;
         }
-        if (!capture.preservation) return std::nullopt;
+        if (!capture.preservation) return;
         try {
             carryMetadata(iso, track, *capture.preservation);
         } catch (const std::exception& error) {
@@ -312,7 +385,6 @@ private:
             log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata application failed: ") + reason);
             log_.error(kMetadata, QStringLiteral("❌ METADATA APPLICATION FAILED: ") + reason);
         }
-        return completeMetadata(poly_.url, iso, SourceUmid::cleared, log_);
     }
 
     void carryMetadata(const OutputFile& output, const ChannelTrack& track, const MetadataPreservationResult& capture) {
@@ -324,7 +396,7 @@ private:
             tellMetadata(output.namingFinal(said), log_);
         }
         // An ISO is always number 1 of 1, but it keeps its channel index: that is what a later join restores.
-        const QString name = track.name.isEmpty() ? QStringLiteral("CH%1").arg(track.channelIndex) : track.name;
+        const QString name = nameOf(track);
         engine.normalizeiXMLForSingleTrack(poly_.url, iso, encodeXMLText(name), track.channelIndex, 1);
         const QString indices =
             QStringLiteral("INTERLEAVE_INDEX=1, CHANNEL_INDEX=%1, NAME=%2").arg(track.channelIndex).arg(name);
@@ -342,6 +414,7 @@ private:
     RunLedger& ledger_;
     EngineLog log_;
     SplitResult result_;
+    std::map<int, ItemOutcome> channels_; // of those that were reached
 };
 
 } // namespace
