@@ -109,8 +109,10 @@ QString refusedSentence(const MetadataResult& result, const QString& fileName) {
         .arg(result.refused.join(QStringLiteral(", ")), fileName);
 }
 
-MetadataEngine::MetadataEngine(const QString& bwfmetaeditPath, const QString& sessionID)
-    : bwfmetaeditPath_(bwfmetaeditPath), sessionTempFolder_(paths::append(cacheFolder(), sessionID)) {
+MetadataEngine::MetadataEngine(const QString& bwfmetaeditPath, const QString& sessionID,
+                               std::shared_ptr<SourceAnswers> answers)
+    : bwfmetaeditPath_(bwfmetaeditPath), sessionTempFolder_(paths::append(cacheFolder(), sessionID)),
+      answers_(std::move(answers)) {
     QDir().mkpath(sessionTempFolder_);
 }
 
@@ -207,8 +209,7 @@ MetadataResult MetadataEngine::applyBWFFields(const BWFMetadata& metadata, const
 BWFMetadata MetadataEngine::extractBWFFields(const QString& path) const {
     std::optional<QString> document;
     try {
-        const ProcessResult result = ChildProcess::runForResult(
-            bwfmetaeditPath_, {QStringLiteral("--out-core-xml=-"), path}, limitsByFileSize({path}));
+        const ProcessResult result = answers_->printed(bwfmetaeditPath_, {QStringLiteral("--out-core-xml=-")}, path);
         if (result.succeeded()) document = decodeUtf8(result.standardOutput);
     } catch (const ProcessLaunchError& error) {
         throw MetadataError(MetadataError::Kind::processLaunchFailure, error.description);

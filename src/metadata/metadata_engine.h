@@ -3,10 +3,13 @@
 // One per job. Owns the session's temporary folder, `{caches}/Ostrel/{sessionID}`. All operations block.
 #pragma once
 
+#include "foundation/tools/source_answers.h"
+
 #include <QDateTime>
 #include <QMap>
 #include <QString>
 #include <QStringList>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 
@@ -40,7 +43,8 @@ public:
 class MetadataEngine {
 public:
     // Makes the session folder; that failing is not an error here.
-    MetadataEngine(const QString& bwfmetaeditPath, const QString& sessionID);
+    MetadataEngine(const QString& bwfmetaeditPath, const QString& sessionID,
+                   std::shared_ptr<SourceAnswers> answers = std::make_shared<SourceAnswers>());
 
     // Copies the CORE document. Counts as good, too, if the target holds metadata already (ffmpeg may have carried it).
     // Throws MetadataError only where bwfmetaedit can't be started.
@@ -77,6 +81,7 @@ private:
 
     QString bwfmetaeditPath_;
     QString sessionTempFolder_;
+    std::shared_ptr<SourceAnswers> answers_;
 };
 
 } // namespace ostrel

@@ -8,8 +8,6 @@
 #include "platform/files/files.h"
 #include "platform/files/standard_folders.h"
 #include "platform/paths.h"
-#include "platform/processes/child_process.h"
-#include "platform/processes/tool_limits.h"
 #include "platform/text/text.h"
 
 #include <QDateTime>
@@ -20,18 +18,6 @@ namespace ostrel {
 namespace {
 
 constexpr int kNoExitCode = -1;
-
-class TemporaryFile {
-public:
-    explicit TemporaryFile(const QString& extension) : path_(files::temporaryPath(extension)) {}
-    ~TemporaryFile() { files::removeQuietly(path_); }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-    QString path() const { return path_; }
-
-private:
-    QString path_;
-};
 
 QString cachedManifestPath(const QString& url) { return paths::append(manifestCacheFolder(), manifestFilename(url)); }
 
@@ -54,19 +40,18 @@ ManifestError::ManifestError(int exitCode, const QString& text)
           QStringLiteral("bwfmetaedit failed with code %1: %2").arg(QString::number(exitCode), text).toStdString()),
       code(exitCode), standardError(text) {}
 
-MetadataManifestExtractor::MetadataManifestExtractor(const QString& bwfmetaeditPath, Logger logger)
-    : bwfmetaeditPath_(bwfmetaeditPath), logger_(std::move(logger)) {}
+MetadataManifestExtractor::MetadataManifestExtractor(const QString& bwfmetaeditPath, Logger logger,
+                                                     std::shared_ptr<SourceAnswers> answers)
+    : bwfmetaeditPath_(bwfmetaeditPath), logger_(std::move(logger)), answers_(std::move(answers)) {}
 
 MetadataManifest MetadataManifestExtractor::extractAndSaveManifest(const QString& url) const {
     log(QStringLiteral("Extracting %1: source exists=%2, bwfmetaedit exists=%3")
             .arg(paths::lastComponent(url), trueOrFalse(paths::exists(url)),
                  trueOrFalse(paths::exists(bwfmetaeditPath_))));
-    const TemporaryFile core(QStringLiteral("core.csv"));
-    const TemporaryFile ixml(QStringLiteral("ixml.xml"));
-    const QString coreText =
-        exportText(QStringLiteral("--out-core="), core.path(), url, QStringLiteral("core"), QStringLiteral("Core CSV"));
-    const QString ixmlText =
-        exportText(QStringLiteral("--out-iXML="), ixml.path(), url, QStringLiteral("iXML"), QStringLiteral("iXML XML"));
+    const QString coreText = exportText(QStringLiteral("--out-core="), files::temporaryPath(QStringLiteral("core.csv")),
+                                        url, QStringLiteral("core"), QStringLiteral("Core CSV"));
+    const QString ixmlText = exportText(QStringLiteral("--out-iXML="), files::temporaryPath(QStringLiteral("ixml.xml")),
+                                        url, QStringLiteral("iXML"), QStringLiteral("iXML XML"));
     const MetadataManifest manifest = buildManifest(url, coreText, ixmlText);
     writeManifest(manifest, url);
     return manifest;
@@ -74,28 +59,29 @@ MetadataManifest MetadataManifestExtractor::extractAndSaveManifest(const QString
 
 QString MetadataManifestExtractor::exportText(const QString& option, const QString& document, const QString& url,
                                               const QString& subject, const QString& fileSubject) const {
+    std::optional<QByteArray> bytes;
     try {
-        runBwfmetaeditToFile({option + document, url});
+        bytes = exported(option, document, url);
     } catch (const ManifestError& error) {
         throw ManifestError(kNoExitCode,
                             QStringLiteral("Failed to export %1 metadata: %2").arg(subject, error.errorDescription()));
     }
-    if (!paths::exists(document)) {
+    if (!bytes) {
         throw ManifestError(kNoExitCode, QStringLiteral("%1 file was not created at %2").arg(fileSubject, document));
     }
-    const std::optional<QString> text = decodeUtf8(files::read(document));
+    const std::optional<QString> text = decodeUtf8(*bytes);
     if (!text) {
         throw ManifestError(kNoExitCode, QStringLiteral("%1 file at %2 is not UTF-8").arg(fileSubject, document));
     }
     return *text;
 }
 
-void MetadataManifestExtractor::runBwfmetaeditToFile(const QStringList& arguments) const {
-    const QString command = bwfmetaeditPath_ + u' ' + arguments.join(u' ');
+std::optional<QByteArray> MetadataManifestExtractor::exported(const QString& option, const QString& document,
+                                                              const QString& url) const {
+    const QString command = QStringList{bwfmetaeditPath_, option + document, url}.join(u' ');
     try {
-        const ProcessResult result =
-            ChildProcess::runForResult(bwfmetaeditPath_, arguments, limitsByFileSize({arguments.last()}));
-        if (result.succeeded()) return;
+        const auto [result, bytes] = answers_->exported(bwfmetaeditPath_, option, document, url);
+        if (result.succeeded()) return bytes;
         throw ManifestError(result.exitStatus,
                             QStringLiteral("bwfmetaedit exited with code %1. Command: %2. Stderr: %3")
                                 .arg(QString::number(result.exitStatus), command, result.errorText()));

@@ -4,11 +4,13 @@
 // No mutable state; every call blocks and belongs off the main thread.
 #pragma once
 
+#include "foundation/tools/source_answers.h"
 #include "metadata/metadata_manifest.h"
 
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 
@@ -29,7 +31,8 @@ public:
     // Gets every line of the extraction's log, on the calling thread.
     using Logger = std::function<void(const QString& message)>;
 
-    explicit MetadataManifestExtractor(const QString& bwfmetaeditPath, Logger logger = {});
+    explicit MetadataManifestExtractor(const QString& bwfmetaeditPath, Logger logger = {},
+                                       std::shared_ptr<SourceAnswers> answers = std::make_shared<SourceAnswers>());
 
     // Throws ManifestError for the tool's failures (a source without an iXML chunk is one: the tool then writes no
     // document), FileError for a source that can't be read or a manifest that can't be written.
@@ -47,12 +50,13 @@ public:
 private:
     QString exportText(const QString& option, const QString& document, const QString& url, const QString& subject,
                        const QString& fileSubject) const;
-    void runBwfmetaeditToFile(const QStringList& arguments) const;
+    std::optional<QByteArray> exported(const QString& option, const QString& document, const QString& url) const;
     MetadataManifest buildManifest(const QString& url, const QString& coreText, const QString& ixmlText) const;
     void log(const QString& message) const;
 
     QString bwfmetaeditPath_;
     Logger logger_;
+    std::shared_ptr<SourceAnswers> answers_;
 };
 
 } // namespace ostrel

@@ -105,9 +105,9 @@ void writePlainly(const QString& path, const QByteArray& contents) {
 
 } // namespace
 
-UniversalMetadataEngine::UniversalMetadataEngine(const QString& bwfmetaeditPath)
-    : bwfmetaeditPath_(bwfmetaeditPath), metadataEngine_(bwfmetaeditPath, freshUuid()),
-      manifestCacheDir_(takeManifestCacheFolder()) {
+UniversalMetadataEngine::UniversalMetadataEngine(const QString& bwfmetaeditPath, std::shared_ptr<SourceAnswers> answers)
+    : bwfmetaeditPath_(bwfmetaeditPath), answers_(answers),
+      metadataEngine_(bwfmetaeditPath, freshUuid(), std::move(answers)), manifestCacheDir_(takeManifestCacheFolder()) {
     QDir().mkpath(manifestCacheDir_); // a failure shows when a manifest is written
 }
 
@@ -123,8 +123,7 @@ MetadataPreservationResult UniversalMetadataEngine::extractMetadata(const QStrin
 
 bool UniversalMetadataEngine::readBWF(const QString& url, QStringList& log) const {
     try {
-        const ProcessResult printed = ChildProcess::runForResult(
-            bwfmetaeditPath_, {QStringLiteral("--out-core=-"), url}, limitsByFileSize({url}));
+        const ProcessResult printed = answers_->printed(bwfmetaeditPath_, {QStringLiteral("--out-core=-")}, url);
         if (!printed.why.isEmpty()) {
             log << QStringLiteral("⚠️  BWF extraction failed: bwfmetaedit was ") + printed.why;
             return false;
@@ -204,23 +203,36 @@ void UniversalMetadataEngine::normalizeiXMLForSingleTrack(const QString& sourceU
 
 QStringList UniversalMetadataEngine::rebuildMultiTrackiXML(const QStringList& isoFiles,
                                                            const QString& outputURL) const {
-    if (isoFiles.isEmpty()) throw engineError(QStringLiteral("No ISO files to rebuild the iXML from"));
-    const QString sourceXML = extractiXMLString(isoFiles.front());
+    std::vector<IsoDocument> isos;
+    for (const QString& iso : isoFiles) {
+        try {
+            isos.push_back({iso, extractiXMLString(iso)});
+        } catch (const DomainError&) {
+            if (isos.empty()) throw; // the others' tracks go into the first one's document
+            isos.push_back({iso, QString()});
+        }
+    }
+    return rebuildFromDocuments(isos, outputURL);
+}
+
+QStringList UniversalMetadataEngine::rebuildFromDocuments(const std::vector<IsoDocument>& isos,
+                                                          const QString& outputURL) const {
+    if (isos.empty()) throw engineError(QStringLiteral("No ISO files to rebuild the iXML from"));
     std::vector<TrackIndices> tracks;
     QStringList withoutIndices;
-    for (const QString& iso : isoFiles) {
-        if (const auto indices = extractTrackIndicesFromiXML(iso)) {
+    for (const IsoDocument& iso : isos) {
+        if (const auto indices = parseTrackIndicesFromiXML(iso.ixml)) {
             tracks.push_back(*indices);
         } else {
-            withoutIndices << iso;
+            withoutIndices << iso.name;
             appendToDebugLog(
                 QStringLiteral("UniversalMetadataEngine"),
                 QStringLiteral("⚠️ No track indices in the iXML of %1, its track is left out of the list of %2")
-                    .arg(paths::lastComponent(iso), paths::lastComponent(outputURL)));
+                    .arg(paths::lastComponent(iso.name), paths::lastComponent(outputURL)));
         }
     }
     std::ranges::stable_sort(tracks, {}, &TrackIndices::interleaveIndex);
-    const QString document = performUniversalXMLSurgery(sourceXML, multiTrackList(tracks), generateFileUID());
+    const QString document = performUniversalXMLSurgery(isos.front().ixml, multiTrackList(tracks), generateFileUID());
     writeiXML(document, QStringLiteral("multi_track_ixml.xml"), outputURL,
               QStringLiteral("Failed to rebuild multi-track iXML"));
     return withoutIndices;
@@ -237,8 +249,7 @@ std::optional<TrackIndices> UniversalMetadataEngine::extractTrackIndicesFromiXML
 }
 
 QString UniversalMetadataEngine::extractiXMLString(const QString& url) const {
-    const ProcessResult printed =
-        ChildProcess::runForResult(bwfmetaeditPath_, {QStringLiteral("--out-iXML=-"), url}, limitsByFileSize({url}));
+    const ProcessResult printed = answers_->printedIxml(bwfmetaeditPath_, url);
     if (printed.ended != ChildEnd::byItself) {
         throw engineError(QStringLiteral("The iXML of %1 was not read: bwfmetaedit was %2")
                               .arg(paths::lastComponent(url), printed.why));

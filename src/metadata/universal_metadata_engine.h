@@ -6,12 +6,14 @@
 // run child processes; one instance may serve several threads at once.
 #pragma once
 
+#include "foundation/tools/source_answers.h"
 #include "metadata/chunks/riff_chunks.h"
 #include "metadata/metadata_engine.h"
 #include "metadata/take_manifest.h"
 
 #include <QString>
 #include <QStringList>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -38,9 +40,15 @@ struct TrackIndices {
     bool operator==(const TrackIndices&) const = default;
 };
 
+struct IsoDocument {
+    QString name; // a file's path, or whatever tells it in a log
+    QString ixml;
+};
+
 class UniversalMetadataEngine {
 public:
-    explicit UniversalMetadataEngine(const QString& bwfmetaeditPath);
+    explicit UniversalMetadataEngine(const QString& bwfmetaeditPath,
+                                     std::shared_ptr<SourceAnswers> answers = std::make_shared<SourceAnswers>());
     ~UniversalMetadataEngine(); // removes the session's temporary folder
     UniversalMetadataEngine(const UniversalMetadataEngine&) = delete;
     UniversalMetadataEngine& operator=(const UniversalMetadataEngine&) = delete;
@@ -71,6 +79,9 @@ public:
     // above, and DomainError for an empty list.
     QStringList rebuildMultiTrackiXML(const QStringList& isoFiles, const QString& outputURL) const;
 
+    // The same of ISOs that are documents and no files; gives their names.
+    QStringList rebuildFromDocuments(const std::vector<IsoDocument>& isos, const QString& outputURL) const;
+
     // Of the first track in the file's iXML; nothing if there is none, or the tool can't be started.
     std::optional<TrackIndices> extractTrackIndicesFromiXML(const QString& fileURL) const;
 
@@ -85,6 +96,7 @@ private:
                    const QString& failure) const;
 
     QString bwfmetaeditPath_;
+    std::shared_ptr<SourceAnswers> answers_;
     MetadataEngine metadataEngine_;
     QString manifestCacheDir_;
 };

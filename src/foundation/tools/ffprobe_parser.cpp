@@ -1,7 +1,5 @@
 #include "foundation/tools/ffprobe_parser.h"
 
-#include "platform/processes/child_process.h"
-#include "platform/processes/tool_limits.h"
 #include "platform/text/text.h"
 
 #include <QFileInfo>
@@ -14,13 +12,14 @@ namespace {
 
 using Json = nlohmann::json;
 
-QByteArray runFFProbe(const QString& ffprobePath, const QString& streamEntries, const QString& path) {
+QByteArray runFFProbe(SourceAnswers& answers, const QString& ffprobePath, const QString& streamEntries,
+                      const QString& path) {
     const QStringList arguments{
         QStringLiteral("-v"),  QStringLiteral("error"),         QStringLiteral("-show_entries"),
         streamEntries,         QStringLiteral("-show_entries"), QStringLiteral("format=duration"),
-        QStringLiteral("-of"), QStringLiteral("json"),          path};
+        QStringLiteral("-of"), QStringLiteral("json")};
     try {
-        ProcessResult result = ChildProcess::runForResult(ffprobePath, arguments, limitsByFileSize({path}));
+        ProcessResult result = answers.printed(ffprobePath, arguments, path);
         if (result.succeeded()) return result.standardOutput;
         throw FFProbeError(FFProbeError::Kind::probeFailure,
                            result.errorText(QStringLiteral("Unknown error")).trimmed());
@@ -154,7 +153,8 @@ QString FFProbeError::errorDescription() const {
 }
 
 AudioFileInfo FFProbeParser::probe(const QString& fileURL) const {
-    return parseJSON(runFFProbe(ffprobePath_,
+    SourceAnswers once;
+    return parseJSON(runFFProbe(once, ffprobePath_,
                                 QStringLiteral("stream=sample_rate,bits_per_sample,bits_per_raw_sample,channels,"
                                                "codec_name,sample_fmt"),
                                 fileURL));
@@ -166,9 +166,10 @@ QMap<QString, AudioFileInfo> FFProbeParser::probe(const QStringList& fileURLs) c
     return result;
 }
 
-FileAnalysis FFProbeParser::analyzeFile(const QString& url, const QString& ffprobePath) {
+FileAnalysis FFProbeParser::analyzeFile(const QString& url, const QString& ffprobePath,
+                                        const std::shared_ptr<SourceAnswers>& answers) {
     FileAnalysis result = parseAnalysisJSON(
-        runFFProbe(ffprobePath,
+        runFFProbe(*answers, ffprobePath,
                    QStringLiteral("stream=channels,channel_layout,sample_rate,bits_per_sample,bits_per_raw_sample,"
                                   "codec_name,sample_fmt"),
                    url));

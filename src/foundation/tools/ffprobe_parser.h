@@ -2,6 +2,7 @@
 #pragma once
 
 #include "foundation/records/processing_status.h"
+#include "foundation/tools/source_answers.h"
 
 #include <QByteArray>
 #include <QMap>
@@ -67,7 +68,8 @@ public:
     // Throw FFProbeError. Several files are probed one after the other, and the first error ends it.
     AudioFileInfo probe(const QString& fileURL) const;
     QMap<QString, AudioFileInfo> probe(const QStringList& fileURLs) const;
-    static FileAnalysis analyzeFile(const QString& url, const QString& ffprobePath);
+    static FileAnalysis analyzeFile(const QString& url, const QString& ffprobePath,
+                                    const std::shared_ptr<SourceAnswers>& answers = std::make_shared<SourceAnswers>());
 
     // Mono files that may be interleaved: `ready`, or the first thing that stands against it. Seconds.
     static ProcessingStatus validateGroup(const QMap<QString, AudioFileInfo>& infos, double durationTolerance);

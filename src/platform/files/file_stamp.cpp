@@ -6,12 +6,15 @@
 namespace ostrel {
 namespace {
 
+qint64 nanoseconds(const timespec& time) { return time.tv_sec * 1'000'000'000LL + time.tv_nsec; }
+
 std::optional<FileStamp> stampOf(int result, const struct stat& found) {
     if (result != 0 || !S_ISREG(found.st_mode)) return std::nullopt;
     return FileStamp{{found.st_dev, found.st_ino},
                      static_cast<quint64>(found.st_size),
-                     found.st_mtim.tv_sec * 1'000'000'000LL + found.st_mtim.tv_nsec,
-                     found.st_nlink};
+                     nanoseconds(found.st_mtim),
+                     found.st_nlink,
+                     nanoseconds(found.st_ctim)};
 }
 
 } // namespace

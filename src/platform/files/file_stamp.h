@@ -19,6 +19,7 @@ struct FileStamp {
     quint64 size = 0;    // bytes
     qint64 modified = 0; // nanoseconds since 1970
     quint64 links = 1;   // hard links; no part of what makes two stamps equal
+    qint64 changed = 0;  // nanoseconds since 1970, of contents, name or permissions; no part of it either
 
     bool operator==(const FileStamp& other) const {
         return identity == other.identity && size == other.size && modified == other.modified;

@@ -46,7 +46,7 @@ private:
         row.sourceURL = url;
         row.fileName = paths::lastComponent(url);
         try {
-            row.poly = readPolyFile(url, tools_.ffprobePath);
+            row.poly = readPolyFile(url, tools_.ffprobePath, tools_.answers);
             row.channelCount = row.poly.channelCount;
         } catch (const std::exception& error) {
             log_.error(kProcess, QStringLiteral("❌ Failed to read: ") + row.fileName);

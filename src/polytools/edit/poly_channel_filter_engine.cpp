@@ -3,10 +3,10 @@
 #include "foundation/domain_error.h"
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/run/output_file.h"
+#include "metadata/ixml_surgery.h"
 #include "metadata/ixml_text.h"
 #include "metadata/universal_metadata_engine.h"
 #include "platform/files/files.h"
-#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
 #include "platform/processes/child_process.h"
 #include "platform/processes/tool_limits.h"
@@ -32,16 +32,6 @@ QString listed(const Items& items, const char* separator, ToText toText) {
 }
 
 QString numberAndName(int number, const QString& name) { return QStringLiteral("T%1:%2").arg(number).arg(name); }
-
-// A temporary folder that goes on every way out.
-class ScratchFolder {
-public:
-    ScratchFolder() : path(paths::append(temporaryFolder(), freshUuid())) { files::createFolder(path); }
-    ~ScratchFolder() { files::removeFolderQuietly(path); }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    const QString path;
-};
 
 class Edit {
 public:
@@ -287,44 +277,34 @@ private:
                                     .arg(final_.size()));
     }
 
-    // The rebuild works on ISOs, as the join's does, so each channel becomes one for a moment.
+    // The rebuild works on ISOs, as the join's does, so each channel becomes the document of one.
     void rebuildTrackList(const UniversalMetadataEngine& engine, const QString& output) {
-        const ScratchFolder scratch;
-        QStringList isos;
+        const QString source = engine.extractiXMLString(poly_.url);
+        std::vector<IsoDocument> isos;
         for (const FinalTrack& track : final_) {
-            const QString iso = paths::append(scratch.path, QStringLiteral("temp_T%1.wav").arg(track.interleaveIndex));
-            const QString filter = QStringLiteral("[0:a]pan=1c|c0=c%1[out]").arg(track.originalInterleaveIndex - 1);
-            if (!runFFmpeg(filter, iso).succeeded()) {
-                log_.warning(kMetadata, QStringLiteral("⚠️ Left out of the track list: ") +
-                                            numberAndName(track.interleaveIndex, track.name));
-                continue;
-            }
-            engine.normalizeiXMLForSingleTrack(poly_.url, iso, encodeXMLText(track.name), track.channelIndex,
-                                               track.interleaveIndex);
-            isos << iso;
+            const QString list = singleTrackList(track.channelIndex, track.interleaveIndex, encodeXMLText(track.name));
+            isos.push_back({numberAndName(track.interleaveIndex, track.name),
+                            performUniversalXMLSurgery(source, list, generateFileUID())});
         }
-        if (!isos.isEmpty()) nameParent(engine, isos.first());
-        const QStringList lost = engine.rebuildMultiTrackiXML(isos, output);
-        if (lost.size() == isos.size()) {
+        nameParent(source, isos.front().ixml);
+        const QStringList lost = engine.rebuildFromDocuments(isos, output);
+        if (lost.size() == static_cast<qsizetype>(isos.size())) {
             log_.warning(kMetadata,
                          QStringLiteral("⚠️ The source's iXML lists no tracks, and so does the new poly's"));
             return;
         }
         for (const QString& iso : lost) {
-            log_.warning(kMetadata, QStringLiteral("⚠️ Left out of the track list: ") + paths::stem(iso));
+            log_.warning(kMetadata, QStringLiteral("⚠️ Left out of the track list: ") + iso);
         }
     }
 
-    // The rebuild makes the first ISO's FILE_UID the parent of the new poly. That ISO exists for a moment only, so it
-    // gets the UID of the poly that it was taken from.
-    void nameParent(const UniversalMetadataEngine& engine, const QString& iso) const {
-        const QString source = engine.extractiXMLString(poly_.url);
-        QString xml = engine.extractiXMLString(iso);
+    // The rebuild makes the first ISO's FILE_UID the parent of the new poly. No file ever had that one, so it gives way
+    // to the UID of the poly that the ISO was taken from.
+    static void nameParent(const QString& source, QString& iso) {
         const auto sourceUID = elementOnOneLine(source, u"FILE_UID");
-        const auto uid = elementOnOneLine(xml, u"FILE_UID");
+        const auto uid = elementOnOneLine(iso, u"FILE_UID");
         if (!uid) return;
-        xml.replace(uid->start, uid->end - uid->start, sourceUID ? sourceUID->wholeText(source) : QString());
-        importIXML(tools_.bwfmetaeditPath, xml, iso);
+        iso.replace(uid->start, uid->end - uid->start, sourceUID ? sourceUID->wholeText(source) : QString());
     }
 
     void publish(OutputFile& output) {
@@ -385,7 +365,8 @@ PolyChannelFilterEngine::removeChannelsFromPoly(const PolyFile& polyFile, const 
 
 std::vector<SourceTrack> PolyChannelFilterEngine::extractTrackListFromPoly(const QString& polyURL, int channelCount,
                                                                            const QString& bwfmetaeditPath) const {
-    std::vector<SourceTrack> tracks = parseTrackBlocks(exportIXML(bwfmetaeditPath, polyURL).value_or(QString()));
+    std::vector<SourceTrack> tracks =
+        parseTrackBlocks(exportIXML(*tools_.answers, bwfmetaeditPath, polyURL).value_or(QString()));
     if (tracks.empty()) return sequentialTracks(channelCount);
     std::stable_sort(tracks.begin(), tracks.end(),
                      [](const SourceTrack& a, const SourceTrack& b) { return a.interleaveIndex < b.interleaveIndex; });

@@ -102,7 +102,7 @@ ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMa
     if (const QString why = unexplainedBytesOf(recording); !why.isEmpty()) {
         throw renameError(QStringLiteral("The recording is not replaced: ") + why);
     }
-    const std::optional<QString> old = exportIXML(tools.bwfmetaeditPath, recording);
+    const std::optional<QString> old = exportIXML(*tools.answers, tools.bwfmetaeditPath, recording);
     if (!old) throw renameError(QStringLiteral("bwfmetaedit could not read the iXML"));
     const bool hasTracks = !parseTrackBlocks(*old).empty();
     const QString renamed =
@@ -113,7 +113,8 @@ ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMa
     if (!importIXML(tools.bwfmetaeditPath, renamed, copy.path())) {
         throw renameError(QStringLiteral("bwfmetaedit could not write the iXML"));
     }
-    const std::optional<QString> written = exportIXML(tools.bwfmetaeditPath, copy.path());
+    SourceAnswers ofTheCopy; // nothing that was said of any file before counts here
+    const std::optional<QString> written = exportIXML(ofTheCopy, tools.bwfmetaeditPath, copy.path());
     if (!written || namesByNumber(*written) != namesByNumber(renamed)) {
         throw renameError(QStringLiteral("The new track names could not be read back"));
     }

@@ -1,9 +1,7 @@
 #include "polytools/grouping/iso_evidence.h"
 
 #include "platform/files/files.h"
-#include "platform/paths.h"
 #include "platform/processes/child_process.h"
-#include "platform/processes/tool_limits.h"
 #include "platform/text/text.h"
 #include "polytools/grouping/grouping_log.h"
 
@@ -116,17 +114,14 @@ std::optional<ISOTrack> ISOEvidenceReader::extractChannelIndicesFromiXML(const I
 // The document that the tool writes; nothing if it failed or wrote none. Bytes that are not UTF-8 give an empty text.
 std::optional<QString> ISOEvidenceReader::exportText(const QString& option, const QString& extension,
                                                      const QString& url) const {
-    const QString document = files::temporaryPath(extension);
-    const ProcessResult result = ChildProcess::runSilently(
-        bwfmetaeditPath_, {option + document, url}, limitsByFileSize({url}), ChildProcess::StandardError::dropped);
-    std::optional<QString> text;
     try {
-        if (result.succeeded() && paths::exists(document)) text = decodeUtf8(files::read(document)).value_or(QString());
+        const ExportedDocument document =
+            answers_->exported(bwfmetaeditPath_, option, files::temporaryPath(extension), url);
+        if (!document.bytes) return std::nullopt;
+        return decodeUtf8(*document.bytes).value_or(QString());
     } catch (const FileError&) {
-        text = QString(); // written, and gone or unreadable since
+        return QString(); // written, and gone or unreadable since
     }
-    files::removeQuietly(document);
-    return text;
 }
 
 } // namespace ostrel

@@ -1,11 +1,13 @@
 // What a loose ISO tells about the take that it belongs to: its sidecar manifest, its iXML, its BEXT.
 #pragma once
 
+#include "foundation/tools/source_answers.h"
 #include "metadata/metadata_manifest.h"
 #include "polytools/records/iso_file.h"
 
 #include <QString>
 #include <QStringList>
+#include <memory>
 #include <optional>
 
 namespace ostrel {
@@ -42,9 +44,11 @@ struct ISOTrack {
 class ISOEvidenceReader {
 public:
     // Without bwfmetaedit only the sidecar is read.
-    explicit ISOEvidenceReader(const QString& bwfmetaeditPath) : bwfmetaeditPath_(bwfmetaeditPath) {}
+    explicit ISOEvidenceReader(const QString& bwfmetaeditPath,
+                               std::shared_ptr<SourceAnswers> answers = std::make_shared<SourceAnswers>())
+        : bwfmetaeditPath_(bwfmetaeditPath), answers_(std::move(answers)) {}
 
-    // Runs bwfmetaedit up to three times. Never throws: what can't be read stays empty.
+    // Asks bwfmetaedit up to three times. Never throws: what can't be read stays empty.
     FileWithMetadata read(const ISOFile& file) const;
 
 private:
@@ -57,6 +61,7 @@ private:
     std::optional<QString> exportText(const QString& option, const QString& extension, const QString& url) const;
 
     QString bwfmetaeditPath_;
+    std::shared_ptr<SourceAnswers> answers_;
 };
 
 // The parsers, over the texts that bwfmetaedit writes.

@@ -101,8 +101,10 @@ std::vector<ISOGroupCandidate> runStrategies(std::vector<FileWithMetadata>& file
 
 } // namespace
 
-ISOGroupingEngine::ISOGroupingEngine(const QString& ffprobePath, const QString& bwfmetaeditPath, GroupingHooks hooks)
-    : ffprobePath_(ffprobePath), bwfmetaeditPath_(bwfmetaeditPath), hooks_(std::move(hooks)) {}
+ISOGroupingEngine::ISOGroupingEngine(const QString& ffprobePath, const QString& bwfmetaeditPath, GroupingHooks hooks,
+                                     std::shared_ptr<SourceAnswers> answers)
+    : ffprobePath_(ffprobePath), bwfmetaeditPath_(bwfmetaeditPath), hooks_(std::move(hooks)),
+      answers_(std::move(answers)) {}
 
 GroupingResult ISOGroupingEngine::groupISOFilesInFolder(const QString& folderURL, bool recursive) const {
     logGrouping(
@@ -173,7 +175,7 @@ std::vector<ISOFile> ISOGroupingEngine::readMonoFiles(const QStringList& urls, c
 GroupingResult ISOGroupingEngine::processISOFiles(std::vector<ISOFile> isoFiles) const {
     if (isoFiles.empty()) return {};
     std::ranges::stable_sort(isoFiles, isAhead);
-    const ISOEvidenceReader reader(bwfmetaeditPath_);
+    const ISOEvidenceReader reader(bwfmetaeditPath_, answers_);
     std::vector<FileWithMetadata> files =
         readAll<FileWithMetadata>(isoFiles, [&](const ISOFile& file) { return std::optional(reader.read(file)); });
 

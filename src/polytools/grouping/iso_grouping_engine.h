@@ -6,11 +6,13 @@
 // each at a time. The outcome depends on the files alone, not on the order in which they come.
 #pragma once
 
+#include "foundation/tools/source_answers.h"
 #include "polytools/records/iso_group.h"
 
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace ostrel {
@@ -27,7 +29,8 @@ struct GroupingHooks {
 class ISOGroupingEngine {
 public:
     // Either path may be empty; the engine then does what it can without that tool.
-    ISOGroupingEngine(const QString& ffprobePath, const QString& bwfmetaeditPath, GroupingHooks hooks = {});
+    ISOGroupingEngine(const QString& ffprobePath, const QString& bwfmetaeditPath, GroupingHooks hooks = {},
+                      std::shared_ptr<SourceAnswers> answers = std::make_shared<SourceAnswers>());
 
     // In every form of use a file counts once, whatever names lead to it.
 
@@ -58,6 +61,7 @@ private:
     QString ffprobePath_;
     QString bwfmetaeditPath_;
     GroupingHooks hooks_;
+    std::shared_ptr<SourceAnswers> answers_;
 };
 
 } // namespace ostrel

@@ -35,7 +35,7 @@ private:
         file.url = url;
         file.fileName = paths::lastComponent(url);
         try {
-            const FileAnalysis analysis = FFProbeParser::analyzeFile(url, tools_.ffprobePath);
+            const FileAnalysis analysis = FFProbeParser::analyzeFile(url, tools_.ffprobePath, tools_.answers);
             file.channelCount = analysis.channels;
             file.sampleRate = analysis.sampleRate;
             file.bitDepth = analysis.bitDepth;

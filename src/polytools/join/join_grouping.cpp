@@ -55,7 +55,8 @@ QCoro::Task<> JoinGrouping::group(TaskHandle handle) {
     hooks.isStopped = [handle] { return handle.isCancelled(); };
     hooks.onFile = services_.follow(
         handle, [join = &join_](int done, int total) { join->groupingProgress = std::pair(done, total); });
-    const ISOGroupingEngine engine(state_.ffprobePath.value(), state_.bwfmetaeditPath.value(), hooks);
+    const PolyEngineTools tools = services_.engineTools();
+    const ISOGroupingEngine engine(tools.ffprobePath, tools.bwfmetaeditPath, hooks, tools.answers);
     const Pile pile{join_.joinSourceFolder.value(), join_.selectedJoinFiles.value().value_or(QStringList()),
                     join_.joinRecursiveScan.value()};
     const auto work = [engine, pile] { return groupPile(engine, pile); };

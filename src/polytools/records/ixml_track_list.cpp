@@ -2,7 +2,6 @@
 
 #include "metadata/ixml_text.h"
 #include "platform/files/files.h"
-#include "platform/paths.h"
 #include "platform/processes/child_process.h"
 #include "platform/processes/tool_limits.h"
 #include "platform/text/text.h"
@@ -102,19 +101,11 @@ QString replaceTrackNames(const QString& ixml, const std::map<int, QString>& nam
     return result + ixml.mid(copied);
 }
 
-std::optional<QString> exportIXML(const QString& bwfmetaeditPath, const QString& fileURL) {
+std::optional<QString> exportIXML(SourceAnswers& answers, const QString& bwfmetaeditPath, const QString& fileURL) {
     const QString path = files::temporaryPath(QStringLiteral("ixml.xml"));
-    const ProcessResult result =
-        ChildProcess::runSilently(bwfmetaeditPath, {QStringLiteral("--out-iXML=") + path, fileURL},
-                                  limitsByFileSize({fileURL}), ChildProcess::StandardError::dropped);
-    if (!result.succeeded()) {
-        files::removeQuietly(path);
-        return std::nullopt;
-    }
-    if (!paths::exists(path)) return QString(); // a file without iXML: the tool writes nothing
-    const QByteArray bytes = files::read(path);
-    files::removeQuietly(path);
-    return decodeUtf8(bytes).value_or(QString());
+    const ExportedDocument document = answers.exported(bwfmetaeditPath, QStringLiteral("--out-iXML="), path, fileURL);
+    if (!document.result.succeeded()) return std::nullopt;
+    return decodeUtf8(document.bytes.value_or(QByteArray())).value_or(QString()); // without iXML no document is made
 }
 
 bool importIXML(const QString& bwfmetaeditPath, const QString& ixml, const QString& fileURL) {

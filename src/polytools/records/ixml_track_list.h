@@ -2,6 +2,8 @@
 // The element names are those of the iXML specification (TRACK_LIST of BWFXML).
 #pragma once
 
+#include "foundation/tools/source_answers.h"
+
 #include <QString>
 #include <map>
 #include <optional>
@@ -34,8 +36,8 @@ QString encodeXMLText(const QString& text);
 QString replaceTrackNames(const QString& ixml, const std::map<int, QString>& names);
 
 // Has bwfmetaedit write the file's iXML into a temporary file and gives the text; empty if the file has none. Nothing
-// if the tool reports a failure. Throws ProcessLaunchError.
-std::optional<QString> exportIXML(const QString& bwfmetaeditPath, const QString& fileURL);
+// if the tool reports a failure. Throws ProcessLaunchError, and FileError for a document that can't be read.
+std::optional<QString> exportIXML(SourceAnswers& answers, const QString& bwfmetaeditPath, const QString& fileURL);
 
 // Has bwfmetaedit write the text into the file. False if the tool reports a failure. Throws ProcessLaunchError, and
 // FileError for the temporary document.

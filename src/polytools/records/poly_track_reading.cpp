@@ -22,8 +22,8 @@ std::vector<TrackInfo> parseAllTracks(const QString& ixml) {
 
 } // namespace
 
-PolyFile readPolyFile(const QString& url, const QString& ffprobePath) {
-    const FileAnalysis analysis = FFProbeParser::analyzeFile(url, ffprobePath);
+PolyFile readPolyFile(const QString& url, const QString& ffprobePath, const std::shared_ptr<SourceAnswers>& answers) {
+    const FileAnalysis analysis = FFProbeParser::analyzeFile(url, ffprobePath, answers);
     PolyFile poly;
     poly.url = url;
     poly.fileName = paths::lastComponent(url);
@@ -37,10 +37,10 @@ PolyFile readPolyFile(const QString& url, const QString& ffprobePath) {
     return poly;
 }
 
-TrackReading readTrackInfo(const QString& url, const QString& bwfmetaeditPath) {
+TrackReading readTrackInfo(const QString& url, const QString& bwfmetaeditPath, SourceAnswers& answers) {
     if (bwfmetaeditPath.isEmpty()) return {};
     try {
-        const QString ixml = exportIXML(bwfmetaeditPath, url).value_or(QString());
+        const QString ixml = exportIXML(answers, bwfmetaeditPath, url).value_or(QString());
         return {parseAllTracks(ixml), !ixml.isEmpty()};
     } catch (const ProcessLaunchError&) {
         return {}; // no tool, no names
@@ -49,16 +49,16 @@ TrackReading readTrackInfo(const QString& url, const QString& bwfmetaeditPath) {
     }
 }
 
-BatchPolyMetadata readBatchPolyMetadata(const QString& url, const QString& ffprobePath,
-                                        const QString& bwfmetaeditPath) {
-    const PolyFile poly = readPolyFile(url, ffprobePath);
+BatchPolyMetadata readBatchPolyMetadata(const QString& url, const QString& ffprobePath, const QString& bwfmetaeditPath,
+                                        const std::shared_ptr<SourceAnswers>& answers) {
+    const PolyFile poly = readPolyFile(url, ffprobePath, answers);
     BatchPolyMetadata metadata;
     metadata.url = url;
     metadata.baseName = paths::stem(url);
     metadata.channelCount = poly.channelCount;
     metadata.sampleRate = poly.sampleRate;
     metadata.duration = poly.duration;
-    metadata.trackInfo = readTrackInfo(url, bwfmetaeditPath).tracks;
+    metadata.trackInfo = readTrackInfo(url, bwfmetaeditPath, *answers).tracks;
     return metadata;
 }
 

@@ -3,6 +3,7 @@
 
 #include "foundation/logs/processing_log.h"
 #include "foundation/records/metadata_record.h"
+#include "foundation/tools/source_answers.h"
 #include "metadata/bext_completion.h"
 
 #include <QString>
@@ -27,6 +28,7 @@ struct PolyEngineTools {
     QString ffprobePath;
     QString bwfmetaeditPath;
     std::shared_ptr<const UniversalMetadataEngine> universalEngine;
+    std::shared_ptr<SourceAnswers> answers = std::make_shared<SourceAnswers>(); // the metadata engine's too
 };
 
 // Both are called on the engine's own thread and may be empty.

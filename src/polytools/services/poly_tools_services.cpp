@@ -26,9 +26,10 @@ void PolyToolsServices::takeTools() {
     state_.bwfmetaeditPath = detector_->bwfmetaeditPath.value();
     manifestExtractor_.reset();
     universalEngine_.reset();
+    answers_ = std::make_shared<SourceAnswers>();
     if (const QString path = state_.bwfmetaeditPath.value(); !path.isEmpty()) {
-        manifestExtractor_.emplace(path, manifestLogger());
-        universalEngine_ = std::make_shared<UniversalMetadataEngine>(path);
+        manifestExtractor_.emplace(path, manifestLogger(), answers_);
+        universalEngine_ = std::make_shared<UniversalMetadataEngine>(path, answers_);
     } else {
         printDiagnostic(QStringLiteral("[PolyToolsVM] bwfmetaedit not found: no manifests, no metadata"));
     }
@@ -47,7 +48,8 @@ MetadataManifestExtractor::Logger PolyToolsServices::manifestLogger() const {
 }
 
 PolyEngineTools PolyToolsServices::engineTools() const {
-    return {state_.ffmpegPath.value(), state_.ffprobePath.value(), state_.bwfmetaeditPath.value(), universalEngine_};
+    return {state_.ffmpegPath.value(), state_.ffprobePath.value(), state_.bwfmetaeditPath.value(), universalEngine_,
+            answers_};
 }
 
 const MetadataManifestExtractor* PolyToolsServices::manifestExtractor() const {

@@ -120,6 +120,7 @@ private:
     std::function<void()> onTaskEnded_;
     std::optional<MetadataManifestExtractor> manifestExtractor_;
     std::shared_ptr<const UniversalMetadataEngine> universalEngine_;
+    std::shared_ptr<SourceAnswers> answers_; // from the selection on, through every job
     std::map<Task, TaskHandle> tasks_;
     int runningTasks_ = 0;
 };

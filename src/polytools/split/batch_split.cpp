@@ -218,7 +218,8 @@ private:
     }
 
     MetadataManifestExtractor extractor() const {
-        return MetadataManifestExtractor(tools_.bwfmetaeditPath, [this](const QString& line) { log_.debug(line); });
+        return MetadataManifestExtractor(
+            tools_.bwfmetaeditPath, [this](const QString& line) { log_.debug(line); }, tools_.answers);
     }
 
     // The entries so far go ahead of those of the next split.

@@ -127,8 +127,9 @@ void PolySourceSelection::analyzePolyFile(const QString& url) {
 }
 
 QCoro::Task<> PolySourceSelection::analyze(QString url, TaskHandle handle) {
-    const auto work = [url, ffprobe = state_.ffprobePath.value(), bwfmetaedit = state_.bwfmetaeditPath.value()] {
-        return std::pair(readPolyFile(url, ffprobe), readTrackInfo(url, bwfmetaedit));
+    const auto work = [url, tools = services_.engineTools()] {
+        return std::pair(readPolyFile(url, tools.ffprobePath, tools.answers),
+                         readTrackInfo(url, tools.bwfmetaeditPath, *tools.answers));
     };
     const auto [loaded, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) co_return; // stopped, or another file was chosen
@@ -216,12 +217,13 @@ QCoro::Task<> PolySourceSelection::populate(QStringList urls, TaskHandle handle)
     const qsizetype step = static_cast<qsizetype>(parallelWidth());
     for (qsizetype first = 0; first < urls.size() && !handle.isCancelled(); first += step) {
         const QStringList some = urls.mid(first, step);
-        const auto work = [some, ffprobe = state_.ffprobePath.value(), bwfmetaedit = state_.bwfmetaeditPath.value()] {
+        const auto work = [some, tools = services_.engineTools()] {
             std::vector<std::optional<BatchPolyMetadata>> rows(static_cast<std::size_t>(some.size()));
             std::vector<QString> failures(rows.size());
             forEachInParallel(rows.size(), [&](std::size_t i) {
                 try {
-                    rows[i] = readBatchPolyMetadata(some[static_cast<qsizetype>(i)], ffprobe, bwfmetaedit);
+                    rows[i] = readBatchPolyMetadata(some[static_cast<qsizetype>(i)], tools.ffprobePath,
+                                                    tools.bwfmetaeditPath, tools.answers);
                 } catch (const std::exception& error) {
                     failures[i] = QStringLiteral("Failed to analyze %1: %2")
                                       .arg(paths::lastComponent(some[static_cast<qsizetype>(i)]), describe(error));

@@ -147,7 +147,7 @@ private:
     std::vector<SourceTrack> readSourceTracks() const {
         const QString tool =
             tools_.bwfmetaeditPath.isEmpty() ? QStringLiteral("/opt/homebrew/bin/bwfmetaedit") : tools_.bwfmetaeditPath;
-        const std::optional<QString> ixml = exportIXML(tool, poly_.url);
+        const std::optional<QString> ixml = exportIXML(*tools_.answers, tool, poly_.url);
         if (!ixml) {
             log_.debug(
                 QStringLiteral("⚠️ Failed to read source iXML (bwfmetaedit failed), using sequential indices"));
