@@ -3,6 +3,7 @@
 
 #include "polytools/grouping/iso_loader.h"
 #include "polytools/join/join_grouping.h"
+#include "polytools/services/poly_tools_reports.h"
 #include "polytools/services/poly_tools_services.h"
 #include "polytools/state/join_state.h"
 #include "polytools/state/poly_tools_state.h"
@@ -44,6 +45,15 @@ public:
     void clear();
 
 private:
+    // What a run needs from its start to its report.
+    struct Run {
+        JoinOptions options;
+        QString folder;
+        ReportSource source;
+        PolyRun run;
+        TaskHandle handle;
+    };
+
     QCoro::Task<> load(QStringList urls, TaskHandle handle);
     void showLoaded(const LoadedISOs& loaded);
     void logOrdering(const LoadedISOs& loaded);
@@ -51,11 +61,12 @@ private:
     QString suggestedName() const;
     void takeShortcut(const ISOGroupCandidate& group);
     void setISOFiles(std::vector<ISOFile> files);
-    QCoro::Task<> join(std::vector<ISOFile> isos, QString outputURL, JoinOptions options, TaskHandle handle);
-    void showJoin(ItemOutcome outcome, const std::vector<ISOFile>& isos, const QString& outputURL);
-    QCoro::Task<> batchJoin(std::vector<ISOGroupCandidate> groups, JoinOptions options, TaskHandle handle);
-    void countBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups);
-    void showBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups);
+    Run makeRun(const PolyRun& run, const TaskHandle& handle) const;
+    QCoro::Task<> join(std::vector<ISOFile> isos, QString outputURL, Run run);
+    void showJoin(ItemOutcome outcome, const std::vector<ISOFile>& isos, const QString& outputURL, const Run& run);
+    QCoro::Task<> batchJoin(std::vector<ISOGroupCandidate> groups, Run run);
+    void countBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups, const Run& run);
+    void showBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups, const Run& run);
     PolyEngineHooks hooksOfRun(const TaskHandle& handle) const;
     bool mayMix(const std::vector<ISOFile>& isos);
     JoinOptions joinOptions() const;
