@@ -53,10 +53,7 @@ AppViewModel::AppViewModel(DesktopServices& desktop, AudioOutput& audio, std::sh
                         options.addNotifier(foresee)};
 }
 
-AppViewModel::~AppViewModel() {
-    if (scanningTask_) scanningTask_->cancel();
-    if (processingTask_) processingTask_->cancel();
-}
+AppViewModel::~AppViewModel() { tasks_.cancelAll(); }
 
 bool AppViewModel::canScan() const { return !sourceURL.value().isEmpty() && toolDetector_->ffmpegAvailable.value(); }
 
@@ -136,15 +133,9 @@ void AppViewModel::select(const QStringList& chosen) {
     triggerAutoDetectLayout();
 }
 
-void AppViewModel::triggerAutoDetectLayout() { detectLayout(); }
+void AppViewModel::triggerAutoDetectLayout() { tasks_.run(detectLayout()); }
 
 QCoro::Task<> AppViewModel::detectLayout() {
-    ++runningTasks_;
-    co_await performAutoDetectLayout();
-    endTask();
-}
-
-QCoro::Task<> AppViewModel::performAutoDetectLayout() {
     const QStringList selection = selectedFiles.value();
     const QStringList files = uniqueFiles(selection).files;
     const QString ffprobe = toolDetector_->ffprobePath.value();
@@ -186,18 +177,16 @@ void AppViewModel::scan() {
                             : paths::isFolder(files.first()) ? QStringLiteral("Starting scan of folder: ") + name
                                                              : QStringLiteral("Starting scan of file: ") + name;
     log(LogLevel::info, LogCategory::scan, message);
-    if (scanningTask_) scanningTask_->cancel();
-    scanningTask_ = TaskHandle();
-    runScan(*scanningTask_);
+    tasks_.run(runScan(tasks_.begin(Task::scan)));
 }
 
 QCoro::Task<> AppViewModel::runScan(TaskHandle handle) {
-    ++runningTasks_;
     QString failure;
     std::vector<InterleaveGroup> groups;
     std::vector<MultiChannelSource> sources;
     const bool interleaving = currentMode.value() == AppMode::interleave;
-    InterleaverScan scan(this, scanRequest(), scanHooks(), handle);
+    const InterleaverScan::Request request = scanRequest();
+    InterleaverScan scan(this, request, scanHooks(), handle);
     try {
         if (interleaving) {
             groups = co_await scan.groups();
@@ -213,7 +202,6 @@ QCoro::Task<> AppViewModel::runScan(TaskHandle handle) {
     if (handle.isCancelled()) {
         log(LogLevel::warning, LogCategory::scan, QStringLiteral("Scan cancelled - results not populated"));
         if (!isScanning.value()) statusMessage = QStringLiteral("Scan cancelled");
-        endTask();
         co_return;
     }
     const auto say = [this](LogLevel level, const QString& text) { log(level, LogCategory::scan, text); };
@@ -223,14 +211,13 @@ QCoro::Task<> AppViewModel::runScan(TaskHandle handle) {
     } else if (interleaving) {
         setDefaultOutputs(groups);
         interleaveGroups.assign(std::move(groups));
-        sayWhatWasGrouped(interleaveGroups.rows(), selectedLayout.value(), say);
+        sayWhatWasGrouped(interleaveGroups.rows(), request.layout, say);
     } else {
         deinterleaveSources.assign(std::move(sources));
-        sayWhatWasFound(deinterleaveSources.rows(), selectedLayout.value(), say);
+        sayWhatWasFound(deinterleaveSources.rows(), request.layout, say);
     }
     foreseeCollisions();
     isScanning = false;
-    endTask();
 }
 
 InterleaverScan::Request AppViewModel::scanRequest() const {
@@ -284,8 +271,7 @@ void AppViewModel::clearResults() {
 
 void AppViewModel::stopProcessing() {
     isCancelled = true;
-    if (scanningTask_) scanningTask_->cancel();
-    if (processingTask_) processingTask_->cancel();
+    tasks_.cancelAll();
     isProcessing = false;
     isScanning = false;
     log(LogLevel::warning, LogCategory::process, QStringLiteral("Operation cancelled by user"));
@@ -342,8 +328,8 @@ void AppViewModel::startProcessing() {
     progress = 0;
     log(LogLevel::info, LogCategory::process, QStringLiteral("Starting processing..."));
     const std::shared_ptr<InterleaverRun> run = makeRun();
-    processingTask_ = run->handle;
-    runProcessing(run);
+    run->handle = tasks_.begin(Task::run);
+    tasks_.run(runProcessing(run));
 }
 
 void AppViewModel::foreseeCollisions() {
@@ -370,13 +356,13 @@ std::shared_ptr<InterleaverRun> AppViewModel::makeRun() const {
     context.selection = selectedFiles.value();
     if (!context.bwfmetaeditPath.isEmpty()) context.metadataEngine.emplace(context.bwfmetaeditPath, sessionID_);
     run->sourceFolder = sourceURL.value();
+    run->writesReport = generateCSV.value();
     run->groups = interleaveGroups.rows();
     run->sources = deinterleaveSources.rows();
     return run;
 }
 
 QCoro::Task<> AppViewModel::runProcessing(std::shared_ptr<InterleaverRun> run) {
-    ++runningTasks_;
     const InterleaverRun::Hooks hooks =
         run->mode == AppMode::interleave ? runHooks(interleaveGroups, run) : runHooks(deinterleaveSources, run);
     co_await InterleaverRun::carryOut(run, this, hooks);
@@ -386,10 +372,9 @@ QCoro::Task<> AppViewModel::runProcessing(std::shared_ptr<InterleaverRun> run) {
             .arg(report.successes)
             .arg(report.skipped)
             .arg(report.errors));
-    if (generateCSV.value()) writeReport(*run);
+    if (run->writesReport) writeReport(*run);
     // After a stop the flags are the business of whatever runs by now.
     if (!run->handle.isCancelled()) isProcessing = false;
-    endTask();
 }
 
 // The list may be another one by now: a row is touched only where it still is the item.
@@ -440,11 +425,6 @@ void AppViewModel::writeReport(const InterleaverRun& run) {
         log(LogLevel::info, LogCategory::system,
             QStringLiteral("CSV report saved: ") + paths::lastComponent(reportPath_));
     }
-}
-
-void AppViewModel::endTask() {
-    --runningTasks_;
-    Q_EMIT taskEnded();
 }
 
 void AppViewModel::log(LogLevel level, LogCategory category, const QString& message, const QString& baseName) {

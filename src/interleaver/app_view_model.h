@@ -9,6 +9,7 @@
 #include "foundation/records/interleave_group.h"
 #include "foundation/records/multi_channel_source.h"
 #include "foundation/records/record_list.h"
+#include "foundation/task_set.h"
 #include "foundation/tools/external_tool_detector.h"
 #include "interleaver/interleaver_run.h"
 #include "interleaver/interleaver_scan.h"
@@ -51,7 +52,7 @@ public:
     RecordList<MultiChannelSource> deinterleaveSources;
     QProperty<ProcessingOptions> options;
     QProperty<bool> showOptions{true};
-    QProperty<bool> showLog{false};
+    QProperty<bool> showLog{false}; // inert: the views keep that themselves
     QProperty<bool> isScanning{false};
     QProperty<bool> isProcessing{false};
     QProperty<bool> isCancelled{false};
@@ -107,7 +108,7 @@ public:
 
     // Whether a scan, a job or a layout detection has not really ended. After a stop that is longer than `isScanning`
     // and `isProcessing` tell, since a running child process finishes by itself.
-    bool hasRunningTask() const { return runningTasks_ > 0; }
+    bool hasRunningTask() const { return tasks_.isAnyRunning(); }
 
 Q_SIGNALS:
     void taskEnded();
@@ -116,10 +117,8 @@ private:
     template <class Predicate>
     int count(Predicate matches) const; // of the mode's list
     void log(LogLevel level, LogCategory category, const QString& message, const QString& baseName = QString());
-    void endTask();
 
     QCoro::Task<> detectLayout();
-    QCoro::Task<> performAutoDetectLayout();
     QCoro::Task<> runScan(TaskHandle handle);
     InterleaverScan::Request scanRequest() const;
     InterleaverScan::Hooks scanHooks();
@@ -135,9 +134,8 @@ private:
     std::shared_ptr<ExternalToolDetector> toolDetector_;
     std::unique_ptr<PlaybackManager> playbackManager_; // told when to stop; nothing here depends on it
     const QString sessionID_;
-    std::optional<TaskHandle> scanningTask_;
-    std::optional<TaskHandle> processingTask_;
-    int runningTasks_ = 0;
+    enum class Task { scan, run };
+    TaskSet<Task> tasks_{[this] { Q_EMIT taskEnded(); }};
     QString reportPath_;
     QPropertyNotifier appearanceNotifier_;
     std::array<QPropertyNotifier, 3> outputNotifiers_; // of all that decides where outputs go

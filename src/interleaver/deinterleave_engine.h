@@ -41,6 +41,7 @@ std::vector<ChannelPair> channelPairs(const MultiChannelSource& source, const QS
 
 class DeinterleaveError : public std::runtime_error {
 public:
+    // Nothing throws invalidSourceFile: ffmpeg tells what is wrong with a source.
     enum class Kind { processLaunchFailure, noChannelsSelected, invalidSourceFile };
     explicit DeinterleaveError(Kind errorKind, const QString& payload = QString())
         : std::runtime_error(payload.toStdString()), kind(errorKind), text(payload) {}

@@ -27,6 +27,7 @@ struct InterleaveResult {
 
 class InterleaveError : public std::runtime_error {
 public:
+    // Nothing throws missingChannelFile and invalidOutputPath: such a group or path does not reach a run.
     enum class Kind {
         processLaunchFailure,
         missingChannelFile,

@@ -35,6 +35,7 @@ public:
     const AppMode mode;
     RunContext context;
     QString sourceFolder;
+    bool writesReport = false;
     std::vector<InterleaveGroup> groups; // the lists; what became of the items is added
     std::vector<MultiChannelSource> sources;
 

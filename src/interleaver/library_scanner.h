@@ -18,6 +18,7 @@ namespace ostrel {
 
 class ScanError : public std::runtime_error {
 public:
+    // Nothing throws directoryNotReadable: such a folder can't be enumerated either.
     enum class Kind { cannotEnumerate, directoryNotReadable };
     ScanError(Kind errorKind, const QString& errorPath)
         : std::runtime_error(errorPath.toStdString()), kind(errorKind), path(errorPath) {}

@@ -10,6 +10,7 @@ namespace ostrel {
 
 class AssetDescriptorError : public std::runtime_error {
 public:
+    // Nothing throws unsupportedFormat: what is unknown is of an unknown kind.
     enum class Kind { cannotReadFile, invalidHeader, unsupportedFormat };
     explicit AssetDescriptorError(Kind errorKind) : std::runtime_error("asset"), kind(errorKind) {}
     QString errorDescription() const;

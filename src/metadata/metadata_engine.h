@@ -31,6 +31,7 @@ using BWFMetadata = QMap<QString, QString>;
 
 class MetadataError : public std::runtime_error {
 public:
+    // Nothing throws fileNotFound and coreImportFailed: both are told by a MetadataResult.
     enum class Kind { processLaunchFailure, fileNotFound, coreExportFailed, coreImportFailed };
     explicit MetadataError(Kind errorKind, const QString& payload = QString())
         : std::runtime_error(payload.toStdString()), kind(errorKind), text(payload) {}

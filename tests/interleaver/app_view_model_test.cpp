@@ -555,6 +555,16 @@ TEST_F(AppViewModelTest, ANewSelectionClearsTheResults) {
     EXPECT_TRUE(controller.statusMessage.value().isEmpty());
 }
 
+TEST_F(AppViewModelTest, ARunThatBeganWithAReportWritesIt) {
+    writePair("Rain");
+    controller.generateCSV = true;
+    scan();
+    controller.startProcessing();
+    controller.generateCSV = false;
+    ASSERT_TRUE(waitForTasks(controller));
+    EXPECT_FALSE(controller.reportPath().isEmpty());
+}
+
 TEST_F(AppViewModelTest, AReportOfTheRunIsWritten) {
     writePair("Rain, heavy");
     controller.generateCSV = true;

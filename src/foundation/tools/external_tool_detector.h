@@ -26,7 +26,7 @@ public:
     QProperty<QString> bwfmetaeditPath;
     QProperty<bool> ffmpegAvailable{false}; // ffmpeg and ffprobe both
     QProperty<bool> bwfmetaeditAvailable{false};
-    QProperty<std::optional<QDateTime>> lastCheckTime;
+    QProperty<std::optional<QDateTime>> lastCheckTime; // shown by no view
 
     void detectTools();
 

@@ -14,7 +14,7 @@ namespace {
 constexpr qsizetype kMostBytes = 64 << 20; // documents of some 10,000 files
 
 // Opened for it: a network file system asks its server on opening, and may tell old times of a mere name.
-std::optional<FileStamp> stampOf(const QString& file) {
+std::optional<FileStamp> openedStamp(const QString& file) {
     const int descriptor = ::open(QFile::encodeName(file).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0) return std::nullopt;
     const auto close = qScopeGuard([descriptor] { ::close(descriptor); });
@@ -51,7 +51,7 @@ ProcessResult SourceAnswers::printed(const QString& tool, const QStringList& arg
     const QString option = arguments.size() == 1 ? documentOption(arguments.first()) : QString();
     if (own_ && !option.isEmpty()) return saying(own_(option, file).value_or(QByteArray()) + '\n');
     const Question question = Question{tool} + arguments + Question{file};
-    const std::optional<FileStamp> stamp = stampOf(file);
+    const std::optional<FileStamp> stamp = openedStamp(file);
     if (const auto answer = known(question, stamp)) return saying(answer->bytes.value_or(QByteArray()));
     ProcessResult result = ChildProcess::runForResult(tool, arguments + QStringList{file}, limitsByFileSize({file}));
     if (result.succeeded()) keep(question, stamp, result.standardOutput);
@@ -62,7 +62,7 @@ ExportedDocument SourceAnswers::exported(const QString& tool, const QString& opt
                                          const QString& file) {
     if (own_) return {{}, own_(option, file)};
     const Question question{tool, option, file};
-    const std::optional<FileStamp> stamp = stampOf(file);
+    const std::optional<FileStamp> stamp = openedStamp(file);
     if (const auto answer = known(question, stamp)) return {{}, answer->bytes};
     const auto clean = qScopeGuard([&] { files::removeQuietly(document); });
     ExportedDocument answer;
@@ -74,7 +74,7 @@ ExportedDocument SourceAnswers::exported(const QString& tool, const QString& opt
 }
 
 ProcessResult SourceAnswers::printedIxml(const QString& bwfmetaedit, const QString& file) {
-    if (const auto document = known({bwfmetaedit, ixmlOption(), file}, stampOf(file))) {
+    if (const auto document = known({bwfmetaedit, ixmlOption(), file}, openedStamp(file))) {
         return saying(document->bytes.value_or(QByteArray()) + '\n');
     }
     return printed(bwfmetaedit, {ixmlOption() + u'-'}, file);
@@ -90,7 +90,7 @@ std::optional<SourceAnswers::Answer> SourceAnswers::known(const Question& questi
 
 void SourceAnswers::keep(const Question& question, const std::optional<FileStamp>& before,
                          const std::optional<QByteArray>& bytes) {
-    const std::optional<FileStamp> now = stampOf(question.last());
+    const std::optional<FileStamp> now = openedStamp(question.last());
     if (!before || !now || !isUnchanged(*before, *now) || !hasSettled(*now, settled_)) return;
     const auto sizeOf = [](const Answer& answer) { return answer.bytes ? answer.bytes->size() : 0; };
     const std::lock_guard lock(mutex_);

@@ -6,7 +6,6 @@
 #include "platform/text/text.h"
 #include "polytools/preview/poly_preview.h"
 #include "polytools/records/poly_names.h"
-#include "polytools/services/poly_tools_reports.h"
 
 #include <numeric>
 
@@ -101,7 +100,10 @@ void PolyEditFlow::startBatchChannelRemoval() {
     if (options.files.isEmpty() && source_.sourceFolder.value().isEmpty()) {
         return services_.error(kProcess, QStringLiteral("Select files or folder to process"));
     }
-    services_.run(runOver(std::move(options), source_.sourceFolder.value(), services_.begin(Task::channelFilter)));
+    const QString folder = source_.selectedFiles.value() ? QString() : source_.sourceFolder.value();
+    const ReportSource source{folder, options.files};
+    services_.run(
+        runOver({std::move(options), source, {0, state_.generateCSV.value()}, services_.begin(Task::channelFilter)}));
 }
 
 BatchEditOptions PolyEditFlow::makeOptions() const {
@@ -120,20 +122,20 @@ BatchEditOptions PolyEditFlow::makeOptions() const {
     return options;
 }
 
-QCoro::Task<> PolyEditFlow::runOver(BatchEditOptions options, QString folder, TaskHandle handle) {
-    if (options.files.isEmpty()) options.files = co_await findFiles(folder, handle);
-    if (options.files.isEmpty() || handle.isCancelled()) co_return;
+QCoro::Task<> PolyEditFlow::runOver(Run run) {
+    if (run.options.files.isEmpty()) run.options.files = co_await findFiles(source_.sourceFolder.value(), run.handle);
+    if (run.options.files.isEmpty() || run.handle.isCancelled()) co_return;
     if (!state_.ffmpegAvailable.value()) {
         services_.error(LogCategory::system, QStringLiteral("ffmpeg/ffprobe not available"));
         co_return;
     }
-    state_.resetTotals();
+    run.run.number = state_.beginRun().number;
     source_.isBatchProcessing = true;
     state_.isProcessing = true;
     source_.batchProgress = std::nullopt;
     source_.batchResults = std::nullopt;
-    logRun(options);
-    co_await edit(options, handle);
+    logRun(run.options);
+    co_await edit(run);
 }
 
 QCoro::Task<QStringList> PolyEditFlow::findFiles(QString folder, TaskHandle handle) {
@@ -176,37 +178,37 @@ void PolyEditFlow::logRun(const BatchEditOptions& options) {
     if (options.reorder) services_.info(kProcess, QStringLiteral("Reorder: ") + joined(*options.reorder));
 }
 
-QCoro::Task<> PolyEditFlow::edit(BatchEditOptions options, TaskHandle handle) {
-    const auto progress = services_.follow(handle, [state = &state_, source = &source_](const BatchProgress& step) {
+QCoro::Task<> PolyEditFlow::edit(Run run) {
+    const auto progress = services_.follow(run.handle, [state = &state_, source = &source_](const BatchProgress& step) {
         source->batchProgress = step;
         state->currentProcessingItem = step.currentFile;
     });
-    const auto work = [options, progress, tools = services_.engineTools(), hooks = services_.hooks(handle)] {
-        return batchEdit(options, tools, hooks, progress);
-    };
+    const auto work = [options = run.options, progress, tools = services_.engineTools(),
+                       hooks = services_.hooks(run.handle)] { return batchEdit(options, tools, hooks, progress); };
     const BatchSplitResult result = co_await inBackground(services_.owner(), work);
-    if (handle.isCancelled()) {
-        if (state_.isCancelled.value()) countResults(result, options); // what was made until the stop
+    if (run.handle.isCancelled()) {
+        if (state_.isLast(run.run)) countResults(result, run); // what was made until the stop
         co_return;
     }
     source_.isBatchProcessing = false;
     state_.isProcessing = false;
-    showResults(result, options);
+    showResults(result, run);
 }
 
-void PolyEditFlow::showResults(const BatchSplitResult& result, const BatchEditOptions& options) {
+void PolyEditFlow::showResults(const BatchSplitResult& result, const Run& run) {
     services_.info(kProcess, QStringLiteral("━━━ BATCH COMPLETE ━━━"));
     services_.success(kProcess, QStringLiteral("%1 files").arg(result.successCount));
-    countResults(result, options);
+    countResults(result, run);
 }
 
-void PolyEditFlow::countResults(const BatchSplitResult& result, const BatchEditOptions& options) {
+void PolyEditFlow::countResults(const BatchSplitResult& result, const Run& run) {
     source_.batchResults = result;
     state_.count(result, result.fileResults);
-    if (!state_.generateCSV.value()) return;
+    if (!run.run.writesReport) return;
+    const BatchEditOptions& options = run.options;
     const QString folder =
         options.inPlace || options.outputFolder.isEmpty() ? paths::parent(options.files.first()) : options.outputFolder;
-    services_.noteReport(writeEditReport(source_, edit_, options.files, result, folder));
+    services_.noteReport(writeEditReport(run.source, options, result, folder));
 }
 
 void PolyEditFlow::clear() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "polytools/edit/batch_edit.h"
+#include "polytools/services/poly_tools_reports.h"
 #include "polytools/services/poly_tools_services.h"
 #include "polytools/split/poly_source_selection.h"
 #include "polytools/state/edit_state.h"
@@ -33,14 +34,22 @@ public:
     void clear();
 
 private:
+    // What a run needs from its start to its report.
+    struct Run {
+        BatchEditOptions options;
+        ReportSource source;
+        PolyRun run;
+        TaskHandle handle;
+    };
+
     bool mayRun(const QString& missingEdits, const QString& missingFolder);
     BatchEditOptions makeOptions() const;
     void logRun(const BatchEditOptions& options);
-    QCoro::Task<> runOver(BatchEditOptions options, QString folder, TaskHandle handle);
+    QCoro::Task<> runOver(Run run);
     QCoro::Task<QStringList> findFiles(QString folder, TaskHandle handle);
-    QCoro::Task<> edit(BatchEditOptions options, TaskHandle handle);
-    void showResults(const BatchSplitResult& result, const BatchEditOptions& options);
-    void countResults(const BatchSplitResult& result, const BatchEditOptions& options);
+    QCoro::Task<> edit(Run run);
+    void showResults(const BatchSplitResult& result, const Run& run);
+    void countResults(const BatchSplitResult& result, const Run& run);
     void swapChannels(int row, int other);
 
     PolyToolsState& state_;

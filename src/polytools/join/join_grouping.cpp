@@ -39,7 +39,6 @@ void JoinGrouping::scan() {
         return services_.error(LogCategory::system, QStringLiteral("ffmpeg/ffprobe not available"));
     }
     join_.isScanningJoinISOs = true;
-    state_.isCancelled = false;
     if (!selected) {
         services_.info(kScan, QStringLiteral("🔍 Scanning folder for ISO groups..."));
     } else if (!selected->isEmpty() && paths::isFolder(selected->first())) {

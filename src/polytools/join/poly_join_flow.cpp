@@ -9,7 +9,6 @@
 #include "polytools/preview/poly_preview.h"
 #include "polytools/records/iso_ordering.h"
 #include "polytools/records/poly_names.h"
-#include "polytools/services/poly_tools_reports.h"
 
 #include <algorithm>
 
@@ -64,81 +63,10 @@ void PolyJoinFlow::applyJoinModeDetection(const QStringList& folders, const QStr
     scanAndGroupISOs();
 }
 
-void PolyJoinFlow::analyzeISOFiles(const QStringList& urls) {
-    state_.isAnalyzing = true;
-    if (!services_.requireFFprobe()) {
-        state_.isAnalyzing = false;
-        return;
-    }
-    services_.run(load(services_.eachOnce(urls), services_.begin(Task::isoAnalysis)));
-}
-
-QCoro::Task<> PolyJoinFlow::load(QStringList urls, TaskHandle handle) {
-    const auto work = [urls, autoOrder = state_.autoOrderChannels.value(), tools = services_.engineTools(),
-                       hooks = services_.hooks(handle)] { return loadISOs(urls, autoOrder, tools, hooks); };
-    const auto [loaded, failure] = co_await services_.attempt(work);
-    if (handle.isCancelled()) co_return;
-    state_.isAnalyzing = false;
-    if (loaded) {
-        showLoaded(*loaded);
-    } else {
-        services_.error(kScan, QStringLiteral("Analysis failed: ") + failure);
-    }
-}
-
-void PolyJoinFlow::showLoaded(const LoadedISOs& loaded) {
-    join_.batchJoinMode = false;
-    join_.showGroupReview = false;
-    join_.usedSmartShortcut = false;
-    setISOFiles(loaded.files);
-    join_.isoOrderingMethod = loaded.ordering;
+// The ISOs of a selection are published; what follows from them is this flow's.
+void PolyJoinFlow::takeLoaded() {
     join_.joinOutputName = suggestedName();
-    validateISOFiles();
-    services_.success(kScan, QStringLiteral("Loaded %1 files for joining").arg(loaded.files.size()));
-    logOrdering(loaded);
     preview_.join().updatePreviewMix();
-}
-
-void PolyJoinFlow::logOrdering(const LoadedISOs& loaded) {
-    switch (loaded.ordering) {
-    case IsoOrdering::none: break;
-    case IsoOrdering::metadata:
-        services_.success(kScan,
-                          QStringLiteral("✅ Sorted by INTERLEAVE_INDEX from iXML metadata (ground truth ordering)"));
-        break;
-    case IsoOrdering::manifest: services_.info(kScan, QStringLiteral("Sorted files by manifest track order")); break;
-    case IsoOrdering::autoOrder:
-        services_.info(kScan, loaded.moved ? QStringLiteral("Auto-ordered files by track name")
-                                           : QStringLiteral("Auto-order enabled but files already in optimal order"));
-        break;
-    case IsoOrdering::selection:
-        services_.warning(kScan, QStringLiteral("⚠️ No metadata found - preserving file selection order"));
-        break;
-    }
-}
-
-void PolyJoinFlow::setISOFiles(std::vector<ISOFile> files) {
-    numberChannels(files);
-    join_.referenceISOIndex = 0;
-    if (!files.empty() && join_.joinOutputFolder.value().isEmpty()) {
-        join_.joinOutputFolder = paths::parent(files.front().url);
-    }
-    join_.isoFiles.assign(std::move(files));
-}
-
-void PolyJoinFlow::validateISOFiles() {
-    const std::vector<ISOFile>& files = join_.isoFiles.rows();
-    if (files.size() < 2) return;
-    const QStringList mismatches = isoMismatches(files);
-    for (const QString& mismatch : mismatches) services_.warning(kScan, mismatch);
-    if (!mismatches.isEmpty()) return;
-    const ISOFile& first = files.front();
-    const auto seconds = static_cast<qlonglong>(first.duration);
-    services_.success(kScan, QStringLiteral("All files validated: %1Hz, %2-bit, ~%3:%4")
-                                 .arg(first.sampleRate)
-                                 .arg(first.bitDepth)
-                                 .arg(seconds / 60)
-                                 .arg(seconds % 60, 2, 10, QLatin1Char('0')));
 }
 
 void PolyJoinFlow::moveISO(int row, int to) {
@@ -238,6 +166,11 @@ JoinOptions PolyJoinFlow::joinOptions() const {
     return options;
 }
 
+PolyJoinFlow::Run PolyJoinFlow::makeRun(const PolyRun& run, const TaskHandle& handle) const {
+    const ReportSource source{join_.joinSourceFolder.value(), join_.selectedJoinFiles.value().value_or(QStringList())};
+    return {joinOptions(), join_.joinOutputFolder.value(), source, run, handle};
+}
+
 void PolyJoinFlow::run() {
     std::vector<ISOFile> isos;
     for (const ISOFile& file : join_.isoFiles) {
@@ -249,7 +182,7 @@ void PolyJoinFlow::run() {
     if (name.isEmpty()) return services_.error(kProcess, QStringLiteral("Output name required"));
     if (folder.isEmpty()) return services_.error(kProcess, QStringLiteral("Output folder required"));
     if (!services_.requireFFmpeg()) return;
-    state_.resetTotals();
+    const PolyRun begun = state_.beginRun();
     if (!mayMix(isos)) return;
     state_.isProcessing = true;
     join_.isJoining = true;
@@ -259,13 +192,13 @@ void PolyJoinFlow::run() {
     services_.info(kProcess, QStringLiteral("Starting join: %1 files → %2").arg(isos.size()).arg(name));
 
     std::ranges::stable_sort(isos, {}, &ISOFile::channelIndex);
-    JoinOptions options = joinOptions();
-    options.downmix = true; // asked above
+    Run run = makeRun(begun, services_.begin(Task::join));
+    run.options.downmix = true; // asked above
     const int reference = join_.referenceISOIndex.value();
     if (reference >= 0 && reference < static_cast<int>(join_.isoFiles.size())) {
-        options.referenceISO = join_.isoFiles[static_cast<std::size_t>(reference)];
+        run.options.referenceISO = join_.isoFiles[static_cast<std::size_t>(reference)];
     }
-    services_.run(join(isos, paths::append(folder, name), options, services_.begin(Task::join)));
+    services_.run(join(isos, paths::append(folder, name), run));
 }
 
 // Everything in the selection is protected, joined or not.
@@ -301,28 +234,29 @@ bool PolyJoinFlow::mayMix(const std::vector<ISOFile>& isos) {
     return false;
 }
 
-QCoro::Task<> PolyJoinFlow::join(std::vector<ISOFile> isos, QString outputURL, JoinOptions options, TaskHandle handle) {
-    const PolyJoinEngine engine(services_.engineTools(), hooksOfRun(handle));
+QCoro::Task<> PolyJoinFlow::join(std::vector<ISOFile> isos, QString outputURL, Run run) {
+    const PolyJoinEngine engine(services_.engineTools(), hooksOfRun(run.handle));
     const auto progress =
-        services_.follow(handle, [state = &state_, join = &join_](double fraction, const QString& step) {
+        services_.follow(run.handle, [state = &state_, join = &join_](double fraction, const QString& step) {
             join->joinProgress = fraction;
             state->currentProcessingItem = step;
         });
-    const auto work = [engine, isos, outputURL, options, progress] {
+    const auto work = [engine, isos, outputURL, options = run.options, progress] {
         files::createFolder(paths::parent(outputURL));
         return engine.join(isos, outputURL, options, progress);
     };
     const auto [result, failure] = co_await services_.attempt(work);
     // A stopped join was finished all the same; a run that began meanwhile has the totals.
-    if (handle.isCancelled() && !state_.isCancelled.value()) co_return;
+    if (run.handle.isCancelled() && !state_.isLast(run.run)) co_return;
     if (!failure.isEmpty()) services_.error(kProcess, failure);
-    showJoin(result ? result->outcome : ItemOutcome::failure(failure, {}), isos, outputURL);
-    if (handle.isCancelled()) co_return;
+    showJoin(result ? result->outcome : ItemOutcome::failure(failure, {}), isos, outputURL, run);
+    if (run.handle.isCancelled()) co_return;
     state_.isProcessing = false;
     join_.isJoining = false;
 }
 
-void PolyJoinFlow::showJoin(ItemOutcome outcome, const std::vector<ISOFile>& isos, const QString& outputURL) {
+void PolyJoinFlow::showJoin(ItemOutcome outcome, const std::vector<ISOFile>& isos, const QString& outputURL,
+                            const Run& run) {
     if (outcome.succeeded()) {
         state_.successCount = 1;
         services_.success(kProcess, QStringLiteral("Join complete: ") + paths::lastComponent(outputURL));
@@ -335,8 +269,8 @@ void PolyJoinFlow::showJoin(ItemOutcome outcome, const std::vector<ISOFile>& iso
     }
     state_.createdFiles = outcome.outputs;
     state_.lastOutcome = outcome;
-    if (state_.generateCSV.value())
-        services_.noteReport(writeJoinReport(state_, join_, isos, outputURL, outcome, paths::parent(outputURL)));
+    if (!run.run.writesReport) return;
+    services_.noteReport(writeJoinReport(run.source, run.options, isos, outputURL, outcome, paths::parent(outputURL)));
 }
 
 void PolyJoinFlow::runBatch() {
@@ -345,32 +279,32 @@ void PolyJoinFlow::runBatch() {
     if (join_.joinOutputFolder.value().isEmpty())
         return services_.error(kProcess, QStringLiteral("Output folder required"));
     if (!services_.requireFFmpeg()) return;
-    state_.resetTotals();
+    const PolyRun begun = state_.beginRun();
     state_.isProcessing = true;
     join_.isBatchJoining = true;
     join_.batchJoinProgress = std::nullopt;
     join_.batchJoinResults = std::nullopt;
     services_.info(kProcess, QStringLiteral("Starting batch join: %1 groups").arg(groups.size()));
-    services_.run(batchJoin(groups, joinOptions(), services_.begin(Task::batchJoin)));
+    services_.run(batchJoin(groups, makeRun(begun, services_.begin(Task::batchJoin))));
 }
 
-QCoro::Task<> PolyJoinFlow::batchJoin(std::vector<ISOGroupCandidate> groups, JoinOptions options, TaskHandle handle) {
-    const auto progress = services_.follow(handle, [state = &state_, join = &join_](const BatchJoinProgress& step) {
+QCoro::Task<> PolyJoinFlow::batchJoin(std::vector<ISOGroupCandidate> groups, Run run) {
+    const auto progress = services_.follow(run.handle, [state = &state_, join = &join_](const BatchJoinProgress& step) {
         join->batchJoinProgress = step;
         state->currentProcessingItem = step.currentGroup;
     });
-    const auto work = [tools = services_.engineTools(), hooks = hooksOfRun(handle), groups,
-                       folder = join_.joinOutputFolder.value(), options, progress] {
+    const auto work = [tools = services_.engineTools(), hooks = hooksOfRun(run.handle), groups, folder = run.folder,
+                       options = run.options, progress] {
         files::createFolder(folder);
         return ostrel::batchJoin(groups, folder, options, tools, hooks, progress);
     };
     const auto [result, failure] = co_await services_.attempt(work);
-    if (handle.isCancelled()) {
-        if (result && state_.isCancelled.value()) countBatchJoin(*result, groups); // what was made until the stop
+    if (run.handle.isCancelled()) {
+        if (result && state_.isLast(run.run)) countBatchJoin(*result, groups, run); // what was made until the stop
         co_return;
     }
     if (result) {
-        showBatchJoin(*result, groups);
+        showBatchJoin(*result, groups, run);
     } else {
         services_.error(kProcess, QStringLiteral("Batch join failed: ") + failure);
         state_.errorCount = 1;
@@ -379,21 +313,23 @@ QCoro::Task<> PolyJoinFlow::batchJoin(std::vector<ISOGroupCandidate> groups, Joi
     state_.isProcessing = false;
 }
 
-void PolyJoinFlow::countBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups) {
+void PolyJoinFlow::countBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups,
+                                  const Run& run) {
     join_.batchJoinResults = result;
     state_.count(result, result.groupResults);
-    if (state_.generateCSV.value()) {
-        services_.noteReport(writeBatchJoinReport(state_, join_, groups, result, join_.joinOutputFolder.value()));
+    if (run.run.writesReport) {
+        services_.noteReport(writeBatchJoinReport(run.source, run.options, groups, result, run.folder));
     }
 }
 
-void PolyJoinFlow::showBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups) {
+void PolyJoinFlow::showBatchJoin(const BatchJoinResult& result, const std::vector<ISOGroupCandidate>& groups,
+                                 const Run& run) {
     services_.success(kProcess, QStringLiteral("Batch join complete: %1 groups → %2 polys")
                                     .arg(result.processedGroups)
                                     .arg(result.totalPolysCreated));
     if (result.errorCount > 0)
         services_.warning(kProcess, QStringLiteral("%1 groups had errors").arg(result.errorCount));
-    countBatchJoin(result, groups);
+    countBatchJoin(result, groups, run);
 }
 
 void PolyJoinFlow::clear() {
@@ -419,7 +355,7 @@ void PolyJoinFlow::clear() {
 
 // One take beyond doubt: nothing to review, so it goes the way of a single join.
 void PolyJoinFlow::takeShortcut(const ISOGroupCandidate& group) {
-    setISOFiles(group.sortedISOs());
+    loading_.publish(group.sortedISOs());
     join_.joinOutputName = suggestedName();
     const QString take = !group.scene.isEmpty() && !group.take.isEmpty()
                              ? QStringLiteral("%1-T%2").arg(group.scene, group.take)

@@ -31,6 +31,11 @@ QStringList numbersOf(const std::vector<int>& values) {
     return texts;
 }
 
+std::pair<QString, QString> sourceOf(const ReportSource& source) {
+    if (source.folder.isEmpty()) return {QStringLiteral("Source Files"), namesOf(source.files)};
+    return {QStringLiteral("Source Folder"), source.folder};
+}
+
 // One row of a join report.
 QStringList joinRow(int groupNumber, const ISOGroupCandidate& group, const QString& confidence,
                     const QString& outputFile, const ProcessingStatus& status, const QString& error) {
@@ -64,28 +69,21 @@ struct JoinCounts {
     int errors = 0;
 };
 
-QString writeJoin(const PolyToolsState& state, const JoinState& join, const ISOFile& first, qsizetype isoCount,
+QString writeJoin(const ReportSource& source, const JoinOptions& options, const ISOFile& first, qsizetype isoCount,
                   const JoinCounts& counts, const QVector<QStringList>& rows, const QString& outputFolder) {
-    const QString folder = join.joinSourceFolder.value();
-    Pairs metadata;
-    if (folder.isEmpty()) {
-        metadata << std::pair(QStringLiteral("Source Files"),
-                              namesOf(join.selectedJoinFiles.value().value_or(QStringList())));
-    } else {
-        metadata << std::pair(QStringLiteral("Source Folder"), folder);
-    }
-    metadata << std::pair(QStringLiteral("Output Folder"), outputFolder)
-             << std::pair(QStringLiteral("Channel Layout"), rawText(join.joinChannelLayout.value()))
-             << std::pair(QStringLiteral("Total Source ISOs"), number(isoCount))
-             << std::pair(QStringLiteral("Groups Processed"), number(counts.groups))
-             << std::pair(QStringLiteral("Polys Created"), number(counts.created))
-             << std::pair(QStringLiteral("Success"), number(counts.success))
-             << std::pair(QStringLiteral("Errors"), number(counts.errors))
-             << std::pair(QStringLiteral("Sample Rate"), rateText(first.sampleRate))
-             << std::pair(QStringLiteral("Bit Depth"), depthText(first.bitDepth))
-             << std::pair(QStringLiteral("Keep Original Name"), yesNo(join.joinKeepOriginalName.value()))
-             << std::pair(QStringLiteral("Skip If Exists"), yesNo(state.skipIfExists.value()))
-             << std::pair(QStringLiteral("Overwrite Existing"), yesNo(state.overwriteExisting.value()));
+    const Pairs metadata{sourceOf(source),
+                         {QStringLiteral("Output Folder"), outputFolder},
+                         {QStringLiteral("Channel Layout"), rawText(options.channelLayout)},
+                         {QStringLiteral("Total Source ISOs"), number(isoCount)},
+                         {QStringLiteral("Groups Processed"), number(counts.groups)},
+                         {QStringLiteral("Polys Created"), number(counts.created)},
+                         {QStringLiteral("Success"), number(counts.success)},
+                         {QStringLiteral("Errors"), number(counts.errors)},
+                         {QStringLiteral("Sample Rate"), rateText(first.sampleRate)},
+                         {QStringLiteral("Bit Depth"), depthText(first.bitDepth)},
+                         {QStringLiteral("Keep Original Name"), yesNo(options.keepOriginalName)},
+                         {QStringLiteral("Skip If Exists"), yesNo(options.skipIfExists)},
+                         {QStringLiteral("Overwrite Existing"), yesNo(options.overwriteExisting)}};
     const QStringList headers{
         QStringLiteral("Group"),       QStringLiteral("Output File"), QStringLiteral("Channels"),
         QStringLiteral("Source ISOs"), QStringLiteral("Sample Rate"), QStringLiteral("Bit Depth"),
@@ -100,28 +98,27 @@ QString writeJoin(const PolyToolsState& state, const JoinState& join, const ISOF
 }
 
 // "Channel removal (channels 2, 4) + Track rename (1)", or "None".
-QString editsApplied(const EditState& edit) {
+QString editsApplied(const BatchEditOptions& options) {
     QStringList parts;
-    if (const auto& filter = edit.channelRemovalFilter.value()) {
-        parts << (filter->selectedChannelIndices.empty()
-                      ? QStringLiteral("Channel removal (tracks containing: %1)").arg(filter->nameContainsFilter)
-                      : QStringLiteral("Channel removal (channels: %1)")
-                            .arg(joinedNumbers(filter->selectedChannelIndices)));
+    const ChannelFilterOptions& filter = options.filter;
+    if (options.inPlace) {
+        // only the names are changed
+    } else if (!filter.selectedChannelIndices.empty()) {
+        parts << QStringLiteral("Channel removal (channels: %1)").arg(joinedNumbers(filter.selectedChannelIndices));
+    } else if (!filter.nameContainsFilter.isEmpty()) {
+        parts << QStringLiteral("Channel removal (tracks containing: %1)").arg(filter.nameContainsFilter);
     }
-    if (const auto& reorder = edit.channelReorderMap.value()) {
-        parts << QStringLiteral("Channel reorder (%1)").arg(numbersOf(*reorder).join(QStringLiteral(", ")));
+    if (options.reorder) {
+        parts << QStringLiteral("Channel reorder (%1)").arg(numbersOf(*options.reorder).join(QStringLiteral(", ")));
     }
-    if (!edit.channelRemovalRenameMap.value().empty()) {
-        parts << QStringLiteral("Track rename (%1)").arg(edit.channelRemovalRenameMap.value().size());
-    }
+    if (!options.renames.empty()) parts << QStringLiteral("Track rename (%1)").arg(options.renames.size());
     return parts.isEmpty() ? QStringLiteral("None") : parts.join(QStringLiteral(" + "));
 }
 
 } // namespace
 
-QString writeSplitReport(const PolyToolsState& state, const SourceState& source, const SplitState& split,
-                         const QString& outputFolder) {
-    const PolyFile poly = source.polyFile.value().value_or(PolyFile());
+QString writeSplitReport(const PolyFile& poly, const std::vector<ChannelItem>& channels, SplitNamingPattern pattern,
+                         const SplitResult& result, const QString& outputFolder) {
     const Pairs metadata{
         {QStringLiteral("Source File"), poly.fileName},
         {QStringLiteral("Source Path"), poly.url},
@@ -132,28 +129,27 @@ QString writeSplitReport(const PolyToolsState& state, const SourceState& source,
         {QStringLiteral("Duration"), CSVReportGenerator::formatDuration(poly.duration)},
         {QStringLiteral("File Size"), sizeText(poly.fileSize)},
         {QStringLiteral("Output Folder"), outputFolder},
-        {QStringLiteral("Naming Pattern"), rawText(split.splitNamingPattern.value())}};
+        {QStringLiteral("Naming Pattern"), rawText(pattern)}};
     const QStringList headers{QStringLiteral("Channel"),     QStringLiteral("Track Name"),
                               QStringLiteral("Output File"), QStringLiteral("Sample Rate"),
                               QStringLiteral("Bit Depth"),   QStringLiteral("Status")};
     QVector<QStringList> rows;
-    for (const ChannelItem& item : source.channelItems) {
+    for (const ChannelItem& item : channels) {
         rows << QStringList{number(item.channelIndex + 1), item.trackName,           item.outputFileName,
                             rateText(poly.sampleRate),     depthText(poly.bitDepth), displayName(item.status)};
     }
     const Pairs summary{{QStringLiteral("Total Channels"), number(poly.channelCount)},
-                        {QStringLiteral("ISOs Created"), number(state.successCount.value())},
-                        {QStringLiteral("Errors"), number(state.errorCount.value())}};
+                        {QStringLiteral("ISOs Created"), number(result.createdCount)},
+                        {QStringLiteral("Errors"), number(result.errorCount)}};
     return CSVReportGenerator::generate(QStringLiteral("PolySplit"), metadata, headers, rows, summary, outputFolder);
 }
 
-QString writeBatchSplitReport(const SourceState& source, const SplitState& split, const QString& outputFolder) {
-    const BatchSplitResult results = source.batchResults.value().value_or(BatchSplitResult());
-    const auto& selected = source.selectedFiles.value();
-    const Pairs metadata{{QStringLiteral("Source"), selected ? namesOf(*selected) : source.sourceFolder.value()},
-                         {QStringLiteral("Output Folder"), outputFolder},
-                         {QStringLiteral("Organization"), rawText(split.folderOrganization.value())},
-                         {QStringLiteral("Recursive"), yesNo(source.recursiveScan.value())},
+QString writeBatchSplitReport(const BatchSplitOptions& options, const BatchSplitResult& results) {
+    const auto& selected = options.selectedFiles;
+    const Pairs metadata{{QStringLiteral("Source"), selected ? namesOf(*selected) : options.sourceFolder},
+                         {QStringLiteral("Output Folder"), options.outputFolder},
+                         {QStringLiteral("Organization"), rawText(options.folderOrganization)},
+                         {QStringLiteral("Recursive"), yesNo(options.recursive)},
                          {QStringLiteral("Files Processed"), number(results.processedFiles)},
                          {QStringLiteral("Total ISOs Created"), number(results.totalISOsCreated)},
                          {QStringLiteral("Success"), number(results.successCount)},
@@ -182,10 +178,11 @@ QString writeBatchSplitReport(const SourceState& source, const SplitState& split
                         {QStringLiteral("Success"), number(results.successCount)},
                         {QStringLiteral("Errors"), number(results.errorCount)},
                         {QStringLiteral("Skipped"), number(results.skipCount)}};
-    return CSVReportGenerator::generate(QStringLiteral("BatchSplit"), metadata, headers, rows, summary, outputFolder);
+    return CSVReportGenerator::generate(QStringLiteral("BatchSplit"), metadata, headers, rows, summary,
+                                        options.outputFolder);
 }
 
-QString writeJoinReport(const PolyToolsState& state, const JoinState& join, const std::vector<ISOFile>& joined,
+QString writeJoinReport(const ReportSource& source, const JoinOptions& options, const std::vector<ISOFile>& joined,
                         const QString& outputURL, const ItemOutcome& outcome, const QString& outputFolder) {
     ISOGroupCandidate group;
     group.isoFiles = joined;
@@ -195,11 +192,11 @@ QString writeJoinReport(const PolyToolsState& state, const JoinState& join, cons
     const QStringList row = joinRow(1, group, confidenceText(group), paths::lastComponent(outputURL), outcome.status,
                                     failed ? outcome.message : QString());
     const ISOFile first = joined.empty() ? ISOFile() : joined.front();
-    return writeJoin(state, join, first, static_cast<qsizetype>(joined.size()), {1, made, made, failed}, {row},
+    return writeJoin(source, options, first, static_cast<qsizetype>(joined.size()), {1, made, made, failed}, {row},
                      outputFolder);
 }
 
-QString writeBatchJoinReport(const PolyToolsState& state, const JoinState& join,
+QString writeBatchJoinReport(const ReportSource& source, const JoinOptions& options,
                              const std::vector<ISOGroupCandidate>& groups, const BatchJoinResult& results,
                              const QString& outputFolder) {
     QVector<QStringList> rows;
@@ -216,25 +213,22 @@ QString writeBatchJoinReport(const PolyToolsState& state, const JoinState& join,
     }
     const JoinCounts counts{results.processedGroups, results.totalPolysCreated, results.successCount,
                             results.errorCount};
-    return writeJoin(state, join, first, isoCount, counts, rows, outputFolder);
+    return writeJoin(source, options, first, isoCount, counts, rows, outputFolder);
 }
 
-QString writeEditReport(const SourceState& source, const EditState& edit, const QStringList& files,
-                        const BatchSplitResult& results, const QString& outputFolder) {
-    const bool inPlace = edit.editsInPlace();
-    Pairs metadata{{QStringLiteral("Mode"), inPlace ? QStringLiteral("In-Place") : QStringLiteral("New File")},
-                   {QStringLiteral("Edits Applied"), editsApplied(edit)}};
-    if (source.selectedFiles.value()) {
-        metadata << std::pair(QStringLiteral("Source Files"), namesOf(files));
-    } else {
-        metadata << std::pair(QStringLiteral("Source Folder"), source.sourceFolder.value());
-    }
-    metadata << std::pair(QStringLiteral("Output Folder"),
-                          inPlace ? QStringLiteral("Same as source (in-place)") : source.splitOutputFolder.value())
-             << std::pair(QStringLiteral("Files Processed"), number(results.processedFiles))
-             << std::pair(QStringLiteral("Success"), number(results.successCount))
-             << std::pair(QStringLiteral("Errors"), number(results.errorCount))
-             << std::pair(QStringLiteral("Skipped"), number(results.skipCount));
+QString writeEditReport(const ReportSource& source, const BatchEditOptions& options, const BatchSplitResult& results,
+                        const QString& outputFolder) {
+    const bool besideSources = options.inPlace || options.outputFolder.isEmpty();
+    const Pairs metadata{
+        {QStringLiteral("Mode"), options.inPlace ? QStringLiteral("In-Place") : QStringLiteral("New File")},
+        {QStringLiteral("Edits Applied"), editsApplied(options)},
+        sourceOf(source),
+        {QStringLiteral("Output Folder"),
+         besideSources ? QStringLiteral("Same as source (in-place)") : options.outputFolder},
+        {QStringLiteral("Files Processed"), number(results.processedFiles)},
+        {QStringLiteral("Success"), number(results.successCount)},
+        {QStringLiteral("Errors"), number(results.errorCount)},
+        {QStringLiteral("Skipped"), number(results.skipCount)}};
     const QStringList headers{QStringLiteral("Source File"),
                               QStringLiteral("Source Path"),
                               QStringLiteral("Original Channels"),

@@ -12,7 +12,7 @@ PolyToolsServices::PolyToolsServices(QObject& owner, PolyToolsState& state, Desk
                                      std::shared_ptr<ExternalToolDetector> detector, std::function<void()> onTaskEnded)
     : owner_(owner), state_(state), desktop_(desktop),
       detector_(detector ? std::move(detector) : std::make_shared<ExternalToolDetector>()),
-      onTaskEnded_(std::move(onTaskEnded)) {}
+      tasks_(std::move(onTaskEnded)) {}
 
 void PolyToolsServices::checkTools() {
     detector_->detectTools();
@@ -98,28 +98,6 @@ void PolyToolsServices::noteReport(const QString& path) {
     state_.reportPath = path;
     if (path.isEmpty()) error(LogCategory::system, QStringLiteral("The CSV report could not be saved"));
     if (!path.isEmpty()) info(LogCategory::system, QStringLiteral("CSV report saved: ") + paths::lastComponent(path));
-}
-
-TaskHandle PolyToolsServices::begin(Task task) {
-    cancel(task);
-    return tasks_[task] = TaskHandle();
-}
-
-void PolyToolsServices::cancel(Task task) {
-    if (const auto found = tasks_.find(task); found != tasks_.end()) found->second.cancel();
-}
-
-void PolyToolsServices::cancelAll() {
-    for (auto& [task, handle] : tasks_) handle.cancel();
-}
-
-void PolyToolsServices::run(QCoro::Task<> task) { counted(std::move(task)); }
-
-QCoro::Task<> PolyToolsServices::counted(QCoro::Task<> task) {
-    ++runningTasks_;
-    co_await task;
-    --runningTasks_;
-    onTaskEnded_();
 }
 
 PolyEngineHooks PolyToolsServices::hooks(const TaskHandle& handle) const {

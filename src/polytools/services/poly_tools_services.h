@@ -3,6 +3,7 @@
 // Lives on the main thread.
 #pragma once
 
+#include "foundation/task_set.h"
 #include "foundation/tools/external_tool_detector.h"
 #include "metadata/metadata_manifest_extractor.h"
 #include "metadata/universal_metadata_engine.h"
@@ -59,7 +60,6 @@ public:
     // Keeps the path of a CSV report that was written; empty: it was not.
     void noteReport(const QString& path);
 
-    // One handle an action, so that a stop reaches each of them.
     enum class Task {
         split,
         join,
@@ -73,15 +73,11 @@ public:
         preview
     };
 
-    // A fresh handle for the action; an earlier run of it is told to stop.
-    TaskHandle begin(Task task);
-    void cancel(Task task);
-    void cancelAll();
-
-    // Runs a coroutine and counts it until it has really ended: after a stop that is later than the flags tell, since a
-    // running child process finishes by itself.
-    void run(QCoro::Task<> task);
-    bool hasRunningTask() const { return runningTasks_ > 0; }
+    TaskHandle begin(Task task) { return tasks_.begin(task); }
+    void cancel(Task task) { tasks_.cancel(task); }
+    void cancelAll() { tasks_.cancelAll(); }
+    void run(QCoro::Task<> task) { tasks_.run(std::move(task)); }
+    bool hasRunningTask() const { return tasks_.isAnyRunning(); }
 
     // Runs blocking work; its exceptions come as a failure.
     template <class Work>
@@ -110,22 +106,19 @@ public:
     MainThreadHop hop() const { return MainThreadHop(&owner_); }
 
 private:
-    QCoro::Task<> counted(QCoro::Task<> task);
     MetadataManifestExtractor::Logger manifestLogger() const;
 
     QObject& owner_;
     PolyToolsState& state_;
     DesktopServices& desktop_;
     std::shared_ptr<ExternalToolDetector> detector_;
-    std::function<void()> onTaskEnded_;
     std::optional<MetadataManifestExtractor> manifestExtractor_;
     std::shared_ptr<const UniversalMetadataEngine> universalEngine_;
     // The direct engine's: they read what the tools would say.
     std::shared_ptr<SourceAnswers> ownAnswers_;
     std::shared_ptr<const UniversalMetadataEngine> ownEngine_;
     std::shared_ptr<SourceAnswers> answers_; // from the selection on, through every job
-    std::map<Task, TaskHandle> tasks_;
-    int runningTasks_ = 0;
+    TaskSet<Task> tasks_;
 };
 
 } // namespace ostrel

@@ -12,6 +12,11 @@ namespace {
 
 using Task = PolyToolsServices::Task;
 
+ItemStatus statusOf(const ItemOutcome& channel) {
+    if (channel.succeeded()) return ItemStatus::complete;
+    return channel.skipped() ? ItemStatus::skipped : ItemStatus::error;
+}
+
 } // namespace
 
 bool PolySplitFlow::canRun() const {
@@ -27,9 +32,9 @@ bool PolySplitFlow::canRunBatch() const {
            !state_.isProcessing.value();
 }
 
-void PolySplitFlow::beginRun() {
-    state_.resetTotals();
+PolyRun PolySplitFlow::beginRun() {
     state_.isProcessing = true;
+    return state_.beginRun();
 }
 
 SplitOptions PolySplitFlow::splitOptions() const {
@@ -55,29 +60,30 @@ void PolySplitFlow::run() {
     if (source_.splitOutputFolder.value().isEmpty())
         return services_.error(kProcess, QStringLiteral("No output folder selected"));
     if (!services_.requireFFmpeg()) return;
-    beginRun();
+    const PolyRun begun = beginRun();
     split_.isSplitting = true;
     split_.splitProgress = 0;
-    services_.run(split(*poly, services_.begin(Task::split)));
+    services_.run(split({*poly, splitOptions(), source_.splitOutputFolder.value(), split_.folderOrganization.value(),
+                         source_.channelItems.rows(), begun, services_.begin(Task::split)}));
 }
 
-QCoro::Task<> PolySplitFlow::split(PolyFile poly, TaskHandle handle) {
-    const QString folder = co_await effectiveFolder(poly);
-    if (!folder.isEmpty() && !handle.isCancelled()) co_await splitInto(poly, folder, handle);
-    if (handle.isCancelled()) co_return; // the stop has reset the flags, and another run may have set them
+QCoro::Task<> PolySplitFlow::split(Run run) {
+    const QString folder = co_await effectiveFolder(run);
+    if (!folder.isEmpty() && !run.handle.isCancelled()) co_await splitInto(run, folder);
+    if (run.handle.isCancelled()) co_return; // the stop has reset the flags, and another run may have set them
     state_.isProcessing = false;
     split_.isSplitting = false;
 }
 
 // Where the ISOs go, made ready; empty if it could not be made.
-QCoro::Task<QString> PolySplitFlow::effectiveFolder(PolyFile poly) {
-    const QString base = source_.splitOutputFolder.value();
-    const FolderOrganization organization = split_.folderOrganization.value();
+QCoro::Task<QString> PolySplitFlow::effectiveFolder(Run run) {
+    const FolderOrganization organization = run.organization;
     struct Folder {
         QString path;
         bool created = false;
     };
-    const auto work = [poly, base, organization, saved = selection_.manifestSaved()]() -> Folder {
+    const auto work = [poly = run.poly, base = run.baseFolder, organization,
+                       saved = selection_.manifestSaved()]() -> Folder {
         Folder folder{base};
         if (organization != FolderOrganization::flat) {
             if (saved.valid()) saved.wait(); // the manifest may still be on its way
@@ -110,32 +116,28 @@ QCoro::Task<QString> PolySplitFlow::effectiveFolder(PolyFile poly) {
     co_return folder.path;
 }
 
-QCoro::Task<> PolySplitFlow::splitInto(PolyFile poly, QString folder, TaskHandle handle) {
-    const SplitOptions options = splitOptions();
+QCoro::Task<> PolySplitFlow::splitInto(Run run, QString folder) {
+    const PolyFile& poly = run.poly;
+    const SplitOptions& options = run.options;
     services_.info(kProcess,
                    QStringLiteral("Starting split: %1 → %2 mono files").arg(poly.fileName).arg(poly.channelCount));
     services_.info(kProcess, QStringLiteral("Naming pattern: ") + rawText(options.namingPattern));
     const qsizetype names = options.trackNames ? options.trackNames->size() : 0;
     services_.info(kProcess, names > 0 ? QStringLiteral("Track names available: %1").arg(names)
                                        : QStringLiteral("No track names available"));
-    const PolySplitEngine engine(services_.engineTools(), services_.hooks(handle));
-    const auto work = [engine, poly, folder, options, progress = channelProgress(handle)] {
+    const PolySplitEngine engine(services_.engineTools(), services_.hooks(run.handle));
+    const auto work = [engine, poly, folder, options, progress = channelProgress(run.handle)] {
         return engine.split(poly, folder, options, progress);
     };
     const auto [result, failure] = co_await services_.attempt(work);
-    const auto& shown = source_.polyFile.value();
-    const bool isShown = shown && shown->url == poly.url;
-    if (handle.isCancelled() && !(isShown && isOfLastRun())) co_return;
+    if (run.handle.isCancelled() && !state_.isLast(run.run)) co_return; // else what was made until the stop counts
     if (result) {
-        showSplit(*result, folder);
+        showSplit(*result, run, folder);
     } else {
         services_.error(kProcess, QStringLiteral("Split failed: ") + failure);
         state_.errorCount = 1;
     }
 }
-
-// After a stop, and before another run: what was made until then still counts.
-bool PolySplitFlow::isOfLastRun() const { return state_.isCancelled.value(); }
 
 void PolySplitFlow::countSplit(const SplitResult& result) {
     state_.successCount = result.createdCount;
@@ -145,26 +147,27 @@ void PolySplitFlow::countSplit(const SplitResult& result) {
     state_.lastOutcome = result.outcome;
 }
 
-void PolySplitFlow::showSplit(const SplitResult& result, const QString& folder) {
+void PolySplitFlow::showSplit(const SplitResult& result, Run run, const QString& folder) {
     countSplit(result);
-    std::size_t row = 0;
-    source_.channelItems.updateAll([&](ChannelItem& item) {
-        if (row >= result.channels.size()) return; // stopped ahead of it
-        const ItemOutcome& channel = result.channels[row++];
-        item.status = channel.succeeded() ? ItemStatus::complete
-                      : channel.skipped() ? ItemStatus::skipped
-                                          : ItemStatus::error;
-    });
-    if (row < source_.channelItems.size()) {
+    const std::size_t reached = std::min(result.channels.size(), run.channels.size());
+    for (std::size_t row = 0; row < reached; ++row) run.channels[row].status = statusOf(result.channels[row]);
+    const auto& shown = source_.polyFile.value();
+    if (shown && shown->url == run.poly.url) { // else the list is another file's by now
+        std::size_t row = 0;
+        source_.channelItems.updateAll([&](ChannelItem& item) {
+            if (row < reached) item.status = run.channels[row++].status;
+        });
+    }
+    if (reached < run.channels.size()) {
         services_.warning(
-            kProcess,
-            QStringLiteral("Split stopped after %1 of %2 channels").arg(row).arg(source_.channelItems.size()));
+            kProcess, QStringLiteral("Split stopped after %1 of %2 channels").arg(reached).arg(run.channels.size()));
     } else if (result.errorCount > 0) {
         services_.warning(kProcess, QStringLiteral("Split finished with %1 errors").arg(result.errorCount));
     } else {
         services_.success(kProcess, QStringLiteral("Split complete: %1 files created").arg(result.createdCount));
     }
-    if (state_.generateCSV.value()) services_.noteReport(writeSplitReport(state_, source_, split_, folder));
+    if (!run.run.writesReport) return;
+    services_.noteReport(writeSplitReport(run.poly, run.channels, run.options.namingPattern, result, folder));
 }
 
 void PolySplitFlow::runBatch() {
@@ -175,7 +178,7 @@ void PolySplitFlow::runBatch() {
         return services_.error(kProcess, QStringLiteral("Select files or folder to process"));
     }
     if (!services_.requireFFmpeg()) return;
-    beginRun();
+    const PolyRun begun = beginRun();
     source_.isBatchProcessing = true;
     source_.batchProgress = std::nullopt;
     source_.batchResults = std::nullopt;
@@ -198,43 +201,42 @@ void PolySplitFlow::runBatch() {
     services_.info(kProcess, QStringLiteral("Output folder: ") + paths::lastComponent(folder));
     services_.info(kProcess, QStringLiteral("Folder organization: ") + rawText(options.folderOrganization));
     if (!selected) services_.info(kProcess, QStringLiteral("Recursive scan: ") + trueOrFalse(options.recursive));
-    services_.run(batchSplit(options, services_.begin(Task::batchSplit)));
+    services_.run(batchSplit({options, begun, services_.begin(Task::batchSplit)}));
 }
 
-QCoro::Task<> PolySplitFlow::batchSplit(BatchSplitOptions options, TaskHandle handle) {
-    const auto progress = services_.follow(handle, [state = &state_, source = &source_](const BatchProgress& step) {
+QCoro::Task<> PolySplitFlow::batchSplit(BatchRun run) {
+    const auto progress = services_.follow(run.handle, [state = &state_, source = &source_](const BatchProgress& step) {
         source->batchProgress = step;
         state->currentProcessingItem = step.currentFile;
     });
-    const auto work = [tools = services_.engineTools(), hooks = services_.hooks(handle), options, progress] {
-        return ostrel::batchSplit(options, tools, hooks, progress);
-    };
+    const auto work = [tools = services_.engineTools(), hooks = services_.hooks(run.handle), options = run.options,
+                       progress] { return ostrel::batchSplit(options, tools, hooks, progress); };
     const auto [result, failure] = co_await services_.attempt(work);
-    if (handle.isCancelled()) {
-        if (result && isOfLastRun()) countBatch(*result, options.outputFolder);
+    if (run.handle.isCancelled()) {
+        if (result && state_.isLast(run.run)) countBatch(*result, run); // what was made until the stop
         co_return;
     }
     source_.isBatchProcessing = false;
     state_.isProcessing = false;
     if (result) {
-        showBatch(*result, options.outputFolder);
+        showBatch(*result, run);
     } else {
         services_.error(kProcess, QStringLiteral("Batch failed: ") + failure);
         state_.errorCount = 1;
     }
 }
 
-void PolySplitFlow::showBatch(const BatchSplitResult& result, const QString& folder) {
+void PolySplitFlow::showBatch(const BatchSplitResult& result, const BatchRun& run) {
     services_.success(kProcess, QStringLiteral("Batch complete: %1 poly files → %2 ISOs")
                                     .arg(result.processedFiles)
                                     .arg(result.totalISOsCreated));
-    countBatch(result, folder);
+    countBatch(result, run);
 }
 
-void PolySplitFlow::countBatch(const BatchSplitResult& result, const QString& folder) {
+void PolySplitFlow::countBatch(const BatchSplitResult& result, const BatchRun& run) {
     source_.batchResults = result;
     state_.count(result, result.fileResults);
-    if (state_.generateCSV.value()) services_.noteReport(writeBatchSplitReport(source_, split_, folder));
+    if (run.run.writesReport) services_.noteReport(writeBatchSplitReport(run.options, result));
 }
 
 } // namespace ostrel

@@ -22,18 +22,33 @@ public:
     void runBatch();
 
 private:
-    void beginRun();
+    // What a run over one file needs from its start to its report.
+    struct Run {
+        PolyFile poly;
+        SplitOptions options;
+        QString baseFolder;
+        FolderOrganization organization;
+        std::vector<ChannelItem> channels;
+        PolyRun run;
+        TaskHandle handle;
+    };
+    struct BatchRun {
+        BatchSplitOptions options;
+        PolyRun run;
+        TaskHandle handle;
+    };
+
+    PolyRun beginRun();
     SplitOptions splitOptions() const;
     PolySplitEngine::Progress channelProgress(const TaskHandle& handle) const;
-    QCoro::Task<> split(PolyFile poly, TaskHandle handle);
-    QCoro::Task<QString> effectiveFolder(PolyFile poly);
-    QCoro::Task<> splitInto(PolyFile poly, QString folder, TaskHandle handle);
-    bool isOfLastRun() const;
+    QCoro::Task<> split(Run run);
+    QCoro::Task<QString> effectiveFolder(Run run);
+    QCoro::Task<> splitInto(Run run, QString folder);
     void countSplit(const SplitResult& result);
-    void showSplit(const SplitResult& result, const QString& folder);
-    QCoro::Task<> batchSplit(BatchSplitOptions options, TaskHandle handle);
-    void showBatch(const BatchSplitResult& result, const QString& folder);
-    void countBatch(const BatchSplitResult& result, const QString& folder);
+    void showSplit(const SplitResult& result, Run run, const QString& folder);
+    QCoro::Task<> batchSplit(BatchRun run);
+    void showBatch(const BatchSplitResult& result, const BatchRun& run);
+    void countBatch(const BatchSplitResult& result, const BatchRun& run);
 
     PolyToolsState& state_;
     SourceState& source_;

@@ -18,6 +18,12 @@
 
 namespace ostrel {
 
+// A run as it began: what is switched meanwhile is the next one's.
+struct PolyRun {
+    int number = 0;
+    bool writesReport = false;
+};
+
 struct PolyToolsState {
     // Mode and tools. Empty paths: not found.
     QProperty<PolyMode> mode{PolyMode::split};
@@ -51,8 +57,8 @@ struct PolyToolsState {
     QProperty<QString> reportPath;                     // of the last CSV report
     ActivityLog logEntries;
 
-    // A run begins.
-    void resetTotals() {
+    // The totals are the new run's from here on.
+    PolyRun beginRun() {
         isCancelled = false;
         successCount = 0;
         skipCount = 0;
@@ -60,7 +66,12 @@ struct PolyToolsState {
         createdFiles = QStringList();
         lastOutcome = std::nullopt;
         reportPath = QString();
+        return {++lastRun, generateCSV.value()};
     }
+
+    // Whether no other run began since: then what was made until a stop still counts.
+    bool isLast(const PolyRun& run) const { return run.number == lastRun; }
+    int lastRun = 0;
 
     // The totals of a batch, from its result and the rows of that.
     template <class Result, class Row>

@@ -36,7 +36,7 @@ struct PreviewState {
     QProperty<QString> previewedGroupOutputName;
     QProperty<QUuid> previewedGroupID; // null while the mixer holds something else
     QProperty<std::optional<int>> selectedPreviewISOIndex;
-    QProperty<std::set<int>> previewIncludedIndices;
+    QProperty<std::set<int>> previewIncludedIndices; // shown by no view
 };
 
 } // namespace ostrel
