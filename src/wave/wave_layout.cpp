@@ -1,11 +1,10 @@
 #include "wave/wave_layout.h"
 
 #include "wave/little_endian.h"
+#include "wave/opened_file.h"
 
 #include <algorithm>
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace ostrel {
 namespace {
@@ -41,11 +40,11 @@ void walk(ByteSource& file, WaveLayout& layout) {
     std::optional<LongSizes> sizes;
     while (const std::optional<WaveChunk> chunk = walk.next()) {
         layout.chunks.push_back(*chunk);
-        const bool mayTellSizes = layout.kind != WaveLayout::Kind::riff && !sizes && !layout.data;
-        if (chunk->id == "ds64" && mayTellSizes && (sizes = readLongSizes(file, *chunk))) {
-            layout.hasLongSizes = true;
-            layout.riffSize = sizes->riff;
-            walk.setLongSizes(*sizes);
+        if (layout.kind != WaveLayout::Kind::riff && layout.find("ds64") == &layout.chunks.back() && !layout.data) {
+            sizes = readLongSizes(file, *chunk);
+            layout.hasLongSizes = sizes.has_value();
+            layout.riffSize = sizes ? sizes->riff : layout.riffSize;
+            if (sizes) walk.setLongSizes(*sizes);
         }
         if (chunk->id == "fmt " && !layout.format) layout.format = formatAt(file, *chunk);
         if (chunk->id == "data" && !layout.data) {
@@ -65,23 +64,6 @@ bool isChainToEnd(ByteSource& file, std::uint64_t at) {
     const std::uint64_t end = endOfChunks(file, at);
     return end > at && end + kWords > file.size();
 }
-
-// Asks of a file that is opened for it.
-class OpenedFile {
-public:
-    explicit OpenedFile(const std::string& path)
-        : descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
-    ~OpenedFile() {
-        if (descriptor_ >= 0) ::close(descriptor_);
-    }
-    OpenedFile(const OpenedFile&) = delete;
-    OpenedFile& operator=(const OpenedFile&) = delete;
-
-    int get() const { return descriptor_; }
-
-private:
-    int descriptor_;
-};
 
 } // namespace
 
@@ -143,10 +125,7 @@ std::optional<WaveLayout> readWaveLayout(int descriptor) {
     return layout;
 }
 
-std::optional<WaveLayout> readWaveLayout(const std::string& path) {
-    const OpenedFile file(path);
-    return file.get() < 0 ? std::nullopt : readWaveLayout(file.get());
-}
+std::optional<WaveLayout> readWaveLayout(const std::string& path) { return readWaveLayout(OpenedFile(path).get()); }
 
 std::optional<std::uint64_t> readTimeReference(const WaveLayout& layout, const std::string& path) {
     constexpr std::uint64_t kField = 338; // behind description, originator, reference, date and time

@@ -40,7 +40,7 @@ struct WaveLayout {
     std::optional<WaveFormat> format;
     std::vector<WaveChunk> chunks; // as far as headers could be walked; the last may pass the end of the file
     std::optional<WaveChunk> data; // the first, its size as declared
-    bool hasLongSizes = false;     // a ds64 chunk stood first
+    bool hasLongSizes = false;     // the first ds64 chunk stands ahead of the audio and tells them
     bool sizesDisagree = false;    // RF64 tells them at several places, and not the same
     bool isStreamed = false;       // the data size is one that a writer leaves which never came back to it
     ChunkWalk::End walkEnd = ChunkWalk::End::none; // why there are no more chunks
