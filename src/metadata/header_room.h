@@ -14,7 +14,7 @@
 namespace ostrel {
 
 // The filler to be spliced in with a file's chunks, ahead of them, before the fields are written. Nothing where they
-// fit as it is, and for what is no RIFF/WAVE with audio. Only reads.
+// fit as it is, and for what is no WAV file with audio. Only reads.
 std::optional<RIFFChunk> fillerFor(const QString& url, const BWFMetadata& fields);
 
 // Splices the filler in. For files that can be made again only: it happens in place. Never fails: without room, the

@@ -34,7 +34,7 @@ std::vector<RIFFChunk> chunksThatLack(const QString& source, const QString& targ
     std::vector<RIFFChunk> chunks;
     try {
         chunks = RIFFChunkReader::extractPreservableChunks(source);
-    } catch (const RIFFError&) { // no classic WAV file: what is not carried, the comparison tells
+    } catch (const RIFFError&) { // no WAV file: what is not carried, the comparison tells
     } catch (const FileError&) {
     }
     const WaveChunks present(target);

@@ -1,6 +1,6 @@
 #include "wave/channel_copy.h"
 
-#include "wave/open_file.h"
+#include "wave/copy_file.h"
 #include "wave/sample_kernels.h"
 
 #include <algorithm>
@@ -22,9 +22,9 @@ class Work {
 public:
     explicit Work(const CopyPlan& plan, const CopyProgress& progress)
         : plan_(plan), progress_(progress), framesAtOnce_(std::max<std::uint64_t>(1, kStretch / frameBytes())) {
-        for (const CopySource& source : plan.sources) sources_.push_back(OpenFile::forReading(source.path));
+        for (const CopySource& source : plan.sources) sources_.push_back(CopyFile::forReading(source.path));
         for (const CopyTarget& target : plan.targets) {
-            targets_.push_back(OpenFile::forWriting(target.path));
+            targets_.push_back(CopyFile::forWriting(target.path));
             targets_.back().reserve(target.head.size() + bytesOf(target, plan.frames) + 1);
         }
     }
@@ -40,7 +40,7 @@ public:
         }
         if (fault_) std::rethrow_exception(fault_);
         for (std::size_t i = 0; i < targets_.size(); ++i) finish(plan_.targets[i], targets_[i]);
-        for (const OpenFile& source : sources_) source.requireUnchanged();
+        for (const CopyFile& source : sources_) source.requireUnchanged();
     }
 
 private:
@@ -108,7 +108,7 @@ private:
     }
 
     // The head last: a file that was left half way is none.
-    void finish(const CopyTarget& target, OpenFile& file) const {
+    void finish(const CopyTarget& target, CopyFile& file) const {
         const std::uint64_t audio = bytesOf(target, plan_.frames);
         const unsigned char pad = 0;
         if (audio % 2) file.writeAll(&pad, 1, target.head.size() + audio);
@@ -119,8 +119,8 @@ private:
     const CopyPlan& plan_;
     const CopyProgress& progress_;
     const std::uint64_t framesAtOnce_;
-    std::vector<OpenFile> sources_;
-    std::vector<OpenFile> targets_;
+    std::vector<CopyFile> sources_;
+    std::vector<CopyFile> targets_;
     std::atomic<std::uint64_t> next_ = 0; // frame
     std::atomic<std::uint64_t> done_ = 0; // bytes
     std::atomic<bool> hasFailed_ = false;

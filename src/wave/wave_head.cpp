@@ -5,8 +5,6 @@
 namespace ostrel {
 namespace {
 
-constexpr std::uint64_t kLargestSize = 0xFFFFFFFF; // a 32-bit field that says so means "see ds64"
-constexpr std::uint64_t kChunkHeader = 8;
 constexpr std::uint64_t kLongSizes = 28; // of a ds64 chunk without a table
 constexpr std::uint64_t kAlignment = 4096;
 
@@ -23,7 +21,7 @@ void appendChunk(std::string& bytes, const std::string& id, const std::string& p
 // Behind the format, wherever samples are no integers: how many frames there are.
 std::string factBytes(std::uint64_t frames) {
     std::string bytes;
-    appendNumber(bytes, frames > kLargestSize ? kLargestSize : frames, 4);
+    appendNumber(bytes, frames > kUnknownSize ? kUnknownSize : frames, 4);
     return bytes;
 }
 
@@ -38,7 +36,7 @@ std::string middleOf(const WaveHead& head) {
 }
 
 void fillUp(std::string& bytes) {
-    const std::uint64_t used = bytes.size() + 2 * kChunkHeader; // the filler's header and that of the audio
+    const std::uint64_t used = bytes.size() + 2 * kChunkHeaderBytes; // the filler's header and that of the audio
     appendChunk(bytes, "JUNK", std::string((kAlignment - used % kAlignment) % kAlignment, '\0'));
 }
 
@@ -66,18 +64,19 @@ std::string formatBytes(const WaveFormat& format) {
 }
 
 std::string headBytes(const WaveHead& head) {
-    std::string bytes(12 + kChunkHeader + kLongSizes, '\0'); // put right below, when the whole length is known
+    std::string bytes(kRiffHeaderBytes + kChunkHeaderBytes + kLongSizes,
+                      '\0'); // put right below, when the whole length is known
     bytes += middleOf(head);
     fillUp(bytes);
-    const std::uint64_t total = bytes.size() + kChunkHeader + head.audioBytes + head.audioBytes % 2;
-    const bool isLong = total - kChunkHeader >= kLargestSize;
+    const std::uint64_t total = bytes.size() + kChunkHeaderBytes + head.audioBytes + head.audioBytes % 2;
+    const bool isLong = total - kChunkHeaderBytes >= kUnknownSize;
 
     std::string start = isLong ? "RF64" : "RIFF";
-    appendNumber(start, isLong ? kLargestSize : total - kChunkHeader, 4);
+    appendNumber(start, isLong ? kUnknownSize : total - kChunkHeaderBytes, 4);
     start += "WAVE";
     std::string sizes;
     if (isLong) {
-        appendNumber(sizes, total - kChunkHeader, 8);
+        appendNumber(sizes, total - kChunkHeaderBytes, 8);
         appendNumber(sizes, head.audioBytes, 8);
         appendNumber(sizes, head.format.blockAlign ? head.audioBytes / head.format.blockAlign : 0, 8);
     }
@@ -85,7 +84,7 @@ std::string headBytes(const WaveHead& head) {
     appendChunk(start, isLong ? "ds64" : "JUNK", sizes);
     bytes.replace(0, start.size(), start);
     bytes += "data";
-    appendNumber(bytes, isLong ? kLargestSize : head.audioBytes, 4);
+    appendNumber(bytes, isLong ? kUnknownSize : head.audioBytes, 4);
     return bytes;
 }
 

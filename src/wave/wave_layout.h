@@ -4,6 +4,8 @@
 // (ITU-R BS.2088). Offsets count bytes from the start of the file. Blocks on the disk; for any thread.
 #pragma once
 
+#include "wave/chunk_walk.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -11,19 +13,6 @@
 #include <vector>
 
 namespace ostrel {
-
-struct WaveChunk {
-    std::string id;            // four characters as they stand
-    std::uint64_t payload = 0; // offset of its first byte
-    std::uint64_t size = 0;    // of the payload without its pad byte, 64 bits wide where the header says so
-
-    // Behind the payload, and behind its pad byte. A size that no file has ends at the last number.
-    std::uint64_t payloadEnd() const { return size > kLast - payload ? kLast : payload + size; }
-    std::uint64_t end() const { return payloadEnd() == kLast ? kLast : payloadEnd() + (size & 1); }
-
-private:
-    static constexpr std::uint64_t kLast = ~std::uint64_t{0};
-};
 
 struct WaveFormat {
     enum Tag : std::uint16_t { pcm = 1, ieeeFloat = 3, extensible = 0xFFFE };
@@ -49,15 +38,20 @@ struct WaveLayout {
     std::uint64_t fileSize = 0;
     std::uint64_t riffSize = 0; // as declared, 64 bits wide for RF64 and BW64
     std::optional<WaveFormat> format;
-    std::vector<WaveChunk> chunks; // as far as headers could be walked; "data" among them
+    std::vector<WaveChunk> chunks; // as far as headers could be walked; the last may pass the end of the file
     std::optional<WaveChunk> data; // the first, its size as declared
-    bool hasLongSizes = false;     // a ds64 chunk stood first
+    bool hasLongSizes = false;     // the first ds64 chunk stands ahead of the audio and tells them
     bool sizesDisagree = false;    // RF64 tells them at several places, and not the same
     bool isStreamed = false;       // the data size is one that a writer leaves which never came back to it
+    ChunkWalk::End walkEnd = ChunkWalk::End::none; // why there are no more chunks
+    std::uint64_t walkEndOffset = 0;               // of the header that was not there, or that passes the end
 
     // Bytes of audio that readers take: the declared size, cut to the file; all that follows where the writer left 0 or
     // 0xFFFFFFFF behind.
     std::uint64_t audioBytes() const;
+    // What is wrong with the headers, and at which offset: why the walk did not come to the end. Empty for a sound
+    // file.
+    std::string fault() const;
     // The first chunk of that id; null: there is none.
     const WaveChunk* find(std::string_view id) const;
     // Whether the file ends where its head says, give or take the pad byte that some writers do not count.

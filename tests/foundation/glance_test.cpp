@@ -147,7 +147,7 @@ TEST_F(GlanceTest, AnOutputThatCannotBeReadIsUnread) {
               ChannelFinding::Kind::unread); // it has one channel only
     int reads = 0;
     const OnSystemCall late(SystemCall::pread, [&](const QByteArray& file, const QByteArray&) {
-        return file.endsWith("b.wav") && ++reads > 8 ? EIO : 0;
+        return file.endsWith("b.wav") && ++reads > 1 ? EIO : 0; // its header could be read
     });
     EXPECT_EQ(kindOf(source, good), ChannelFinding::Kind::unread);
 }

@@ -1,5 +1,5 @@
 // Any file as the source of chunks and as the output that they go into: lifted chunks are the source's own bytes, and
-// an injection puts one block ahead of a `data` and changes the RIFF size, or leaves the file as it was.
+// an injection puts one block ahead of a `data` and changes the size of the whole, or leaves the file as it was.
 #include "metadata/chunks/riff_chunks.h"
 #include "platform/files/files.h"
 
@@ -34,8 +34,9 @@ private:
     int descriptor_;
 };
 
-QByteArray littleEndian(quint32 value) {
-    QByteArray bytes(4, '\0');
+template <typename Number>
+QByteArray littleEndian(Number value) {
+    QByteArray bytes(sizeof value, '\0');
     qToLittleEndian(value, bytes.data());
     return bytes;
 }
@@ -57,11 +58,22 @@ QByteArray blockOf(const std::vector<RIFFChunk>& chunks) {
     return block;
 }
 
+// The size of the whole stands in the head, or in the ds64 chunk of a file that says RF64 or BW64.
+bool isAllButItsSize(const QByteArray& expected, const QByteArray& after) {
+    const quint64 size = static_cast<quint64>(expected.size()) - 8;
+    const auto with = [&](qsizetype at, const QByteArray& bytes) {
+        return QByteArray(expected).replace(at, bytes.size(), bytes);
+    };
+    if (after == with(4, littleEndian(static_cast<quint32>(size)))) return true;
+    for (qsizetype at = expected.indexOf("ds64", 12); at >= 0; at = expected.indexOf("ds64", at + 1)) {
+        if (!expected.startsWith("RIFF") && after == with(at + 8, littleEndian(size))) return true;
+    }
+    return false;
+}
+
 bool isSplicedAheadOfData(const QByteArray& before, const QByteArray& block, const QByteArray& after) {
     for (qsizetype at = before.indexOf("data", 12); at >= 0; at = before.indexOf("data", at + 1)) {
-        QByteArray expected = before.first(at) + block + before.sliced(at);
-        expected.replace(4, 4, littleEndian(static_cast<quint32>(expected.size() - 8)));
-        if (expected == after) return true;
+        if (isAllButItsSize(before.first(at) + block + before.sliced(at), after)) return true;
     }
     return false;
 }

@@ -1,10 +1,13 @@
 // The last step of a new file's metadata: what it adds, and that it leaves audio alone.
 #include "metadata/metadata_completion.h"
 
+#include "metadata/metadata_comparison.h"
 #include "support/test_folder.h"
 #include "support/wave_file.h"
+#include "wave/wave_layout.h"
 
 #include <QCryptographicHash>
+#include <QFile>
 #include <algorithm>
 #include <gtest/gtest.h>
 
@@ -65,6 +68,47 @@ TEST_F(MetadataCompletionTest, ARewrittenDocumentStays) {
     const QString target = file("b.wav", {{"iXML", "<BWFXML>new</BWFXML>"}});
     EXPECT_TRUE(completeMetadata(source, target, SourceUmid::kept).warnings.isEmpty());
     EXPECT_EQ(chunkOf(readAll(target), "iXML"), "<BWFXML>new</BWFXML>");
+}
+
+// RF64 with a ds64 chunk of 28 bytes; `length` bytes of audio that take no room on the disk.
+QString longFile(const QString& path, const QByteArray& chunks, qint64 length) {
+    const auto number = [](qint64 value) {
+        return littleEndian32(static_cast<quint32>(value)) + littleEndian32(static_cast<quint32>(value >> 32));
+    };
+    const QByteArray format = chunkBytes("fmt ", QByteArray::fromHex("0100010080bb00000077010002001000"));
+    const qint64 end = 12 + 36 + format.size() + chunks.size() + 8 + length;
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) return {};
+    file.write("RF64" + littleEndian32(0xFFFFFFFFu) + "WAVE" +
+               chunkBytes("ds64", number(end - 8) + number(length) + number(length / 2) + littleEndian32(0)) + format +
+               chunks + "data" + littleEndian32(0xFFFFFFFFu));
+    return file.resize(end) ? path : QString();
+}
+
+TEST_F(MetadataCompletionTest, ALongSourceKeepsItsChunks) {
+    const QByteArray chunks = chunkBytes("bext", bextPayload({.description = "sSCENE=1"})) + chunkBytes("SMED", "odd");
+    const QString source = longFile(folder_.path(QStringLiteral("a.wav")), chunks, 6'000'000'000);
+    const QString target = file("b.wav", {}, 1);
+    const QByteArray audio = chunkOf(readAll(target), "data");
+    EXPECT_TRUE(completeMetadata(source, target, SourceUmid::kept).warnings.isEmpty());
+    EXPECT_EQ(chunkOf(readAll(target), "SMED"), "odd");
+    EXPECT_TRUE(chunkOf(readAll(target), "bext").startsWith("sSCENE=1"));
+    EXPECT_EQ(chunkOf(readAll(target), "data"), audio);
+    const MetadataRecord record = compareMetadata(source, target, SourceUmid::kept);
+    EXPECT_TRUE(record.kept.contains(QStringLiteral("SMED")) && record.lost.isEmpty() && record.changed.isEmpty());
+}
+
+TEST_F(MetadataCompletionTest, ALongTargetTakesThem) {
+    const QString source = file("a.wav", {{"bext", bextPayload({.description = "sSCENE=1"})}, {"SMED", "odd"}});
+    const QString target = longFile(folder_.path(QStringLiteral("b.wav")), {}, 200);
+    EXPECT_TRUE(completeMetadata(source, target, SourceUmid::kept).warnings.isEmpty());
+    const auto layout = readWaveLayout(target.toStdString());
+    ASSERT_TRUE(layout && layout->hasLongSizes);
+    EXPECT_TRUE(layout->endsAsDeclared());
+    EXPECT_EQ(layout->frames(), 100u);
+    EXPECT_EQ(layout->fault(), "");
+    const MetadataRecord record = compareMetadata(source, target, SourceUmid::kept);
+    EXPECT_TRUE(record.kept.contains(QStringLiteral("SMED")) && record.lost.isEmpty() && record.changed.isEmpty());
 }
 
 TEST_F(MetadataCompletionTest, WhatIsNoWavFileIsLeftAlone) {

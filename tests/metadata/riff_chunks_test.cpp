@@ -20,6 +20,27 @@ QByteArray riff(const QByteArray& chunks) {
     return "RIFF" + littleEndian32(static_cast<quint32>(chunks.size() + 4)) + "WAVE" + chunks;
 }
 
+QByteArray littleEndian64(quint64 value) {
+    return littleEndian32(static_cast<quint32>(value)) + littleEndian32(static_cast<quint32>(value >> 32));
+}
+
+// RF64 or BW64: what follows the ds64 chunk, whose size of the whole is that of these bytes or another. The rows are
+// chunks other than `data` whose size stands there.
+QByteArray longFile(const QByteArray& form, quint64 dataSize, const QByteArray& chunks,
+                    const std::vector<std::pair<QByteArray, quint64>>& rows = {},
+                    std::optional<quint64> riffSize = {}) {
+    QByteArray table = littleEndian32(static_cast<quint32>(rows.size()));
+    for (const auto& [id, size] : rows) table += id + littleEndian64(size);
+    const auto size = riffSize.value_or(static_cast<quint64>(4 + 8 + 24 + table.size() + chunks.size()));
+    return form + littleEndian32(0xFFFFFFFFu) + "WAVE" +
+           chunkBytes("ds64", littleEndian64(size) + littleEndian64(dataSize) + littleEndian64(0) + table) + chunks;
+}
+
+// A chunk whose size stands in the ds64 chunk.
+QByteArray longChunk(const QByteArray& id, const QByteArray& payload) {
+    return id + littleEndian32(0xFFFFFFFFu) + payload + QByteArray(payload.size() & 1, '\0');
+}
+
 std::vector<RIFFChunk> extract(const QByteArray& file) {
     const TestFolder folder;
     return RIFFChunkReader::extractPreservableChunks(folder.write(QStringLiteral("a.wav"), file));
@@ -47,7 +68,8 @@ TEST(RIFFChunkReader, RefusesWhatIsNoRiffWave) {
     EXPECT_EQ(extractionError("RIFF"), QStringLiteral("Invalid RIFF file: File too small to be valid RIFF"));
     EXPECT_EQ(extractionError(""), QStringLiteral("Invalid RIFF file: File too small to be valid RIFF"));
     EXPECT_EQ(extractionError("FORM....WAVE"), QStringLiteral("Invalid RIFF file: Not a RIFF file"));
-    EXPECT_EQ(extractionError("RF64\xff\xff\xff\xffWAVEds64"), QStringLiteral("Invalid RIFF file: Not a RIFF file"));
+    EXPECT_EQ(extractionError("FORM....AIFF"), QStringLiteral("Invalid RIFF file: Not a RIFF file"));
+    EXPECT_EQ(extractionError("RF64....AVI "), QStringLiteral("Invalid RIFF file: Not a WAVE file"));
     EXPECT_EQ(extractionError("RIFF....AVI "), QStringLiteral("Invalid RIFF file: Not a WAVE file"));
 }
 
@@ -129,6 +151,53 @@ TEST(RIFFChunkReader, ReadsHeadersOfAHugeFileOnly) {
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 32 * 1024); // KiB
 }
 
+TEST(RIFFChunkReader, ReadsLongFilesToo) {
+    for (const char* form : {"RF64", "BW64"}) {
+        const auto chunks = extract(longFile(
+            form, 5, chunkBytes("iXML", "one") + longChunk("data", "audio") + longChunk("SMED", "odd"), {{"SMED", 3}}));
+        ASSERT_EQ(chunks.size(), 2u) << form;
+        EXPECT_EQ(chunks[0].data, "one");
+        EXPECT_EQ(chunks[0].position, 12 + 8 + 40);
+        EXPECT_EQ(chunks[1].data, "odd") << "its size stands in the table";
+    }
+}
+
+TEST(RIFFChunkReader, FindsChunksBehindSixGigabytesOfAudio) {
+    const TestFolder folder;
+    constexpr qint64 kAudio = 6'000'000'001LL; // sparse: none of it takes room on the disk
+    const QString path =
+        folder.write(QStringLiteral("huge.wav"), longFile("RF64", kAudio, longChunk("data", {}), {}, kAudio + 70));
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    const qint64 end = file.size() + kAudio + 1;
+    ASSERT_TRUE(file.resize(end) && file.seek(end));
+    file.write(chunkBytes("iXML", "<behind/>"));
+    file.close();
+    const auto chunks = RIFFChunkReader::extractPreservableChunks(path);
+    ASSERT_EQ(chunks.size(), 1u);
+    EXPECT_EQ(chunks[0].data, "<behind/>");
+    EXPECT_EQ(chunks[0].position, end);
+}
+
+TEST(RIFFChunkReader, AMissingPadByteHidesNothing) {
+    const auto chunks = extract(riff(QByteArray("SMED\x03\0\0\0odd", 11) + chunkBytes("iXML", "<x/>")));
+    ASSERT_EQ(chunks.size(), 2u);
+    EXPECT_EQ(chunks[0].data, "odd");
+    EXPECT_EQ(chunks[1].data, "<x/>");
+}
+
+TEST(RIFFChunkReader, TellsWhatStandsAheadOfTheAudioOfALongFile) {
+    const TestFolder folder;
+    const QString path = folder.write(QStringLiteral("a.wav"),
+                                      longFile("BW64", 4, chunkBytes("LIST", "INFO") + longChunk("data", "audi")));
+    const auto chunks = RIFFChunkReader::chunksAheadOfAudio(path);
+    ASSERT_TRUE(chunks && chunks->size() == 2);
+    EXPECT_EQ(chunks->at(0).id, "ds64");
+    EXPECT_EQ(chunks->at(1).list, "INFO");
+    const QString cut = folder.write(QStringLiteral("b.wav"), riff("LIST" + littleEndian32(100) + "INFO"));
+    EXPECT_FALSE(RIFFChunkReader::chunksAheadOfAudio(cut));
+}
+
 TEST(RIFFChunkWriter, PutsChunksDirectlyAheadOfData) {
     const QByteArray head = chunkBytes("fmt ", QByteArray(16, 'f'));
     const QByteArray tail = chunkBytes("data", "audio") + chunkBytes("LIST", "INFO");
@@ -195,6 +264,37 @@ TEST(RIFFChunkWriter, AFileThatWouldPassFourGigabytesIsRefusedUntouched) {
     file.close();
     EXPECT_THROW(RIFFChunkWriter::injectPreservedChunks(path, {{"iXML", "12345678", 0}}), RIFFError);
     EXPECT_EQ(QFileInfo(path).size(), 0x100000000LL);
+}
+
+TEST(RIFFChunkWriter, ALongFileTellsItsNewSizeInItsDs64Chunk) {
+    for (const char* form : {"RF64", "BW64"}) {
+        const QByteArray tail = longChunk("data", "audio") + chunkBytes("LIST", "INFO");
+        const QByteArray block = chunkBytes("SMED", "odd") + chunkBytes("iXML", "<x/>");
+        EXPECT_EQ(injected(longFile(form, 5, tail), {{"SMED", "odd", 0}, {"iXML", "<x/>", 0}}),
+                  longFile(form, 5, block + tail));
+    }
+}
+
+TEST(RIFFChunkWriter, ALongFileMayGrowPastFourGigabytes) {
+    // Five gigabytes of filler, sparse, stand ahead of the audio, so that they need not be moved.
+    const TestFolder folder;
+    constexpr qint64 kFiller = 5'000'000'000LL;
+    const QByteArray head = longFile("RF64", 4, longChunk("JUNK", {}), {{"JUNK", kFiller}}, 0);
+    const QString path = folder.write(QStringLiteral("huge.wav"), head);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    const qint64 audio = file.size() + kFiller;
+    ASSERT_TRUE(file.resize(audio) && file.seek(audio));
+    file.write(longChunk("data", "audi"));
+    file.close();
+    RIFFChunkWriter::injectPreservedChunks(path, {{"iXML", "<x/>", 0}});
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.size(), audio + 24);
+    QByteArray expected = head;
+    expected.replace(20, 8, littleEndian64(static_cast<quint64>(audio + 24 - 8)));
+    EXPECT_EQ(file.read(head.size()), expected);
+    ASSERT_TRUE(file.seek(audio));
+    EXPECT_EQ(file.readAll(), chunkBytes("iXML", "<x/>") + longChunk("data", "audi"));
 }
 
 TEST(RIFFChunkWriter, AFullDiskLeavesTheFileAsItWas) {

@@ -5,7 +5,6 @@
 #include "platform/paths.h"
 #include "platform/processes/child_process.h"
 #include "poly_fixture.h"
-#include "polytools/records/wave_data.h"
 
 #include <gtest/gtest.h>
 
@@ -307,27 +306,6 @@ TEST_F(ChannelFilterWithMetadata, AnyFailureInPlaceLeavesTheOldFileWhole) {
         EXPECT_EQ(testing::fingerprintOf(file.url), before) << body;
         EXPECT_EQ(testing::namesIn(folder_.path()).join(u' '), QStringLiteral("P.WAV tool"));
     }
-}
-
-TEST(WaveData, IsFoundInClassicAndLongFilesAndComparedByteForByte) {
-    const TestFolder folder;
-    WaveSpec spec;
-    const QString a = folder.write(QStringLiteral("a.wav"), testing::waveBytes(spec));
-    spec.before.emplace_back("JUNK", "odd");
-    const QString b = folder.write(QStringLiteral("b.wav"), testing::waveBytes(spec));
-    EXPECT_EQ(findWaveData(a)->offset, 44);
-    EXPECT_EQ(findWaveData(a)->size, spec.frames * 3);
-    EXPECT_TRUE(sameWaveData(a, b));
-    QByteArray changed = testing::waveBytes(spec);
-    changed[changed.size() - 5] = static_cast<char>(changed[changed.size() - 5] + 1);
-    EXPECT_FALSE(sameWaveData(a, folder.write(QStringLiteral("c.wav"), changed)));
-    EXPECT_FALSE(sameWaveData(a, folder.write(QStringLiteral("d.wav"), "RIFF")));
-    const QByteArray rf64 = QByteArray("RF64\xff\xff\xff\xffWAVEds64", 16) + testing::littleEndian32(28) +
-                            QByteArray(8, '\0') + testing::littleEndian32(6) + QByteArray(16, '\0') +
-                            QByteArray("data\xff\xff\xff\xff"
-                                       "abcdefgh",
-                                       16);
-    EXPECT_EQ(findWaveData(folder.write(QStringLiteral("e.wav"), rf64))->size, 6);
 }
 
 } // namespace

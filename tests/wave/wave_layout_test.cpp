@@ -157,12 +157,102 @@ TEST(WaveLayout, SizesBeyondAllNumbersEndTheWalk) {
     EXPECT_EQ(file.layout->chunks.size(), 3u);
 }
 
-TEST(WaveLayout, TheWalkEndsAtWhatIsNoHeader) {
-    const Written file("RIFF\x40\0\0\0WAVE"_b + monoFormat() + "\x01\x02\x03\x04\x04\0\0\0"_b + // no name of a chunk
-                       "data\x04\0\0\0\x01\x02\x03\x04"_b);
+TEST(WaveLayout, AnIdThatNobodyCanReadIsBelievedWithinTheDeclaredSizeOnly) {
+    const QByteArray chunks = "\x01\x02\x03\x04\x02\0\0\0ab"_b + "data\x04\0\0\0\x01\x02\x03\x04"_b;
+    const Written inside("RIFF\x32\0\0\0WAVE"_b + monoFormat() + chunks);
+    EXPECT_EQ(inside.layout->frames(), 2u);
+    EXPECT_EQ(inside.layout->chunks[1].id, "\x01\x02\x03\x04");
+    EXPECT_EQ(inside.layout->fault(), "");
+    const Written behind("RIFF\x1C\0\0\0WAVE"_b + monoFormat() + chunks);
+    EXPECT_EQ(idsOf(*behind.layout), QStringList{QStringLiteral("fmt ")});
+    EXPECT_FALSE(behind.layout->data);
+    EXPECT_EQ(behind.unexplained, 0u);
+    EXPECT_EQ(behind.layout->fault(), "no chunk at offset 36");
+}
+
+TEST(WaveLayout, SpaceThatWasNeverUsedEndsTheWalk) {
+    const Written file("RIFF\x40\0\0\0WAVE"_b + monoFormat() + QByteArray(32, '\0'));
     EXPECT_EQ(idsOf(*file.layout), QStringList{QStringLiteral("fmt ")});
-    EXPECT_FALSE(file.layout->data);
-    EXPECT_EQ(file.unexplained, 0u);
+    EXPECT_EQ(file.layout->walkEnd, ChunkWalk::End::noHeader);
+    EXPECT_EQ(file.layout->walkEndOffset, 36u);
+}
+
+TEST(WaveLayout, TellsWhereAndWhyTheWalkEnded) {
+    const Written whole("RIFF\x28\0\0\0WAVE"_b + monoFormat() + "data\x04\0\0\0\x01\x02\x03\x04"_b);
+    EXPECT_EQ(whole.layout->walkEnd, ChunkWalk::End::file);
+    EXPECT_EQ(whole.layout->walkEndOffset, 48u);
+    EXPECT_EQ(whole.layout->fault(), "");
+    const Written rest("RIFF\x28\0\0\0WAVE"_b + monoFormat() + "data\x04\0\0\0\x01\x02\x03\x04LIS"_b);
+    EXPECT_EQ(rest.layout->fault(), "");
+    EXPECT_EQ(rest.layout->walkEndOffset, 48u);
+    const Written cut("RIFF\x28\0\0\0WAVE"_b + monoFormat() + "data\x64\0\0\0\x01\x02\x03\x04"_b);
+    EXPECT_EQ(cut.layout->fault(), "the chunk \"data\" at offset 36 passes the end of the file by 96 bytes");
+    EXPECT_EQ(cut.layout->frames(), 2u);
+    const Written strange("RIFF\x28\0\0\0WAVE"_b + "b\xE9xt\xFF\0\0\0"_b);
+    EXPECT_EQ(strange.layout->fault(), "the chunk \"0x62E97874\" at offset 12 passes the end of the file by 255 bytes");
+    QByteArray headers;
+    for (std::size_t i = 0; i <= kMostChunks; ++i) headers += "JUNK\0\0\0\0"_b;
+    const Written many("RIFF\0\0\0\0WAVE"_b + headers);
+    EXPECT_EQ(many.layout->chunks.size(), kMostChunks);
+    EXPECT_EQ(many.layout->fault(), "too many chunks, the next at offset 160012");
+}
+
+TEST(WaveLayout, OddSizesWithAndWithoutTheirPadByte) {
+    const auto told = [](const QByteArray& pad, const QByteArray& next) {
+        const Written file("RIFF\x3A\0\0\0WAVE"_b + monoFormat() + "iXML\x05\0\0\0<odd>"_b + pad + next);
+        return file.layout;
+    };
+    const QByteArray data = "data\x04\0\0\0\x01\x02\x03\x04"_b;
+    for (const QByteArray& pad : {"\0"_b, "\x01"_b, " "_b, "x"_b}) {
+        const auto padded = told(pad, data);
+        EXPECT_EQ(padded->frames(), 2u);
+        EXPECT_FALSE(padded->chunks[1].lacksPad || padded->chunks[1].isPadUnclear);
+        EXPECT_EQ(padded->chunks[1].end(), padded->data->header());
+    }
+    const auto unpadded = told(QByteArray(), data);
+    EXPECT_EQ(unpadded->frames(), 2u);
+    EXPECT_TRUE(unpadded->chunks[1].lacksPad);
+    EXPECT_EQ(unpadded->chunks[1].end(), unpadded->data->header());
+    const auto last = told(QByteArray(), QByteArray());
+    EXPECT_TRUE(last->chunks[1].lacksPad);
+    EXPECT_EQ(last->walkEndOffset, last->fileSize);
+    const auto unclear = told(QByteArray(), "neither of both"_b);
+    EXPECT_TRUE(unclear->chunks[1].isPadUnclear);
+}
+
+TEST(WaveLayout, ChunksBehindTheAudioAreListedWithTheirSizes) {
+    const Written file("RIFF\x46\0\0\0WAVE"_b + monoFormat() + "data\x03\0\0\0\x01\x02\x03\0"_b +
+                       "iXML\x04\0\0\0<x/>iXML\x02\0\0\0<>"_b);
+    EXPECT_EQ(idsOf(*file.layout).join(u'|'), QStringLiteral("fmt |data|iXML|iXML"));
+    EXPECT_EQ(file.layout->find("iXML")->payload, 56u); // the first of them
+    EXPECT_EQ(file.layout->chunks[3].size, 2u);
+    EXPECT_EQ(file.layout->audioBytes(), 3u);
+    EXPECT_EQ(file.layout->frames(), 1u); // and a byte that is none
+}
+
+TEST(WaveLayout, AudioAheadOfItsFormat) {
+    const Written file("RIFF\x28\0\0\0WAVE"_b + "data\x04\0\0\0\x01\x02\x03\x04"_b + monoFormat());
+    EXPECT_EQ(file.layout->frames(), 2u);
+    EXPECT_EQ(file.layout->data->payload, 20u);
+}
+
+TEST(WaveLayout, NoFrames) {
+    const Written file("RIFF\x24\0\0\0WAVE"_b + monoFormat() + "data\0\0\0\0"_b);
+    EXPECT_EQ(file.layout->frames(), 0u);
+    EXPECT_FALSE(file.layout->isStreamed);
+    const Written behind("RIFF\x30\0\0\0WAVE"_b + monoFormat() + "data\0\0\0\0iXML\x04\0\0\0<x/>"_b);
+    EXPECT_EQ(behind.layout->frames(), 0u);
+    EXPECT_EQ(behind.layout->chunks.size(), 3u);
+}
+
+TEST(WaveLayout, LongSizesCountAheadOfTheAudioOfALongFileOnly) {
+    const QByteArray table = "ds64\x18\0\0\0"_b + "\x54\0\0\0\0\0\0\0\x02\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"_b; // no rows
+    const QByteArray data = "data\x04\0\0\0\x01\x02\x03\x04"_b;
+    EXPECT_FALSE(Written("RIFF\x48\0\0\0WAVE"_b + table + monoFormat() + data).layout->hasLongSizes);
+    EXPECT_FALSE(Written("RF64\x48\0\0\0WAVE"_b + monoFormat() + data + table).layout->hasLongSizes);
+    const Written first("BW64\x48\0\0\0WAVE"_b + table + monoFormat() + data);
+    EXPECT_TRUE(first.layout->hasLongSizes);
+    EXPECT_TRUE(first.layout->sizesDisagree); // two bytes there, four here
 }
 
 TEST(WaveLayout, WhatIsNoWaveFileHasNoLayout) {

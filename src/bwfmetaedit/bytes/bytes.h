@@ -1,21 +1,12 @@
-// Little-endian numbers in byte strings, as RIFF stores them.
+// Little-endian numbers into byte strings, as RIFF stores them; ostrel::littleEndian reads them.
 #pragma once
+
+#include "wave/little_endian.h"
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace ostrel::bwfmetaedit {
-
-// Reads sizeof(Number) bytes at the offset; the caller has checked that they are there.
-template <typename Number>
-Number littleEndian(std::string_view bytes, std::size_t offset = 0) {
-    std::uint64_t value = 0;
-    for (std::size_t i = sizeof(Number); i-- > 0;) {
-        value = value << 8 | static_cast<unsigned char>(bytes[offset + i]);
-    }
-    return static_cast<Number>(value);
-}
 
 template <typename Number>
 void putLittleEndian(std::string& bytes, std::size_t offset, Number number) {

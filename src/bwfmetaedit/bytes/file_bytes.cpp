@@ -7,12 +7,6 @@
 
 namespace ostrel::bwfmetaedit {
 
-namespace {
-
-constexpr std::size_t kWindowLength = 4096;
-
-} // namespace
-
 FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
     std::swap(descriptor_, other.descriptor_);
     return *this;
@@ -46,33 +40,6 @@ std::optional<FileBytes> FileBytes::open(const std::string& path) {
     // Asked again of the open file: the name may have come to mean something else in between.
     if (!descriptor.isOpen() || ::fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
     return FileBytes(std::move(descriptor), status);
-}
-
-std::string FileBytes::read(std::uint64_t offset, std::size_t length) {
-    if (length > kWindowLength) return readDirectly(offset, length);
-    const bool inside = offset >= windowOffset_ && offset + length <= windowOffset_ + window_.size();
-    if (!inside) {
-        window_ = readDirectly(offset, kWindowLength);
-        windowOffset_ = offset;
-    }
-    const std::size_t start = static_cast<std::size_t>(offset - windowOffset_);
-    return start < window_.size() ? window_.substr(start, length) : std::string();
-}
-
-std::string FileBytes::readDirectly(std::uint64_t offset, std::size_t length) const {
-    std::string bytes;
-    if (offset >= size()) return bytes;
-    bytes.resize(static_cast<std::size_t>(std::min<std::uint64_t>(length, size() - offset)));
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t count =
-            ::pread(descriptor(), bytes.data() + done, bytes.size() - done, static_cast<off_t>(offset + done));
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) break;
-        done += static_cast<std::size_t>(count);
-    }
-    bytes.resize(done);
-    return bytes;
 }
 
 WholeFile readWholeFile(const std::string& path, std::uint64_t limit) {

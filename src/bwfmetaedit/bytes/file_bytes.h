@@ -1,7 +1,7 @@
-// A regular file, opened for reading only. Chunk headers are a few bytes at a time: a small window saves most calls.
+// A regular file, opened for reading only.
 #pragma once
 
-#include "bwfmetaedit/bytes/byte_source.h"
+#include "wave/byte_source.h"
 
 #include <optional>
 #include <string>
@@ -28,26 +28,21 @@ private:
 // Writes all bytes at the offset; false with errno set when that fails.
 bool writeAll(int descriptor, std::string_view bytes, std::uint64_t offset);
 
-class FileBytes : public ByteSource {
+class FileBytes : public DescriptorBytes {
 public:
     // Empty if the path is missing, unreadable, or no regular file: a pipe or a device is never waited for.
     static std::optional<FileBytes> open(const std::string& path);
-
-    std::uint64_t size() const override { return static_cast<std::uint64_t>(status_.st_size); }
-    std::string read(std::uint64_t offset, std::size_t length) override;
 
     int descriptor() const { return descriptor_.get(); }
     const struct stat& status() const { return status_; }
 
 private:
     FileBytes(FileDescriptor descriptor, const struct stat& status)
-        : descriptor_(std::move(descriptor)), status_(status) {}
-    std::string readDirectly(std::uint64_t offset, std::size_t length) const;
+        : DescriptorBytes(descriptor.get(), static_cast<std::uint64_t>(status.st_size)),
+          descriptor_(std::move(descriptor)), status_(status) {}
 
     FileDescriptor descriptor_;
     struct stat status_;
-    std::string window_;
-    std::uint64_t windowOffset_ = 0;
 };
 
 // The whole of a regular file. `Unreadable` covers what is missing or forbidden.

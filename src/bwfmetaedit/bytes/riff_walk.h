@@ -1,9 +1,8 @@
-// Walks the chunks of a RIFF, an RF64 or a LIST, one after the other, and knows the ways in which recorders get them
-// wrong: size fields that are off, missing pad bytes, recordings that were never closed.
-// The format: "Multimedia Programming Interface and Data Specifications 1.0" (RIFF), EBU Tech 3306 (RF64).
+// The walk over the chunks of a RIFF, an RF64 or a LIST as this program takes them: what it believes of size fields
+// that are off and of recordings that were never closed, and the words for what it does not.
 #pragma once
 
-#include "bwfmetaedit/bytes/byte_source.h"
+#include "wave/chunk_walk.h"
 
 #include <cstdint>
 #include <optional>
@@ -16,7 +15,6 @@ struct InvalidWave {
     std::string text;
 };
 
-constexpr std::uint32_t kUnknownSize = 0xffffffff; // the 32-bit field of an RF64 or of a streamed file
 constexpr std::size_t kRiffHeader = 12;
 constexpr std::size_t kChunkHeader = 8;
 
@@ -43,32 +41,28 @@ public:
         std::uint64_t begin;
         std::uint64_t declaredEnd;
         std::uint64_t declaredSize;
-        std::optional<std::uint64_t> wideDataSize; // from ds64
+        std::optional<LongSizes> longSizes; // from ds64
     };
 
-    RiffWalk(ByteSource& source, Container container) : source_(source), container_(std::move(container)) {
-        position_ = container_.begin;
-    }
+    RiffWalk(ByteSource& source, Container container);
 
     // The next chunk, or nothing behind the last one. Throws InvalidWave where it is not clear how to go on.
     std::optional<Chunk> next();
 
     // Valid once next() has returned nothing: the offset behind the last chunk and its pad byte, what lies behind
     // that and belongs to no chunk, and whether the audio has no size, so that it reaches to the end of the file.
-    std::uint64_t end() const { return position_; }
-    std::uint64_t strayBytes() const { return source_.size() - position_; }
+    std::uint64_t end() const { return unclosed_ ? source_.size() : walk_.offset(); }
+    std::uint64_t strayBytes() const { return source_.size() - end(); }
     bool isUnclosed() const { return unclosed_; }
 
 private:
-    bool looksLikeChunk(std::uint64_t offset);
     bool chunksReachEnd(std::uint64_t offset);
-    bool hasPadByte(std::uint64_t dataEnd, const std::string& name);
-    [[noreturn]] void throwTruncated(const std::string& name, std::uint64_t size, std::uint64_t available) const;
+    bool isWithoutSize(const WaveChunk& chunk);
+    void requireSound(const WaveChunk& chunk) const;
 
     ByteSource& source_;
     Container container_;
-    std::uint64_t position_ = 0;
-    std::size_t count_ = 0;
+    ChunkWalk walk_;
     bool finished_ = false;
     bool pastDeclaredEnd_ = false;
     bool unclosed_ = false;

@@ -12,7 +12,6 @@ constexpr std::size_t kFormatHead = 16;       // as far as bits per sample
 constexpr std::size_t kExtensibleFormat = 40; // as far as the sub-format
 constexpr std::uint16_t kPcm = 1;
 constexpr std::uint16_t kExtensible = 0xfffe;
-constexpr std::size_t kDs64Head = 28;
 constexpr std::uint64_t kCueHead = 4;
 constexpr std::uint64_t kCuePoint = 24;
 
@@ -63,19 +62,19 @@ private:
     }
 
     void readDs64(RiffWalk::Container& container) {
-        const std::string chunk = wave_.file.read(kRiffHeader, kChunkHeader + kDs64Head);
-        if (!chunk.starts_with("ds64") || chunk.size() < kChunkHeader + 24) throw InvalidWave{"no ds64 chunk"};
-        const auto size = littleEndian<std::uint32_t>(chunk, 4);
-        if (size < 24) throw InvalidWave{"small"};
+        constexpr std::uint64_t kLeast = 24;
+        const auto chunk = readChunkHeader(wave_.file, kRiffHeader);
+        if (!chunk || chunk->id != "ds64" || chunk->payload + kLeast > wave_.file.size()) {
+            throw InvalidWave{"no ds64 chunk"};
+        }
+        container.longSizes = readLongSizes(wave_.file, *chunk);
+        if (!container.longSizes) throw InvalidWave{"small"};
         container.name = "RF64";
-        container.declaredSize = littleEndian<std::uint64_t>(chunk, 8);
+        container.declaredSize = container.longSizes->riff;
         // A recording that was never closed has no sizes here either.
         if (container.declaredSize > INT64_MAX) container.declaredSize = 0;
-        container.wideDataSize = littleEndian<std::uint64_t>(chunk, 16);
-        wave_.sampleCount = littleEndian<std::uint64_t>(chunk, 24);
-        const bool hasTable = size >= kDs64Head && chunk.size() >= kChunkHeader + kDs64Head &&
-                              littleEndian<std::uint32_t>(chunk, 32) != 0;
-        if (hasTable) throw InvalidWave{"extended ds64 is not supported"};
+        wave_.sampleCount = container.longSizes->frames;
+        if (container.longSizes->rows != 0) throw InvalidWave{"extended ds64 is not supported"};
     }
 
     void readChunk(const Chunk& chunk) {

@@ -1,10 +1,11 @@
 #include "metadata/chunks/riff_chunks.h"
 
 #include "platform/files/files.h"
+#include "wave/wave_layout.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QtEndian>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -15,9 +16,8 @@
 namespace ostrel {
 namespace {
 
-constexpr qint64 kHeaderSize = 12;
-constexpr qint64 kMostChunkBytes = 256LL << 20;
-constexpr qint64 kMostListBytes = 1 << 20;
+constexpr std::uint64_t kMostChunkBytes = 256ULL << 20;
+constexpr std::uint64_t kMostListBytes = 1 << 20;
 constexpr qint64 kMoveBuffer = 256 << 10;
 
 bool isPreservable(const QByteArray& id) {
@@ -27,59 +27,38 @@ bool isPreservable(const QByteArray& id) {
     return false;
 }
 
-bool isAscii(const QByteArray& bytes) {
+bool isAscii(const std::string& bytes) {
     return std::none_of(bytes.begin(), bytes.end(), [](char byte) { return static_cast<unsigned char>(byte) > 127; });
 }
 
-struct ChunkHeader {
-    QByteArray id;
-    qint64 position = 0;
-    qint64 size = 0;
-
-    qint64 dataStart() const { return position + kChunkHeaderSize; }
-    qint64 next() const { return dataStart() + size + (size & 1); }
-};
-
-// The header at that position; nothing where eight bytes no longer fit.
-std::optional<ChunkHeader> headerAt(QFile& file, qint64 position) {
-    if (position + kChunkHeaderSize > file.size() || !file.seek(position)) return std::nullopt;
-    const QByteArray bytes = file.read(kChunkHeaderSize);
-    if (bytes.size() != kChunkHeaderSize) return std::nullopt;
-    return ChunkHeader{bytes.first(4), position, qFromLittleEndian<quint32>(bytes.constData() + 4)};
-}
-
-void requireRiffWave(QFile& file) {
-    const QByteArray header = file.read(kHeaderSize);
-    if (header.size() < kHeaderSize) {
+WaveLayout requireWave(QFile& file) {
+    if (auto layout = readWaveLayout(file.handle())) return *std::move(layout);
+    const QByteArray header = file.read(kRiffHeaderBytes);
+    if (header.size() < static_cast<qsizetype>(kRiffHeaderBytes)) {
         throw RIFFError(RIFFError::Kind::invalidFile, QStringLiteral("File too small to be valid RIFF"));
     }
-    if (!header.startsWith("RIFF")) throw RIFFError(RIFFError::Kind::invalidFile, QStringLiteral("Not a RIFF file"));
-    if (header.mid(8) != "WAVE") throw RIFFError(RIFFError::Kind::invalidFile, QStringLiteral("Not a WAVE file"));
+    const bool isForm = header.startsWith("RIFF") || header.startsWith("RF64") || header.startsWith("BW64");
+    throw RIFFError(RIFFError::Kind::invalidFile,
+                    isForm ? QStringLiteral("Not a WAVE file") : QStringLiteral("Not a RIFF file"));
 }
 
-RIFFChunk readChunk(QFile& file, const ChunkHeader& header) {
-    const QString name = QString::fromLatin1(header.id);
-    if (header.size > kMostChunkBytes) {
+RIFFChunk readChunk(QFile& file, const WaveChunk& chunk) {
+    const QString name = QString::fromLatin1(QByteArray::fromStdString(chunk.id));
+    if (chunk.size > kMostChunkBytes) {
         throw RIFFError(RIFFError::Kind::readError,
-                        QStringLiteral("Chunk \"%1\" of %2 bytes is too large to carry").arg(name).arg(header.size));
+                        QStringLiteral("Chunk \"%1\" of %2 bytes is too large to carry").arg(name).arg(chunk.size));
     }
-    file.seek(header.dataStart());
-    QByteArray data = file.read(header.size);
-    if (data.size() != header.size) {
+    file.seek(static_cast<qint64>(chunk.payload));
+    QByteArray data = file.read(static_cast<qint64>(chunk.size));
+    if (data.size() != static_cast<qsizetype>(chunk.size)) {
         throw RIFFError(RIFFError::Kind::readError, QStringLiteral("Cannot read chunk \"%1\"").arg(name));
     }
-    return {header.id, data, header.position};
+    return {QByteArray::fromStdString(chunk.id), data, static_cast<qint64>(chunk.header())};
 }
 
-std::optional<qint64> findDataChunkPosition(QFile& file) {
-    for (auto header = headerAt(file, kHeaderSize); header; header = headerAt(file, header->next())) {
-        if (header->id == "data") return header->position;
-    }
-    return std::nullopt;
-}
-
-void appendNumber(QByteArray& block, quint32 number) {
-    const quint32 bytes = qToLittleEndian(number);
+template <typename Number>
+void appendNumber(QByteArray& block, Number number) {
+    const Number bytes = qToLittleEndian(number);
     block.append(reinterpret_cast<const char*>(&bytes), sizeof bytes);
 }
 
@@ -143,6 +122,30 @@ void moveTail(int descriptor, qint64 from, qint64 end, qint64 distance, const QS
     }
 }
 
+struct RiffSize {
+    qint64 position = 0;
+    QByteArray bytes;
+};
+
+// How a file of that layout tells its size: in its head, or in the ds64 chunk ahead of the audio.
+RiffSize sizeField(const WaveLayout& layout, qint64 riffSize) {
+    RiffSize size{4, {}};
+    if (layout.hasLongSizes) {
+        size.position = static_cast<qint64>(layout.find("ds64")->payload);
+        appendNumber(size.bytes, static_cast<quint64>(riffSize));
+        return size;
+    }
+    if (layout.kind != WaveLayout::Kind::riff) { // which of its sizes count, nobody can tell
+        throw RIFFError(RIFFError::Kind::invalidFile, QStringLiteral("Cannot find ds64 chunk in output"));
+    }
+    if (riffSize > std::numeric_limits<quint32>::max()) {
+        throw RIFFError(RIFFError::Kind::invalidFile,
+                        QStringLiteral("the file is too long for chunks with 32-bit sizes"));
+    }
+    appendNumber(size.bytes, static_cast<quint32>(riffSize));
+    return size;
+}
+
 QString prefix(RIFFError::Kind kind) {
     return kind == RIFFError::Kind::invalidFile ? QStringLiteral("Invalid RIFF file: ")
                                                 : QStringLiteral("Read error: ");
@@ -160,11 +163,11 @@ std::vector<RIFFChunk> RIFFChunkReader::extractPreservableChunks(const QString& 
     if (!file.open(QIODevice::ReadOnly)) {
         throw FileError(QStringLiteral("Could not read %1: %2").arg(url, file.errorString()));
     }
-    requireRiffWave(file);
+    const WaveLayout layout = requireWave(file);
     std::vector<RIFFChunk> chunks;
-    for (auto header = headerAt(file, kHeaderSize); header; header = headerAt(file, header->next())) {
-        if (!isAscii(header->id) || header->dataStart() + header->size > file.size()) break;
-        if (isPreservable(header->id)) chunks.push_back(readChunk(file, *header));
+    for (const WaveChunk& chunk : layout.chunks) {
+        if (!isAscii(chunk.id) || chunk.payloadEnd() > layout.fileSize) break;
+        if (isPreservable(QByteArray::fromStdString(chunk.id))) chunks.push_back(readChunk(file, chunk));
     }
     return chunks;
 }
@@ -172,13 +175,15 @@ std::vector<RIFFChunk> RIFFChunkReader::extractPreservableChunks(const QString& 
 std::optional<std::vector<RIFFHeadChunk>> RIFFChunkReader::chunksAheadOfAudio(const QString& url) {
     QFile file(url);
     if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
-    const QByteArray start = file.read(kHeaderSize);
-    if (!start.startsWith("RIFF") || start.mid(8) != "WAVE") return std::nullopt;
+    const std::optional<WaveLayout> layout = readWaveLayout(file.handle());
+    if (!layout) return std::nullopt;
     std::vector<RIFFHeadChunk> chunks;
-    for (auto header = headerAt(file, kHeaderSize); header; header = headerAt(file, header->next())) {
-        if (header->id == "data") return chunks;
-        const bool isList = header->id == "LIST" && header->size <= kMostListBytes;
-        chunks.push_back({header->id, header->size, isList ? readChunk(file, *header).data : QByteArray()});
+    for (const WaveChunk& chunk : layout->chunks) {
+        if (chunk.id == "data") return chunks;
+        if (chunk.payloadEnd() > layout->fileSize) break;
+        const bool isList = chunk.id == "LIST" && chunk.size <= kMostListBytes;
+        chunks.push_back({QByteArray::fromStdString(chunk.id), static_cast<qint64>(chunk.size),
+                          isList ? readChunk(file, chunk).data : QByteArray()});
     }
     return std::nullopt;
 }
@@ -188,26 +193,21 @@ void RIFFChunkWriter::injectPreservedChunks(const QString& url, const std::vecto
     if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly)) {
         throw RIFFError(RIFFError::Kind::readError, QStringLiteral("Cannot read ffmpeg output at %1").arg(url));
     }
-    const std::optional<qint64> dataPosition = findDataChunkPosition(file);
-    if (!dataPosition) {
+    const int descriptor = file.handle();
+    const std::optional<WaveLayout> layout = readWaveLayout(descriptor);
+    if (!layout || !layout->data) {
         throw RIFFError(RIFFError::Kind::invalidFile, QStringLiteral("Cannot find data chunk in output"));
     }
     const QByteArray block = buildBlock(preservedChunks);
-    const qint64 length = file.size();
-    const qint64 riffSize = length + block.size() - 8;
-    if (riffSize > std::numeric_limits<quint32>::max()) {
-        throw RIFFError(RIFFError::Kind::invalidFile,
-                        QStringLiteral("the file is too long for chunks with 32-bit sizes"));
-    }
-    const int descriptor = file.handle();
+    const auto length = static_cast<qint64>(layout->fileSize);
+    const RiffSize size = sizeField(*layout, length + block.size() - kChunkHeaderSize);
     if (!block.isEmpty()) {
+        const auto dataPosition = static_cast<qint64>(layout->data->header());
         reserve(descriptor, length, block.size(), url);
-        moveTail(descriptor, *dataPosition, length, block.size(), url);
-        writeAt(descriptor, block.constData(), block.size(), *dataPosition, url);
+        moveTail(descriptor, dataPosition, length, block.size(), url);
+        writeAt(descriptor, block.constData(), block.size(), dataPosition, url);
     }
-    QByteArray size;
-    appendNumber(size, static_cast<quint32>(riffSize));
-    writeAt(descriptor, size.constData(), size.size(), 4, url);
+    writeAt(descriptor, size.bytes.constData(), size.bytes.size(), size.position, url);
 }
 
 } // namespace ostrel

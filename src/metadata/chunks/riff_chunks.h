@@ -1,8 +1,5 @@
-// Lifts the metadata chunks worth keeping out of a WAV file and splices them into what ffmpeg made of it.
-//
-// Classic RIFF/WAVE with 32-bit sizes ("Multimedia Programming Interface and Data Specifications 1.0", IBM and
-// Microsoft, 1991): 12 bytes of header, then chunks of a four-character id, a little-endian size, the payload, and a
-// pad byte where the size is odd. Both classes hold no state, walk headers by seeking, and block their caller.
+// Lifts the metadata chunks worth keeping out of a WAV file and splices them into what ffmpeg made of it. RIFF, RF64
+// and BW64, as `wave/wave_layout` reads them. Both classes hold no state, and block their caller.
 #pragma once
 
 #include <QByteArray>
@@ -44,20 +41,20 @@ class RIFFChunkReader {
 public:
     // The chunks SMED, iXML, aXML, XMP, MD5, UMID, acid, Tdat and cart in file order, duplicates included. A chunk that
     // overruns the file, or an id that is not ASCII, ends the walk, and what was found so far is the result.
-    // Throws RIFFError for what is no RIFF/WAVE (RF64 included) and for a chunk too large to hold (256 MiB), FileError
-    // for what can't be read.
+    // Throws RIFFError for what is no WAV file and for a chunk too large to hold (256 MiB), FileError for what can't be
+    // read.
     static std::vector<RIFFChunk> extractPreservableChunks(const QString& url);
 
-    // In file order. Nothing for what can't be read, is no RIFF/WAVE (RF64 included) or has no audio.
+    // In file order. Nothing for what can't be read, is no WAV file or has no audio.
     static std::optional<std::vector<RIFFHeadChunk>> chunksAheadOfAudio(const QString& url);
 };
 
 class RIFFChunkWriter {
 public:
-    // Puts the chunks directly ahead of the file's `data` chunk and sets the RIFF size. Nothing is replaced or removed.
-    // The file is changed in place: its tail moves up through a fixed buffer, without a temporary file. The room for
-    // that is taken first, so a full disk leaves the file as it was. Throws RIFFError or FileError; a file that would
-    // not fit 32-bit sizes is refused untouched.
+    // Puts the chunks directly ahead of the file's `data` chunk and sets the RIFF size, in the ds64 chunk where there
+    // is one. Nothing is replaced or removed. The file is changed in place: its tail moves up through a fixed buffer,
+    // without a temporary file. The room for that is taken first, so a full disk leaves the file as it was. Throws
+    // RIFFError or FileError; a RIFF file that would not fit 32-bit sizes is refused untouched.
     static void injectPreservedChunks(const QString& url, const std::vector<RIFFChunk>& preservedChunks);
 };
 

@@ -8,7 +8,7 @@
 #include "platform/files/replacement.h"
 #include "platform/paths.h"
 #include "platform/text/text.h"
-#include "polytools/records/wave_data.h"
+#include "wave/same_audio.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -19,6 +19,8 @@ namespace {
 DomainError renameError(const QString& description) {
     return DomainError(QStringLiteral("ChannelFilter"), 5, description);
 }
+
+std::string nameOf(const QString& path) { return QFile::encodeName(path).toStdString(); }
 
 // The copy that is worked on, hidden beside the recording so that it can take its place in one step.
 void copyTo(const QString& copy, const QString& recording) {
@@ -118,7 +120,7 @@ ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMa
     if (!written || namesByNumber(*written) != namesByNumber(renamed)) {
         throw renameError(QStringLiteral("The new track names could not be read back"));
     }
-    if (!sameWaveData(recording, copy.path())) {
+    if (!sameAudio(nameOf(recording), nameOf(copy.path()))) {
         throw renameError(QStringLiteral("The audio of the edited copy differs"));
     }
     const auto journal = hooks.journal ? hooks.journal : std::make_shared<Journal>(QStringLiteral("edit"));

@@ -1,8 +1,9 @@
 #include "polytools/records/merge_graph.h"
 
 #include "platform/text/text.h"
-#include "polytools/records/wave_data.h"
+#include "wave/wave_layout.h"
 
+#include <QFile>
 #include <algorithm>
 
 namespace ostrel {
@@ -33,10 +34,11 @@ QString mergeGraph(const std::vector<int>& channelCounts, bool namesSpeakers) {
 }
 
 bool anyNamesSpeakers(const QStringList& urls) {
-    constexpr quint32 kFrontCentre = 4;
+    constexpr std::uint32_t kFrontCentre = 4;
     return std::ranges::any_of(urls, [](const QString& url) {
-        const quint32 mask = speakerMask(url);
-        return mask != 0 && mask != kFrontCentre;
+        const auto layout = readWaveLayout(QFile::encodeName(url).toStdString());
+        const std::uint32_t speakers = layout && layout->format ? layout->format->speakers : 0;
+        return speakers != 0 && speakers != kFrontCentre;
     });
 }
 

@@ -9,15 +9,15 @@
 namespace ostrel {
 
 // Every operation throws CopyError (wave/channel_copy.h) with the file's path and the system's reason.
-class OpenFile {
+class CopyFile {
 public:
-    static OpenFile forReading(const std::string& path);
-    static OpenFile forWriting(const std::string& path); // a new one: what is there already is not touched
-    ~OpenFile();
-    OpenFile(OpenFile&& other) noexcept;
-    OpenFile& operator=(OpenFile&&) = delete;
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
+    static CopyFile forReading(const std::string& path);
+    static CopyFile forWriting(const std::string& path); // a new one: what is there already is not touched
+    ~CopyFile();
+    CopyFile(CopyFile&& other) noexcept;
+    CopyFile& operator=(CopyFile&&) = delete;
+    CopyFile(const CopyFile&) = delete;
+    CopyFile& operator=(const CopyFile&) = delete;
 
     // All of it: an end of file within is an error.
     void readAll(void* to, std::size_t size, std::uint64_t offset) const;
@@ -29,7 +29,7 @@ public:
     void requireUnchanged() const;
 
 private:
-    OpenFile(const std::string& path, int flags);
+    CopyFile(const std::string& path, int flags);
     [[noreturn]] void fail() const;
 
     std::string path_;

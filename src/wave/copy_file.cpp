@@ -1,4 +1,4 @@
-#include "wave/open_file.h"
+#include "wave/copy_file.h"
 
 #include "wave/channel_copy.h"
 
@@ -10,7 +10,7 @@
 
 namespace ostrel {
 
-OpenFile::OpenFile(const std::string& path, int flags)
+CopyFile::CopyFile(const std::string& path, int flags)
     : path_(path), descriptor_(::open(path.c_str(), flags | O_CLOEXEC, 0666)) {
     if (descriptor_ < 0 || ::fstat(descriptor_, &opened_) != 0) {
         const int reason = errno;
@@ -19,19 +19,19 @@ OpenFile::OpenFile(const std::string& path, int flags)
     }
 }
 
-OpenFile OpenFile::forReading(const std::string& path) { return OpenFile(path, O_RDONLY | O_NONBLOCK); }
-OpenFile OpenFile::forWriting(const std::string& path) { return OpenFile(path, O_WRONLY | O_CREAT | O_EXCL); }
+CopyFile CopyFile::forReading(const std::string& path) { return CopyFile(path, O_RDONLY | O_NONBLOCK); }
+CopyFile CopyFile::forWriting(const std::string& path) { return CopyFile(path, O_WRONLY | O_CREAT | O_EXCL); }
 
-OpenFile::OpenFile(OpenFile&& other) noexcept
+CopyFile::CopyFile(CopyFile&& other) noexcept
     : path_(std::move(other.path_)), descriptor_(std::exchange(other.descriptor_, -1)), opened_(other.opened_) {}
 
-OpenFile::~OpenFile() {
+CopyFile::~CopyFile() {
     if (descriptor_ >= 0) ::close(descriptor_);
 }
 
-void OpenFile::fail() const { throw CopyError(std::generic_category().message(errno), path_); }
+void CopyFile::fail() const { throw CopyError(std::generic_category().message(errno), path_); }
 
-void OpenFile::readAll(void* to, std::size_t size, std::uint64_t offset) const {
+void CopyFile::readAll(void* to, std::size_t size, std::uint64_t offset) const {
     auto* at = static_cast<char*>(to);
     while (size > 0) {
         const ssize_t got = ::pread(descriptor_, at, size, static_cast<off_t>(offset));
@@ -44,7 +44,7 @@ void OpenFile::readAll(void* to, std::size_t size, std::uint64_t offset) const {
     }
 }
 
-void OpenFile::writeAll(const void* from, std::size_t size, std::uint64_t offset) const {
+void CopyFile::writeAll(const void* from, std::size_t size, std::uint64_t offset) const {
     const auto* at = static_cast<const char*>(from);
     while (size > 0) {
         const ssize_t put = ::pwrite(descriptor_, at, size, static_cast<off_t>(offset));
@@ -56,7 +56,7 @@ void OpenFile::writeAll(const void* from, std::size_t size, std::uint64_t offset
     }
 }
 
-void OpenFile::reserve(std::uint64_t size) const {
+void CopyFile::reserve(std::uint64_t size) const {
     while (::fallocate(descriptor_, 0, 0, static_cast<off_t>(size)) != 0) {
         if (errno == EINTR) continue;
         if (errno == ENOSPC || errno == EFBIG || errno == EDQUOT) fail();
@@ -64,11 +64,11 @@ void OpenFile::reserve(std::uint64_t size) const {
     }
 }
 
-void OpenFile::cutTo(std::uint64_t size) const {
+void CopyFile::cutTo(std::uint64_t size) const {
     if (::ftruncate(descriptor_, static_cast<off_t>(size)) != 0) fail();
 }
 
-void OpenFile::requireUnchanged() const {
+void CopyFile::requireUnchanged() const {
     struct stat now {};
     if (::fstat(descriptor_, &now) != 0) fail();
     const bool isSame = now.st_size == opened_.st_size && now.st_mtim.tv_sec == opened_.st_mtim.tv_sec &&
