@@ -6,16 +6,28 @@
 #include "platform/files/files.h"
 
 #include <functional>
+#include <set>
 
 namespace ostrel {
 namespace {
 
-QString nameOr(const QString& name, const QString& tag) { return name.isEmpty() ? tag : name; }
+TrackIndices namedAtLeast(TrackIndices track, const QString& tag) {
+    if (track.trackName.isEmpty()) track.trackName = tag;
+    return track;
+}
 
-QString ownTrackName(const QString& file) {
+TrackIndices ownTrack(const QString& file) {
     const auto chunk = WaveChunks(file).bytes("iXML");
     const auto document = chunk ? decodedIxml(*chunk) : std::nullopt;
-    return document ? onlyTrackName(*document) : QString();
+    return document ? onlyTrack(*document).value_or(TrackIndices()) : TrackIndices();
+}
+
+// Numbers of the recorder that tell the tracks apart stay; files that all claim the same one are numbered by place.
+void keepOnlyDistinctChannels(std::vector<TrackIndices>& tracks) {
+    std::set<int> numbers;
+    for (const TrackIndices& track : tracks) numbers.insert(track.channelIndex);
+    if (numbers.size() == tracks.size() && !numbers.contains(0)) return;
+    for (TrackIndices& track : tracks) track.channelIndex = 0;
 }
 
 std::vector<RIFFChunk> withFittedIxml(std::vector<RIFFChunk> chunks,
@@ -28,19 +40,24 @@ std::vector<RIFFChunk> withFittedIxml(std::vector<RIFFChunk> chunks,
 
 } // namespace
 
-std::vector<RIFFChunk> chunksOfSet(std::vector<RIFFChunk> chunks, const QStringList& files, const QStringList& tags) {
+std::vector<RIFFChunk> chunksOfSet(std::vector<RIFFChunk> chunks, const QStringList& files, const QStringList& tags,
+                                   const IxmlPlace& place) {
     return withFittedIxml(std::move(chunks), [&](const QByteArray& chunk) {
-        QStringList names;
-        for (qsizetype i = 0; i < files.size(); ++i) names << nameOr(ownTrackName(files[i]), tags.value(i));
-        return fittedIxml(chunk, names, {});
+        std::vector<TrackIndices> tracks;
+        for (qsizetype i = 0; i < files.size(); ++i) tracks.push_back(namedAtLeast(ownTrack(files[i]), tags.value(i)));
+        keepOnlyDistinctChannels(tracks);
+        return fittedIxml(chunk, std::move(tracks), place);
     });
 }
 
-std::vector<RIFFChunk> chunksOfChannel(std::vector<RIFFChunk> chunks, const QStringList& tags, int channel) {
+std::vector<RIFFChunk> chunksOfChannel(std::vector<RIFFChunk> chunks, const QStringList& tags, int channel,
+                                       const IxmlPlace& place) {
     return withFittedIxml(std::move(chunks), [&](const QByteArray& chunk) {
-        const auto document = decodedIxml(chunk);
-        const QStringList names = document ? trackNamesOf(*document, static_cast<int>(tags.size())) : QStringList();
-        return fittedIxml(chunk, {nameOr(names.value(channel), tags.value(channel))}, {channel + 1});
+        const QString document = decodedIxml(chunk).value_or(QString());
+        std::vector<TrackIndices> tracks = tracksOf(document, static_cast<int>(tags.size()));
+        TrackIndices track = namedAtLeast(tracks.at(static_cast<std::size_t>(channel)), tags.value(channel));
+        if (track.channelIndex == 0) track.channelIndex = channel + 1;
+        return fittedIxml(chunk, {track}, place);
     });
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "metadata/chunks/riff_chunks.h"
+#include "metadata/ixml/ixml_place.h"
 
 #include <QString>
 #include <QStringList>
@@ -13,11 +14,14 @@ namespace ostrel {
 std::vector<RIFFChunk> extractChunksOrExplain(const QString& source);
 
 // The chunks of a set's first file as they go onto the multichannel file that is made of the set: an iXML document
-// lists the tracks of all files, in their order, named as each file's own document names its one track, or by the tags.
-std::vector<RIFFChunk> chunksOfSet(std::vector<RIFFChunk> chunks, const QStringList& files, const QStringList& tags);
+// lists the tracks of all files, in their order, as each file's own document tells of its one track, named by the tags
+// where it tells no name.
+std::vector<RIFFChunk> chunksOfSet(std::vector<RIFFChunk> chunks, const QStringList& files, const QStringList& tags,
+                                   const IxmlPlace& place);
 
 // The chunks of a multichannel file of these tags as they go onto the mono file of one of its channels (0-based).
-std::vector<RIFFChunk> chunksOfChannel(std::vector<RIFFChunk> chunks, const QStringList& tags, int channel);
+std::vector<RIFFChunk> chunksOfChannel(std::vector<RIFFChunk> chunks, const QStringList& tags, int channel,
+                                       const IxmlPlace& place);
 
 // Empty on success, otherwise why it failed.
 QString injectChunks(const QString& output, const std::vector<RIFFChunk>& chunks);

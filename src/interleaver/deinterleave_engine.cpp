@@ -110,6 +110,11 @@ struct DeinterleaveEngine::Work {
         for (const auto& [tag, file] : files) message = file->namingFinal(message);
         return message;
     }
+    QMap<QString, QString> finalNames() const {
+        QMap<QString, QString> names;
+        for (const auto& [tag, file] : files) names.insert(file->path(), paths::lastComponent(file->finalPath()));
+        return names;
+    }
     QMap<QString, QString> unfinished() const {
         QMap<QString, QString> paths;
         for (const auto& [tag, file] : files) paths.insert(tag, file->path());
@@ -144,7 +149,7 @@ DeinterleaveResult DeinterleaveEngine::deinterleave(const MultiChannelSource& so
                         unselectedChannelSinks(source, work.unfinished()));
     if (!work.hasFailed) {
         addChunks(work);
-        if (complete) complete(work.unfinished().values());
+        if (complete) complete(work.finalNames());
         check(work);
     }
     if (!work.hasFailed) publish(work, isDurable);
@@ -203,7 +208,9 @@ void DeinterleaveEngine::addChunks(Work& work) const {
     for (const auto& [tag, file] : work.files) {
         if (work.chunks.empty()) continue;
         const auto channel = static_cast<int>(tags.indexOf(tag));
-        const QString why = injectChunks(file->path(), chunksOfChannel(work.chunks, tags, channel));
+        const IxmlPlace place{paths::lastComponent(file->finalPath()), paths::lastComponent(work.source.sourceURL),
+                              channel + 1, static_cast<int>(work.files.size())};
+        const QString why = injectChunks(file->path(), chunksOfChannel(work.chunks, tags, channel, place));
         if (!why.isEmpty()) {
             printDiagnostic(QStringLiteral("⚠️  Failed to inject chunks into %1: %2")
                                 .arg(paths::lastComponent(file->finalPath()), why));

@@ -25,7 +25,8 @@ struct DeinterleaveResult {
 };
 
 // Completes the files, which stand under private names still, ahead of their publication.
-using BeforePublishingAll = std::function<void(const QStringList& unfinished)>;
+// `names`: what each of them will be called.
+using BeforePublishingAll = std::function<void(const QMap<QString, QString>& names)>;
 
 // Where the job puts each selected channel. `files` maps tags to mono files.
 std::vector<ChannelPair> channelPairs(const MultiChannelSource& source, const QMap<QString, QString>& files);

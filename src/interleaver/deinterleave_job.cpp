@@ -24,6 +24,7 @@ ItemReport DeinterleaveJob::run() {
     };
     for (const QString& warning : result.outcome.warnings) say(LogLevel::warning, warning);
     report_.warn(bextWarnings_, LogCategory::metadata, name_);
+    report_.tellPreservation(name_);
     if (!result.outcome.succeeded()) {
         say(LogLevel::error, QStringLiteral("%1: %2").arg(name_, result.outcome.message));
         return std::move(report_);
@@ -46,7 +47,7 @@ DeinterleaveResult DeinterleaveJob::makeOutputs() {
     try {
         return engine_.deinterleave(
             source_, run_.options, run_.outputFolder, run_.ledger.get(),
-            [this](const QStringList& unfinished) { copyMetadata(unfinished); }, originals() != Originals::keep);
+            [this](const QMap<QString, QString>& names) { copyMetadata(names); }, originals() != Originals::keep);
     } catch (const DeinterleaveError& error) {
         return {ItemOutcome::failure(error.errorDescription(), {source_.sourceURL})};
     } catch (const std::exception& error) { // memory, most likely: this item fails, the batch goes on
@@ -54,18 +55,19 @@ DeinterleaveResult DeinterleaveJob::makeOutputs() {
     }
 }
 
-void DeinterleaveJob::copyMetadata(const QStringList& unfinished) {
-    if (!run_.metadataEngine || unfinished.isEmpty()) return;
+void DeinterleaveJob::copyMetadata(const QMap<QString, QString>& names) {
+    if (!run_.metadataEngine || names.isEmpty()) return;
     const QMap<QString, MetadataResult> copied =
-        run_.metadataEngine->copyMetadataToMultiple(source_.sourceURL, unfinished);
+        run_.metadataEngine->copyMetadataToMultiple(source_.sourceURL, names.keys());
     metadataFailures_ =
         std::count_if(copied.begin(), copied.end(), [](const MetadataResult& one) { return !one.success; });
     for (const MetadataResult& one : copied) {
         if (!one.refused.isEmpty()) bextWarnings_ << refusedSentence(one, paths::lastComponent(source_.sourceURL));
     }
-    for (const QString& file : unfinished) {
-        bextWarnings_ << completeMetadata(source_.sourceURL, file, SourceUmid::cleared).warnings;
-        compared_.add(compareMetadata(source_.sourceURL, file, SourceUmid::cleared));
+    for (auto file = names.begin(); file != names.end(); ++file) {
+        const SourceUmid umid = SourceUmid::cleared;
+        bextWarnings_ << completeMetadata(source_.sourceURL, file.key(), umid, file.value()).warnings;
+        compared_.add(compareMetadata(source_.sourceURL, file.key(), umid, file.value()));
     }
     bextWarnings_.removeDuplicates();
 }

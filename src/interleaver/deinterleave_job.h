@@ -18,7 +18,7 @@ public:
 private:
     Originals originals() const;
     DeinterleaveResult makeOutputs();
-    void copyMetadata(const QStringList& unfinished);
+    void copyMetadata(const QMap<QString, QString>& names);
     void settle(const DeinterleaveResult& result);
 
     const RunContext& run_;

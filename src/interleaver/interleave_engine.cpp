@@ -9,7 +9,9 @@
 #include "interleaver/chunk_carrying.h"
 #include "interleaver/interleave_command.h"
 #include "interleaver/speaker_order.h"
+#include "metadata/bext_completion.h"
 #include "metadata/bext_identity.h"
+#include "metadata/chunks/chunk_bytes.h"
 #include "metadata/core_document.h"
 #include "metadata/csv_table.h"
 #include "platform/diagnostics.h"
@@ -111,7 +113,9 @@ InterleaveResult InterleaveEngine::interleave(const InterleaveGroup& group, cons
     for (const QString& tag : layout.channelTags) {
         if (group.channelFiles.contains(tag)) tags << tag;
     }
-    Work work{group, chunksOfSet(extractChunksOrExplain(group.firstFile()), sources, tags)};
+    Work work{group,
+              chunksOfSet(extractChunksOrExplain(group.firstFile()), sources, tags,
+                          IxmlPlace::alone(paths::lastComponent(outputURL), paths::lastComponent(group.firstFile())))};
     ItemOutcome& outcome = work.result.outcome;
     outcome.sources = ItemOutcome::allKept(sources);
     const auto command = [&, format = group.outputFormat(options.outputFormatPolicy)](const QString& output) {
@@ -282,7 +286,9 @@ bool InterleaveEngine::verifyMetadataPresent(const QString& path) const {
 }
 
 std::optional<QStringList> InterleaveEngine::differingIdentity(const QString& source, const QString& output) const {
-    const auto wanted = readBextIdentity(source);
+    const QByteArray bext = WaveChunks(source).bytes("bext").value_or(QByteArray());
+    const QByteArray tracks = WaveChunks(output).bytes("iXML").value_or(QByteArray());
+    const auto wanted = bextIdentityOf(bextFor(bext, tracks, SourceUmid::kept, paths::lastComponent(output)));
     const auto found = readBextIdentity(output);
     if (!wanted || !found) return std::nullopt;
     return wanted->differencesFrom(*found);

@@ -37,6 +37,7 @@ ItemReport InterleaveJob::run() {
     if (result.outcome.succeeded()) report_.outcome.metadata = compared_; // of files that stand
     for (const QString& warning : result.outcome.warnings) say(LogLevel::warning, kProcess, warning);
     report_.warn(bextWarnings_, LogCategory::metadata, group_.baseName);
+    report_.tellPreservation(group_.baseName);
     if (!result.outcome.succeeded()) {
         say(LogLevel::error, kProcess, QStringLiteral("%1: %2").arg(group_.baseName, result.outcome.message));
     } else if (!isUnderCleanup()) {
@@ -72,7 +73,8 @@ InterleaveResult InterleaveJob::makeOutput(const QString& output) {
     try {
         return engine_.interleave(
             group_, run_.layout, output, run_.options, run_.ledger.get(),
-            [this](const QString& unfinished) { copyMetadata(unfinished); }, mayTakeSourcesAway());
+            [&](const QString& unfinished) { copyMetadata(unfinished, paths::lastComponent(output)); },
+            mayTakeSourcesAway());
     } catch (const InterleaveError& error) {
         return {ItemOutcome::failure(error.errorDescription(), sources_)};
     } catch (const std::exception& error) { // memory, most likely: this item fails, the batch goes on
@@ -80,7 +82,7 @@ InterleaveResult InterleaveJob::makeOutput(const QString& output) {
     }
 }
 
-void InterleaveJob::copyMetadata(const QString& unfinished) {
+void InterleaveJob::copyMetadata(const QString& unfinished, const QString& name) {
     const QString left = group_.channelFiles.value(QStringLiteral("L"));
     if (!run_.metadataEngine || left.isEmpty() || (isUnderCleanup() && run_.ffprobePath.isEmpty())) return;
     try {
@@ -89,8 +91,8 @@ void InterleaveJob::copyMetadata(const QString& unfinished) {
         metadataFailed_ = true; // told with the item's status
     }
     // Whatever the tool refused or rewrote; what it lost beside bext is told with the item's status all the same.
-    bextWarnings_ << completeMetadata(left, unfinished, SourceUmid::kept).warnings;
-    compared_ = compareMetadata(left, unfinished, SourceUmid::kept);
+    bextWarnings_ << completeMetadata(left, unfinished, SourceUmid::kept, name).warnings;
+    compared_ = compareMetadata(left, unfinished, SourceUmid::kept, name);
 }
 
 void InterleaveJob::finishPlainly(const QString& output) {

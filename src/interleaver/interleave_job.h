@@ -22,7 +22,7 @@ private:
     bool isUnderCleanup() const;
     bool mayTakeSourcesAway() const;
     InterleaveResult makeOutput(const QString& output);
-    void copyMetadata(const QString& unfinished);
+    void copyMetadata(const QString& unfinished, const QString& name);
     void finishPlainly(const QString& output);
     void finishVerified(const QString& output);
     ProcessingStatus verified(const QString& output) const;

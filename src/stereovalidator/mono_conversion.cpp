@@ -3,6 +3,9 @@
 #include "foundation/proof/audio_proof.h"
 #include "foundation/proof/sample_reader.h"
 #include "foundation/proof/unexplained_bytes.h"
+#include "metadata/chunks/chunk_bytes.h"
+#include "metadata/chunks/chunk_setting.h"
+#include "metadata/ixml_fitting.h"
 #include "metadata/metadata_comparison.h"
 #include "metadata/metadata_completion.h"
 #include "platform/audio/audio_file_writer.h"
@@ -119,7 +122,7 @@ void MonoConversion::makeFile(AudioFile& source, const MonoTarget& target) {
         const bool exists = output.permission().kind == WritePermission::Kind::exists;
         throw ProcessingError::processingFailed(exists ? fileExistsSentence(path) : output.permission().reason);
     }
-    write(source, output.unfinished());
+    write(source, output.unfinished(), paths::lastComponent(path));
     publish(output);
     outcome_.outputs = QStringList(path);
     succeed();
@@ -159,7 +162,7 @@ void MonoConversion::replaceSource(AudioFile& source) {
     }
     outcome_.warnings << ledger_.prepareFolder(paths::parent(recording));
     NewFile file(recording);
-    write(source, file.path());
+    write(source, file.path(), paths::lastComponent(request_.file));
     takePlace(file);
 }
 
@@ -178,8 +181,9 @@ void MonoConversion::prove(const NewFile& file) const {
 void MonoConversion::takePlace(NewFile& file) {
     prove(file);
     const std::optional<FileStamp> made = FileStamp::of(file.path());
-    const QString detail = request_.useLeftChannel ? QStringLiteral("the left channel stays, the right one goes")
-                                                   : QStringLiteral("the right channel stays, the left one goes");
+    QString detail = request_.useLeftChannel ? QStringLiteral("the left channel stays, the right one goes")
+                                             : QStringLiteral("the right channel stays, the left one goes");
+    if (!outcome_.metadata.isWhole()) detail += QStringLiteral("; not carried: ") + outcome_.metadata.missing();
     const int step = journal_.begin(JournalOperation::replace, file.finalPath(), file.finalPath(), file.path(), detail);
     try {
         replaceRecording(file, *stamp_);
@@ -206,11 +210,12 @@ void MonoConversion::noteWhatStands(const NewFile& file, const std::optional<Fil
                                  : SourceFate{request_.file, SourceFate::Kind::replaced, QString()}};
 }
 
-void MonoConversion::write(AudioFile& source, const QString& path) {
+void MonoConversion::write(AudioFile& source, const QString& path, const QString& fileName) {
     copyChannel(source, channel(), path);
     copyBWFMetadata(path);
-    outcome_.warnings << completeMetadata(request_.file, path, SourceUmid::kept).warnings;
-    outcome_.metadata = compareMetadata(request_.file, path, SourceUmid::kept);
+    fitDocument(path, fileName);
+    outcome_.warnings << completeMetadata(request_.file, path, SourceUmid::kept, fileName).warnings;
+    outcome_.metadata = compareMetadata(request_.file, path, SourceUmid::kept, fileName);
     const QString name = paths::lastComponent(request_.file);
     if (source.isLossy() && AudioFile(path).lengthInFrames() != source.lengthInFrames()) { // compared nowhere else
         throw ProcessingError::processingFailed(QStringLiteral("The new file has not got the length of %1").arg(name));
@@ -219,6 +224,19 @@ void MonoConversion::write(AudioFile& source, const QString& path) {
         outcome_.warnings << QStringLiteral("%1: its BWF metadata could not be carried over (%2)")
                                  .arg(name, outcome_.metadata.missing());
     }
+}
+
+// The iXML lists the one channel that stays. A document that can't be fitted goes along as it is with the other chunks,
+// and so does one that there is no room for.
+void MonoConversion::fitDocument(const QString& target, const QString& fileName) const {
+    const auto chunk = WaveChunks(request_.file).bytes("iXML");
+    const auto document = chunk ? decodedIxml(*chunk) : std::nullopt;
+    if (!document) return;
+    TrackIndices track = tracksOf(*document, 2)[static_cast<std::size_t>(channel())];
+    if (track.channelIndex == 0) track.channelIndex = channel() + 1;
+    if (track.trackName.isEmpty()) track.trackName = QStringLiteral("CH%1").arg(track.channelIndex);
+    const QByteArray fitted = fittedIxml(*chunk, {track}, {fileName, paths::lastComponent(request_.file)});
+    if (fitted != *chunk) setChunk(target, "iXML", fitted, ' ');
 }
 
 // Until one succeeds: releases of the original tool that do not know --copy refuse it without touching a file. Best

@@ -36,7 +36,8 @@ private:
     void prove(const NewFile& file) const;
     void takePlace(NewFile& file);
     void noteWhatStands(const NewFile& file, const std::optional<FileStamp>& made);
-    void write(AudioFile& source, const QString& path);
+    void write(AudioFile& source, const QString& path, const QString& fileName);
+    void fitDocument(const QString& target, const QString& fileName) const;
     void copyBWFMetadata(const QString& target) const;
     void succeed();
     void fail(const QString& why);

@@ -3,7 +3,7 @@
 #include "foundation/domain_error.h"
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/run/output_file.h"
-#include "metadata/ixml_text.h"
+#include "metadata/ixml/ixml_text.h"
 #include "metadata/universal_metadata_engine.h"
 #include "platform/files/files.h"
 #include "platform/files/standard_folders.h"
@@ -281,14 +281,14 @@ private:
                                      .arg(track.name)
                                      .arg(track.channelIndex);
                              }));
-        rebuildTrackList(engine, output);
+        rebuildTrackList(engine, file);
         log_.success(kMetadata, QStringLiteral("✅ iXML rebuilt - %1 tracks with correct interleave indices matching "
                                                "physical order")
                                     .arg(final_.size()));
     }
 
     // The rebuild works on ISOs, as the join's does, so each channel becomes one for a moment.
-    void rebuildTrackList(const UniversalMetadataEngine& engine, const QString& output) {
+    void rebuildTrackList(const UniversalMetadataEngine& engine, const OutputFile& file) {
         const ScratchFolder scratch;
         QStringList isos;
         for (const FinalTrack& track : final_) {
@@ -299,20 +299,12 @@ private:
                                             numberAndName(track.interleaveIndex, track.name));
                 continue;
             }
-            engine.normalizeiXMLForSingleTrack(poly_.url, iso, encodeXMLText(track.name), track.channelIndex,
-                                               track.interleaveIndex);
+            engine.normalizeiXMLForSingleTrack(
+                poly_.url, iso, {track.interleaveIndex, track.channelIndex, encodeXMLText(track.name), track.function});
             isos << iso;
         }
         if (!isos.isEmpty()) nameParent(engine, isos.first());
-        const QStringList lost = engine.rebuildMultiTrackiXML(isos, output);
-        if (lost.size() == isos.size()) {
-            log_.warning(kMetadata,
-                         QStringLiteral("⚠️ The source's iXML lists no tracks, and so does the new poly's"));
-            return;
-        }
-        for (const QString& iso : lost) {
-            log_.warning(kMetadata, QStringLiteral("⚠️ Left out of the track list: ") + paths::stem(iso));
-        }
+        engine.rebuildMultiTrackiXML(isos, file.unfinished(), {paths::lastComponent(file.path()), poly_.fileName});
     }
 
     // The rebuild makes the first ISO's FILE_UID the parent of the new poly. That ISO exists for a moment only, so it
@@ -385,11 +377,8 @@ PolyChannelFilterEngine::removeChannelsFromPoly(const PolyFile& polyFile, const 
 
 std::vector<SourceTrack> PolyChannelFilterEngine::extractTrackListFromPoly(const QString& polyURL, int channelCount,
                                                                            const QString& bwfmetaeditPath) const {
-    std::vector<SourceTrack> tracks = parseTrackBlocks(exportIXML(bwfmetaeditPath, polyURL).value_or(QString()));
-    if (tracks.empty()) return sequentialTracks(channelCount);
-    std::stable_sort(tracks.begin(), tracks.end(),
-                     [](const SourceTrack& a, const SourceTrack& b) { return a.interleaveIndex < b.interleaveIndex; });
-    return tracks;
+    std::vector<SourceTrack> tracks = tracksInChannelOrder(exportIXML(bwfmetaeditPath, polyURL).value_or(QString()));
+    return tracks.empty() ? sequentialTracks(channelCount) : tracks;
 }
 
 QStringList PolyChannelFilterEngine::buildFilterCommand(const QString& polyURL, const QString& filter,

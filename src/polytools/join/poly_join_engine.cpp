@@ -198,14 +198,11 @@ private:
     // Takes the place of the single-track iXML that came with the first ISO's chunks.
     void rebuildTrackList(const UniversalMetadataEngine& engine, const QString& output) {
         log_.debug(QStringLiteral("🔵 [UniversalEngine] Rebuilding multi-track iXML from %1 ISOs...").arg(isos_.size()));
-        const QStringList lost = engine.rebuildMultiTrackiXML(urls(), output);
-        if (lost.size() == static_cast<qsizetype>(isos_.size())) {
-            log_.warning(kMetadata, QStringLiteral("⚠️ The ISOs' iXML lists no tracks, and so does the poly's"));
-            return;
-        }
-        for (const QString& iso : lost) {
-            log_.warning(kMetadata, QStringLiteral("⚠️ No track indices, left out of the track list: ") +
-                                        paths::lastComponent(iso));
+        const QStringList placed = engine.rebuildMultiTrackiXML(
+            urls(), output, IxmlPlace::alone(file_, paths::lastComponent(isos_.front().url)));
+        for (const QString& iso : placed) {
+            log_.warning(kMetadata,
+                         QStringLiteral("⚠️ No track indices, listed by its place: ") + paths::lastComponent(iso));
         }
         log_.debug(QStringLiteral("✅ [UniversalEngine] Multi-track iXML rebuilt: %1 tracks").arg(isos_.size()));
         log_.success(kMetadata,

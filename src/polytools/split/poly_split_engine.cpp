@@ -25,6 +25,7 @@ struct ChannelTrack {
     QString name; // empty: none
     int interleaveIndex = 0;
     int channelIndex = 0;
+    QString function = {};
 };
 
 std::vector<ChannelTrack> channelTracks(const PolyFile& poly, const Capture& capture,
@@ -33,7 +34,7 @@ std::vector<ChannelTrack> channelTracks(const PolyFile& poly, const Capture& cap
     for (int i = 0; i < poly.channelCount; ++i) {
         if (!capture.tracks.empty()) {
             const SourceTrack& track = capture.tracks[static_cast<std::size_t>(i)];
-            result.push_back({track.name, track.interleaveIndex, track.channelIndex});
+            result.push_back({track.name, track.interleaveIndex, track.channelIndex, track.function});
         } else {
             const QString name = trackNames ? trackNames->value(i) : QString();
             result.push_back({isUsableTrackName(name) ? name : QString(), i + 1, i + 1});
@@ -88,6 +89,9 @@ private:
             result_.createdCount += channel.succeeded() ? 1 : 0;
             result_.skippedCount += channel.skipped() ? 1 : 0;
             result_.errorCount += channel.failed() ? 1 : 0;
+        }
+        if (!outcome.metadata.isWhole()) {
+            tellPreservation(QStringLiteral("Split completed"), poly_.fileName, outcome.metadata, log_);
         }
         if (result_.errorCount > 0) {
             outcome.message = QStringLiteral("Failed to create %1 ISOs").arg(result_.errorCount);
@@ -153,7 +157,7 @@ private:
                 QStringLiteral("⚠️ Failed to read source iXML (bwfmetaedit failed), using sequential indices"));
             return sequentialTracks(poly_.channelCount);
         }
-        std::vector<SourceTrack> tracks = parseTrackBlocks(*ixml);
+        std::vector<SourceTrack> tracks = tracksInChannelOrder(*ixml);
         if (tracks.empty()) {
             log_.debug(QStringLiteral("⚠️ No tracks found in source iXML, using sequential indices"));
             return sequentialTracks(poly_.channelCount);
@@ -238,7 +242,7 @@ private:
         } catch (const ProcessLaunchError& error) {
             return fail(QStringLiteral("Process error for %1: %2").arg(file, error.description));
         }
-        const std::optional<MetadataRecord> metadata = applyMetadata(output, track, capture);
+        const std::optional<MetadataRecord> metadata = applyMetadata(output, channel, track, capture);
         publish(output, channel, file, metadata);
     }
 
@@ -251,7 +255,8 @@ private:
         log_.success(kProcess, QStringLiteral("Created: ") + file);
         ItemOutcome outcome{ProcessingStatus::completed(), {output.path()}, end.warnings};
         if (metadata) {
-            tellPreservation(QStringLiteral("Split completed"), file, *metadata, log_);
+            // What is missing is missing in all of them, and told once, of the poly.
+            if (metadata->isWhole()) tellPreservation(QStringLiteral("Split completed"), file, *metadata, log_);
             outcome.metadata = *metadata;
         }
         note(std::move(outcome));
@@ -296,7 +301,7 @@ private:
     }
 
     // Nothing where there is nothing to carry, or nothing to carry it with.
-    std::optional<MetadataRecord> applyMetadata(const OutputFile& iso, const ChannelTrack& track,
+    std::optional<MetadataRecord> applyMetadata(const OutputFile& iso, int channel, const ChannelTrack& track,
                                                 const Capture& capture) {
         if (!tools_.universalEngine) {
             log_.debug(QStringLiteral("❌ [UniversalEngine] METADATA ENGINE UNAVAILABLE — bwfmetaedit not found"));
@@ -306,7 +311,7 @@ private:
         }
         if (!capture.preservation) return std::nullopt;
         try {
-            carryMetadata(iso, track, *capture.preservation);
+            carryMetadata(iso, channel, track, *capture.preservation);
         } catch (const std::exception& error) {
             const QString reason = iso.namingFinal(describe(error));
             log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata application failed: ") + reason);
@@ -315,7 +320,8 @@ private:
         return completeMetadata(poly_.url, iso, SourceUmid::cleared, log_);
     }
 
-    void carryMetadata(const OutputFile& output, const ChannelTrack& track, const MetadataPreservationResult& capture) {
+    void carryMetadata(const OutputFile& output, int channel, const ChannelTrack& track,
+                       const MetadataPreservationResult& capture) {
         const QString iso = output.unfinished();
         const QString file = paths::lastComponent(output.path());
         const UniversalMetadataEngine& engine = *tools_.universalEngine;
@@ -325,7 +331,8 @@ private:
         }
         // An ISO is always number 1 of 1, but it keeps its channel index: that is what a later join restores.
         const QString name = track.name.isEmpty() ? QStringLiteral("CH%1").arg(track.channelIndex) : track.name;
-        engine.normalizeiXMLForSingleTrack(poly_.url, iso, encodeXMLText(name), track.channelIndex, 1);
+        engine.normalizeiXMLForSingleTrack(poly_.url, iso, {1, track.channelIndex, encodeXMLText(name), track.function},
+                                           {file, poly_.fileName, channel + 1, poly_.channelCount});
         const QString indices =
             QStringLiteral("INTERLEAVE_INDEX=1, CHANNEL_INDEX=%1, NAME=%2").arg(track.channelIndex).arg(name);
         log_.debug(QStringLiteral("✅ [UniversalEngine] iXML normalized: %1 → %2").arg(file, indices));
