@@ -12,6 +12,7 @@
 #include "metadata/bext_completion.h"
 #include "metadata/bext_identity.h"
 #include "metadata/chunks/chunk_bytes.h"
+#include "metadata/chunks/shown_recording.h"
 #include "metadata/core_document.h"
 #include "metadata/csv_table.h"
 #include "platform/diagnostics.h"
@@ -228,8 +229,9 @@ void InterleaveEngine::cloneMetadataViaExtraction(const QString& from, const QSt
         throw InterleaveError(InterleaveError::Kind::metadataCopyFailed,
                               QStringLiteral("bwfmetaedit was ") + result.why);
     };
-    run(QStringLiteral("--out-core="), core.path, from);
-    run(QStringLiteral("--out-iXML="), ixml.path, from);
+    const ShownRecording shown(from);
+    run(QStringLiteral("--out-core="), core.path, shown.path());
+    run(QStringLiteral("--out-iXML="), ixml.path, shown.path());
     if (paths::exists(core.path)) {
         reaimCoreDocumentFile(core.path, to);
         run(QStringLiteral("--in-core="), core.path, to);

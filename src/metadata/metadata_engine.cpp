@@ -1,5 +1,6 @@
 #include "metadata/metadata_engine.h"
 
+#include "metadata/chunks/shown_recording.h"
 #include "metadata/core_document.h"
 #include "metadata/csv_table.h"
 #include "metadata/header_room.h"
@@ -175,7 +176,8 @@ void MetadataEngine::cleanupOldSessions(const QDateTime& now) {
 }
 
 MetadataResult MetadataEngine::exportCORE(const QString& from, const QString& to) const {
-    return runTool({QStringLiteral("--out-core=") + to, from}, QStringLiteral("CORE exported successfully"));
+    const ShownRecording shown(from);
+    return runTool({QStringLiteral("--out-core=") + to, shown.path()}, QStringLiteral("CORE exported successfully"));
 }
 
 MetadataResult MetadataEngine::importCORE(const QString& from, const QString& to) const {
@@ -207,8 +209,9 @@ MetadataResult MetadataEngine::applyBWFFields(const BWFMetadata& metadata, const
 BWFMetadata MetadataEngine::extractBWFFields(const QString& path) const {
     std::optional<QString> document;
     try {
+        const ShownRecording shown(path);
         const ProcessResult result = ChildProcess::runForResult(
-            bwfmetaeditPath_, {QStringLiteral("--out-core-xml=-"), path}, limitsByFileSize({path}));
+            bwfmetaeditPath_, {QStringLiteral("--out-core-xml=-"), shown.path()}, limitsByFileSize({path}));
         if (result.succeeded()) document = decodeUtf8(result.standardOutput);
     } catch (const ProcessLaunchError& error) {
         throw MetadataError(MetadataError::Kind::processLaunchFailure, error.description);

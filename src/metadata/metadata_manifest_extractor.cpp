@@ -2,6 +2,7 @@
 
 #include "foundation/logs/debug_log.h"
 #include "metadata/bext_csv.h"
+#include "metadata/chunks/shown_recording.h"
 #include "metadata/file_hash.h"
 #include "metadata/ixml_parser.h"
 #include "platform/diagnostics.h"
@@ -63,10 +64,12 @@ MetadataManifest MetadataManifestExtractor::extractAndSaveManifest(const QString
                  trueOrFalse(paths::exists(bwfmetaeditPath_))));
     const TemporaryFile core(QStringLiteral("core.csv"));
     const TemporaryFile ixml(QStringLiteral("ixml.xml"));
-    const QString coreText =
-        exportText(QStringLiteral("--out-core="), core.path(), url, QStringLiteral("core"), QStringLiteral("Core CSV"));
-    const QString ixmlText =
-        exportText(QStringLiteral("--out-iXML="), ixml.path(), url, QStringLiteral("iXML"), QStringLiteral("iXML XML"));
+    const ShownRecording shown(url);
+    QString coreText = exportText(QStringLiteral("--out-core="), core.path(), shown.path(), QStringLiteral("core"),
+                                  QStringLiteral("Core CSV"));
+    if (shown.isCopy()) coreText.replace(shown.path(), url);
+    const QString ixmlText = exportText(QStringLiteral("--out-iXML="), ixml.path(), shown.path(),
+                                        QStringLiteral("iXML"), QStringLiteral("iXML XML"));
     const MetadataManifest manifest = buildManifest(url, coreText, ixmlText);
     writeManifest(manifest, url);
     return manifest;

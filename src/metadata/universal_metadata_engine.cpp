@@ -1,6 +1,7 @@
 #include "metadata/universal_metadata_engine.h"
 
 #include "foundation/domain_error.h"
+#include "metadata/chunks/shown_recording.h"
 #include "metadata/header_room.h"
 #include "metadata/ixml_fitting.h"
 #include "metadata/ixml_surgery.h"
@@ -122,8 +123,9 @@ MetadataPreservationResult UniversalMetadataEngine::extractMetadata(const QStrin
 
 bool UniversalMetadataEngine::readBWF(const QString& url, QStringList& log) const {
     try {
+        const ShownRecording shown(url);
         const ProcessResult printed = ChildProcess::runForResult(
-            bwfmetaeditPath_, {QStringLiteral("--out-core=-"), url}, limitsByFileSize({url}));
+            bwfmetaeditPath_, {QStringLiteral("--out-core=-"), shown.path()}, limitsByFileSize({url}));
         if (!printed.why.isEmpty()) {
             log << QStringLiteral("⚠️  BWF extraction failed: bwfmetaedit was ") + printed.why;
             return false;
@@ -248,8 +250,9 @@ std::optional<TrackIndices> UniversalMetadataEngine::extractTrackIndicesFromiXML
 }
 
 QString UniversalMetadataEngine::extractiXMLString(const QString& url) const {
-    const ProcessResult printed =
-        ChildProcess::runForResult(bwfmetaeditPath_, {QStringLiteral("--out-iXML=-"), url}, limitsByFileSize({url}));
+    const ShownRecording shown(url);
+    const ProcessResult printed = ChildProcess::runForResult(
+        bwfmetaeditPath_, {QStringLiteral("--out-iXML=-"), shown.path()}, limitsByFileSize({url}));
     if (printed.ended != ChildEnd::byItself) {
         throw engineError(QStringLiteral("The iXML of %1 was not read: bwfmetaedit was %2")
                               .arg(paths::lastComponent(url), printed.why));

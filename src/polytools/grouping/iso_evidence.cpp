@@ -1,5 +1,6 @@
 #include "polytools/grouping/iso_evidence.h"
 
+#include "metadata/chunks/shown_recording.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
 #include "platform/processes/child_process.h"
@@ -117,8 +118,10 @@ std::optional<ISOTrack> ISOEvidenceReader::extractChannelIndicesFromiXML(const I
 std::optional<QString> ISOEvidenceReader::exportText(const QString& option, const QString& extension,
                                                      const QString& url) const {
     const QString document = files::temporaryPath(extension);
-    const ProcessResult result = ChildProcess::runSilently(
-        bwfmetaeditPath_, {option + document, url}, limitsByFileSize({url}), ChildProcess::StandardError::dropped);
+    const ShownRecording shown(url);
+    const ProcessResult result =
+        ChildProcess::runSilently(bwfmetaeditPath_, {option + document, shown.path()}, limitsByFileSize({url}),
+                                  ChildProcess::StandardError::dropped);
     std::optional<QString> text;
     try {
         if (result.succeeded() && paths::exists(document)) text = decodeUtf8(files::read(document)).value_or(QString());

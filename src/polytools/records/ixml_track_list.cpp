@@ -1,5 +1,6 @@
 #include "polytools/records/ixml_track_list.h"
 
+#include "metadata/chunks/shown_recording.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
 #include "platform/processes/child_process.h"
@@ -74,8 +75,9 @@ QString replaceTrackNames(const QString& ixml, const std::map<int, QString>& nam
 
 std::optional<QString> exportIXML(const QString& bwfmetaeditPath, const QString& fileURL) {
     const QString path = files::temporaryPath(QStringLiteral("ixml.xml"));
+    const ShownRecording shown(fileURL);
     const ProcessResult result =
-        ChildProcess::runSilently(bwfmetaeditPath, {QStringLiteral("--out-iXML=") + path, fileURL},
+        ChildProcess::runSilently(bwfmetaeditPath, {QStringLiteral("--out-iXML=") + path, shown.path()},
                                   limitsByFileSize({fileURL}), ChildProcess::StandardError::dropped);
     if (!result.succeeded()) {
         files::removeQuietly(path);
