@@ -33,7 +33,7 @@ QStringList numbersOf(const std::vector<int>& values) {
 
 // One row of a join report.
 QStringList joinRow(int groupNumber, const ISOGroupCandidate& group, const QString& confidence,
-                    const QString& outputFile, const ProcessingStatus& status, const QString& error) {
+                    const QString& outputFile, const ItemOutcome& outcome, const QString& error) {
     const std::vector<ISOFile> isos = group.sortedISOs();
     QStringList names;
     for (const ISOFile& iso : isos) names << iso.fileName;
@@ -49,8 +49,9 @@ QStringList joinRow(int groupNumber, const ISOGroupCandidate& group, const QStri
             rawText(group.groupingMethod),
             group.scene,
             group.take,
-            CSVReportGenerator::statusString(status),
-            error};
+            CSVReportGenerator::statusString(outcome.status),
+            error,
+            outcome.metadata.word()};
 }
 
 QString confidenceText(const ISOGroupCandidate& group) {
@@ -91,7 +92,7 @@ QString writeJoin(const PolyToolsState& state, const JoinState& join, const ISOF
         QStringLiteral("Source ISOs"), QStringLiteral("Sample Rate"), QStringLiteral("Bit Depth"),
         QStringLiteral("Duration"),    QStringLiteral("Confidence"),  QStringLiteral("Grouping Method"),
         QStringLiteral("Scene"),       QStringLiteral("Take"),        QStringLiteral("Status"),
-        QStringLiteral("Error")};
+        QStringLiteral("Error"),       QStringLiteral("Metadata")};
     const Pairs summary{{QStringLiteral("Total Groups"), number(counts.groups)},
                         {QStringLiteral("Total Polys Created"), number(counts.created)},
                         {QStringLiteral("Success"), number(counts.success)},
@@ -135,11 +136,13 @@ QString writeSplitReport(const PolyToolsState& state, const SourceState& source,
         {QStringLiteral("Naming Pattern"), rawText(split.splitNamingPattern.value())}};
     const QStringList headers{QStringLiteral("Channel"),     QStringLiteral("Track Name"),
                               QStringLiteral("Output File"), QStringLiteral("Sample Rate"),
-                              QStringLiteral("Bit Depth"),   QStringLiteral("Status")};
+                              QStringLiteral("Bit Depth"),   QStringLiteral("Status"),
+                              QStringLiteral("Metadata")};
     QVector<QStringList> rows;
     for (const ChannelItem& item : source.channelItems) {
-        rows << QStringList{number(item.channelIndex + 1), item.trackName,           item.outputFileName,
-                            rateText(poly.sampleRate),     depthText(poly.bitDepth), displayName(item.status)};
+        rows << QStringList{
+            number(item.channelIndex + 1), item.trackName,           item.outputFileName, rateText(poly.sampleRate),
+            depthText(poly.bitDepth),      displayName(item.status), item.metadata};
     }
     const Pairs summary{{QStringLiteral("Total Channels"), number(poly.channelCount)},
                         {QStringLiteral("ISOs Created"), number(state.successCount.value())},
@@ -163,7 +166,7 @@ QString writeBatchSplitReport(const SourceState& source, const SplitState& split
         QStringLiteral("Source File"), QStringLiteral("Source Path"),  QStringLiteral("Channels"),
         QStringLiteral("Track Names"), QStringLiteral("ISOs Created"), QStringLiteral("Sample Rate"),
         QStringLiteral("Bit Depth"),   QStringLiteral("Duration"),     QStringLiteral("Output Folder"),
-        QStringLiteral("Status"),      QStringLiteral("Error")};
+        QStringLiteral("Status"),      QStringLiteral("Error"),        QStringLiteral("Metadata")};
     QVector<QStringList> rows;
     for (const PolyFileResult& row : results.fileResults) {
         rows << QStringList{row.fileName,
@@ -176,7 +179,8 @@ QString writeBatchSplitReport(const SourceState& source, const SplitState& split
                             CSVReportGenerator::formatDuration(row.poly.duration),
                             row.outputFolder,
                             CSVReportGenerator::statusString(row.outcome.status),
-                            row.outcome.message};
+                            row.outcome.message,
+                            row.outcome.metadata.word()};
     }
     const Pairs summary{{QStringLiteral("Total Poly Files"), number(results.processedFiles)},
                         {QStringLiteral("Success"), number(results.successCount)},
@@ -192,7 +196,7 @@ QString writeJoinReport(const PolyToolsState& state, const JoinState& join, cons
     group.groupingMethod = GroupingMethod::manual;
     const bool made = outcome.succeeded();
     const bool failed = outcome.failed();
-    const QStringList row = joinRow(1, group, confidenceText(group), paths::lastComponent(outputURL), outcome.status,
+    const QStringList row = joinRow(1, group, confidenceText(group), paths::lastComponent(outputURL), outcome,
                                     failed ? outcome.message : QString());
     const ISOFile first = joined.empty() ? ISOFile() : joined.front();
     return writeJoin(state, join, first, static_cast<qsizetype>(joined.size()), {1, made, made, failed}, {row},
@@ -212,7 +216,7 @@ QString writeBatchJoinReport(const PolyToolsState& state, const JoinState& join,
         if (result == results.groupResults.end() || !result->isReported) continue;
         const int groupNumber = static_cast<int>(&group - groups.data()) + 1;
         rows << joinRow(groupNumber, group, confidenceText(group), result->outputName + QStringLiteral(".wav"),
-                        result->outcome.status, result->outcome.message);
+                        result->outcome, result->outcome.message);
     }
     const JoinCounts counts{results.processedGroups, results.totalPolysCreated, results.successCount,
                             results.errorCount};
@@ -235,16 +239,11 @@ QString writeEditReport(const SourceState& source, const EditState& edit, const 
              << std::pair(QStringLiteral("Success"), number(results.successCount))
              << std::pair(QStringLiteral("Errors"), number(results.errorCount))
              << std::pair(QStringLiteral("Skipped"), number(results.skipCount));
-    const QStringList headers{QStringLiteral("Source File"),
-                              QStringLiteral("Source Path"),
-                              QStringLiteral("Original Channels"),
-                              QStringLiteral("Result Channels"),
-                              QStringLiteral("Track Names"),
-                              QStringLiteral("Sample Rate"),
-                              QStringLiteral("Duration"),
-                              QStringLiteral("Output"),
-                              QStringLiteral("Status"),
-                              QStringLiteral("Error")};
+    const QStringList headers{
+        QStringLiteral("Source File"),     QStringLiteral("Source Path"), QStringLiteral("Original Channels"),
+        QStringLiteral("Result Channels"), QStringLiteral("Track Names"), QStringLiteral("Sample Rate"),
+        QStringLiteral("Duration"),        QStringLiteral("Output"),      QStringLiteral("Status"),
+        QStringLiteral("Error"),           QStringLiteral("Metadata")};
     QVector<QStringList> rows;
     for (const PolyFileResult& row : results.fileResults) {
         rows << QStringList{row.fileName,
@@ -256,7 +255,8 @@ QString writeEditReport(const SourceState& source, const EditState& edit, const 
                             CSVReportGenerator::formatDuration(row.poly.duration),
                             namesOf(row.outcome.outputs),
                             CSVReportGenerator::statusString(row.outcome.status),
-                            row.outcome.message};
+                            row.outcome.message,
+                            row.outcome.metadata.word()};
     }
     const Pairs summary{{QStringLiteral("Total Files"), number(results.processedFiles)},
                         {QStringLiteral("Success"), number(results.successCount)},

@@ -151,6 +151,7 @@ void PolySplitFlow::showSplit(const SplitResult& result, const QString& folder) 
     source_.channelItems.updateAll([&](ChannelItem& item) {
         if (row >= result.channels.size()) return; // stopped ahead of it
         const ItemOutcome& channel = result.channels[row++];
+        item.metadata = channel.metadata.word();
         item.status = channel.succeeded() ? ItemStatus::complete
                       : channel.skipped() ? ItemStatus::skipped
                                           : ItemStatus::error;
