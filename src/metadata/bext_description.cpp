@@ -63,6 +63,13 @@ private:
     bool isUtf8_;
 };
 
+// What a track is called whose document tells no name: less than what the line may say.
+bool isMadeUp(const QString& name) {
+    bool isNumber = false;
+    if (name.startsWith(QStringLiteral("CH"))) name.mid(2).toInt(&isNumber);
+    return isNumber;
+}
+
 void setValue(Line& line, const QByteArray& value) {
     // A last line that the field has cut goes on saying what it can.
     const bool isCut = line.end.isEmpty() && !line.value.isEmpty() && value.startsWith(line.value);
@@ -90,7 +97,7 @@ void fitChannels(std::vector<Line>& lines, const std::vector<NamedChannel>& chan
         const auto line = std::ranges::find(lines, channel.number, &Line::channel);
         if (value.isEmpty()) continue;
         if (line != lines.end()) {
-            setValue(*line, value);
+            if (line->value.isEmpty() || !isMadeUp(channel.name)) setValue(*line, value);
             continue;
         }
         Line added = model;

@@ -17,9 +17,10 @@ struct NamedChannel {
 std::vector<NamedChannel> namedChannelsOf(const QByteArray& ixml);
 
 // The field (256 bytes) for a file of these channels: their lines tell their names, lines of other channels go, and
-// channels without a line get one if the field names tracks at all. Without channels those lines stay. `fileName`
-// empty: that line stays. Everything else stays as it is, line ends and what stands behind the text included, and what
-// would go past the end of the field is left out: the iXML has it.
+// channels without a line get one if the field names tracks at all. A name that was made up for want of one ("CH2")
+// takes no other's place. Without channels those lines stay. `fileName` empty: that line stays. Everything else stays
+// as it is, line ends and what stands behind the text included, and what would go past the end of the field is left
+// out: the iXML has it.
 QByteArray fittedDescription(const QByteArray& field, const std::vector<NamedChannel>& channels,
                              const QString& fileName);
 

@@ -38,6 +38,11 @@ TEST(BextDescription, WhatIsInLineStaysToTheByteGarbageIncluded) {
     }
 }
 
+TEST(BextDescription, AMadeUpNameTakesNoRecordersPlace) {
+    EXPECT_EQ(fittedDescription(field(kRecorder), {channel(1, "CH1"), channel(2, "CH2")}, QString()), field(kRecorder));
+    EXPECT_EQ(fittedDescription(field("TRK1=\n"), {channel(1, "CH1")}, QString()), field("TRK1=CH1\n"));
+}
+
 TEST(BextDescription, WithoutATrackListTheLinesStay) {
     EXPECT_EQ(fittedDescription(field(kRecorder), {}, QString()), field(kRecorder));
 }

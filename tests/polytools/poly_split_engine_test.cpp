@@ -315,6 +315,22 @@ TEST_F(PolySplitWithMetadata, AListOfSixTracksOnEightChannelsIsNotUsed) {
     EXPECT_TRUE(entryWith(result.logEntries, QStringLiteral("iXML lists 6 tracks for 8 channels")));
 }
 
+TEST_F(PolySplitWithMetadata, WhatIsNotCarriedIsNamedOnceAndTheSetIsTold) {
+    WaveSpec spec;
+    spec.channels = 3;
+    spec.before = {{"chna", QByteArray(4, '\0')}, {"cue ", QByteArray(4, '\0')}};
+    const SplitResult result =
+        split(writePoly(folder_.path(QStringLiteral("P.wav")), spec, testing::ixmlOf({"a", "b", "c"})), byNumber());
+    ASSERT_EQ(result.createdCount, 3);
+    EXPECT_EQ(testing::messages(result.logEntries).filter(QStringLiteral("Partial metadata")),
+              QStringList{QString::fromUtf8("⚠️ Partial metadata preservation: P.wav (chna)")});
+    EXPECT_EQ(result.outcome.metadata.lost, QStringList{QStringLiteral("chna")});
+    const QByteArray second = testing::ixmlOfFile(output(QStringLiteral("P_ch2.wav")));
+    for (const char* part : {"<TOTAL_FILES>3<", "<FILE_SET_INDEX>2<", "<PARENT_FILENAME>P.wav<"}) {
+        EXPECT_TRUE(second.contains(part)) << part;
+    }
+}
+
 TEST_F(PolySplitWithMetadata, IndicesOutOfOrderNameTheFiles) {
     WaveSpec spec;
     spec.channels = 2;
