@@ -1,58 +1,56 @@
 #include "interleaver/chunk_carrying.h"
 
-#include "metadata/chunks/chunk_bytes.h"
+#include "foundation/chunks/chunk_bytes.h"
 #include "metadata/ixml_fitting.h"
 #include "platform/diagnostics.h"
 #include "platform/files/files.h"
 
-#include <functional>
+#include <set>
 
 namespace ostrel {
 namespace {
 
-QString nameOr(const QString& name, const QString& tag) { return name.isEmpty() ? tag : name; }
+TrackIndices namedAtLeast(TrackIndices track, const QString& tag) {
+    if (track.trackName.isEmpty()) track.trackName = tag;
+    return track;
+}
 
-QString ownTrackName(const QString& file) {
+TrackIndices ownTrack(const QString& file) {
     const auto chunk = WaveChunks(file).bytes("iXML");
     const auto document = chunk ? decodedIxml(*chunk) : std::nullopt;
-    return document ? onlyTrackName(*document) : QString();
+    return document ? onlyTrack(*document).value_or(TrackIndices()) : TrackIndices();
 }
 
-QString nameOfChannel(const QByteArray& chunk, const QStringList& tags, int channel) {
-    const auto document = decodedIxml(chunk);
-    const QStringList names = document ? trackNamesOf(*document, static_cast<int>(tags.size())) : QStringList();
-    return nameOr(names.value(channel), tags.value(channel));
-}
-
-std::vector<RIFFChunk> withFittedIxml(std::vector<RIFFChunk> chunks,
-                                      const std::function<QByteArray(const QByteArray&)>& fit) {
-    for (RIFFChunk& chunk : chunks) {
-        if (chunk.id == "iXML") chunk.data = fit(chunk.data);
-    }
-    return chunks;
+// Numbers of the recorder that tell the tracks apart stay; files that all claim the same one are numbered by place.
+void keepOnlyDistinctChannels(std::vector<TrackIndices>& tracks) {
+    std::set<int> numbers;
+    for (const TrackIndices& track : tracks) numbers.insert(track.channelIndex);
+    if (numbers.size() == tracks.size() && !numbers.contains(0)) return;
+    for (TrackIndices& track : tracks) track.channelIndex = 0;
 }
 
 } // namespace
 
-QStringList trackNamesOfSet(const QStringList& files, const QStringList& tags) {
-    QStringList names;
-    for (qsizetype i = 0; i < files.size(); ++i) names << nameOr(ownTrackName(files[i]), tags.value(i));
-    return names;
+std::vector<TrackIndices> tracksOfSet(const QStringList& files, const QStringList& tags) {
+    std::vector<TrackIndices> tracks;
+    for (qsizetype i = 0; i < files.size(); ++i) tracks.push_back(namedAtLeast(ownTrack(files[i]), tags.value(i)));
+    keepOnlyDistinctChannels(tracks);
+    return tracks;
 }
 
-QString trackNameOfChannel(const QString& file, const QStringList& tags, int channel) {
-    return nameOfChannel(WaveChunks(file).bytes("iXML").value_or(QByteArray()), tags, channel);
+TrackIndices trackOfChannel(const QString& file, const QStringList& tags, int channel) {
+    const QString document = decodedIxml(WaveChunks(file).bytes("iXML").value_or(QByteArray())).value_or(QString());
+    const std::vector<TrackIndices> tracks = tracksOf(document, static_cast<int>(tags.size()));
+    TrackIndices track = namedAtLeast(tracks.at(static_cast<std::size_t>(channel)), tags.value(channel));
+    if (track.channelIndex == 0) track.channelIndex = channel + 1;
+    return track;
 }
 
-std::vector<RIFFChunk> chunksOfSet(std::vector<RIFFChunk> chunks, const QStringList& files, const QStringList& tags) {
-    return withFittedIxml(std::move(chunks),
-                          [&](const QByteArray& chunk) { return fittedIxml(chunk, trackNamesOfSet(files, tags), {}); });
-}
-
-std::vector<RIFFChunk> chunksOfChannel(std::vector<RIFFChunk> chunks, const QStringList& tags, int channel) {
-    return withFittedIxml(std::move(chunks), [&](const QByteArray& chunk) {
-        return fittedIxml(chunk, {nameOfChannel(chunk, tags, channel)}, {channel + 1});
-    });
+std::vector<RIFFChunk> fittedChunks(std::vector<RIFFChunk> chunks, const HeadRecipe& head) {
+    for (RIFFChunk& chunk : chunks) {
+        if (chunk.id == "iXML") chunk.data = fittedIxml(chunk.data, head.tracks, head.place);
+    }
+    return chunks;
 }
 
 std::vector<RIFFChunk> extractChunksOrExplain(const QString& source) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "metadata/chunks/riff_chunks.h"
+#include "roads/planned_output.h"
 
 #include <QString>
 #include <QStringList>
@@ -9,22 +10,18 @@
 
 namespace ostrel {
 
-// The names of a set's tracks on the multichannel file that is made of it (XML text): as each file's own document names
-// its one track, or the tag.
-QStringList trackNamesOfSet(const QStringList& files, const QStringList& tags);
+// The tracks of the multichannel file that is made of a set, in the order of the files: as each file's own document
+// tells of its one track, named by the tags where it tells no name.
+std::vector<TrackIndices> tracksOfSet(const QStringList& files, const QStringList& tags);
 
-// The name of a channel (0-based) of a multichannel file of these tags, as its document names it, or the tag.
-QString trackNameOfChannel(const QString& file, const QStringList& tags, int channel);
+// The track of one channel (0-based) of a multichannel file of these tags, as its document tells it.
+TrackIndices trackOfChannel(const QString& file, const QStringList& tags, int channel);
 
 // The preservable chunks; none, and a diagnostic line, where they can't be read.
 std::vector<RIFFChunk> extractChunksOrExplain(const QString& source);
 
-// The chunks of a set's first file as they go onto the multichannel file that is made of the set: an iXML document
-// lists the tracks of all files, in their order, named as each file's own document names its one track, or by the tags.
-std::vector<RIFFChunk> chunksOfSet(std::vector<RIFFChunk> chunks, const QStringList& files, const QStringList& tags);
-
-// The chunks of a multichannel file of these tags as they go onto the mono file of one of its channels (0-based).
-std::vector<RIFFChunk> chunksOfChannel(std::vector<RIFFChunk> chunks, const QStringList& tags, int channel);
+// A source's chunks as they go onto a new file: an iXML document lists the tracks of that file.
+std::vector<RIFFChunk> fittedChunks(std::vector<RIFFChunk> chunks, const HeadRecipe& head);
 
 // Empty on success, otherwise why it failed.
 QString injectChunks(const QString& output, const std::vector<RIFFChunk>& chunks);

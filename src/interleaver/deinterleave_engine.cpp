@@ -96,7 +96,6 @@ DeinterleaveEngine::DeinterleaveEngine(const QString& ffmpegPath, const QString&
 // One job on its way.
 struct DeinterleaveEngine::Work {
     const MultiChannelSource& source;
-    std::vector<RIFFChunk> chunks;
     std::map<QString, std::unique_ptr<NewFile>> files; // by tag
     bool replaces = false;
     DeinterleaveResult result;
@@ -110,6 +109,11 @@ struct DeinterleaveEngine::Work {
     QString namingFinal(QString message) const {
         for (const auto& [tag, file] : files) message = file->namingFinal(message);
         return message;
+    }
+    QMap<QString, QString> finalNames() const {
+        QMap<QString, QString> names;
+        for (const auto& [tag, file] : files) names.insert(file->path(), paths::lastComponent(file->finalPath()));
+        return names;
     }
     QMap<QString, QString> unfinished() const {
         QMap<QString, QString> paths;
@@ -147,7 +151,7 @@ DeinterleaveResult DeinterleaveEngine::deinterleave(const MultiChannelSource& so
     }
     make(work, road, options, format);
     if (!work.hasFailed) {
-        if (complete) complete(work.unfinished().values(), road.isDirect());
+        if (complete) complete(work.finalNames(), road.isDirect());
         check(work);
     }
     if (!work.hasFailed) publish(work, isDurable);
@@ -159,15 +163,15 @@ DeinterleaveResult DeinterleaveEngine::deinterleave(const MultiChannelSource& so
 
 void DeinterleaveEngine::make(Work& work, const Road& road, const ProcessingOptions& options,
                               const QString& format) const {
+    const std::vector<PlannedOutput> planned = plannedOutputs(work);
     work.result.outcome.message = QStringLiteral("Successfully created: ") +
                                   namesOf(work.result.outputURLs, work.source).join(QStringLiteral(", "));
     try {
-        work.result.outcome.warnings << road.make(plannedOutputs(work), [&] {
+        work.result.outcome.warnings << road.make(planned, [&] {
             runFFmpeg(work, buildDeinterleaveCommand(work.source, options, format, work.unfinished()) +
                                 unselectedChannelSinks(work.source, work.unfinished()));
             if (work.hasFailed) return;
-            work.chunks = extractChunksOrExplain(work.source.sourceURL);
-            addChunks(work);
+            addChunks(work, planned);
         });
     } catch (const RoadError& error) {
         work.fail(work.namingFinal(error.description));
@@ -177,14 +181,17 @@ void DeinterleaveEngine::make(Work& work, const Road& road, const ProcessingOpti
 std::vector<PlannedOutput> DeinterleaveEngine::plannedOutputs(const Work& work) const {
     std::vector<PlannedOutput> outputs;
     const QString& source = work.source.sourceURL;
+    const QMap<QString, QString> names = work.finalNames();
     for (const ChannelPair& pair : channelPairs(work.source, work.result.order, work.unfinished())) {
         const int channel = pair.source.channel;
+        const IxmlPlace place{names.value(pair.output.file), paths::lastComponent(source), channel + 1,
+                              static_cast<int>(work.files.size())};
         outputs.push_back({pair.output.file,
                            {pair.source},
                            {.source = source,
                             .umid = SourceUmid::cleared,
-                            .trackNames = {trackNameOfChannel(source, work.result.order, channel)},
-                            .channelIndices = {channel + 1}}});
+                            .tracks = {trackOfChannel(source, work.result.order, channel)},
+                            .place = place}});
     }
     return outputs;
 }
@@ -233,18 +240,16 @@ void DeinterleaveEngine::runFFmpeg(Work& work, const QStringList& arguments) con
     }
 }
 
-void DeinterleaveEngine::addChunks(Work& work) const {
-    const QStringList tags = ffmpegLayoutOf(work.source.layout).tags;
-    for (const auto& [tag, file] : work.files) {
-        if (work.chunks.empty()) continue;
-        const auto channel = static_cast<int>(tags.indexOf(tag));
-        const QString why = injectChunks(file->path(), chunksOfChannel(work.chunks, tags, channel));
-        if (!why.isEmpty()) {
-            printDiagnostic(QStringLiteral("⚠️  Failed to inject chunks into %1: %2")
-                                .arg(paths::lastComponent(file->finalPath()), why));
-        }
+void DeinterleaveEngine::addChunks(Work& work, const std::vector<PlannedOutput>& outputs) const {
+    const std::vector<RIFFChunk> chunks = extractChunksOrExplain(work.source.sourceURL);
+    if (chunks.empty()) return;
+    for (const PlannedOutput& output : outputs) {
+        const QString why = injectChunks(output.file, fittedChunks(chunks, output.head));
+        if (why.isEmpty()) continue;
+        printDiagnostic(
+            QStringLiteral("⚠️  Failed to inject chunks into %1: %2").arg(output.head.place.fileName, why));
     }
-    if (!work.chunks.empty()) work.result.outcome.message += QStringLiteral(" (with SMED preservation)");
+    work.result.outcome.message += QStringLiteral(" (with SMED preservation)");
 }
 
 void DeinterleaveEngine::check(Work& work) const {

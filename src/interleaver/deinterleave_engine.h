@@ -30,9 +30,9 @@ struct DeinterleaveResult {
     bool isWhole = false; // made directly: no tool had to bring the metadata
 };
 
-// Completes the files, which stand under private names still, ahead of their publication. `isWhole`: their metadata is
-// there, no tool has to bring it.
-using BeforePublishingAll = std::function<void(const QStringList& unfinished, bool isWhole)>;
+// Completes the files, which stand under private names still, ahead of their publication. `names`: what each of them
+// will be called. `isWhole`: their metadata is there, no tool has to bring it.
+using BeforePublishingAll = std::function<void(const QMap<QString, QString>& names, bool isWhole)>;
 
 // Where the job puts each selected channel. `order` are the tags of the source's channels, `files` maps tags to mono
 // files.
@@ -73,7 +73,7 @@ private:
     void make(Work& work, const Road& road, const ProcessingOptions& options, const QString& format) const;
     std::vector<PlannedOutput> plannedOutputs(const Work& work) const;
     void runFFmpeg(Work& work, const QStringList& arguments) const;
-    void addChunks(Work& work) const;
+    void addChunks(Work& work, const std::vector<PlannedOutput>& outputs) const;
     void check(Work& work) const;
     void publish(Work& work, bool isDurable) const;
     void lookAtMetadata(const Work& work) const;

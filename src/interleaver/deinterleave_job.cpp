@@ -25,6 +25,7 @@ ItemReport DeinterleaveJob::run() {
     if (!result.detour.isEmpty()) say(LogLevel::info, result.detour);
     for (const QString& warning : result.outcome.warnings) say(LogLevel::warning, warning);
     report_.warn(bextWarnings_, LogCategory::metadata, name_);
+    report_.tellPreservation(name_);
     if (!result.outcome.succeeded()) {
         say(LogLevel::error, QStringLiteral("%1: %2").arg(name_, result.outcome.message));
         return std::move(report_);
@@ -48,7 +49,7 @@ DeinterleaveResult DeinterleaveJob::makeOutputs() {
     try {
         return engine_.deinterleave(
             source_, run_.options, run_.outputFolder, run_.ledger.get(),
-            [this](const QStringList& unfinished, bool isWhole) { copyMetadata(unfinished, isWhole); },
+            [this](const QMap<QString, QString>& names, bool isWhole) { copyMetadata(names, isWhole); },
             originals() != Originals::keep);
     } catch (const DeinterleaveError& error) {
         return {ItemOutcome::failure(error.errorDescription(), {source_.sourceURL})};
@@ -57,12 +58,13 @@ DeinterleaveResult DeinterleaveJob::makeOutputs() {
     }
 }
 
-void DeinterleaveJob::copyMetadata(const QStringList& unfinished, bool isWhole) {
-    if (unfinished.isEmpty() || (!isWhole && !run_.metadataEngine)) return;
-    if (!isWhole) copyByTool(unfinished);
-    for (const QString& file : unfinished) {
-        bextWarnings_ << completeMetadata(source_.sourceURL, file, SourceUmid::cleared).warnings;
-        compared_.add(compareMetadata(source_.sourceURL, file, SourceUmid::cleared));
+void DeinterleaveJob::copyMetadata(const QMap<QString, QString>& names, bool isWhole) {
+    if (names.isEmpty() || (!isWhole && !run_.metadataEngine)) return;
+    if (!isWhole) copyByTool(names.keys());
+    for (auto file = names.begin(); file != names.end(); ++file) {
+        const SourceUmid umid = SourceUmid::cleared;
+        bextWarnings_ << completeMetadata(source_.sourceURL, file.key(), umid, file.value()).warnings;
+        compared_.add(compareMetadata(source_.sourceURL, file.key(), umid, file.value()));
     }
     bextWarnings_.removeDuplicates();
 }

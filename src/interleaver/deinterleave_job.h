@@ -18,7 +18,7 @@ public:
 private:
     Originals originals() const;
     DeinterleaveResult makeOutputs();
-    void copyMetadata(const QStringList& unfinished, bool isWhole);
+    void copyMetadata(const QMap<QString, QString>& names, bool isWhole);
     void copyByTool(const QStringList& unfinished);
     void judgeByLayout(const DeinterleaveResult& result);
     void settle(const DeinterleaveResult& result);

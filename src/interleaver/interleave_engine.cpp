@@ -1,5 +1,7 @@
 #include "interleaver/interleave_engine.h"
 
+#include "foundation/chunks/chunk_bytes.h"
+#include "foundation/chunks/shown_recording.h"
 #include "foundation/logs/debug_log.h"
 #include "foundation/proof/audio_proof.h"
 #include "foundation/proof/unexplained_bytes.h"
@@ -9,6 +11,7 @@
 #include "interleaver/chunk_carrying.h"
 #include "interleaver/interleave_command.h"
 #include "interleaver/speaker_order.h"
+#include "metadata/bext_completion.h"
 #include "metadata/bext_identity.h"
 #include "metadata/core_document.h"
 #include "metadata/csv_table.h"
@@ -163,14 +166,19 @@ void InterleaveEngine::make(Work& work, const ChannelLayout& layout, const QStri
     const Road road(engine_, sources, format);
     work.isWhole = road.isDirect();
     work.result.detour = road.detour();
-    PlannedOutput planned{output, {}, {.source = metadataSource(work.group)}};
+    const QString parent = metadataSource(work.group);
+    PlannedOutput planned{
+        output,
+        {},
+        {.source = parent,
+         .tracks = tracksOfSet(sources, tags),
+         .place = IxmlPlace::alone(paths::lastComponent(work.file->path()), paths::lastComponent(parent))}};
     for (const QString& source : sources) planned.channels.push_back({source, 0});
     planned.head.speakers = layout == ChannelLayout::smpte51 ? kSmpte51Speakers : 0;
-    if (road.isDirect()) planned.head.trackNames = trackNamesOfSet(sources, tags);
     work.result.outcome.message = QStringLiteral("Successfully created: ") + paths::lastComponent(work.file->path());
     try {
         work.result.outcome.warnings << road.make({planned}, [&] {
-            work.chunks = chunksOfSet(extractChunksOrExplain(work.group.firstFile()), sources, tags);
+            work.chunks = fittedChunks(extractChunksOrExplain(work.group.firstFile()), planned.head);
             runFFmpeg(work, buildInterleaveCommand(work.group, layout, format, output));
             if (!work.hasFailed) addMetadata(work);
         });
@@ -260,8 +268,9 @@ void InterleaveEngine::cloneMetadataViaExtraction(const QString& from, const QSt
         throw InterleaveError(InterleaveError::Kind::metadataCopyFailed,
                               QStringLiteral("bwfmetaedit was ") + result.why);
     };
-    run(QStringLiteral("--out-core="), core.path, from);
-    run(QStringLiteral("--out-iXML="), ixml.path, from);
+    const ShownRecording shown(from);
+    run(QStringLiteral("--out-core="), core.path, shown.path());
+    run(QStringLiteral("--out-iXML="), ixml.path, shown.path());
     if (paths::exists(core.path)) {
         reaimCoreDocumentFile(core.path, to);
         run(QStringLiteral("--in-core="), core.path, to);
@@ -322,7 +331,9 @@ bool InterleaveEngine::verifyMetadataPresent(const QString& path) const {
 }
 
 std::optional<QStringList> InterleaveEngine::differingIdentity(const QString& source, const QString& output) const {
-    const auto wanted = readBextIdentity(source);
+    const QByteArray bext = WaveChunks(source).bytes("bext").value_or(QByteArray());
+    const QByteArray tracks = WaveChunks(output).bytes("iXML").value_or(QByteArray());
+    const auto wanted = bextIdentityOf(bextFor(bext, tracks, SourceUmid::kept, paths::lastComponent(output)));
     const auto found = readBextIdentity(output);
     if (!wanted || !found) return std::nullopt;
     return wanted->differencesFrom(*found);

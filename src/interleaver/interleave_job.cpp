@@ -38,6 +38,7 @@ ItemReport InterleaveJob::run() {
     if (result.outcome.succeeded()) report_.outcome.metadata = compared_; // of files that stand
     for (const QString& warning : result.outcome.warnings) say(LogLevel::warning, kProcess, warning);
     report_.warn(bextWarnings_, LogCategory::metadata, group_.baseName);
+    report_.tellPreservation(group_.baseName);
     if (!result.outcome.succeeded()) {
         say(LogLevel::error, kProcess, QStringLiteral("%1: %2").arg(group_.baseName, result.outcome.message));
     } else if (!isUnderCleanup()) {
@@ -73,7 +74,9 @@ InterleaveResult InterleaveJob::makeOutput(const QString& output) {
     try {
         return engine_.interleave(
             group_, run_.layout, output, run_.options, run_.ledger.get(),
-            [this](const QString& unfinished, bool isWhole) { copyMetadata(unfinished, isWhole); },
+            [&](const QString& unfinished, bool isWhole) {
+                copyMetadata(unfinished, paths::lastComponent(output), isWhole);
+            },
             mayTakeSourcesAway());
     } catch (const InterleaveError& error) {
         return {ItemOutcome::failure(error.errorDescription(), sources_)};
@@ -82,12 +85,12 @@ InterleaveResult InterleaveJob::makeOutput(const QString& output) {
     }
 }
 
-void InterleaveJob::copyMetadata(const QString& unfinished, bool isWhole) {
+void InterleaveJob::copyMetadata(const QString& unfinished, const QString& name, bool isWhole) {
     const QString source = isWhole ? metadataSource(group_) : group_.channelFiles.value(QStringLiteral("L"));
     if (!isWhole && !copyByTool(source, unfinished)) return;
     // Whatever the tool refused or rewrote; what it lost beside bext is told with the item's status all the same.
-    bextWarnings_ << completeMetadata(source, unfinished, SourceUmid::kept).warnings;
-    compared_ = compareMetadata(source, unfinished, SourceUmid::kept);
+    bextWarnings_ << completeMetadata(source, unfinished, SourceUmid::kept, name).warnings;
+    compared_ = compareMetadata(source, unfinished, SourceUmid::kept, name);
 }
 
 // Whether there was something to copy, and something to copy it with.

@@ -22,7 +22,7 @@ private:
     bool isUnderCleanup() const;
     bool mayTakeSourcesAway() const;
     InterleaveResult makeOutput(const QString& output);
-    void copyMetadata(const QString& unfinished, bool isWhole);
+    void copyMetadata(const QString& unfinished, const QString& name, bool isWhole);
     bool copyByTool(const QString& left, const QString& unfinished);
     void finishPlainly(const QString& output);
     void finishVerified(const QString& output);

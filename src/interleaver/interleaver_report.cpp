@@ -20,6 +20,10 @@ QString originalsWord(const std::optional<ItemOutcome>& outcome) {
     return outcome ? outcome->sourcesText() : reportName(SourceFate::Kind::kept);
 }
 
+QString metadataWord(const std::optional<ItemOutcome>& outcome) {
+    return outcome ? outcome->metadata.word() : QString();
+}
+
 QStringList outputNames(const std::optional<ItemOutcome>& outcome) {
     QStringList names;
     for (const QString& output : outcome ? outcome->outputs : QStringList()) names << paths::lastComponent(output);
@@ -31,7 +35,7 @@ QStringList outputNames(const std::optional<ItemOutcome>& outcome) {
 ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const ChannelLayout& layout) {
     ReportTable table;
     table.headers = columns(u"Group|Channels|Source Files|Output File|Layout|Format|Metadata Tier|Sample Rate|"
-                            u"Bit Depth|Duration|Originals|Status");
+                            u"Bit Depth|Duration|Originals|Status|Metadata");
     for (const InterleaveGroup& group : groups) {
         QStringList tags = group.channelFiles.keys();
         tags.sort();
@@ -46,7 +50,8 @@ ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const Ch
                                   number(group.bitDepth),
                                   group.duration ? CSVReportGenerator::formatDuration(*group.duration) : kNotKnown,
                                   originalsWord(group.outcome),
-                                  CSVReportGenerator::statusString(group.status)};
+                                  CSVReportGenerator::statusString(group.status),
+                                  metadataWord(group.outcome)};
     }
     return table;
 }
@@ -54,7 +59,7 @@ ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const Ch
 ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources) {
     ReportTable table;
     table.headers = columns(u"Source File|Source Path|Channels|Layout|Format|Metadata Tier|Sample Rate|Bit Depth|"
-                            u"Duration|ISOs Created|Originals|Status");
+                            u"Duration|ISOs Created|Originals|Status|Metadata");
     for (const MultiChannelSource& source : sources) {
         table.rows << QStringList{paths::lastComponent(source.sourceURL),
                                   source.sourceURL,
@@ -67,7 +72,8 @@ ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources) {
                                   CSVReportGenerator::formatDuration(source.duration),
                                   outputNames(source.outcome).join(QStringLiteral(" | ")),
                                   originalsWord(source.outcome),
-                                  CSVReportGenerator::statusString(source.status)};
+                                  CSVReportGenerator::statusString(source.status),
+                                  metadataWord(source.outcome)};
     }
     return table;
 }

@@ -29,6 +29,12 @@ void ItemReport::warn(const QStringList& sentences, LogCategory category, const 
     outcome.warnings << sentences;
 }
 
+void ItemReport::tellPreservation(const QString& item) {
+    if (outcome.metadata.isWhole()) return;
+    say(LogLevel::warning, LogCategory::metadata,
+        QStringLiteral("⚠️ Partial metadata preservation: %1 (%2)").arg(item, outcome.metadata.missing()), item);
+}
+
 void ItemReport::say(LogLevel level, LogCategory category, const QString& message, const QString& item) {
     log.push_back(logEntry(level, category, message, item));
 }

@@ -43,6 +43,8 @@ struct ItemReport {
     void say(LogLevel level, LogCategory category, const QString& message, const QString& item);
     // Into the outcome, too.
     void warn(const QStringList& sentences, LogCategory category, const QString& item);
+    // Names in the log what the new files have not got of their source's metadata, if there is anything.
+    void tellPreservation(const QString& item);
 };
 
 // How the totals count a row: one whose outputs were there already is left out and no error, whatever word its status

@@ -1,4 +1,5 @@
-// Makes the bext chunk (EBU Tech 3285) of a file that a job has just written the one of its source, byte for byte.
+// Makes the bext chunk (EBU Tech 3285) of a file that a job has just written the one of its source, byte for byte but
+// for what it says of tracks and file name.
 //
 // Field commands carry some of its fields, a tool may refuse one of them and drop them all, line breaks come out in the
 // tool's own way, and neither UMID, version, loudness nor coding history have a command that every tool knows. So the
@@ -19,9 +20,17 @@ struct BextCompletion {
     QString why;             // why not; empty also where one of them has no place for it: then nothing was done
 };
 
+// The source's bext chunk as it goes onto the target: the lines of its Description that tell tracks and file name speak
+// of the target's, which its iXML lists. `fileName` is what the target will be called; empty: that line stays.
+QByteArray bextFor(QByteArray sourceBext, const QByteArray& targetIxml, SourceUmid umid, const QString& fileName);
+
 // For WAV files with a bext chunk in the source; leaves others alone. Changes the target in place, so only for files
 // that can be made again. Blocks on the disk; for any thread.
-BextCompletion completeBext(const QString& source, const QString& target, SourceUmid umid);
+BextCompletion completeBext(const QString& source, const QString& target, SourceUmid umid,
+                            const QString& fileName = QString());
+
+// The same for a file that is no other's: its Description as its own iXML wants it. False where that can't be written.
+bool refitDescription(const QString& file);
 
 // The payload of a bext chunk as it goes into a new file.
 QByteArray bextFor(QByteArray bext, SourceUmid umid);

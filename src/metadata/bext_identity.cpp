@@ -1,6 +1,6 @@
 #include "metadata/bext_identity.h"
 
-#include "metadata/chunks/chunk_bytes.h"
+#include "foundation/chunks/chunk_bytes.h"
 
 #include <QtEndian>
 
@@ -32,13 +32,16 @@ QStringList BextIdentity::differencesFrom(const BextIdentity& other) const {
     return names;
 }
 
+std::optional<BextIdentity> bextIdentityOf(const QByteArray& bext) {
+    if (bext.size() < kIdentity) return std::nullopt;
+    return BextIdentity{textAt(bext, 0, kDescription), textAt(bext, 256, 32),
+                        textAt(bext, 288, 32),         textAt(bext, 320, 10),
+                        textAt(bext, 330, 8),          qFromLittleEndian<quint64>(bext.constData() + 338)};
+}
+
 std::optional<BextIdentity> readBextIdentity(const QString& file) {
     const std::optional<ChunkPlace> place = findChunk(file, "bext");
-    const QByteArray bytes = place ? bytesAt(file, *place, kIdentity) : QByteArray();
-    if (bytes.size() != kIdentity) return std::nullopt;
-    return BextIdentity{textAt(bytes, 0, kDescription), textAt(bytes, 256, 32),
-                        textAt(bytes, 288, 32),         textAt(bytes, 320, 10),
-                        textAt(bytes, 330, 8),          qFromLittleEndian<quint64>(bytes.constData() + 338)};
+    return bextIdentityOf(place ? bytesAt(file, *place, kIdentity) : QByteArray());
 }
 
 } // namespace ostrel

@@ -23,6 +23,9 @@ struct BextIdentity {
     QStringList differencesFrom(const BextIdentity& other) const;
 };
 
+// Of a chunk's payload; nothing for one that ends before TimeReference does.
+std::optional<BextIdentity> bextIdentityOf(const QByteArray& bext);
+
 // Nothing for a file without a whole bext chunk.
 std::optional<BextIdentity> readBextIdentity(const QString& file);
 

@@ -1,7 +1,7 @@
 #include "metadata/ixml_fitting.h"
 
+#include "metadata/ixml/ixml_text.h"
 #include "metadata/ixml_surgery.h"
-#include "metadata/ixml_text.h"
 #include "platform/text/text.h"
 
 #include <QStringDecoder>
@@ -45,6 +45,11 @@ QByteArray withoutPadding(QByteArray chunk) {
     return chunk;
 }
 
+TrackIndices trackIn(const QString& element, int index) {
+    return {index, numberInElement(element, u"CHANNEL_INDEX").value_or(0), extractValue(element, u"NAME").trimmed(),
+            extractValue(element, u"FUNCTION").trimmed()};
+}
+
 } // namespace
 
 std::optional<QString> decodedIxml(const QByteArray& chunk) {
@@ -61,36 +66,33 @@ std::optional<QString> decodedIxml(const QByteArray& chunk) {
     return isLatin1 ? std::optional(declaringUtf8(latin1)) : std::nullopt;
 }
 
-QStringList trackNamesOf(const QString& document, int count) {
-    QStringList names(count);
+std::vector<TrackIndices> tracksOf(const QString& document, int count) {
+    std::vector<TrackIndices> tracks(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) tracks[static_cast<std::size_t>(i)].interleaveIndex = i + 1;
     int place = 0;
     for (const IxmlElement& element : allElementsAcrossLines(document, u"TRACK")) {
-        const QString track = element.wholeText(document);
+        const QString text = element.wholeText(document);
         ++place;
-        const int index = numberInElement(track, u"INTERLEAVE_INDEX").value_or(place);
-        if (index >= 1 && index <= count) names[index - 1] = extractValue(track, u"NAME").trimmed();
+        const int index = numberInElement(text, u"INTERLEAVE_INDEX").value_or(place);
+        if (index < 1 || index > count) continue;
+        tracks[static_cast<std::size_t>(index) - 1] = trackIn(text, index);
     }
-    return names;
+    return tracks;
 }
 
-QString onlyTrackName(const QString& document) {
-    return allElementsAcrossLines(document, u"TRACK").size() == 1 ? trackNamesOf(document, 1).first() : QString();
+std::optional<TrackIndices> onlyTrack(const QString& document) {
+    const std::vector<IxmlElement> elements = allElementsAcrossLines(document, u"TRACK");
+    if (elements.size() != 1) return std::nullopt;
+    return trackIn(elements.front().wholeText(document), 1);
 }
 
-QByteArray fittedIxml(const QByteArray& chunk, const QStringList& names, const QList<int>& channelIndices) {
+QByteArray fittedIxml(const QByteArray& chunk, std::vector<TrackIndices> tracks, const IxmlPlace& place) {
     const auto document = decodedIxml(chunk);
-    const qsizetype end = document ? document->lastIndexOf(QStringLiteral("</BWFXML>")) : -1;
-    if (end < 0) return chunk;
-    std::vector<TrackIndices> tracks;
-    for (qsizetype i = 0; i < names.size(); ++i) {
-        const auto place = static_cast<int>(i) + 1;
-        tracks.push_back({place, channelIndices.value(i, place), names[i]});
+    if (!document || !document->contains(QStringLiteral("</BWFXML>"))) return chunk;
+    for (std::size_t i = 0; i < tracks.size(); ++i) {
+        if (tracks[i].channelIndex == 0) tracks[i].channelIndex = static_cast<int>(i) + 1;
     }
-    QString xml = *document;
-    if (!xml.contains(QStringLiteral("<TRACK_LIST>"))) {
-        xml.insert(end, QStringLiteral("<TRACK_LIST></TRACK_LIST>\n"));
-    }
-    return performUniversalXMLSurgery(xml, multiTrackList(tracks), generateFileUID()).toUtf8();
+    return placedIxml(performUniversalXMLSurgery(*document, multiTrackList(tracks), generateFileUID()), place).toUtf8();
 }
 
 } // namespace ostrel

@@ -1,21 +1,27 @@
 #include "metadata/ixml_surgery.h"
 
-#include "metadata/ixml_text.h"
+#include "metadata/ixml/ixml_place.h"
+#include "metadata/ixml/ixml_text.h"
 
 #include <QStringList>
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 
 namespace ostrel {
 namespace {
 
-QString trackElement(int channelIndex, int interleaveIndex, const QString& trackName) {
+// A track without a function has no element for it: better none than a blank one.
+QString trackElement(const TrackIndices& track) {
+    const QString function =
+        track.function.isEmpty() ? QString() : QStringLiteral("         <FUNCTION>%1</FUNCTION>\n").arg(track.function);
     return QStringLiteral("      <TRACK>\n"
                           "         <CHANNEL_INDEX>%1</CHANNEL_INDEX>\n"
                           "         <INTERLEAVE_INDEX>%2</INTERLEAVE_INDEX>\n"
                           "         <NAME>%3</NAME>\n"
+                          "%4"
                           "      </TRACK>")
-        .arg(QString::number(channelIndex), QString::number(interleaveIndex), trackName);
+        .arg(QString::number(track.channelIndex), QString::number(track.interleaveIndex), track.trackName, function);
 }
 
 QString trackList(qsizetype count, const QString& tracks) {
@@ -38,6 +44,15 @@ void insertBehind(QString& xml, const IxmlElement& element, const QString& inser
     xml.insert(element.end, QStringLiteral("\n\t") + inserted);
 }
 
+void setTrackList(QString& xml, const QString& list) {
+    const qsizetype end = xml.lastIndexOf(QStringLiteral("</BWFXML>"));
+    if (const auto old = elementAcrossLines(xml, u"TRACK_LIST")) {
+        replace(xml, *old, list);
+    } else if (end >= 0 && !list.isEmpty()) {
+        xml.insert(end, list + u'\n');
+    }
+}
+
 void renewFileUID(QString& xml, const QString& newFileUID) {
     const QString element = uidElement(u"FILE_UID", newFileUID);
     if (const auto old = elementOnOneLine(xml, u"FILE_UID")) {
@@ -51,8 +66,8 @@ void setParentUID(QString& xml, const QString& parentUID) {
     const QString element = uidElement(u"PARENT_UID", parentUID);
     if (const auto old = elementOnOneLine(xml, u"PARENT_UID")) {
         replace(xml, *old, element);
-    } else if (const auto file = elementOnOneLine(xml, u"FILE_UID")) {
-        insertBehind(xml, *file, element);
+    } else {
+        setInGroup(xml, u"HISTORY", u"PARENT_UID", parentUID);
     }
 }
 
@@ -86,14 +101,13 @@ int sampleRateOf(const QString& xml) {
 
 QString extractValue(const QString& xml, QStringView tag) { return valueOf(xml, tag).value_or(QString()); }
 
-QString singleTrackList(int channelIndex, int interleaveIndex, const QString& trackName) {
-    return trackList(1, trackElement(channelIndex, interleaveIndex, trackName));
-}
+QString singleTrackList(const TrackIndices& track) { return trackList(1, trackElement(track)); }
 
 QString multiTrackList(const std::vector<TrackIndices>& tracks) {
     QStringList elements;
-    for (const TrackIndices& track : tracks) {
-        elements << trackElement(track.channelIndex, static_cast<int>(elements.size()) + 1, track.trackName);
+    for (TrackIndices track : tracks) {
+        track.interleaveIndex = static_cast<int>(elements.size()) + 1;
+        elements << trackElement(track);
     }
     return trackList(elements.size(), elements.join(u'\n'));
 }
@@ -102,7 +116,7 @@ QString performUniversalXMLSurgery(const QString& sourceXML, const QString& newT
     const QString oldFileUID = extractValue(sourceXML, u"FILE_UID");
     const QString oldFamilyUID = extractValue(sourceXML, u"FAMILY_UID");
     QString xml = sourceXML;
-    if (const auto list = elementAcrossLines(xml, u"TRACK_LIST")) replace(xml, *list, newTrackList);
+    setTrackList(xml, newTrackList);
     renewFileUID(xml, newFileUID);
     if (!oldFileUID.isEmpty()) setParentUID(xml, oldFileUID);
     if (!oldFamilyUID.isEmpty()) keepFamilyUID(xml, oldFamilyUID);
@@ -113,9 +127,15 @@ QString fileUID(quint64 microseconds) {
     return QStringLiteral("USSDVKA%1").arg(microseconds, 16, 16, QLatin1Char('0')).toUpper();
 }
 
+// Never the same twice, however fast files are made.
 QString generateFileUID() {
+    static std::atomic<quint64> last{0};
     const auto now = std::chrono::system_clock::now().time_since_epoch();
-    return fileUID(static_cast<quint64>(std::chrono::duration_cast<std::chrono::microseconds>(now).count()));
+    const auto microseconds = static_cast<quint64>(std::chrono::duration_cast<std::chrono::microseconds>(now).count());
+    quint64 before = last.load();
+    while (!last.compare_exchange_weak(before, std::max(microseconds, before + 1))) {
+    }
+    return fileUID(std::max(microseconds, before + 1));
 }
 
 std::optional<TrackIndices> parseTrackIndicesFromiXML(const QString& xml) {
@@ -127,7 +147,8 @@ std::optional<TrackIndices> parseTrackIndicesFromiXML(const QString& xml) {
     const QString trackText = track ? track->wholeText(xml) : QString();
     const bool isNamed = elementOnOneLine(trackText, u"NAME").has_value();
     const QString name = extractValue(isNamed ? trackText : xml, u"NAME");
-    return TrackIndices{*interleaveIndex, *channelIndex, name.trimmed()};
+    return TrackIndices{*interleaveIndex, *channelIndex, name.trimmed(),
+                        extractValue(trackText, u"FUNCTION").trimmed()};
 }
 
 std::optional<SceneTakeInfo> parseSceneTakeInfo(const QString& xml) {

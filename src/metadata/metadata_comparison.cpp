@@ -1,7 +1,8 @@
 #include "metadata/metadata_comparison.h"
 
-#include "metadata/chunks/chunk_bytes.h"
+#include "foundation/chunks/chunk_bytes.h"
 
+#include <QSet>
 #include <algorithm>
 #include <array>
 
@@ -26,9 +27,12 @@ constexpr std::array<BextField, 10> kBextFields{{{"Description", 0, 256},
                                                  {"loudness", 412, 10},
                                                  {"CodingHistory", 602, kToTheEnd}}};
 
-// Chunks that tell of a recording and that a job may meet.
-constexpr std::array kChunks{"iXML", "SMED", "aXML", "axml", "chna", "XMP ", "_PMX", "MD5 ", "UMID",
-                             "umid", "acid", "Tdat", "cart", "minf", "regn", "cue ", "smpl", "inst"};
+// How a file is laid out, what is compared otherwise, and pictures of the audio that programs draw anew.
+bool tellsNothing(const QByteArray& kind) {
+    static const QSet<QByteArray> kinds{"fmt ", "data", "ds64", "fact", "bext", "LIST INFO", "JUNK", "junk",
+                                        "PAD ", "FLLR", "filr", "wavl", "slnt", "PEAK",      "levl"};
+    return kinds.contains(kind);
+}
 
 // Texts end at their first NUL, and what a recorder left behind it is no text.
 QByteArray valueOf(const QByteArray& bext, const BextField& field) {
@@ -40,7 +44,8 @@ QByteArray valueOf(const QByteArray& bext, const BextField& field) {
     return value.count('\0') == value.size() ? QByteArray() : value;
 }
 
-void compareBext(const QByteArray& source, const QByteArray& target, SourceUmid umid, MetadataRecord& record) {
+// `wanted`: the source's as it was to go onto the target.
+void compareBext(const QByteArray& source, const QByteArray& target, const QByteArray& wanted, MetadataRecord& record) {
     for (const BextField& field : kBextFields) {
         const QByteArray was = valueOf(source, field);
         const QByteArray is = valueOf(target, field);
@@ -48,40 +53,47 @@ void compareBext(const QByteArray& source, const QByteArray& target, SourceUmid 
         if (was.isEmpty()) continue;
         if (was == is) {
             record.kept << name;
-        } else if (is.isEmpty()) {
-            const bool isCleared = umid == SourceUmid::cleared && name == QStringLiteral("UMID");
-            (isCleared ? record.renewed : record.lost) << name;
+        } else if (is == valueOf(wanted, field)) {
+            record.renewed << name;
         } else {
-            record.changed << name;
+            (is.isEmpty() ? record.lost : record.changed) << name;
         }
     }
 }
 
-void compareChunk(const char* id, const WaveChunks& source, const WaveChunks& target, MetadataRecord& record) {
-    if (!source.find(id)) return;
-    const QString name = QString::fromLatin1(id).trimmed();
-    const auto place = target.find(id);
-    if (!place || (place->size == 0 && source.find(id)->size > 0)) {
+void compareChunk(const ChunkOfKind& chunk, const WaveChunks& source, const WaveChunks& target,
+                  MetadataRecord& record) {
+    const QString name = QString::fromLatin1(chunk.kind).trimmed();
+    const auto place = target.findKind(chunk.kind);
+    if (!place || (place->size == 0 && chunk.place.size > 0)) {
         record.lost << name;
         return;
     }
-    const auto was = source.bytes(id);
-    if (was && was == target.bytes(id)) {
+    const auto was = source.bytes(chunk.place);
+    if (was && was == target.bytes(*place)) {
         record.kept << name;
     } else {
-        const bool isRenewed = qstrcmp(id, "iXML") == 0 || qstrcmp(id, "MD5 ") == 0;
+        const bool isRenewed = chunk.kind == "iXML" || chunk.kind == "MD5 ";
         (isRenewed ? record.renewed : record.changed) << name;
     }
 }
 
 } // namespace
 
-MetadataRecord compareMetadata(const QString& source, const QString& target, SourceUmid umid) {
+MetadataRecord compareMetadata(const QString& source, const QString& target, SourceUmid umid, const QString& fileName) {
     MetadataRecord record;
     const WaveChunks was(source);
     const WaveChunks is(target);
-    if (const auto bext = was.bytes("bext")) compareBext(*bext, is.bytes("bext").value_or(QByteArray()), umid, record);
-    for (const char* id : kChunks) compareChunk(id, was, is, record);
+    if (const auto bext = was.bytes("bext")) {
+        const QByteArray wanted = bextFor(*bext, is.bytes("iXML").value_or(QByteArray()), umid, fileName);
+        compareBext(*bext, is.bytes("bext").value_or(QByteArray()), wanted, record);
+    }
+    QSet<QByteArray> seen; // of several of a kind the first counts
+    for (const ChunkOfKind& chunk : was.all()) {
+        if (tellsNothing(chunk.kind) || seen.contains(chunk.kind)) continue;
+        seen.insert(chunk.kind);
+        compareChunk(chunk, was, is, record);
+    }
     return record;
 }
 

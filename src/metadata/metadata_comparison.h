@@ -8,7 +8,8 @@
 namespace ostrel {
 
 // Empty for a source that is no WAV file. A target that is none has lost everything. A UMID that is gone is lost,
-// unless it was to be cleared.
-MetadataRecord compareMetadata(const QString& source, const QString& target, SourceUmid umid);
+// unless it was to be cleared; a Description that speaks of the target's tracks and `fileName` is renewed.
+MetadataRecord compareMetadata(const QString& source, const QString& target, SourceUmid umid,
+                               const QString& fileName = QString());
 
 } // namespace ostrel

@@ -1,12 +1,13 @@
 #include "metadata/metadata_completion.h"
 
-#include "metadata/chunks/chunk_bytes.h"
+#include "foundation/chunks/chunk_bytes.h"
 #include "metadata/chunks/riff_chunks.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
 
 #include <QCryptographicHash>
 #include <QFile>
+#include <QSet>
 #include <algorithm>
 #include <vector>
 
@@ -30,16 +31,22 @@ QByteArray reversedDigest(QFile& file, const ChunkPlace& data) {
     return digest;
 }
 
+// What stays true of a file whose channels are others and whose timeline is the same: texts, and marks that count
+// frames. What tells of channels (ADM) or names the very file (a program's own identifiers) would be a lie.
+bool staysTrue(const QByteArray& kind) {
+    static const QSet<QByteArray> kinds{"SMED", "iXML", "aXML", "XMP ", "_PMX", "MD5 ", "UMID", "acid",     "Tdat",
+                                        "cart", "id3 ", "ID3 ", "cue ", "plst", "smpl", "inst", "LIST adtl"};
+    return kinds.contains(kind);
+}
+
 std::vector<RIFFChunk> chunksThatLack(const QString& source, const QString& target) {
-    std::vector<RIFFChunk> chunks;
-    try {
-        chunks = RIFFChunkReader::extractPreservableChunks(source);
-    } catch (const RIFFError&) { // no WAV file: what is not carried, the comparison tells
-    } catch (const FileError&) {
-    }
+    const WaveChunks held(source);
     const WaveChunks present(target);
-    std::erase_if(chunks,
-                  [&](const RIFFChunk& chunk) { return chunk.data.isEmpty() || present.find(chunk.id.constData()); });
+    std::vector<RIFFChunk> chunks;
+    for (const auto& [kind, place] : held.all()) {
+        if (place.size == 0 || !staysTrue(kind) || present.findKind(kind)) continue;
+        if (auto bytes = held.bytes(place)) chunks.push_back({kind.first(4), std::move(*bytes), place.payload});
+    }
     return chunks;
 }
 
@@ -65,11 +72,12 @@ QString carryChunks(const QString& source, const QString& target) {
 
 } // namespace
 
-MetadataCompletion completeMetadata(const QString& source, const QString& target, SourceUmid umid) {
+MetadataCompletion completeMetadata(const QString& source, const QString& target, SourceUmid umid,
+                                    const QString& fileName) {
     MetadataCompletion completion;
     if (!WaveChunks(target).isWave()) return completion;
     if (const QString said = carryChunks(source, target); !said.isEmpty()) completion.warnings << said;
-    completion.bext = completeBext(source, target, umid);
+    completion.bext = completeBext(source, target, umid, fileName);
     if (!completion.bext.why.isEmpty()) completion.warnings << differingBextSentence(source, completion.bext);
     if (!renewMd5Chunk(target)) {
         completion.warnings << QStringLiteral("The MD5 chunk of the new file may not be that of its audio: %1")

@@ -16,7 +16,9 @@ struct MetadataCompletion {
 
 // Changes the target in place, so only for files that can be made again. Never fails: what could not be done is a
 // warning. Blocks on the disk; reads the target's audio where it has an `MD5 ` chunk. For any thread.
-MetadataCompletion completeMetadata(const QString& source, const QString& target, SourceUmid umid);
+// `fileName` is what the target will be called, where a recorder wrote that into the Description.
+MetadataCompletion completeMetadata(const QString& source, const QString& target, SourceUmid umid,
+                                    const QString& fileName = QString());
 
 // Makes the `MD5 ` chunk of a file, if it has one, the digest of its audio: 16 bytes, MD5 of the data chunk's payload,
 // stored in reverse order. False where that was not to be done.

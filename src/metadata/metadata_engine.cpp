@@ -1,5 +1,6 @@
 #include "metadata/metadata_engine.h"
 
+#include "foundation/chunks/shown_recording.h"
 #include "metadata/core_document.h"
 #include "metadata/csv_table.h"
 #include "metadata/header_room.h"
@@ -177,7 +178,8 @@ void MetadataEngine::cleanupOldSessions(const QDateTime& now) {
 }
 
 MetadataResult MetadataEngine::exportCORE(const QString& from, const QString& to) const {
-    return runTool({QStringLiteral("--out-core=") + to, from}, QStringLiteral("CORE exported successfully"));
+    const ShownRecording shown(from);
+    return runTool({QStringLiteral("--out-core=") + to, shown.path()}, QStringLiteral("CORE exported successfully"));
 }
 
 MetadataResult MetadataEngine::importCORE(const QString& from, const QString& to) const {

@@ -1,5 +1,6 @@
 #include "metadata/metadata_manifest_extractor.h"
 
+#include "foundation/chunks/shown_recording.h"
 #include "foundation/logs/debug_log.h"
 #include "metadata/bext_csv.h"
 #include "metadata/file_hash.h"

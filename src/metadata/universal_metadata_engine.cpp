@@ -1,7 +1,7 @@
 #include "metadata/universal_metadata_engine.h"
 
+#include "foundation/chunks/shown_recording.h"
 #include "foundation/domain_error.h"
-#include "foundation/logs/debug_log.h"
 #include "metadata/header_room.h"
 #include "metadata/ixml_fitting.h"
 #include "metadata/ixml_surgery.h"
@@ -194,15 +194,15 @@ void UniversalMetadataEngine::saveManifest(const SceneTakeInfo& sceneInfo, const
 }
 
 void UniversalMetadataEngine::normalizeiXMLForSingleTrack(const QString& sourceURL, const QString& outputURL,
-                                                          const QString& trackName, int channelIndex,
-                                                          int interleaveIndex) const {
-    const QString document = performUniversalXMLSurgery(
-        extractiXMLString(sourceURL), singleTrackList(channelIndex, interleaveIndex, trackName), generateFileUID());
-    writeiXML(document, QStringLiteral("normalized_ixml.xml"), outputURL, QStringLiteral("Failed to normalize iXML"));
+                                                          const TrackIndices& track, const IxmlPlace& place) const {
+    const QString document =
+        performUniversalXMLSurgery(extractiXMLString(sourceURL), singleTrackList(track), generateFileUID());
+    writeiXML(placedIxml(document, place), QStringLiteral("normalized_ixml.xml"), outputURL,
+              QStringLiteral("Failed to normalize iXML"));
 }
 
-QStringList UniversalMetadataEngine::rebuildMultiTrackiXML(const QStringList& isoFiles,
-                                                           const QString& outputURL) const {
+QStringList UniversalMetadataEngine::rebuildMultiTrackiXML(const QStringList& isoFiles, const QString& outputURL,
+                                                           const IxmlPlace& place) const {
     std::vector<IsoDocument> isos;
     for (const QString& iso : isoFiles) {
         try {
@@ -212,11 +212,11 @@ QStringList UniversalMetadataEngine::rebuildMultiTrackiXML(const QStringList& is
             isos.push_back({iso, QString()});
         }
     }
-    return rebuildFromDocuments(isos, outputURL);
+    return rebuildFromDocuments(isos, outputURL, place);
 }
 
 QStringList UniversalMetadataEngine::rebuildFromDocuments(const std::vector<IsoDocument>& isos,
-                                                          const QString& outputURL) const {
+                                                          const QString& outputURL, const IxmlPlace& place) const {
     if (isos.empty()) throw engineError(QStringLiteral("No ISO files to rebuild the iXML from"));
     std::vector<TrackIndices> tracks;
     QStringList withoutIndices;
@@ -224,18 +224,30 @@ QStringList UniversalMetadataEngine::rebuildFromDocuments(const std::vector<IsoD
         if (const auto indices = parseTrackIndicesFromiXML(iso.ixml)) {
             tracks.push_back(*indices);
         } else {
+            const int ahead = tracks.empty() ? 0 : tracks.back().interleaveIndex;
+            tracks.push_back(trackByPlace(iso.name, static_cast<int>(tracks.size()) + 1, ahead));
             withoutIndices << iso.name;
-            appendToDebugLog(
-                QStringLiteral("UniversalMetadataEngine"),
-                QStringLiteral("⚠️ No track indices in the iXML of %1, its track is left out of the list of %2")
-                    .arg(paths::lastComponent(iso.name), paths::lastComponent(outputURL)));
         }
     }
     std::ranges::stable_sort(tracks, {}, &TrackIndices::interleaveIndex);
     const QString document = performUniversalXMLSurgery(isos.front().ixml, multiTrackList(tracks), generateFileUID());
-    writeiXML(document, QStringLiteral("multi_track_ixml.xml"), outputURL,
+    writeiXML(placedIxml(document, place), QStringLiteral("multi_track_ixml.xml"), outputURL,
               QStringLiteral("Failed to rebuild multi-track iXML"));
     return withoutIndices;
+}
+
+// With whatever else its document tells. The index of the one ahead keeps it where it stands when all are sorted.
+TrackIndices UniversalMetadataEngine::trackByPlace(const QString& iso, int place, int indexAhead) const {
+    QString xml;
+    try {
+        xml = extractiXMLString(iso);
+    } catch (const DomainError&) { // not text: it tells nothing
+    }
+    TrackIndices track = tracksOf(xml, 1).front();
+    track.interleaveIndex = indexAhead;
+    if (track.channelIndex == 0) track.channelIndex = place;
+    if (track.trackName.isEmpty()) track.trackName = QStringLiteral("CH%1").arg(place);
+    return track;
 }
 
 std::optional<TrackIndices> UniversalMetadataEngine::extractTrackIndicesFromiXML(const QString& fileURL) const {

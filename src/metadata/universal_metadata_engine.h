@@ -8,6 +8,7 @@
 
 #include "foundation/tools/source_answers.h"
 #include "metadata/chunks/riff_chunks.h"
+#include "metadata/ixml/ixml_place.h"
 #include "metadata/metadata_engine.h"
 #include "metadata/take_manifest.h"
 
@@ -36,6 +37,7 @@ struct TrackIndices {
     int interleaveIndex = 0; // 1-based, INTERLEAVE_INDEX
     int channelIndex = 0;    // CHANNEL_INDEX
     QString trackName;       // NAME as XML text, entities as they stand; may be empty
+    QString function = {};   // FUNCTION, likewise
 
     bool operator==(const TrackIndices&) const = default;
 };
@@ -68,19 +70,21 @@ public:
                       const std::optional<std::vector<int>>& trackOrder, const std::optional<TimecodeInfo>& timecode,
                       const QMap<QString, QString>& additionalMetadata) const;
 
-    // Gives the output the source's iXML with a track list of one track, a fresh FILE_UID and the source's as parent.
-    // The name goes into the XML as it stands: a caller whose name is not XML text escapes it first.
+    // Gives the output the source's iXML with a track list of this track, a fresh FILE_UID, the source's as parent, and
+    // its place. Name and function go into the XML as they stand: a caller whose name is not XML text escapes it first.
     // Throws DomainError and ProcessLaunchError, FileError for the temporary document.
-    void normalizeiXMLForSingleTrack(const QString& sourceURL, const QString& outputURL, const QString& trackName,
-                                     int channelIndex, int interleaveIndex) const;
+    void normalizeiXMLForSingleTrack(const QString& sourceURL, const QString& outputURL, const TrackIndices& track,
+                                     const IxmlPlace& place = {}) const;
 
     // Gives the output the first ISO's iXML with the tracks of all of them, in the order of their INTERLEAVE_INDEX and
-    // numbered anew. Gives the ISOs that have no indices and so no track in the list, for the caller's log. Throws as
-    // above, and DomainError for an empty list.
-    QStringList rebuildMultiTrackiXML(const QStringList& isoFiles, const QString& outputURL) const;
+    // numbered anew. An ISO that tells no indices stays behind the one ahead of it, and has those of its place; such
+    // ISOs are given, for the caller's log. Throws as above, and DomainError for an empty list.
+    QStringList rebuildMultiTrackiXML(const QStringList& isoFiles, const QString& outputURL,
+                                      const IxmlPlace& place = {}) const;
 
     // The same of ISOs that are documents and no files; gives their names.
-    QStringList rebuildFromDocuments(const std::vector<IsoDocument>& isos, const QString& outputURL) const;
+    QStringList rebuildFromDocuments(const std::vector<IsoDocument>& isos, const QString& outputURL,
+                                     const IxmlPlace& place = {}) const;
 
     // Of the first track in the file's iXML; nothing if there is none, or the tool can't be started.
     std::optional<TrackIndices> extractTrackIndicesFromiXML(const QString& fileURL) const;
@@ -92,6 +96,7 @@ public:
 private:
     bool readBWF(const QString& url, QStringList& log) const;
     void readiXML(const QString& url, MetadataPreservationResult& result) const;
+    TrackIndices trackByPlace(const QString& iso, int place, int indexAhead) const;
     void writeiXML(const QString& document, const QString& documentName, const QString& outputURL,
                    const QString& failure) const;
 

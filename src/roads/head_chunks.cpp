@@ -1,6 +1,6 @@
 #include "roads/head_chunks.h"
 
-#include "metadata/chunks/chunk_bytes.h"
+#include "foundation/chunks/chunk_bytes.h"
 #include "metadata/ixml_fitting.h"
 #include "platform/paths.h"
 
@@ -32,6 +32,20 @@ QByteArray chnaOf(QByteArray chna, const std::vector<int>& positions) {
         qToLittleEndian(static_cast<quint16>(positions[track - 1U] + 1), chna.data() + at);
     }
     return chna;
+}
+
+std::string* payloadOf(std::vector<WaveHeadChunk>& chunks, const char* id) {
+    const auto found = std::ranges::find(chunks, id, &WaveHeadChunk::id);
+    return found == chunks.end() ? nullptr : &found->bytes;
+}
+
+// Its lines speak of the tracks that the document lists, so it comes last.
+void fitDescription(std::vector<WaveHeadChunk>& chunks, const HeadRecipe& recipe) {
+    std::string* bext = payloadOf(chunks, "bext");
+    const std::string* ixml = payloadOf(chunks, "iXML");
+    if (!bext) return;
+    const QByteArray document = ixml ? QByteArray::fromStdString(*ixml) : QByteArray();
+    *bext = bextFor(QByteArray::fromStdString(*bext), document, recipe.umid, recipe.place.fileName).toStdString();
 }
 
 } // namespace
@@ -70,13 +84,11 @@ HeadChunks headChunksOf(const PlannedOutput& output, const WaveLayout& source) {
             lost("it can't be read");
             continue;
         }
-        if (chunk.id == "bext") bytes = bextFor(std::move(bytes), recipe.umid);
         if (chunk.id == "chna") bytes = chnaOf(bytes, positions);
-        if (chunk.id == "iXML" && !recipe.trackNames.isEmpty()) {
-            bytes = fittedIxml(bytes, recipe.trackNames, recipe.channelIndices);
-        }
+        if (chunk.id == "iXML" && !recipe.tracks.empty()) bytes = fittedIxml(bytes, recipe.tracks, recipe.place);
         head.chunks.push_back({chunk.id, bytes.toStdString()});
     }
+    fitDescription(head.chunks, recipe);
     return head;
 }
 

@@ -1,6 +1,6 @@
 #include "roads/own_documents.h"
 
-#include "metadata/chunks/chunk_bytes.h"
+#include "foundation/chunks/chunk_bytes.h"
 #include "metadata/ixml_fitting.h"
 #include "wave/wave_layout.h"
 

@@ -3,10 +3,10 @@
 
 #include "foundation/proof/channel_pair.h"
 #include "metadata/bext_completion.h"
+#include "metadata/ixml/ixml_place.h"
+#include "metadata/universal_metadata_engine.h"
 
-#include <QList>
 #include <QString>
-#include <QStringList>
 #include <optional>
 #include <vector>
 
@@ -16,9 +16,10 @@ namespace ostrel {
 struct HeadRecipe {
     QString source; // the file whose metadata goes along
     SourceUmid umid = SourceUmid::kept;
-    QStringList trackNames;          // XML text, in channel order; empty: an iXML document goes along as it is
-    QList<int> channelIndices;       // CHANNEL_INDEX of each track
-    std::optional<quint32> speakers; // channel mask; nothing: the source's where all its channels stay in order, else 0
+    std::vector<TrackIndices> tracks; // of the new file, in channel order; none: an iXML document goes along as it is
+    IxmlPlace place;                  // what the new file will be called, and where it comes from
+    // Channel mask; nothing: the source's where all its channels stay in order, otherwise none are named.
+    std::optional<quint32> speakers;
 };
 
 struct PlannedOutput {

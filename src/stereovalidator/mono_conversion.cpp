@@ -1,8 +1,11 @@
 #include "stereovalidator/mono_conversion.h"
 
+#include "foundation/chunks/chunk_bytes.h"
 #include "foundation/proof/audio_proof.h"
 #include "foundation/proof/sample_reader.h"
 #include "foundation/proof/unexplained_bytes.h"
+#include "metadata/chunks/chunk_setting.h"
+#include "metadata/ixml_fitting.h"
 #include "metadata/metadata_comparison.h"
 #include "metadata/metadata_completion.h"
 #include "platform/audio/audio_file_writer.h"
@@ -122,7 +125,7 @@ void MonoConversion::makeFile(AudioFile& source, const MonoTarget& target) {
         const bool exists = output.permission().kind == WritePermission::Kind::exists;
         throw ProcessingError::processingFailed(exists ? fileExistsSentence(path) : output.permission().reason);
     }
-    write(source, output.unfinished());
+    write(source, output.unfinished(), paths::lastComponent(path));
     publish(output);
     outcome_.outputs = QStringList(path);
     succeed();
@@ -161,7 +164,7 @@ void MonoConversion::replaceSource(AudioFile& source) {
     }
     outcome_.warnings << ledger_.prepareFolder(paths::parent(recording));
     NewFile file(recording);
-    write(source, file.path());
+    write(source, file.path(), paths::lastComponent(request_.file));
     takePlace(file);
 }
 
@@ -180,8 +183,9 @@ void MonoConversion::prove(const NewFile& file) const {
 void MonoConversion::takePlace(NewFile& file) {
     prove(file);
     const std::optional<FileStamp> made = FileStamp::of(file.path());
-    const QString detail = request_.useLeftChannel ? QStringLiteral("the left channel stays, the right one goes")
-                                                   : QStringLiteral("the right channel stays, the left one goes");
+    QString detail = request_.useLeftChannel ? QStringLiteral("the left channel stays, the right one goes")
+                                             : QStringLiteral("the right channel stays, the left one goes");
+    if (!outcome_.metadata.isWhole()) detail += QStringLiteral("; not carried: ") + outcome_.metadata.missing();
     const int step = journal_.begin(JournalOperation::replace, file.finalPath(), file.finalPath(), file.path(), detail);
     try {
         replaceRecording(file, *stamp_);
@@ -208,14 +212,15 @@ void MonoConversion::noteWhatStands(const NewFile& file, const std::optional<Fil
                                  : SourceFate{request_.file, SourceFate::Kind::replaced, QString()}};
 }
 
-void MonoConversion::write(AudioFile& source, const QString& path) {
-    const PlannedOutput planned{path, {{request_.file, channel()}}, {.source = request_.file}};
+void MonoConversion::write(AudioFile& source, const QString& path, const QString& fileName) {
+    const PlannedOutput planned{path, {{request_.file, channel()}}, head(fileName)};
     outcome_.warnings << road_.make({planned}, [&] {
         copyChannel(source, channel(), path);
         copyBWFMetadata(path);
+        fitDocument(path, planned.head);
     });
-    outcome_.warnings << completeMetadata(request_.file, path, SourceUmid::kept).warnings;
-    outcome_.metadata = compareMetadata(request_.file, path, SourceUmid::kept);
+    outcome_.warnings << completeMetadata(request_.file, path, SourceUmid::kept, fileName).warnings;
+    outcome_.metadata = compareMetadata(request_.file, path, SourceUmid::kept, fileName);
     const QString name = paths::lastComponent(request_.file);
     if (source.isLossy() && AudioFile(path).lengthInFrames() != source.lengthInFrames()) { // compared nowhere else
         throw ProcessingError::processingFailed(QStringLiteral("The new file has not got the length of %1").arg(name));
@@ -228,6 +233,27 @@ void MonoConversion::write(AudioFile& source, const QString& path) {
 
 // A mono file of floats holds 24 bits of each sample; the direct engine keeps them as they are.
 bool MonoConversion::isRounded() const { return !road_.isDirect() && isWiderThanFloats(request_.file); }
+
+// The iXML lists the one channel that stays.
+HeadRecipe MonoConversion::head(const QString& fileName) const {
+    HeadRecipe head{.source = request_.file, .place = {fileName, paths::lastComponent(request_.file)}};
+    const auto chunk = WaveChunks(request_.file).bytes("iXML");
+    const auto document = chunk ? decodedIxml(*chunk) : std::nullopt;
+    if (!document) return head;
+    TrackIndices track = tracksOf(*document, 2)[static_cast<std::size_t>(channel())];
+    if (track.channelIndex == 0) track.channelIndex = channel() + 1;
+    if (track.trackName.isEmpty()) track.trackName = QStringLiteral("CH%1").arg(track.channelIndex);
+    head.tracks = {track};
+    return head;
+}
+
+// A document that can't be fitted goes along as it is with the other chunks, and so does one that there is no room for.
+void MonoConversion::fitDocument(const QString& target, const HeadRecipe& head) const {
+    const auto chunk = WaveChunks(request_.file).bytes("iXML");
+    if (!chunk || head.tracks.empty()) return;
+    const QByteArray fitted = fittedIxml(*chunk, head.tracks, head.place);
+    if (fitted != *chunk) setChunk(target, "iXML", fitted, ' ');
+}
 
 // Until one succeeds: releases of the original tool that do not know --copy refuse it without touching a file. Best
 // effort: the audio stands without its metadata.

@@ -39,7 +39,9 @@ private:
     void prove(const NewFile& file) const;
     void takePlace(NewFile& file);
     void noteWhatStands(const NewFile& file, const std::optional<FileStamp>& made);
-    void write(AudioFile& source, const QString& path);
+    void write(AudioFile& source, const QString& path, const QString& fileName);
+    HeadRecipe head(const QString& fileName) const;
+    void fitDocument(const QString& target, const HeadRecipe& head) const;
     void copyBWFMetadata(const QString& target) const;
     bool isRounded() const;
     void succeed();

@@ -12,7 +12,7 @@ const QStringList& headers() {
         QStringLiteral("File"),           QStringLiteral("Classification"), QStringLiteral("Action"),
         QStringLiteral("Correlation"),    QStringLiteral("Confidence"),     QStringLiteral("Lag (ms)"),
         QStringLiteral("Mid/Side Ratio"), QStringLiteral("RMS Diff"),       QStringLiteral("Duration"),
-        QStringLiteral("Sample Rate"),    QStringLiteral("Bit Depth"),
+        QStringLiteral("Sample Rate"),    QStringLiteral("Bit Depth"),      QStringLiteral("Metadata"),
     };
     return names;
 }
@@ -30,6 +30,7 @@ QStringList row(const StereoValidatorResult& result, bool converted) {
         result.formattedDuration(),
         QString::number(result.sampleRate),
         QString::number(result.bitDepth),
+        result.outcome ? result.outcome->metadata.word() : QString(),
     };
 }
 

@@ -201,7 +201,10 @@ TEST_F(PolyCommands, InPlaceChangesTheNamesAlone) {
               QByteArray(chunkOf(before, "iXML")).replace("Lav Ann", "Radio"));
     EXPECT_EQ(chunkOf(after, "data"), chunkOf(before, "data"));
     EXPECT_EQ(chunkOf(after, "SMED"), chunkOf(before, "SMED"));
-    EXPECT_EQ(chunkOf(after, "bext"), chunkOf(before, "bext"));
+    QByteArray description = chunkOf(before, "bext").first(256);
+    description.replace("sTRK2=Lav Ann\r\n", "sTRK2=Radio\r\n");
+    EXPECT_EQ(chunkOf(after, "bext").first(256), description.leftJustified(256, '\0'));
+    EXPECT_EQ(chunkOf(after, "bext").mid(256), chunkOf(before, "bext").mid(256));
     EXPECT_EQ(namesIn(path("polys"_s)).size(), 3);
 }
 

@@ -19,6 +19,13 @@ TEST(MetadataRecord, OfSeveralOutputsTheWorstCounts) {
     EXPECT_FALSE(item.isWhole());
 }
 
+TEST(MetadataRecord, AReportSaysItInAWord) {
+    EXPECT_EQ(MetadataRecord{}.word(), QString());
+    EXPECT_EQ((MetadataRecord{list("Description"), {}, {}, {}}.word()), QStringLiteral("All kept"));
+    EXPECT_EQ((MetadataRecord{list("SMED"), list("iXML MD5"), {}, list("axml")}.word()),
+              QStringLiteral("Renewed: iXML, MD5; Lost: axml"));
+}
+
 TEST(MetadataRecord, WhatWasMeantToDifferIsNoLoss) {
     const MetadataRecord record{list("Description"), list("iXML MD5"), {}, {}};
     EXPECT_TRUE(record.isWhole());

@@ -1,7 +1,7 @@
 // Any text as an iXML document, through everything that reads or edits one.
+#include "metadata/ixml/ixml_text.h"
 #include "metadata/ixml_parser.h"
 #include "metadata/ixml_surgery.h"
-#include "metadata/ixml_text.h"
 #include "polytools/grouping/iso_evidence.h"
 
 #include <cstdlib>
@@ -26,7 +26,7 @@ void checkElements(const QString& xml) {
 }
 
 void checkSurgery(const QString& xml) {
-    const QString list = singleTrackList(2, 1, QStringLiteral("$1 \\0 & %1"));
+    const QString list = singleTrackList({1, 2, QStringLiteral("$1 \\0 & %1")});
     const QString result = performUniversalXMLSurgery(xml, list, QStringLiteral("NEW"));
     const auto oldList = elementAcrossLines(xml, u"TRACK_LIST");
     require(!oldList || result.contains(list));

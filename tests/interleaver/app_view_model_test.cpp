@@ -583,11 +583,12 @@ TEST_F(AppViewModelTest, AReportOfTheRunIsWritten) {
                      QStringLiteral("# Output Format: Smart (Recommended)"), QStringLiteral("# Total Groups: 1")}));
     EXPECT_EQ(lines[8], QStringLiteral("#"));
     EXPECT_EQ(lines[9], QStringLiteral("Group,Channels,Source Files,Output File,Layout,Format,Metadata Tier,Sample "
-                                       "Rate,Bit Depth,Duration,Originals,Status"));
+                                       "Rate,Bit Depth,Duration,Originals,Status,Metadata"));
     EXPECT_EQ(
         lines[10],
         QStringLiteral(
-            "\"Rain, heavy\",2ch,L+R,\"Rain, heavy.wav\",Stereo (L/R),WAV,BWF Guaranteed,48000,24,0:00,Kept,Success"));
+            "\"Rain, heavy\",2ch,L+R,\"Rain, heavy.wav\",Stereo (L/R),WAV,BWF Guaranteed,48000,24,0:00,Kept,Success,"
+            "All kept"));
     EXPECT_EQ(lines.mid(11), (QStringList{QString(), QStringLiteral("# Total: 1"), QStringLiteral("# Success: 1"),
                                           QStringLiteral("# Skipped: 0"), QStringLiteral("# Errors: 0")}));
 }
@@ -606,7 +607,7 @@ TEST_F(AppViewModelTest, AReportOfASplitIsWritten) {
     EXPECT_EQ(lines[4], QStringLiteral("# Output: ") + output("out"));
     EXPECT_EQ(lines[10],
               QStringLiteral(
-                  "Poly.wav,%1,2,Stereo (L/R),WAV,BWF Guaranteed,48000,24,0:00,Poly.L.wav | Poly.R.wav,Kept,Success")
+                  "Poly.wav,%1,2,Stereo (L/R),WAV,BWF Guaranteed,48000,24,0:00,Poly.L.wav | Poly.R.wav,Kept,Success,")
                   .arg(output("Poly.wav")));
 }
 

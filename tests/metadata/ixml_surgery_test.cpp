@@ -16,7 +16,7 @@ const QString kDocument =
 
 TEST(IxmlSurgery, SingleTrackListHasThisForm) {
     EXPECT_EQ(
-        singleTrackList(5, 1, u"Boom"_s),
+        singleTrackList({1, 5, u"Boom"_s}),
         u"   <TRACK_LIST>\n      <TRACK_COUNT>1</TRACK_COUNT>\n      <TRACK>\n         "
         u"<CHANNEL_INDEX>5</CHANNEL_INDEX>\n"
         "         <INTERLEAVE_INDEX>1</INTERLEAVE_INDEX>\n         <NAME>Boom</NAME>\n      </TRACK>\n   </TRACK_LIST>"_s);
@@ -32,24 +32,32 @@ TEST(IxmlSurgery, MultiTrackListIsNumberedFromOneAndKeepsChannels) {
         "         <NAME>Lav</NAME>\n      </TRACK>\n   </TRACK_LIST>"_s);
 }
 
+TEST(IxmlSurgery, AFunctionIsKeptAndABlankOneIsNotWritten) {
+    EXPECT_TRUE(singleTrackList({1, 1, u"L"_s, u"L-MIX"_s})
+                    .contains(u"<NAME>L</NAME>\n         <FUNCTION>L-MIX</FUNCTION>\n      </TRACK>"_s));
+    EXPECT_FALSE(singleTrackList({1, 1, u"L"_s}).contains(u"FUNCTION"_s));
+}
+
 TEST(IxmlSurgery, ATrackNameWithAnAmpersandGoesInAsItStands) {
-    EXPECT_TRUE(singleTrackList(1, 1, u"A & B %1 $1 \\1"_s).contains(u"<NAME>A & B %1 $1 \\1</NAME>"_s));
-    const QString list = singleTrackList(1, 1, u"$1 \\0 %2"_s);
+    EXPECT_TRUE(singleTrackList({1, 1, u"A & B %1 $1 \\1"_s}).contains(u"<NAME>A & B %1 $1 \\1</NAME>"_s));
+    const QString list = singleTrackList({1, 1, u"$1 \\0 %2"_s});
     EXPECT_TRUE(performUniversalXMLSurgery(kDocument, list, u"NEW"_s).contains(list));
 }
 
 TEST(IxmlSurgery, ChangesTrackListAndUIDsAndNothingElse) {
     EXPECT_EQ(performUniversalXMLSurgery(kDocument, u"LIST"_s, u"NEW"_s),
               u"<?xml version=\"1.0\"?>\n<BWFXML>\n\t<IXML_VERSION>1.5</IXML_VERSION>\n\t<SCENE>A&amp;1</SCENE>\n"
-              "\t<FILE_UID>NEW</FILE_UID>\n\t<PARENT_UID>OLD</PARENT_UID>\n\t<FILE_SET>\n\t\t<FAMILY_UID>FAM</"
+              "\t<FILE_UID>NEW</FILE_UID>\n\t<HISTORY>\n\t\t<PARENT_UID>OLD</PARENT_UID>\n\t</"
+              "HISTORY>\n\t<FILE_SET>\n\t\t<FAMILY_UID>FAM</"
               "FAMILY_UID>\n\t</FILE_SET>\n"
               "\tLIST\n"
               "\t<ODD vendor=\"1\">kept</ODD>\n</BWFXML>\n"_s);
 }
 
-TEST(IxmlSurgery, ADocumentWithoutATrackListGetsNone) {
-    EXPECT_FALSE(performUniversalXMLSurgery(u"<BWFXML><FILE_UID>1</FILE_UID></BWFXML>"_s, u"LIST"_s, u"NEW"_s)
-                     .contains(u"LIST"_s));
+TEST(IxmlSurgery, ADocumentWithoutATrackListGetsItAheadOfItsEnd) {
+    EXPECT_TRUE(performUniversalXMLSurgery(u"<BWFXML><FILE_UID>1</FILE_UID></BWFXML>"_s, u"LIST"_s, u"NEW"_s)
+                    .endsWith(u"LIST\n</BWFXML>"_s));
+    EXPECT_EQ(performUniversalXMLSurgery(u"no document"_s, u"LIST"_s, u"NEW"_s), u"no document"_s);
 }
 
 TEST(IxmlSurgery, OnlyTheFirstTrackListIsReplaced) {

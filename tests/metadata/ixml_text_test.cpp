@@ -1,4 +1,4 @@
-#include "metadata/ixml_text.h"
+#include "metadata/ixml/ixml_text.h"
 
 #include "platform/text/regular_expression.h"
 

@@ -105,7 +105,7 @@ TEST_F(DeliveredToolTest, MovesEverythingFromAPolyToAnISO) {
     EXPECT_EQ(log, (QStringList{u"✅ RIFF chunks injected: iso.wav"_s, u"✅ BWF metadata copied: iso.wav"_s}));
     const auto indices = engine.extractTrackIndicesFromiXML(source);
     ASSERT_TRUE(indices);
-    engine.normalizeiXMLForSingleTrack(source, iso, indices->trackName, 8, 1);
+    engine.normalizeiXMLForSingleTrack(source, iso, {1, 8, indices->trackName});
 
     const QByteArray written = readAll(iso);
     EXPECT_EQ(chunkOf(written, "data"), audio);
@@ -116,8 +116,8 @@ TEST_F(DeliveredToolTest, MovesEverythingFromAPolyToAnISO) {
     EXPECT_EQ(bextWritten.mid(338, 8), chunkOf(readAll(source), "bext").mid(338, 8));
     const QString ixml = QString::fromUtf8(textOf(chunkOf(written, "iXML")));
     const QString uid = extractValue(ixml, u"FILE_UID");
-    EXPECT_EQ(ixml,
-              performUniversalXMLSurgery(QString::fromUtf8(kPolyXml), singleTrackList(8, 1, u"Tom &amp; Zoë"_s), uid));
+    EXPECT_EQ(ixml, performUniversalXMLSurgery(QString::fromUtf8(kPolyXml), singleTrackList({1, 8, u"Tom &amp; Zoë"_s}),
+                                               uid));
     EXPECT_EQ(extractValue(ixml, u"PARENT_UID"), u"OLD"_s);
     EXPECT_EQ(engine.extractTrackIndicesFromiXML(iso), (TrackIndices{1, 8, u"Tom &amp; Zoë"_s}));
     EXPECT_EQ(fingerprintOf(source), before);
@@ -143,7 +143,7 @@ TEST_F(DeliveredToolTest, ASourceWithoutIxmlGivesAnOutputWithoutIxml) {
     const QString iso = folder_.write(u"iso.wav"_s, waveBytes({}));
     const UniversalMetadataEngine engine(tool_);
     EXPECT_TRUE(engine.extractiXMLString(source).isEmpty());
-    engine.normalizeiXMLForSingleTrack(source, iso, u"Lav"_s, 1, 1);
+    engine.normalizeiXMLForSingleTrack(source, iso, {1, 1, u"Lav"_s});
     EXPECT_EQ(readAll(iso), waveBytes({}));
 }
 

@@ -186,11 +186,12 @@ TEST_F(UniversalMetadataEngineTest, NormalizesForASingleTrack) {
     const QString source = wave(u"poly.wav"_s);
     const QString output = wave(u"iso.wav"_s);
     FakeBwfmetaedit::setIxml(source, takeXml(trackXml(1, 1, u"a"_s) + trackXml(2, 2, u"b"_s)));
-    engine_.normalizeiXMLForSingleTrack(source, output, u"Lav"_s, 6, 1);
+    engine_.normalizeiXMLForSingleTrack(source, output, {1, 6, u"Lav"_s});
     const QString written = FakeBwfmetaedit::ixml(output);
     const QString uid = extractValue(written, u"FILE_UID");
     EXPECT_TRUE(QRegularExpression(u"^USSDVKA[0-9A-F]{16}$"_s).match(uid).hasMatch()) << uid.toStdString();
-    EXPECT_EQ(written, performUniversalXMLSurgery(FakeBwfmetaedit::ixml(source), singleTrackList(6, 1, u"Lav"_s), uid));
+    EXPECT_EQ(written,
+              performUniversalXMLSurgery(FakeBwfmetaedit::ixml(source), singleTrackList({1, 6, u"Lav"_s}), uid));
     EXPECT_EQ(extractValue(written, u"PARENT_UID"), u"OLD"_s);
     EXPECT_EQ(extractValue(written, u"FAMILY_UID"), u"FAM"_s);
     ASSERT_EQ(tool_.calls().size(), 2);
@@ -202,7 +203,7 @@ TEST_F(UniversalMetadataEngineTest, NormalizesForASingleTrack) {
 
 TEST_F(UniversalMetadataEngineTest, ASourceWithoutIxmlGivesAnEmptyDocumentWhichTheToolTakesForNone) {
     const QString output = wave(u"iso.wav"_s);
-    engine_.normalizeiXMLForSingleTrack(wave(u"poly.wav"_s), output, u"Lav"_s, 1, 1);
+    engine_.normalizeiXMLForSingleTrack(wave(u"poly.wav"_s), output, {1, 1, u"Lav"_s});
     EXPECT_EQ(FakeBwfmetaedit::ixml(output), QString());
 }
 
@@ -219,12 +220,15 @@ TEST_F(UniversalMetadataEngineTest, AFailedWriteIsThrownAndNothingIsLeftBehind) 
     const QString source = wave(u"poly.wav"_s);
     FakeBwfmetaedit::setIxml(source, takeXml(trackXml(1, 1, u"a"_s)));
     const QString broken = wave(u"broken.wav"_s);
-    EXPECT_EQ(domainError([&] { engine_.normalizeiXMLForSingleTrack(source, broken, u"x"_s, 1, 1); }),
+    EXPECT_EQ(domainError([&] {
+                  engine_.normalizeiXMLForSingleTrack(source, broken, {1, 1, u"x"_s});
+              }),
               u"UniversalMetadataEngine 1 Failed to normalize iXML"_s);
     EXPECT_EQ(domainError([&] { engine_.rebuildMultiTrackiXML({source}, broken); }),
               u"UniversalMetadataEngine 1 Failed to rebuild multi-track iXML"_s);
-    EXPECT_THROW(UniversalMetadataEngine(u"/nowhere/tool"_s).normalizeiXMLForSingleTrack(source, broken, u"x"_s, 1, 1),
-                 ProcessLaunchError);
+    EXPECT_THROW(
+        UniversalMetadataEngine(u"/nowhere/tool"_s).normalizeiXMLForSingleTrack(source, broken, {1, 1, u"x"_s}),
+        ProcessLaunchError);
     EXPECT_TRUE(folders_.leftInTemporary().isEmpty());
 }
 
@@ -256,14 +260,33 @@ TEST_F(UniversalMetadataEngineTest, ISOsOfOneInterleaveIndexKeepTheirOrder) {
     EXPECT_TRUE(FakeBwfmetaedit::ixml(poly).contains(multiTrackList({{1, 1, u"c"_s}, {1, 2, u"a"_s}, {1, 3, u"b"_s}})));
 }
 
-TEST_F(UniversalMetadataEngineTest, AnISOWithoutIndicesIsLeftOutAndTold) {
+TEST_F(UniversalMetadataEngineTest, AnISOWithoutIndicesIsListedByItsPlaceAndTold) {
     const QStringList isos{wave(u"1.wav"_s), wave(u"2.wav"_s), wave(u"3.wav"_s)};
     FakeBwfmetaedit::setIxml(isos[0], takeXml(trackXml(1, 1, u"a"_s)));
     FakeBwfmetaedit::setIxml(isos[1], takeXml(u"<TRACK><NAME>no indices</NAME></TRACK>"_s));
     FakeBwfmetaedit::setIxml(isos[2], takeXml(trackXml(3, 3, u"c"_s)));
     const QString poly = wave(u"poly.wav"_s);
     EXPECT_EQ(engine_.rebuildMultiTrackiXML(isos, poly), QStringList{isos[1]});
-    EXPECT_EQ(extractValue(FakeBwfmetaedit::ixml(poly), u"TRACK_COUNT"), u"2"_s);
+    EXPECT_TRUE(FakeBwfmetaedit::ixml(poly).contains(
+        multiTrackList({{1, 1, u"a"_s}, {2, 2, u"no indices"_s}, {3, 3, u"c"_s}})));
+}
+
+TEST_F(UniversalMetadataEngineTest, ISOsWithoutAnyIndicesAreListedAsTheyCome) {
+    const QStringList isos{wave(u"1.wav"_s), wave(u"2.wav"_s)};
+    for (const QString& iso : isos) FakeBwfmetaedit::setIxml(iso, takeXml(QString()));
+    const QString poly = wave(u"poly.wav"_s);
+    EXPECT_EQ(engine_.rebuildMultiTrackiXML(isos, poly), isos);
+    EXPECT_TRUE(FakeBwfmetaedit::ixml(poly).contains(multiTrackList({{1, 1, u"CH1"_s}, {2, 2, u"CH2"_s}})));
+}
+
+TEST_F(UniversalMetadataEngineTest, AnISOWithoutIndicesStaysBehindTheOneAheadOfIt) {
+    const QStringList isos{wave(u"1.wav"_s), wave(u"2.wav"_s), wave(u"3.wav"_s)};
+    FakeBwfmetaedit::setIxml(isos[0], takeXml(trackXml(3, 3, u"a"_s)));
+    FakeBwfmetaedit::setIxml(isos[2], takeXml(trackXml(9, 9, u"c"_s)));
+    const QString poly = wave(u"poly.wav"_s);
+    engine_.rebuildMultiTrackiXML(isos, poly);
+    EXPECT_TRUE(
+        FakeBwfmetaedit::ixml(poly).contains(multiTrackList({{1, 3, u"a"_s}, {2, 2, u"CH2"_s}, {3, 9, u"c"_s}})));
 }
 
 TEST_F(UniversalMetadataEngineTest, RebuildingFromNothingIsRefused) {
@@ -320,7 +343,7 @@ TEST_F(UniversalMetadataEngineTest, NoOperationTouchesASource) {
     const QString output = wave(u"out.wav"_s);
     const auto captured = engine_.extractMetadata(source, true);
     engine_.applyMetadata({output}, source, captured, true, true, true);
-    engine_.normalizeiXMLForSingleTrack(source, output, u"b"_s, 1, 1);
+    engine_.normalizeiXMLForSingleTrack(source, output, {1, 1, u"b"_s});
     engine_.rebuildMultiTrackiXML({source}, output);
     EXPECT_TRUE(engine_.extractTrackIndicesFromiXML(source));
     EXPECT_EQ(testing::fingerprint(folder_.path(u"sources"_s)), before);

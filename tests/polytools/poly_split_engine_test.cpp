@@ -315,15 +315,31 @@ TEST_F(PolySplitWithMetadata, AListOfSixTracksOnEightChannelsIsNotUsed) {
     EXPECT_TRUE(entryWith(result.logEntries, QStringLiteral("iXML lists 6 tracks for 8 channels")));
 }
 
+TEST_F(PolySplitWithMetadata, WhatIsNotCarriedIsNamedOnceAndTheSetIsTold) {
+    WaveSpec spec;
+    spec.channels = 3;
+    spec.before = {{"chna", QByteArray(4, '\0')}, {"cue ", QByteArray(4, '\0')}};
+    const SplitResult result =
+        split(writePoly(folder_.path(QStringLiteral("P.wav")), spec, testing::ixmlOf({"a", "b", "c"})), byNumber());
+    ASSERT_EQ(result.createdCount, 3);
+    EXPECT_EQ(testing::messages(result.logEntries).filter(QStringLiteral("Partial metadata")),
+              QStringList{QString::fromUtf8("⚠️ Partial metadata preservation: P.wav (chna)")});
+    EXPECT_EQ(result.outcome.metadata.lost, QStringList{QStringLiteral("chna")});
+    const QByteArray second = testing::ixmlOfFile(output(QStringLiteral("P_ch2.wav")));
+    for (const char* part : {"<TOTAL_FILES>3<", "<FILE_SET_INDEX>2<", "<PARENT_FILENAME>P.wav<"}) {
+        EXPECT_TRUE(second.contains(part)) << part;
+    }
+}
+
 TEST_F(PolySplitWithMetadata, IndicesOutOfOrderNameTheFiles) {
     WaveSpec spec;
     spec.channels = 2;
     testing::IxmlSpec ixml;
     ixml.tracks = {{5, 2, "Lav"}, {4, 1, "Boom"}};
     split(writePoly(folder_.path(QStringLiteral("P.wav")), spec, ixml), byNumber());
-    // The first channel carries the first track of the document, whose index is 2.
+    // The track of index 2 is the second channel, whatever its place in the document.
     EXPECT_EQ(testing::decodedByFfmpeg(output(QStringLiteral("P_ch2.wav")))[0],
-              testing::scaledTo32(testing::samplesOf(spec), 24)[0]);
+              testing::scaledTo32(testing::samplesOf(spec), 24)[1]);
     EXPECT_TRUE(testing::ixmlOfFile(output(QStringLiteral("P_ch2.wav"))).contains("<CHANNEL_INDEX>5</CHANNEL_INDEX>"));
 }
 

@@ -194,8 +194,8 @@ TEST_F(SplitFace, ASplitMakesTheFilesAndTheReport) {
     }
     const QString csv = QString::fromUtf8(testing::readAll(controller_->reportPath.value()));
     EXPECT_TRUE(csv.startsWith(QStringLiteral("# Tessarine — PolySplit Report\n"))) << csv.toStdString();
-    EXPECT_TRUE(csv.contains(QStringLiteral(
-        "Channel,Track Name,Output File,Sample Rate,Bit Depth,Status\n1,—,12AT3_ch1.wav,48000 Hz,24-bit,Complete")));
+    EXPECT_TRUE(csv.contains(QStringLiteral("Channel,Track Name,Output File,Sample Rate,Bit "
+                                            "Depth,Status,Metadata\n1,—,12AT3_ch1.wav,48000 Hz,24-bit,Complete,")));
     EXPECT_TRUE(csv.endsWith(QStringLiteral("\n\n# Total Channels: 3\n# ISOs Created: 3\n# Errors: 0")));
     EXPECT_EQ(testing::fingerprintOf(file), before);
 

@@ -94,9 +94,7 @@ TEST_F(DirectRoadTest, EveryChunkThatStaysTrueGoesAlongFromWhereverItStands) {
                                .after = {{"cue ", "marks"}, {"iXML", kDocument}, {"LIST", "INFOx"}}});
     const PlannedOutput kept{output(u"k.wav"_s), {{poly, 0}, {poly, 1}}, {poly}};
     const PlannedOutput cleared{
-        output(u"c.wav"_s),
-        {{poly, 1}},
-        {.source = poly, .umid = SourceUmid::cleared, .trackNames = {u"Lav"_s}, .channelIndices = {2}}};
+        output(u"c.wav"_s), {{poly, 1}}, {.source = poly, .umid = SourceUmid::cleared, .tracks = {{1, 2, u"Lav"_s}}}};
     DirectRoad({poly}).make({kept, cleared});
     const QByteArray whole = readAll(kept.file);
     EXPECT_EQ(chunkOf(whole, "bext"), bextPayload(bext));

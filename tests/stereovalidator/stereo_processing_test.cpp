@@ -288,10 +288,58 @@ TEST_F(ConversionTest, CarriesMetadataWithoutATool) {
 }
 
 TEST_F(ConversionTest, TellsWhatIsLeftBehind) {
-    const testing::WaveSpec wave{.channels = 2, .before = {{"cue ", QByteArray(4, '\0')}}};
+    const testing::WaveSpec wave{.channels = 2, .before = {{"chna", QByteArray(4, '\0')}, {"regn", "odd"}}};
     const ItemOutcome outcome = convert(request(folder_.write(QStringLiteral("a.wav"), testing::waveBytes(wave))));
     EXPECT_TRUE(outcome.succeeded());
-    EXPECT_EQ(outcome.warnings, QStringList{QStringLiteral("a.wav: its BWF metadata could not be carried over (cue)")});
+    EXPECT_EQ(outcome.warnings,
+              QStringList{QStringLiteral("a.wav: its BWF metadata could not be carried over (chna, regn)")});
+}
+
+TEST_F(ConversionTest, MarkersLoopsAndLabelsStay) {
+    const QByteArray labels = QByteArray("adtllabl") + QByteArray("\x09\0\0\0\1\0\0\0Slate\0", 14);
+    const std::vector<std::pair<QByteArray, QByteArray>> marks{
+        {"cue ", QByteArray("\1\0\0\0", 4) + QByteArray(24, 'c')}, {"smpl", QByteArray(36, 's')}, {"LIST", labels}};
+    const testing::WaveSpec wave{.channels = 2, .after = marks};
+    for (const bool inPlace : {false, true}) {
+        const QString file = folder_.write(QStringLiteral("a.wav"), testing::waveBytes(wave));
+        MonoRequest wanted = request(file);
+        if (inPlace) {
+            wanted.outputFolder = paths::parent(file);
+            wanted.allowOverwrite = true;
+            wanted.addSuffix = false;
+        }
+        const ItemOutcome outcome = convert(wanted);
+        ASSERT_TRUE(outcome.succeeded()) << outcome.message.toStdString();
+        EXPECT_TRUE(outcome.warnings.isEmpty());
+        EXPECT_EQ(outcome.metadata.kept.join(u' '), QStringLiteral("cue smpl LIST adtl"));
+        const QByteArray made = testing::readAll(outcome.outputs.value(0));
+        for (const auto& [id, bytes] : marks) EXPECT_TRUE(made.contains(bytes)) << id.toStdString();
+    }
+}
+
+TEST_F(ConversionTest, TheDocumentListsTheChannelThatStays) {
+    const QByteArray document =
+        "<BWFXML><FILE_UID>OLD</FILE_UID><FILE_SET><TOTAL_FILES>3</TOTAL_FILES></FILE_SET><TRACK_LIST>"
+        "<TRACK_COUNT>2</TRACK_COUNT>"
+        "<TRACK><CHANNEL_INDEX>3</CHANNEL_INDEX><INTERLEAVE_INDEX>1</INTERLEAVE_INDEX><NAME>Boom</NAME></TRACK>"
+        "<TRACK><CHANNEL_INDEX>4</CHANNEL_INDEX><INTERLEAVE_INDEX>2</INTERLEAVE_INDEX><NAME>Lav</NAME>"
+        "<FUNCTION>M-1.0</FUNCTION></TRACK></TRACK_LIST></BWFXML>";
+    const QByteArray bext = testing::bextPayload({.description = "sTRK3=Boom\r\nsTRK4=Lav\r\nsNOTE=\r\n"});
+    const testing::WaveSpec wave{.channels = 2, .before = {{"bext", bext}, {"iXML", document}}};
+    MonoRequest wanted = request(folder_.write(QStringLiteral("a.wav"), testing::waveBytes(wave)));
+    wanted.useLeftChannel = false;
+    const ItemOutcome outcome = convert(wanted);
+    ASSERT_TRUE(outcome.succeeded()) << outcome.message.toStdString();
+    EXPECT_TRUE(outcome.warnings.isEmpty());
+    EXPECT_TRUE(outcome.metadata.isWhole());
+    const QByteArray made = testing::readAll(outcome.outputs.value(0));
+    const QByteArray fitted = testing::chunkOf(made, "iXML");
+    for (const char* part : {"<TRACK_COUNT>1<", "<CHANNEL_INDEX>4<", "<INTERLEAVE_INDEX>1<", "<NAME>Lav<", ">M-1.0<",
+                             "<PARENT_UID>OLD<", "<PARENT_FILENAME>a.wav<", "<TOTAL_FILES>3<"}) {
+        EXPECT_TRUE(fitted.contains(part)) << part << " in " << fitted.toStdString();
+    }
+    EXPECT_FALSE(fitted.contains("Boom"));
+    EXPECT_TRUE(testing::chunkOf(made, "bext").startsWith(QByteArray("sTRK4=Lav\r\nsNOTE=\r\n\0", 20)));
 }
 
 TEST_F(ConversionTest, EndsItsSearchForBwfmetaeditAtTheDeliveredTool) {

@@ -4,6 +4,18 @@
 
 namespace ostrel {
 
+QString MetadataRecord::word() const {
+    if (isEmpty()) return {};
+    QStringList parts;
+    const auto tell = [&](const QStringList& names, const QString& what) {
+        if (!names.isEmpty()) parts << what + names.join(QStringLiteral(", "));
+    };
+    tell(renewed, QStringLiteral("Renewed: "));
+    tell(changed, QStringLiteral("Changed: "));
+    tell(lost, QStringLiteral("Lost: "));
+    return parts.isEmpty() ? QStringLiteral("All kept") : parts.join(QStringLiteral("; "));
+}
+
 void MetadataRecord::add(const MetadataRecord& other) {
     using List = QStringList MetadataRecord::*;
     constexpr std::array<List, 4> fromBest{&MetadataRecord::kept, &MetadataRecord::renewed, &MetadataRecord::changed,

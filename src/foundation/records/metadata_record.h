@@ -20,6 +20,9 @@ struct MetadataRecord {
     // "loudness, CodingHistory": what is not as it was.
     QString missing() const { return (changed + lost).join(QStringLiteral(", ")); }
 
+    // For a person: "All kept", or "Renewed: iXML; Lost: axml"; empty where nothing was compared.
+    QString word() const;
+
     // Of an item with several outputs: a field has the worst that became of it in any of them.
     void add(const MetadataRecord& other);
 };

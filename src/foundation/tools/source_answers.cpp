@@ -1,5 +1,6 @@
 #include "foundation/tools/source_answers.h"
 
+#include "foundation/chunks/shown_recording.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
 #include "platform/processes/tool_limits.h"
@@ -36,6 +37,11 @@ ProcessResult saying(const QByteArray& text) {
     return result;
 }
 
+// What the tool said names the recording, whatever was shown to it.
+QByteArray naming(const QString& file, const ShownRecording& shown, QByteArray text) {
+    return shown.isCopy() ? text.replace(shown.path().toUtf8(), file.toUtf8()) : text;
+}
+
 // "--out-core=" of "--out-core=-".
 QString documentOption(const QString& argument) {
     return argument.startsWith(QStringLiteral("--out-")) && argument.endsWith(QStringLiteral("=-"))
@@ -53,8 +59,20 @@ ProcessResult SourceAnswers::printed(const QString& tool, const QStringList& arg
     const Question question = Question{tool} + arguments + Question{file};
     const std::optional<FileStamp> stamp = openedStamp(file);
     if (const auto answer = known(question, stamp)) return saying(answer->bytes.value_or(QByteArray()));
-    ProcessResult result = ChildProcess::runForResult(tool, arguments + QStringList{file}, limitsByFileSize({file}));
+    ProcessResult result = run(tool, arguments, file, !option.isEmpty());
     if (result.succeeded()) keep(question, stamp, result.standardOutput);
+    return result;
+}
+
+// A tool for metadata may write what it shows anew; one that measures the audio has to see all of it.
+ProcessResult SourceAnswers::run(const QString& tool, const QStringList& arguments, const QString& file,
+                                 bool showsMetadata) {
+    if (!showsMetadata)
+        return ChildProcess::runForResult(tool, arguments + QStringList{file}, limitsByFileSize({file}));
+    const ShownRecording shown(file);
+    ProcessResult result =
+        ChildProcess::runForResult(tool, arguments + QStringList{shown.path()}, limitsByFileSize({file}));
+    result.standardOutput = naming(file, shown, result.standardOutput);
     return result;
 }
 
@@ -65,10 +83,11 @@ ExportedDocument SourceAnswers::exported(const QString& tool, const QString& opt
     const std::optional<FileStamp> stamp = openedStamp(file);
     if (const auto answer = known(question, stamp)) return {{}, answer->bytes};
     const auto clean = qScopeGuard([&] { files::removeQuietly(document); });
+    const ShownRecording shown(file);
     ExportedDocument answer;
-    answer.result = ChildProcess::runForResult(tool, {option + document, file}, limitsByFileSize({file}));
+    answer.result = ChildProcess::runForResult(tool, {option + document, shown.path()}, limitsByFileSize({file}));
     if (!answer.result.succeeded()) return answer;
-    if (paths::exists(document)) answer.bytes = files::read(document);
+    if (paths::exists(document)) answer.bytes = naming(file, shown, files::read(document));
     keep(question, stamp, answer.bytes);
     return answer;
 }

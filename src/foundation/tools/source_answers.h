@@ -4,6 +4,9 @@
 // the question and behind it. A file that changed, one that was written a moment ago, and a tool that failed are asked
 // again. For sources alone: what is said of a new file, and whatever proves something, comes from the tool each time.
 //
+// A tool that shows metadata sees a copy of the recording's head where some releases would write the file anew
+// (ShownRecording); its words name the recording all the same.
+//
 // One lives as long as the tools that it asks are the same. All calls block and may come from several threads.
 #pragma once
 
@@ -60,6 +63,8 @@ private:
     };
     using Question = QStringList; // tool, arguments, file
 
+    static ProcessResult run(const QString& tool, const QStringList& arguments, const QString& file,
+                             bool showsMetadata);
     std::optional<Answer> known(const Question& question, const std::optional<FileStamp>& stamp);
     void keep(const Question& question, const std::optional<FileStamp>& before, const std::optional<QByteArray>& bytes);
 

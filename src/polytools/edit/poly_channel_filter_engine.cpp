@@ -3,8 +3,8 @@
 #include "foundation/domain_error.h"
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/run/output_file.h"
+#include "metadata/ixml/ixml_text.h"
 #include "metadata/ixml_surgery.h"
-#include "metadata/ixml_text.h"
 #include "metadata/universal_metadata_engine.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
@@ -233,14 +233,19 @@ private:
     }
 
     PlannedOutput plannedOutput(const OutputFile& output) const {
-        PlannedOutput planned{output.unfinished(), {}, {.source = poly_.url}};
+        PlannedOutput planned{output.unfinished(), {}, {.source = poly_.url, .place = placeOf(output)}};
         for (const FinalTrack& track : final_) {
             planned.channels.push_back({poly_.url, track.originalInterleaveIndex - 1});
-            planned.head.trackNames << encodeXMLText(track.name);
-            planned.head.channelIndices << track.channelIndex;
+            planned.head.tracks.push_back(documentTrack(track));
         }
         return planned;
     }
+
+    static TrackIndices documentTrack(const FinalTrack& track) {
+        return {track.interleaveIndex, track.channelIndex, encodeXMLText(track.name), track.function};
+    }
+
+    IxmlPlace placeOf(const OutputFile& output) const { return {paths::lastComponent(output.path()), poly_.fileName}; }
 
     void build(const OutputFile& output) {
         const QString file = paths::lastComponent(output.path());
@@ -302,31 +307,23 @@ private:
                                      .arg(track.name)
                                      .arg(track.channelIndex);
                              }));
-        rebuildTrackList(engine, output);
+        rebuildTrackList(engine, file);
         log_.success(kMetadata, QStringLiteral("✅ iXML rebuilt - %1 tracks with correct interleave indices matching "
                                                "physical order")
                                     .arg(final_.size()));
     }
 
     // The rebuild works on ISOs, as the join's does, so each channel becomes the document of one.
-    void rebuildTrackList(const UniversalMetadataEngine& engine, const QString& output) {
+    void rebuildTrackList(const UniversalMetadataEngine& engine, const OutputFile& file) {
         const QString source = engine.extractiXMLString(poly_.url);
         std::vector<IsoDocument> isos;
         for (const FinalTrack& track : final_) {
-            const QString list = singleTrackList(track.channelIndex, track.interleaveIndex, encodeXMLText(track.name));
-            isos.push_back({numberAndName(track.interleaveIndex, track.name),
-                            performUniversalXMLSurgery(source, list, generateFileUID())});
+            isos.push_back(
+                {numberAndName(track.interleaveIndex, track.name),
+                 performUniversalXMLSurgery(source, singleTrackList(documentTrack(track)), generateFileUID())});
         }
         nameParent(source, isos.front().ixml);
-        const QStringList lost = engine.rebuildFromDocuments(isos, output);
-        if (lost.size() == static_cast<qsizetype>(isos.size())) {
-            log_.warning(kMetadata,
-                         QStringLiteral("⚠️ The source's iXML lists no tracks, and so does the new poly's"));
-            return;
-        }
-        for (const QString& iso : lost) {
-            log_.warning(kMetadata, QStringLiteral("⚠️ Left out of the track list: ") + iso);
-        }
+        engine.rebuildFromDocuments(isos, file.unfinished(), placeOf(file));
     }
 
     // The rebuild makes the first ISO's FILE_UID the parent of the new poly. No file ever had that one, so it gives way
@@ -397,11 +394,8 @@ PolyChannelFilterEngine::removeChannelsFromPoly(const PolyFile& polyFile, const 
 std::vector<SourceTrack> PolyChannelFilterEngine::extractTrackListFromPoly(const QString& polyURL, int channelCount,
                                                                            const QString& bwfmetaeditPath) const {
     std::vector<SourceTrack> tracks =
-        parseTrackBlocks(exportIXML(*tools_.answers, bwfmetaeditPath, polyURL).value_or(QString()));
-    if (tracks.empty()) return sequentialTracks(channelCount);
-    std::stable_sort(tracks.begin(), tracks.end(),
-                     [](const SourceTrack& a, const SourceTrack& b) { return a.interleaveIndex < b.interleaveIndex; });
-    return tracks;
+        tracksInChannelOrder(exportIXML(*tools_.answers, bwfmetaeditPath, polyURL).value_or(QString()));
+    return tracks.empty() ? sequentialTracks(channelCount) : tracks;
 }
 
 QStringList PolyChannelFilterEngine::buildFilterCommand(const QString& polyURL, const QString& filter,

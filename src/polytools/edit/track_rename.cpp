@@ -4,6 +4,7 @@
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/run/journal.h"
 #include "foundation/run/run_ledger.h"
+#include "metadata/bext_completion.h"
 #include "platform/files/files.h"
 #include "platform/files/replacement.h"
 #include "platform/paths.h"
@@ -119,6 +120,9 @@ ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMa
     const std::optional<QString> written = exportIXML(ofTheCopy, tools.bwfmetaeditPath, copy.path());
     if (!written || namesByNumber(*written) != namesByNumber(renamed)) {
         throw renameError(QStringLiteral("The new track names could not be read back"));
+    }
+    if (!refitDescription(copy.path())) {
+        throw renameError(QStringLiteral("The Description could not be brought in line with the new track names"));
     }
     if (!sameAudio(nameOf(recording), nameOf(copy.path()))) {
         throw renameError(QStringLiteral("The audio of the edited copy differs"));

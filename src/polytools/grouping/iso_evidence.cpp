@@ -1,5 +1,6 @@
 #include "polytools/grouping/iso_evidence.h"
 
+#include "foundation/chunks/shown_recording.h"
 #include "platform/files/files.h"
 #include "platform/processes/child_process.h"
 #include "platform/text/text.h"

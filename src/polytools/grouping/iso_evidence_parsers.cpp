@@ -1,4 +1,4 @@
-#include "metadata/ixml_text.h"
+#include "metadata/ixml/ixml_text.h"
 #include "platform/paths.h"
 #include "platform/text/regular_expression.h"
 #include "polytools/grouping/iso_evidence.h"

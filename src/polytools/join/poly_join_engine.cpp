@@ -71,15 +71,16 @@ private:
     }
 
     PlannedOutput plannedOutput(const OutputFile& output) const {
-        PlannedOutput planned{output.unfinished(), {}, {.source = isos_.front().url}};
+        PlannedOutput planned{output.unfinished(), {}, {.source = isos_.front().url, .place = place()}};
         for (std::size_t i = 0; i < isos_.size(); ++i) {
             planned.channels.push_back({isos_[i].url, 0});
             if (indices_.size() != isos_.size()) continue; // without them the document goes along as it is
-            planned.head.trackNames << indices_[i].trackName;
-            planned.head.channelIndices << indices_[i].channelIndex;
+            planned.head.tracks.push_back(indices_[i]);
         }
         return planned;
     }
+
+    IxmlPlace place() const { return IxmlPlace::alone(file_, paths::lastComponent(isos_.front().url)); }
 
     void publish(OutputFile& output) {
         std::vector<ChannelPair> pairs;
@@ -233,14 +234,10 @@ private:
     // Takes the place of the single-track iXML that came with the first ISO's chunks.
     void rebuildTrackList(const UniversalMetadataEngine& engine, const QString& output) {
         log_.debug(QStringLiteral("🔵 [UniversalEngine] Rebuilding multi-track iXML from %1 ISOs...").arg(isos_.size()));
-        const QStringList lost = engine.rebuildMultiTrackiXML(urls(), output);
-        if (lost.size() == static_cast<qsizetype>(isos_.size())) {
-            log_.warning(kMetadata, QStringLiteral("⚠️ The ISOs' iXML lists no tracks, and so does the poly's"));
-            return;
-        }
-        for (const QString& iso : lost) {
-            log_.warning(kMetadata, QStringLiteral("⚠️ No track indices, left out of the track list: ") +
-                                        paths::lastComponent(iso));
+        const QStringList placed = engine.rebuildMultiTrackiXML(urls(), output, place());
+        for (const QString& iso : placed) {
+            log_.warning(kMetadata,
+                         QStringLiteral("⚠️ No track indices, listed by its place: ") + paths::lastComponent(iso));
         }
         log_.debug(QStringLiteral("✅ [UniversalEngine] Multi-track iXML rebuilt: %1 tracks").arg(isos_.size()));
         log_.success(kMetadata,

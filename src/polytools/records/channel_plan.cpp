@@ -57,7 +57,7 @@ std::vector<FinalTrack> reindexed(const std::vector<SourceTrack>& kept, const Re
         const auto rename = renames.find(position);
         const bool renamed = rename != renames.end() && !rename->second.isEmpty();
         result.push_back({track.interleaveIndex, position, reordered ? position : track.channelIndex,
-                          renamed ? rename->second : track.name});
+                          renamed ? rename->second : track.name, track.function});
     }
     return result;
 }

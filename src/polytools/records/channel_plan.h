@@ -18,6 +18,7 @@ struct FinalTrack {
     int interleaveIndex = 0;         // its new 1-based position
     int channelIndex = 0;
     QString name;
+    QString function = {}; // FUNCTION of the iXML, as XML text
 
     bool operator==(const FinalTrack&) const = default;
 };

@@ -1,6 +1,6 @@
 #include "polytools/records/ixml_track_list.h"
 
-#include "metadata/ixml_text.h"
+#include "foundation/chunks/shown_recording.h"
 #include "platform/files/files.h"
 #include "platform/processes/child_process.h"
 #include "platform/processes/tool_limits.h"
@@ -8,6 +8,7 @@
 
 #include <QFile>
 #include <QScopeGuard>
+#include <algorithm>
 
 namespace ostrel {
 namespace {
@@ -21,22 +22,9 @@ SourceTrack parseBlock(const QString& block, int position) {
     const auto name = elementOnOneLine(block, u"NAME");
     track.name =
         name ? decodeXMLText(name->innerText(block)).trimmed() : QStringLiteral("CH%1").arg(track.interleaveIndex);
+    if (const auto function = elementOnOneLine(block, u"FUNCTION"))
+        track.function = function->innerText(block).trimmed();
     return track;
-}
-
-QString entityText(const QString& entity) {
-    static const std::map<QString, QString> named{{QStringLiteral("amp"), QStringLiteral("&")},
-                                                  {QStringLiteral("lt"), QStringLiteral("<")},
-                                                  {QStringLiteral("gt"), QStringLiteral(">")},
-                                                  {QStringLiteral("quot"), QStringLiteral("\"")},
-                                                  {QStringLiteral("apos"), QStringLiteral("'")}};
-    if (const auto found = named.find(entity); found != named.end()) return found->second;
-    if (!entity.startsWith(u'#')) return {};
-    const bool hexadecimal = entity.size() > 1 && entity[1] == u'x';
-    bool isNumber = false;
-    const char32_t code = entity.mid(hexadecimal ? 2 : 1).toUInt(&isNumber, hexadecimal ? 16 : 10);
-    const bool isCharacter = isNumber && code >= 0x20 && code <= 0x10FFFF && !(code >= 0xD800 && code <= 0xDFFF);
-    return isCharacter ? QString::fromUcs4(&code, 1) : QString();
 }
 
 QString renamedBlock(const QString& block, const QString& name) {
@@ -58,33 +46,16 @@ std::vector<SourceTrack> parseTrackBlocks(const QString& ixml) {
     return result;
 }
 
+std::vector<SourceTrack> tracksInChannelOrder(const QString& ixml) {
+    std::vector<SourceTrack> tracks = parseTrackBlocks(ixml);
+    std::ranges::stable_sort(tracks, {}, &SourceTrack::interleaveIndex);
+    return tracks;
+}
+
 std::vector<SourceTrack> sequentialTracks(int channelCount) {
     std::vector<SourceTrack> result;
     for (int n = 1; n <= channelCount; ++n) result.push_back({n, n, QStringLiteral("CH%1").arg(n)});
     return result;
-}
-
-QString decodeXMLText(const QString& text) {
-    if (!text.contains(u'&')) return text;
-    QString result;
-    for (qsizetype at = 0; at < text.size(); ++at) {
-        const qsizetype end = text[at] == u'&' ? text.indexOf(u';', at) : -1;
-        const QString decoded = end > at && end - at <= 10 ? entityText(text.mid(at + 1, end - at - 1)) : QString();
-        if (decoded.isEmpty()) {
-            result += text[at];
-        } else {
-            result += decoded;
-            at = end;
-        }
-    }
-    return result;
-}
-
-QString encodeXMLText(const QString& text) {
-    QString result = text;
-    return result.replace(u'&', QStringLiteral("&amp;"))
-        .replace(u'<', QStringLiteral("&lt;"))
-        .replace(u'>', QStringLiteral("&gt;"));
 }
 
 QString replaceTrackNames(const QString& ixml, const std::map<int, QString>& names) {

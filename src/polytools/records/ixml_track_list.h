@@ -3,6 +3,7 @@
 #pragma once
 
 #include "foundation/tools/source_answers.h"
+#include "metadata/ixml/ixml_text.h"
 
 #include <QString>
 #include <map>
@@ -15,6 +16,7 @@ struct SourceTrack {
     int interleaveIndex = 0; // 1-based position in the file
     int channelIndex = 0;    // the recorder's channel number
     QString name;            // as a person reads it: entities are decoded
+    QString function = {};   // FUNCTION as XML text; may be empty
 
     bool operator==(const SourceTrack&) const = default;
 };
@@ -23,13 +25,11 @@ struct SourceTrack {
 // without CHANNEL_INDEX takes the interleave index, one without NAME is "CH{interleaveIndex}".
 std::vector<SourceTrack> parseTrackBlocks(const QString& ixml);
 
+// The same in the order of the channels, which is that of INTERLEAVE_INDEX, whatever the order of the document.
+std::vector<SourceTrack> tracksInChannelOrder(const QString& ixml);
+
 // 1 to `channelCount`: (n, n, "CH{n}").
 std::vector<SourceTrack> sequentialTracks(int channelCount);
-
-// The five entities of XML and character references, both ways. Text that is none of them stays as it is, so a bare "&"
-// that a recorder wrote survives.
-QString decodeXMLText(const QString& text);
-QString encodeXMLText(const QString& text);
 
 // The document with the names of the TRACK blocks replaced; the rest stays to the letter. `names` holds the new name by
 // interleave index. A block without NAME gets one.

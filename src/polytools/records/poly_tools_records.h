@@ -24,6 +24,7 @@ struct ChannelItem {
     QString outputFileName;
     ItemStatus status = ItemStatus::pending;
     bool isSelected = true;
+    QString metadata; // what became of it in the last split, for the report
 
     bool operator==(const ChannelItem&) const = default;
 };

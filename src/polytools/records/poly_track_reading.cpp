@@ -6,17 +6,14 @@
 #include "platform/processes/child_process.h"
 #include "polytools/records/ixml_track_list.h"
 
-#include <algorithm>
-
 namespace ostrel {
 namespace {
 
 std::vector<TrackInfo> parseAllTracks(const QString& ixml) {
     std::vector<TrackInfo> result;
-    for (const SourceTrack& track : parseTrackBlocks(ixml)) {
+    for (const SourceTrack& track : tracksInChannelOrder(ixml)) {
         result.push_back({track.name, track.channelIndex, track.interleaveIndex});
     }
-    std::ranges::stable_sort(result, {}, &TrackInfo::interleaveIndex);
     return result;
 }
 

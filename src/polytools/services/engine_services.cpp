@@ -42,9 +42,10 @@ MetadataPreservationResult withoutIXML(MetadataPreservationResult capture) {
 }
 
 MetadataRecord completeMetadata(const QString& source, const OutputFile& output, SourceUmid umid, EngineLog& log) {
-    const MetadataCompletion completion = completeMetadata(source, output.unfinished(), umid);
+    const QString fileName = paths::lastComponent(output.path());
+    const MetadataCompletion completion = completeMetadata(source, output.unfinished(), umid, fileName);
     for (const QString& warning : completion.warnings) log.warning(kMetadata, QStringLiteral("⚠️ ") + warning);
-    return compareMetadata(source, output.unfinished(), umid);
+    return compareMetadata(source, output.unfinished(), umid, fileName);
 }
 
 void tellPreservation(const QString& done, const QString& file, const MetadataRecord& record, EngineLog& log) {

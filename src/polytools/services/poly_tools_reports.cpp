@@ -38,7 +38,7 @@ std::pair<QString, QString> sourceOf(const ReportSource& source) {
 
 // One row of a join report.
 QStringList joinRow(int groupNumber, const ISOGroupCandidate& group, const QString& confidence,
-                    const QString& outputFile, const ProcessingStatus& status, const QString& error) {
+                    const QString& outputFile, const ItemOutcome& outcome, const QString& error) {
     const std::vector<ISOFile> isos = group.sortedISOs();
     QStringList names;
     for (const ISOFile& iso : isos) names << iso.fileName;
@@ -54,8 +54,9 @@ QStringList joinRow(int groupNumber, const ISOGroupCandidate& group, const QStri
             rawText(group.groupingMethod),
             group.scene,
             group.take,
-            CSVReportGenerator::statusString(status),
-            error};
+            CSVReportGenerator::statusString(outcome.status),
+            error,
+            outcome.metadata.word()};
 }
 
 QString confidenceText(const ISOGroupCandidate& group) {
@@ -89,7 +90,7 @@ QString writeJoin(const ReportSource& source, const JoinOptions& options, const 
         QStringLiteral("Source ISOs"), QStringLiteral("Sample Rate"), QStringLiteral("Bit Depth"),
         QStringLiteral("Duration"),    QStringLiteral("Confidence"),  QStringLiteral("Grouping Method"),
         QStringLiteral("Scene"),       QStringLiteral("Take"),        QStringLiteral("Status"),
-        QStringLiteral("Error")};
+        QStringLiteral("Error"),       QStringLiteral("Metadata")};
     const Pairs summary{{QStringLiteral("Total Groups"), number(counts.groups)},
                         {QStringLiteral("Total Polys Created"), number(counts.created)},
                         {QStringLiteral("Success"), number(counts.success)},
@@ -132,11 +133,13 @@ QString writeSplitReport(const PolyFile& poly, const std::vector<ChannelItem>& c
         {QStringLiteral("Naming Pattern"), rawText(pattern)}};
     const QStringList headers{QStringLiteral("Channel"),     QStringLiteral("Track Name"),
                               QStringLiteral("Output File"), QStringLiteral("Sample Rate"),
-                              QStringLiteral("Bit Depth"),   QStringLiteral("Status")};
+                              QStringLiteral("Bit Depth"),   QStringLiteral("Status"),
+                              QStringLiteral("Metadata")};
     QVector<QStringList> rows;
     for (const ChannelItem& item : channels) {
-        rows << QStringList{number(item.channelIndex + 1), item.trackName,           item.outputFileName,
-                            rateText(poly.sampleRate),     depthText(poly.bitDepth), displayName(item.status)};
+        rows << QStringList{
+            number(item.channelIndex + 1), item.trackName,           item.outputFileName, rateText(poly.sampleRate),
+            depthText(poly.bitDepth),      displayName(item.status), item.metadata};
     }
     const Pairs summary{{QStringLiteral("Total Channels"), number(poly.channelCount)},
                         {QStringLiteral("ISOs Created"), number(result.createdCount)},
@@ -159,7 +162,7 @@ QString writeBatchSplitReport(const BatchSplitOptions& options, const BatchSplit
         QStringLiteral("Source File"), QStringLiteral("Source Path"),  QStringLiteral("Channels"),
         QStringLiteral("Track Names"), QStringLiteral("ISOs Created"), QStringLiteral("Sample Rate"),
         QStringLiteral("Bit Depth"),   QStringLiteral("Duration"),     QStringLiteral("Output Folder"),
-        QStringLiteral("Status"),      QStringLiteral("Error")};
+        QStringLiteral("Status"),      QStringLiteral("Error"),        QStringLiteral("Metadata")};
     QVector<QStringList> rows;
     for (const PolyFileResult& row : results.fileResults) {
         rows << QStringList{row.fileName,
@@ -172,7 +175,8 @@ QString writeBatchSplitReport(const BatchSplitOptions& options, const BatchSplit
                             CSVReportGenerator::formatDuration(row.poly.duration),
                             row.outputFolder,
                             CSVReportGenerator::statusString(row.outcome.status),
-                            row.outcome.message};
+                            row.outcome.message,
+                            row.outcome.metadata.word()};
     }
     const Pairs summary{{QStringLiteral("Total Poly Files"), number(results.processedFiles)},
                         {QStringLiteral("Success"), number(results.successCount)},
@@ -189,7 +193,7 @@ QString writeJoinReport(const ReportSource& source, const JoinOptions& options, 
     group.groupingMethod = GroupingMethod::manual;
     const bool made = outcome.succeeded();
     const bool failed = outcome.failed();
-    const QStringList row = joinRow(1, group, confidenceText(group), paths::lastComponent(outputURL), outcome.status,
+    const QStringList row = joinRow(1, group, confidenceText(group), paths::lastComponent(outputURL), outcome,
                                     failed ? outcome.message : QString());
     const ISOFile first = joined.empty() ? ISOFile() : joined.front();
     return writeJoin(source, options, first, static_cast<qsizetype>(joined.size()), {1, made, made, failed}, {row},
@@ -209,7 +213,7 @@ QString writeBatchJoinReport(const ReportSource& source, const JoinOptions& opti
         if (result == results.groupResults.end() || !result->isReported) continue;
         const int groupNumber = static_cast<int>(&group - groups.data()) + 1;
         rows << joinRow(groupNumber, group, confidenceText(group), result->outputName + QStringLiteral(".wav"),
-                        result->outcome.status, result->outcome.message);
+                        result->outcome, result->outcome.message);
     }
     const JoinCounts counts{results.processedGroups, results.totalPolysCreated, results.successCount,
                             results.errorCount};
@@ -229,16 +233,11 @@ QString writeEditReport(const ReportSource& source, const BatchEditOptions& opti
         {QStringLiteral("Success"), number(results.successCount)},
         {QStringLiteral("Errors"), number(results.errorCount)},
         {QStringLiteral("Skipped"), number(results.skipCount)}};
-    const QStringList headers{QStringLiteral("Source File"),
-                              QStringLiteral("Source Path"),
-                              QStringLiteral("Original Channels"),
-                              QStringLiteral("Result Channels"),
-                              QStringLiteral("Track Names"),
-                              QStringLiteral("Sample Rate"),
-                              QStringLiteral("Duration"),
-                              QStringLiteral("Output"),
-                              QStringLiteral("Status"),
-                              QStringLiteral("Error")};
+    const QStringList headers{
+        QStringLiteral("Source File"),     QStringLiteral("Source Path"), QStringLiteral("Original Channels"),
+        QStringLiteral("Result Channels"), QStringLiteral("Track Names"), QStringLiteral("Sample Rate"),
+        QStringLiteral("Duration"),        QStringLiteral("Output"),      QStringLiteral("Status"),
+        QStringLiteral("Error"),           QStringLiteral("Metadata")};
     QVector<QStringList> rows;
     for (const PolyFileResult& row : results.fileResults) {
         rows << QStringList{row.fileName,
@@ -250,7 +249,8 @@ QString writeEditReport(const ReportSource& source, const BatchEditOptions& opti
                             CSVReportGenerator::formatDuration(row.poly.duration),
                             namesOf(row.outcome.outputs),
                             CSVReportGenerator::statusString(row.outcome.status),
-                            row.outcome.message};
+                            row.outcome.message,
+                            row.outcome.metadata.word()};
     }
     const Pairs summary{{QStringLiteral("Total Files"), number(results.processedFiles)},
                         {QStringLiteral("Success"), number(results.successCount)},

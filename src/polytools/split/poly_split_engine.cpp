@@ -28,6 +28,7 @@ struct ChannelTrack {
     QString name; // empty: none
     int interleaveIndex = 0;
     int channelIndex = 0;
+    QString function = {};
 };
 
 std::vector<ChannelTrack> channelTracks(const PolyFile& poly, const Capture& capture,
@@ -36,7 +37,7 @@ std::vector<ChannelTrack> channelTracks(const PolyFile& poly, const Capture& cap
     for (int i = 0; i < poly.channelCount; ++i) {
         if (!capture.tracks.empty()) {
             const SourceTrack& track = capture.tracks[static_cast<std::size_t>(i)];
-            result.push_back({track.name, track.interleaveIndex, track.channelIndex});
+            result.push_back({track.name, track.interleaveIndex, track.channelIndex, track.function});
         } else {
             const QString name = trackNames ? trackNames->value(i) : QString();
             result.push_back({isUsableTrackName(name) ? name : QString(), i + 1, i + 1});
@@ -105,6 +106,9 @@ private:
             result_.skippedCount += channel.skipped() ? 1 : 0;
             result_.errorCount += channel.failed() ? 1 : 0;
         }
+        if (!outcome.metadata.isWhole()) {
+            tellPreservation(QStringLiteral("Split completed"), poly_.fileName, outcome.metadata, log_);
+        }
         if (result_.errorCount > 0) {
             outcome.message = QStringLiteral("Failed to create %1 ISOs").arg(result_.errorCount);
             outcome.status = ProcessingStatus::failed(outcome.message);
@@ -169,7 +173,7 @@ private:
                 QStringLiteral("⚠️ Failed to read source iXML (bwfmetaedit failed), using sequential indices"));
             return sequentialTracks(poly_.channelCount);
         }
-        std::vector<SourceTrack> tracks = parseTrackBlocks(*ixml);
+        std::vector<SourceTrack> tracks = tracksInChannelOrder(*ixml);
         if (tracks.empty()) {
             log_.debug(QStringLiteral("⚠️ No tracks found in source iXML, using sequential indices"));
             return sequentialTracks(poly_.channelCount);
@@ -290,8 +294,17 @@ private:
                 {{poly_.url, iso.channel}},
                 {.source = poly_.url,
                  .umid = SourceUmid::cleared,
-                 .trackNames = {encodeXMLText(nameOf(*iso.track))},
-                 .channelIndices = {iso.track->channelIndex}}};
+                 .tracks = {documentTrack(*iso.track)},
+                 .place = placeOf(*iso.output, iso.channel)}};
+    }
+
+    // An ISO is always number 1 of 1, but it keeps its channel index: that is what a later join restores.
+    static TrackIndices documentTrack(const ChannelTrack& track) {
+        return {1, track.channelIndex, encodeXMLText(nameOf(track)), track.function};
+    }
+
+    IxmlPlace placeOf(const OutputFile& output, int channel) const {
+        return {paths::lastComponent(output.path()), poly_.fileName, channel + 1, poly_.channelCount};
     }
 
     static QString nameOf(const ChannelTrack& track) {
@@ -306,7 +319,7 @@ private:
             return fail(iso.channel, QStringLiteral("Process error for %1: %2").arg(iso.file(), error.description));
         }
         iso.isMade = true;
-        applyMetadata(*iso.output, *iso.track, capture);
+        applyMetadata(*iso.output, iso.channel, *iso.track, capture);
     }
 
     // What the ISO holds of the poly's; nothing where there was nothing to carry it with.
@@ -326,7 +339,8 @@ private:
         log_.success(kProcess, QStringLiteral("Created: ") + file);
         ItemOutcome outcome{ProcessingStatus::completed(), {output.path()}, end.warnings};
         if (metadata) {
-            tellPreservation(QStringLiteral("Split completed"), file, *metadata, log_);
+            // What is missing is missing in all of them, and told once, of the poly.
+            if (metadata->isWhole()) tellPreservation(QStringLiteral("Split completed"), file, *metadata, log_);
             outcome.metadata = *metadata;
         }
         note(iso.channel, std::move(outcome));
@@ -370,7 +384,7 @@ private:
         log_.warning(kProcess, QStringLiteral("Warning: Output may not be true mono: ") + file);
     }
 
-    void applyMetadata(const OutputFile& iso, const ChannelTrack& track, const Capture& capture) {
+    void applyMetadata(const OutputFile& iso, int channel, const ChannelTrack& track, const Capture& capture) {
         if (!tools_.universalEngine) {
             log_.debug(QStringLiteral("❌ [UniversalEngine] METADATA ENGINE UNAVAILABLE — bwfmetaedit not found"));
             log_.error(kMetadata, QStringLiteral("❌ METADATA ENGINE UNAVAILABLE — bwfmetaedit not found. Output will "
@@ -379,7 +393,7 @@ private:
         }
         if (!capture.preservation) return;
         try {
-            carryMetadata(iso, track, *capture.preservation);
+            carryMetadata(iso, channel, track, *capture.preservation);
         } catch (const std::exception& error) {
             const QString reason = iso.namingFinal(describe(error));
             log_.debug(QStringLiteral("❌ [UniversalEngine] Metadata application failed: ") + reason);
@@ -387,7 +401,8 @@ private:
         }
     }
 
-    void carryMetadata(const OutputFile& output, const ChannelTrack& track, const MetadataPreservationResult& capture) {
+    void carryMetadata(const OutputFile& output, int channel, const ChannelTrack& track,
+                       const MetadataPreservationResult& capture) {
         const QString iso = output.unfinished();
         const QString file = paths::lastComponent(output.path());
         const UniversalMetadataEngine& engine = *tools_.universalEngine;
@@ -395,9 +410,8 @@ private:
         for (const QString& said : engine.applyMetadata({iso}, poly_.url, withoutIXML(capture), true, true, false)) {
             tellMetadata(output.namingFinal(said), log_);
         }
-        // An ISO is always number 1 of 1, but it keeps its channel index: that is what a later join restores.
         const QString name = nameOf(track);
-        engine.normalizeiXMLForSingleTrack(poly_.url, iso, encodeXMLText(name), track.channelIndex, 1);
+        engine.normalizeiXMLForSingleTrack(poly_.url, iso, documentTrack(track), placeOf(output, channel));
         const QString indices =
             QStringLiteral("INTERLEAVE_INDEX=1, CHANNEL_INDEX=%1, NAME=%2").arg(track.channelIndex).arg(name);
         log_.debug(QStringLiteral("✅ [UniversalEngine] iXML normalized: %1 → %2").arg(file, indices));

@@ -150,12 +150,17 @@ void PolySplitFlow::countSplit(const SplitResult& result) {
 void PolySplitFlow::showSplit(const SplitResult& result, Run run, const QString& folder) {
     countSplit(result);
     const std::size_t reached = std::min(result.channels.size(), run.channels.size());
-    for (std::size_t row = 0; row < reached; ++row) run.channels[row].status = statusOf(result.channels[row]);
+    for (std::size_t row = 0; row < reached; ++row) {
+        run.channels[row].status = statusOf(result.channels[row]);
+        run.channels[row].metadata = result.channels[row].metadata.word();
+    }
     const auto& shown = source_.polyFile.value();
     if (shown && shown->url == run.poly.url) { // else the list is another file's by now
         std::size_t row = 0;
         source_.channelItems.updateAll([&](ChannelItem& item) {
-            if (row < reached) item.status = run.channels[row++].status;
+            if (row >= reached) return;
+            item.status = run.channels[row].status;
+            item.metadata = run.channels[row++].metadata;
         });
     }
     if (reached < run.channels.size()) {

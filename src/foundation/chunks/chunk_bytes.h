@@ -6,12 +6,18 @@
 #include <QByteArray>
 #include <QString>
 #include <optional>
+#include <vector>
 
 namespace ostrel {
 
 struct ChunkPlace {
     qint64 payload = 0; // offset of its first byte
     qint64 size = 0;
+};
+
+struct ChunkOfKind {
+    QByteArray kind; // the id, and the type of a list behind it: "LIST adtl"
+    ChunkPlace place;
 };
 
 // A file whose headers were walked once.
@@ -24,6 +30,12 @@ public:
     std::optional<ChunkPlace> find(const char* id) const;
     // The whole payload. Nothing where there is no such chunk, it can't be read, or it is too large to hold (16 MiB).
     std::optional<QByteArray> bytes(const char* id) const;
+    std::optional<QByteArray> bytes(const ChunkPlace& place) const;
+
+    // Every chunk that lies within the file and has a printable id, in file order.
+    std::vector<ChunkOfKind> all() const;
+    // The first one of that kind.
+    std::optional<ChunkPlace> findKind(const QByteArray& kind) const;
 
 private:
     QString file_;

@@ -1,6 +1,7 @@
-#include "metadata/ixml_text.h"
+#include "metadata/ixml/ixml_text.h"
 
 #include <algorithm>
+#include <map>
 
 namespace ostrel {
 namespace {
@@ -23,6 +24,21 @@ qsizetype behindLastLineBreak(const QString& text, qsizetype from, qsizetype to)
 
 IxmlElement elementBetween(qsizetype start, qsizetype startTagLength, qsizetype innerEnd, qsizetype endTagLength) {
     return {start, innerEnd + endTagLength, start + startTagLength, innerEnd};
+}
+
+QString entityText(const QString& entity) {
+    static const std::map<QString, QString> named{{QStringLiteral("amp"), QStringLiteral("&")},
+                                                  {QStringLiteral("lt"), QStringLiteral("<")},
+                                                  {QStringLiteral("gt"), QStringLiteral(">")},
+                                                  {QStringLiteral("quot"), QStringLiteral("\"")},
+                                                  {QStringLiteral("apos"), QStringLiteral("'")}};
+    if (const auto found = named.find(entity); found != named.end()) return found->second;
+    if (!entity.startsWith(u'#')) return {};
+    const bool hexadecimal = entity.size() > 1 && entity[1] == u'x';
+    bool isNumber = false;
+    const char32_t code = entity.mid(hexadecimal ? 2 : 1).toUInt(&isNumber, hexadecimal ? 16 : 10);
+    const bool isCharacter = isNumber && code >= 0x20 && code <= 0x10FFFF && !(code >= 0xD800 && code <= 0xDFFF);
+    return isCharacter ? QString::fromUcs4(&code, 1) : QString();
 }
 
 // The elements whose text up to the next "<" passes the test, first one first.
@@ -93,6 +109,29 @@ std::optional<int> numberInElement(const QString& xml, QStringView tag) {
     bool isNumber = false;
     const int number = element->innerText(xml).toInt(&isNumber);
     return isNumber ? std::optional(number) : std::nullopt;
+}
+
+QString decodeXMLText(const QString& text) {
+    if (!text.contains(u'&')) return text;
+    QString result;
+    for (qsizetype at = 0; at < text.size(); ++at) {
+        const qsizetype end = text[at] == u'&' ? text.indexOf(u';', at) : -1;
+        const QString decoded = end > at && end - at <= 10 ? entityText(text.mid(at + 1, end - at - 1)) : QString();
+        if (decoded.isEmpty()) {
+            result += text[at];
+        } else {
+            result += decoded;
+            at = end;
+        }
+    }
+    return result;
+}
+
+QString encodeXMLText(const QString& text) {
+    QString result = text;
+    return result.replace(u'&', QStringLiteral("&amp;"))
+        .replace(u'<', QStringLiteral("&lt;"))
+        .replace(u'>', QStringLiteral("&gt;"));
 }
 
 } // namespace ostrel

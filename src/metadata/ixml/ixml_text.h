@@ -38,4 +38,9 @@ std::optional<IxmlElement> plainElement(const QString& xml, QStringView tag, boo
 // "<TAG>(\d+)</TAG>" as a number; nothing where there is none, or it doesn't fit.
 std::optional<int> numberInElement(const QString& xml, QStringView tag);
 
+// The five entities of XML and character references, both ways. Text that is none of them stays as it is, so a bare "&"
+// that a recorder wrote survives.
+QString decodeXMLText(const QString& text);
+QString encodeXMLText(const QString& text);
+
 } // namespace ostrel
