@@ -39,7 +39,6 @@ std::vector<std::string> layoutIds() {
 
 ProcessingOptions processingOptions(const InterleaverOptions& job, AppMode mode) {
     ProcessingOptions options;
-    options.engine = engineOf(job);
     options.outputFormatPolicy = kFormats.at(job.format);
     options.lrCleanupMode = kCleanups.at(job.lrCleanup);
     options.channelSeparator = job.separator == "underscore" ? ChannelSeparator::underscore : ChannelSeparator::dot;
@@ -78,6 +77,7 @@ protected:
         watch(controller_.progress, [this] { showProgress(); });
         controller_.currentMode = mode_;
         controller_.options = processingOptions(job_, mode_);
+        controller_.engine = engineOf(job_);
         controller_.generateCSV = job_.csv;
         controller_.select(paths);
         waitForTasks(controller_); // a single file may choose its layout

@@ -140,7 +140,7 @@ QCoro::Task<> AppViewModel::detectLayout() {
     const QStringList files = uniqueFiles(selection).files;
     const QString ffprobe = toolDetector_->ffprobePath.value();
     if (files.size() != 1 || paths::isFolder(files.first()) || ffprobe.isEmpty()) co_return;
-    const auto probe = [parser = FFProbeParser(ffprobe, options.value().engine), file = files.first()] {
+    const auto probe = [parser = FFProbeParser(ffprobe, engine.value()), file = files.first()] {
         return parser.probe(file);
     };
     int channels = 0;
@@ -226,7 +226,7 @@ InterleaverScan::Request AppViewModel::scanRequest() const {
             options.value().includeSubfolders,
             toolDetector_->ffprobePath.value(),
             toolDetector_->bwfmetaeditPath.value(),
-            options.value().engine};
+            engine.value()};
 }
 
 InterleaverScan::Hooks AppViewModel::scanHooks() {
@@ -352,6 +352,7 @@ std::shared_ptr<InterleaverRun> AppViewModel::makeRun() const {
     context.bwfmetaeditPath = toolDetector_->bwfmetaeditPath.value();
     context.layout = selectedLayout.value();
     context.options = options.value();
+    context.options.engine = engine.value();
     context.outputFolder = useCustomOutput.value() ? outputURL.value() : QString();
     context.selection = selectedFiles.value();
     if (!context.bwfmetaeditPath.isEmpty()) context.metadataEngine.emplace(context.bwfmetaeditPath, sessionID_);

@@ -51,6 +51,7 @@ public:
     RecordList<InterleaveGroup> interleaveGroups;
     RecordList<MultiChannelSource> deinterleaveSources;
     QProperty<ProcessingOptions> options;
+    QProperty<EngineChoice> engine{EngineChoice::ffmpeg}; // of scans and runs
     QProperty<bool> showOptions{true};
     QProperty<bool> showLog{false}; // inert: the views keep that themselves
     QProperty<bool> isScanning{false};

@@ -1,5 +1,6 @@
 #include "app/interleaver/interleaver_options.h"
 
+#include "app/controls/engine_switch.h"
 #include "app/controls/layouts.h"
 #include "app/controls/symbols.h"
 
@@ -157,6 +158,7 @@ QWidget* InterleaverOptions::existingBlock() {
     auto* block = new OptionSection(QStringLiteral("Existing Outputs"));
     block->add(flagBox(QStringLiteral("Replace existing outputs"), &ProcessingOptions::overwriteExisting));
     block->add(flagBox(QStringLiteral("Skip if output exists"), &ProcessingOptions::skipIfExists));
+    block->add(engineSwitch(bindings_, viewModel_.engine, QStringLiteral("interleaver")));
     block->add(note(new SecondaryLabel(QStringLiteral("Auto-smart output: Custom folder → exact location | In-place → "
                                                       "subfolder (Interleaved/De-interleaved)"))));
     return block;

@@ -1,5 +1,6 @@
 #include "app/validator/validator_settings.h"
 
+#include "app/controls/engine_switch.h"
 #include "app/controls/folding_header.h"
 #include "app/controls/layouts.h"
 #include "platform/text/text.h"
@@ -66,6 +67,8 @@ QWidget* ValidatorSettings::makeSwitchRow() {
     bindings_.bind(viewModel_.generateCSV, [this, report] { report->setChecked(viewModel_.generateCSV.value()); });
     auto* row = rowLayout();
     row->addWidget(fold, 1);
+    row->addSpacing(6);
+    row->addWidget(engineSwitch(bindings_, viewModel_.engine, QStringLiteral("validator")));
     row->addSpacing(6);
     row->addWidget(skipMono);
     row->addSpacing(6);

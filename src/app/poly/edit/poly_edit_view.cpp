@@ -1,5 +1,6 @@
 #include "app/poly/edit/poly_edit_view.h"
 
+#include "app/controls/engine_switch.h"
 #include "app/controls/flag_box.h"
 #include "app/controls/layouts.h"
 #include "app/controls/overwrite_box.h"
@@ -95,6 +96,8 @@ QWidget* PolyEditView::makeOutputMode() {
     modeNotes_ = new PageStack;
     auto* rebuilt = rowLayout();
     rebuilt->addWidget(new SecondaryLabel(QStringLiteral("All metadata preserved (iXML, BWF, SMED)")), 1);
+    rebuilt->addWidget(engineSwitch(bindings_, viewModel_.engine, QStringLiteral("polytools")));
+    rebuilt->addSpacing(8);
     rebuilt->addWidget(overwriteBox(bindings_, viewModel_));
     auto* rebuildPage = new QWidget;
     rebuildPage->setLayout(rebuilt);

@@ -1,5 +1,6 @@
 #include "app/poly/join/poly_join_view.h"
 
+#include "app/controls/engine_switch.h"
 #include "app/controls/flag_box.h"
 #include "app/controls/layouts.h"
 #include "app/controls/overwrite_box.h"
@@ -132,6 +133,8 @@ QWidget* PolyJoinView::makeCommonOptions() {
     withLabel(*second, QStringLiteral("Layout:"), layouts_);
     second->addSpacing(8);
     second->addWidget(overwriteBox(bindings_, viewModel_));
+    second->addSpacing(8);
+    second->addWidget(engineSwitch(bindings_, viewModel_.engine, QStringLiteral("polytools")));
     second->addStretch();
     second->addWidget(preserved);
     auto* column = columnLayout(6);

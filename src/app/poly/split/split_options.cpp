@@ -1,5 +1,6 @@
 #include "app/poly/split/split_options.h"
 
+#include "app/controls/engine_switch.h"
 #include "app/controls/flag_box.h"
 #include "app/controls/layouts.h"
 #include "platform/paths.h"
@@ -123,6 +124,7 @@ QWidget* SplitOptionsCard::existingBlock() {
     auto* block = new OptionSection(QStringLiteral("Existing Outputs"));
     block->add(flagBox(bindings_, viewModel_.skipIfExists, QStringLiteral("Skip if output exists")));
     block->add(flagBox(bindings_, viewModel_.overwriteExisting, QStringLiteral("Replace existing outputs")));
+    block->add(engineSwitch(bindings_, viewModel_.engine, QStringLiteral("polytools")));
     return block;
 }
 
