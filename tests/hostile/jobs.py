@@ -8,7 +8,7 @@ from takes import FILM, dual_mono, isos, mono_set, pair, poly
 
 class Job:
     replaced = ()      # sources that the job replaces on purpose, keeping less of them
-    uses_ffmpeg = True
+    uses_ffmpeg = os.environ.get("OSTREL_ENGINE") != "direct"
 
     def __init__(self, name):
         self.name = name

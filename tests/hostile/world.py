@@ -104,6 +104,7 @@ class World:
             "HOME": home, "XDG_STATE_HOME": self.state, "XDG_CACHE_HOME": os.path.join(home, "cache"),
             "XDG_CONFIG_HOME": os.path.join(home, "config"), "XDG_DATA_HOME": os.path.join(home, "data"),
             "TMPDIR": os.path.join(self.root, "tmp"), "LC_ALL": "C.UTF-8", "QT_QPA_PLATFORM": "offscreen",
+            "OSTREL_ENGINE": os.environ.get("OSTREL_ENGINE", "ffmpeg"),
             "PATH": self.search or os.path.join(self.root, "bin") + ":" + os.environ.get("PATH", "/usr/bin:/bin"),
         }
         # A sanitized build wants to be first; it is content to be second.
