@@ -86,7 +86,11 @@ InterleaverOptions::InterleaverOptions(AppViewModel& viewModel, QWidget* parent)
     row->addWidget(new OptionDivider);
     row->addWidget(existingBlock(), 10);
     row->addWidget(new OptionDivider);
-    row->addWidget(after_, 8);
+    auto* last = columnLayout(6);
+    last->addWidget(after_);
+    last->addStretch();
+    last->addWidget(engineSwitch(bindings_, viewModel.engine, QStringLiteral("interleaver")));
+    row->addLayout(last, 8);
     setLayout(row);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     bindings_.watch(viewModel.options, [this] { refresh(); });
@@ -158,7 +162,6 @@ QWidget* InterleaverOptions::existingBlock() {
     auto* block = new OptionSection(QStringLiteral("Existing Outputs"));
     block->add(flagBox(QStringLiteral("Replace existing outputs"), &ProcessingOptions::overwriteExisting));
     block->add(flagBox(QStringLiteral("Skip if output exists"), &ProcessingOptions::skipIfExists));
-    block->add(engineSwitch(bindings_, viewModel_.engine, QStringLiteral("interleaver")));
     block->add(note(new SecondaryLabel(QStringLiteral("Auto-smart output: Custom folder → exact location | In-place → "
                                                       "subfolder (Interleaved/De-interleaved)"))));
     return block;
