@@ -25,9 +25,10 @@ std::optional<QStringList> existingPaths(const std::vector<std::string>& paths, 
     QStringList result;
     for (const std::string& path : paths) {
         const QString absolute = paths::absolute(QString::fromStdString(path));
-        if (!paths::isRegularFile(absolute) && !paths::isFolder(absolute)) {
+        // An empty one would be the folder that the program was started in.
+        if (path.empty() || (!paths::isRegularFile(absolute) && !paths::isFolder(absolute))) {
             const char16_t* problem =
-                paths::exists(absolute) ? u"not a file or folder: %1" : u"no such file or folder: %1";
+                !path.empty() && paths::exists(absolute) ? u"not a file or folder: %1" : u"no such file or folder: %1";
             terminal.error(QString::fromUtf16(problem).arg(QString::fromStdString(path)));
             return std::nullopt;
         }

@@ -243,7 +243,7 @@ TEST(Samples, AreWrittenAndDoWhatTheyAreFor) {
         const CliRun run = runCli({QStringLiteral("deinterleave"), QStringLiteral("--layout"), id,
                                    folder.path(QStringLiteral("interleaved/Crowd %1.wav").arg(id))});
         EXPECT_EQ(run.exitStatus, 0) << run.out.toStdString();
-        EXPECT_EQ(run.out.contains(QStringLiteral("[WARN] [PROCESS]")), id == QStringLiteral("7.1-film"))
+        EXPECT_EQ(run.out.contains(QStringLiteral("[WARN] [PROCESS]")), id.startsWith(QStringLiteral("7.1")))
             << run.out.toStdString();
     }
 }

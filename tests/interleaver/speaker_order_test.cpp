@@ -48,5 +48,20 @@ TEST(SpeakerOrder, ASplitKeepsItWhereTheSourceNamesNoOtherSpeakers) {
     EXPECT_TRUE(mayRemixA(naming(0x63F, 8), ChannelLayout::film71));
 }
 
+TEST(SpeakerOrder, DirectlyItGoesByTheSpeakersThatTheFileNames) {
+    const TestFolder folder;
+    const auto order = [&](quint32 speakers, const ChannelLayout& layout, bool isDirect = true) {
+        const int channels = static_cast<int>(layout.channelTags.size());
+        const QString file = folder.write(QStringLiteral("a.wav"), naming(speakers, channels));
+        return channelOrder(MultiChannelSource::make(file, layout), isDirect).join(u' ');
+    };
+    EXPECT_EQ(order(0x63F, ChannelLayout::smpte71), u"L R C LFE Lsr Rsr Lss Rss"_s);
+    EXPECT_EQ(order(0x60F, ChannelLayout::film51), u"L R C LFE Ls Rs"_s);
+    EXPECT_EQ(order(0x3F, ChannelLayout::smpte51), u"L R C LFE Ls Rs"_s);
+    EXPECT_EQ(order(0, ChannelLayout::smpte71), u"L R C LFE Lss Rss Lsr Rsr"_s) << "none named: the layout's own";
+    EXPECT_EQ(order(0xFF, ChannelLayout::film71), u"L C R Lss Rss Lsr Rsr LFE"_s) << "speakers of another layout";
+    EXPECT_EQ(order(0, ChannelLayout::smpte71, false), u"L R C LFE Lsr Rsr Lss Rss"_s) << "ffmpeg's";
+}
+
 } // namespace
 } // namespace ostrel

@@ -62,7 +62,7 @@ TEST_F(RunSnapshot, ASplitOfOneFile) {
               QStringLiteral("12AT3_ch1.wav 12AT3_ch2.wav 12AT3_ch3.wav").split(u' '));
     const QString csv = report();
     expectLine(csv, QStringLiteral("# Naming Pattern: ") + rawText(SplitNamingPattern::channelNumber));
-    expectLine(csv, QStringLiteral("3,—,12AT3_ch3.wav,48000 Hz,24-bit,Complete"));
+    expectLine(csv, QStringLiteral("3,—,12AT3_ch3.wav,48000 Hz,24-bit,Complete,"));
 }
 
 TEST_F(RunSnapshot, ASplitLeavesTheRowsOfAnotherFileAlone) {

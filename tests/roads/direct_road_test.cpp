@@ -106,6 +106,7 @@ TEST_F(DirectRoadTest, EveryChunkThatStaysTrueGoesAlongFromWhereverItStands) {
     const QByteArray part = readAll(cleared.file);
     BextSpec without = bext;
     without.umid.clear();
+    without.description = "sTRK2=Lav\r\nsNOTE=x"; // of the track that the document lists
     EXPECT_EQ(chunkOf(part, "bext"), bextPayload(without));
     const QByteArray document = chunkOf(part, "iXML");
     EXPECT_TRUE(document.contains("<NAME>Lav</NAME>"));
