@@ -17,9 +17,11 @@ constexpr std::size_t kMostBytesOfAFrame = 0xFFFF; // that a fmt chunk can tell
 
 std::string nativePath(const QString& path) { return QFile::encodeName(path).toStdString(); }
 
+int validBitsOf(const WaveFormat& format) { return format.validBits != 0 ? format.validBits : format.bits; }
+
 bool isSameEncoding(const WaveFormat& a, const WaveFormat& b) {
     return a.tag == b.tag && a.bytesPerSample() == b.bytesPerSample() && a.bits == b.bits &&
-           a.validBits == b.validBits && a.sampleRate == b.sampleRate;
+           validBitsOf(a) == validBitsOf(b) && a.sampleRate == b.sampleRate;
 }
 
 // Tells of each percent once, from one thread at a time.
@@ -117,7 +119,7 @@ CopyPlan DirectRoad::planOf(const std::vector<PlannedOutput>& outputs, QStringLi
     plan.frames = std::numeric_limits<std::uint64_t>::max();
     for (const QString& file : sources_) {
         const WaveLayout& layout = layoutOf(file);
-        plan.sources.push_back({nativePath(file), layout.data->payload, layout.format->channels});
+        plan.sources.push_back({nativePath(file), layout.data->payload, layout.format->channels, layout.fileSize});
         plan.frames = std::min(plan.frames, layout.frames());
     }
     for (const PlannedOutput& output : outputs) plan.targets.push_back(targetOf(output, plan.frames, warnings));

@@ -22,7 +22,10 @@ class Work {
 public:
     explicit Work(const CopyPlan& plan, const CopyProgress& progress)
         : plan_(plan), progress_(progress), framesAtOnce_(std::max<std::uint64_t>(1, kStretch / frameBytes())) {
-        for (const CopySource& source : plan.sources) sources_.push_back(CopyFile::forReading(source.path));
+        for (const CopySource& source : plan.sources) {
+            sources_.push_back(CopyFile::forReading(source.path));
+            if (source.fileSize != 0) sources_.back().requireSize(source.fileSize);
+        }
         for (const CopyTarget& target : plan.targets) {
             targets_.push_back(CopyFile::forWriting(target.path));
             targets_.back().reserve(target.head.size() + bytesOf(target, plan.frames) + 1);

@@ -18,6 +18,7 @@ struct CopySource {
     std::string path;
     std::uint64_t audio = 0; // offset of the first frame in the file
     std::size_t channels = 1;
+    std::uint64_t fileSize = 0; // that its headers were read with; 0: not known
 };
 
 struct CopyChannel {

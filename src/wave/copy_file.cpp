@@ -68,6 +68,12 @@ void CopyFile::cutTo(std::uint64_t size) const {
     if (::ftruncate(descriptor_, static_cast<off_t>(size)) != 0) fail();
 }
 
+void CopyFile::requireSize(std::uint64_t size) const {
+    if (static_cast<std::uint64_t>(opened_.st_size) != size) {
+        throw CopyError("the file was changed since its header was read", path_);
+    }
+}
+
 void CopyFile::requireUnchanged() const {
     struct stat now {};
     if (::fstat(descriptor_, &now) != 0) fail();

@@ -25,6 +25,8 @@ public:
     // Room on the disk for a file of that size. Nothing where the file system can't reserve any.
     void reserve(std::uint64_t size) const;
     void cutTo(std::uint64_t size) const;
+    // When it was opened.
+    void requireSize(std::uint64_t size) const;
     // Neither written nor cut since it was opened.
     void requireUnchanged() const;
 

@@ -154,6 +154,15 @@ TEST_F(DirectRoadTest, ARoadSaysWhyItTakesFfmpegInstead) {
     EXPECT_TRUE(hasRun);
 }
 
+TEST_F(DirectRoadTest, AFileThatGrewSinceItsHeaderWasReadIsNotCopied) {
+    const QString poly = source(u"poly.wav"_s, {.channels = 2, .frames = 10});
+    const DirectRoad road({poly});
+    QFile file(poly);
+    ASSERT_TRUE(file.open(QIODevice::Append) && file.write("more") == 4);
+    file.close();
+    EXPECT_THROW(road.make({{output(u"o.wav"_s), {{poly, 0}}, {poly}}}), RoadError);
+}
+
 TEST_F(DirectRoadTest, AFileThatGoesAwayIsNamed) {
     const QString poly = source(u"poly.wav"_s, {.channels = 2, .frames = 10});
     const DirectRoad road({poly});
