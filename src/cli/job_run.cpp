@@ -55,7 +55,10 @@ int JobRun::run() {
 
 QString JobRun::problem(const QStringList&) { return outputProblem(); }
 
-bool JobRun::requireTools() { return requireFFmpeg(toolDetector(), terminal_); }
+// The direct engine needs none for plain WAV files; one that does need ffmpeg says so itself.
+bool JobRun::requireTools() {
+    return engineOf(options_) == EngineChoice::direct || requireFFmpeg(toolDetector(), terminal_);
+}
 
 QString JobRun::outputProblem() const {
     const bool isInTheWay = !options_.output.empty() && paths::exists(output()) && !paths::isFolder(output());

@@ -55,11 +55,18 @@ AppViewModel::AppViewModel(DesktopServices& desktop, AudioOutput& audio, std::sh
 
 AppViewModel::~AppViewModel() { tasks_.cancelAll(); }
 
-bool AppViewModel::canScan() const { return !sourceURL.value().isEmpty() && toolDetector_->ffmpegAvailable.value(); }
+bool AppViewModel::canScan() const { return !sourceURL.value().isEmpty() && hasEngine(); }
+
+bool AppViewModel::hasEngine() const {
+    return engine.value() == EngineChoice::direct || toolDetector_->ffmpegAvailable.value();
+}
 
 bool AppViewModel::canRun() const {
-    return toolDetector_->ffmpegAvailable.value() && hasProcessableItems() && !isScanning.value() &&
-           !isProcessing.value();
+    return hasEngine() && hasProcessableItems() && !isScanning.value() && !isProcessing.value();
+}
+
+bool AppViewModel::canProbe() const {
+    return engine.value() == EngineChoice::direct || !toolDetector_->ffprobePath.value().isEmpty();
 }
 
 template <class Predicate>
@@ -139,7 +146,7 @@ QCoro::Task<> AppViewModel::detectLayout() {
     const QStringList selection = selectedFiles.value();
     const QStringList files = uniqueFiles(selection).files;
     const QString ffprobe = toolDetector_->ffprobePath.value();
-    if (files.size() != 1 || paths::isFolder(files.first()) || ffprobe.isEmpty()) co_return;
+    if (files.size() != 1 || paths::isFolder(files.first()) || !canProbe()) co_return;
     const auto probe = [parser = FFProbeParser(ffprobe, engine.value()), file = files.first()] {
         return parser.probe(file);
     };
@@ -162,7 +169,7 @@ QCoro::Task<> AppViewModel::detectLayout() {
 
 void AppViewModel::scan() {
     const auto [files, repeats] = uniqueFiles(selectedFiles.value());
-    if (files.isEmpty() || toolDetector_->ffprobePath.value().isEmpty()) {
+    if (files.isEmpty() || !canProbe()) {
         log(LogLevel::error, LogCategory::system,
             QStringLiteral("Cannot scan: no files/folders selected or ffprobe missing"));
         return;

@@ -75,6 +75,8 @@ public:
     QString reportPath() const { return reportPath_; }
 
     bool canScan() const;
+    // ffmpeg is there, or the direct engine was chosen, which needs none for plain WAV files.
+    bool hasEngine() const;
     bool canRun() const;
     bool hasProcessableItems() const;
     int totalCount() const;
@@ -115,6 +117,7 @@ Q_SIGNALS:
     void taskEnded();
 
 private:
+    bool canProbe() const;
     template <class Predicate>
     int count(Predicate matches) const; // of the mode's list
     void log(LogLevel level, LogCategory category, const QString& message, const QString& baseName = QString());

@@ -89,6 +89,19 @@ TEST_F(AppViewModelTest, ScanWithoutASelectionSaysSo) {
     EXPECT_FALSE(controller.isScanning.value());
 }
 
+TEST_F(AppViewModelTest, ADirectRunHasItsSourcesSamplesAndMetadata) {
+    writePair("Rain");
+    controller.engine = EngineChoice::direct;
+    scan();
+    const QStringList said = run();
+    EXPECT_TRUE(said.contains(QStringLiteral("[OK] [PROCESS] Created: Rain.wav"))) << said.join(u'\n').toStdString();
+    const QByteArray made = testing::readAll(output("Interleaved/Rain.wav"));
+    EXPECT_EQ(chunkOf(made, "bext"), chunkOf(testing::readAll(output("Rain.L.wav")), "bext"));
+    ASSERT_TRUE(controller.interleaveGroups[0].outcome);
+    EXPECT_TRUE(controller.interleaveGroups[0].outcome->metadata.isWhole());
+    EXPECT_TRUE(controller.interleaveGroups[0].outcome->metadata.kept.contains(QStringLiteral("Description")));
+}
+
 TEST_F(AppViewModelTest, OneMonoFileGivesDirectPairingAndAnIncompleteEntry) {
     writePair("Rain");
     EXPECT_EQ(

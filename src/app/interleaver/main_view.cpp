@@ -64,6 +64,7 @@ MainView::MainView(AppViewModel& viewModel, DesktopServices& desktop, QWidget* p
     bindings_.watch(viewModel.currentMode, request);
     bindings_.watch(viewModel.selectedLayout, request);
     bindings_.watch(viewModel.toolDetector().ffmpegAvailable, request);
+    bindings_.watch(viewModel.engine, request);
     bindings_.watch(viewModel.toolDetector().bwfmetaeditAvailable, request);
     bindings_.bind(viewModel.showOptions, [this] { options_->setVisible(viewModel_.showOptions.value()); });
     const auto source = [this] { refreshSource(); };
@@ -299,7 +300,7 @@ void MainView::refresh() {
     const bool hasBwfmetaedit = viewModel_.toolDetector().bwfmetaeditAvailable.value();
     ffmpeg_->setAvailable(hasFFmpeg);
     bwfmetaedit_->setAvailable(hasBwfmetaedit);
-    ffmpegBanner_->setVisible(!hasFFmpeg);
+    ffmpegBanner_->setVisible(!viewModel_.hasEngine());
     bwfmetaeditBanner_->setVisible(!hasBwfmetaedit);
     modes_->setCurrent(viewModel_.currentMode.value() == AppMode::interleave ? 0 : 1);
     const auto& layouts = ChannelLayout::allLayouts();

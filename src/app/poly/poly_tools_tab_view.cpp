@@ -81,6 +81,7 @@ void PolyToolsTabView::connectController() {
                                   &viewModel_.ffmpegAvailable, &viewModel_.bwfmetaeditAvailable}) {
         bindings_.watch(*flag, request);
     }
+    bindings_.watch(viewModel_.engine, request);
     bindings_.watch(viewModel_.splitProgress, request);
     bindings_.watch(viewModel_.joinProgress, request);
     bindings_.watch(viewModel_.batchProgress, request);
@@ -218,7 +219,7 @@ ActivityState PolyToolsTabView::activityState() const {
 void PolyToolsTabView::refresh() {
     ffmpeg_->setAvailable(viewModel_.ffmpegAvailable.value());
     bwfmetaedit_->setAvailable(viewModel_.bwfmetaeditAvailable.value());
-    ffmpegBanner_->setVisible(!viewModel_.ffmpegAvailable.value());
+    ffmpegBanner_->setVisible(!viewModel_.hasEngine());
     bwfmetaeditBanner_->setVisible(!viewModel_.bwfmetaeditAvailable.value());
     modes_->setEnabled(!viewModel_.isProcessing.value());
     feed_.set(activityState(), runProgress(viewModel_));

@@ -125,7 +125,7 @@ BatchEditOptions PolyEditFlow::makeOptions() const {
 QCoro::Task<> PolyEditFlow::runOver(Run run) {
     if (run.options.files.isEmpty()) run.options.files = co_await findFiles(source_.sourceFolder.value(), run.handle);
     if (run.options.files.isEmpty() || run.handle.isCancelled()) co_return;
-    if (!state_.ffmpegAvailable.value()) {
+    if (!state_.hasEngine()) {
         services_.error(LogCategory::system, QStringLiteral("ffmpeg/ffprobe not available"));
         co_return;
     }

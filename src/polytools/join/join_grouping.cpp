@@ -35,7 +35,7 @@ void JoinGrouping::scan() {
     if (join_.joinSourceFolder.value().isEmpty() && !selected) {
         return services_.error(kScan, QStringLiteral("Select files or folder to process"));
     }
-    if (!state_.ffmpegAvailable.value()) {
+    if (!state_.hasEngine()) {
         return services_.error(LogCategory::system, QStringLiteral("ffmpeg/ffprobe not available"));
     }
     join_.isScanningJoinISOs = true;

@@ -141,13 +141,13 @@ void PolyJoinFlow::setReviewsGroups(bool isOn) {
 
 bool PolyJoinFlow::canRun() const {
     const auto selected = std::ranges::count_if(join_.isoFiles.rows(), &ISOFile::isSelected);
-    return state_.ffmpegAvailable.value() && selected >= 2 && !join_.joinOutputName.value().isEmpty() &&
+    return state_.hasEngine() && selected >= 2 && !join_.joinOutputName.value().isEmpty() &&
            !state_.isProcessing.value();
 }
 
 bool PolyJoinFlow::canRunBatch() const {
-    return state_.ffmpegAvailable.value() && !join_.reviewedGroups.empty() &&
-           !join_.joinOutputFolder.value().isEmpty() && !join_.isBatchJoining.value();
+    return state_.hasEngine() && !join_.reviewedGroups.empty() && !join_.joinOutputFolder.value().isEmpty() &&
+           !join_.isBatchJoining.value();
 }
 
 bool PolyJoinFlow::hasContent() const {

@@ -62,7 +62,8 @@ ISOFile ISOFileReader::readMono(const QString& url) const {
 }
 
 QString ISOFileReader::value(const QString& url, const QString& entry) const {
-    if (ffprobePath_.isEmpty()) throw probeError(1, QStringLiteral("ffprobe not found"));
+    if (ffprobePath_.isEmpty() && engine_ == EngineChoice::ffmpeg)
+        throw probeError(1, QStringLiteral("ffprobe not found"));
     return ffprobeValue(ffprobePath_, url, entry, FFProbeStreams::firstAudio, engine_);
 }
 

@@ -28,11 +28,13 @@ void PolyToolsServices::takeTools() {
     manifestExtractor_.reset();
     universalEngine_.reset();
     ownEngine_.reset();
+    ownExtractor_.reset();
     answers_ = std::make_shared<SourceAnswers>();
     ownAnswers_ = answersFromBytes();
     if (const QString path = state_.bwfmetaeditPath.value(); !path.isEmpty()) {
         manifestExtractor_.emplace(path, manifestLogger(), answers_);
         universalEngine_ = std::make_shared<UniversalMetadataEngine>(path, answers_);
+        ownExtractor_.emplace(path, manifestLogger(), ownAnswers_);
         ownEngine_ = std::make_shared<UniversalMetadataEngine>(path, ownAnswers_);
     } else {
         printDiagnostic(QStringLiteral("[PolyToolsVM] bwfmetaedit not found: no manifests, no metadata"));
@@ -58,7 +60,8 @@ PolyEngineTools PolyToolsServices::engineTools() const {
 }
 
 const MetadataManifestExtractor* PolyToolsServices::manifestExtractor() const {
-    return manifestExtractor_ ? &*manifestExtractor_ : nullptr;
+    const auto& extractor = state_.engine.value() == EngineChoice::direct ? ownExtractor_ : manifestExtractor_;
+    return extractor ? &*extractor : nullptr;
 }
 
 void PolyToolsServices::log(LogLevel level, LogCategory category, const QString& message) {
@@ -66,14 +69,14 @@ void PolyToolsServices::log(LogLevel level, LogCategory category, const QString&
 }
 
 bool PolyToolsServices::requireFFmpeg() {
-    if (state_.ffmpegAvailable.value()) return true;
+    if (state_.hasEngine()) return true;
     error(LogCategory::system,
           QStringLiteral("ffmpeg not available - Install from ffmpeg.org or use: brew install ffmpeg"));
     return false;
 }
 
 bool PolyToolsServices::requireFFprobe() {
-    if (!state_.ffprobePath.value().isEmpty()) return true;
+    if (state_.engine.value() == EngineChoice::direct || !state_.ffprobePath.value().isEmpty()) return true;
     error(LogCategory::system,
           QStringLiteral("ffprobe not available - Install ffmpeg from ffmpeg.org or use: brew install ffmpeg"));
     return false;

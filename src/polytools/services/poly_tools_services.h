@@ -117,6 +117,7 @@ private:
     // The direct engine's: they read what the tools would say.
     std::shared_ptr<SourceAnswers> ownAnswers_;
     std::shared_ptr<const UniversalMetadataEngine> ownEngine_;
+    std::optional<MetadataManifestExtractor> ownExtractor_;
     std::shared_ptr<SourceAnswers> answers_; // from the selection on, through every job
     TaskSet<Task> tasks_;
 };

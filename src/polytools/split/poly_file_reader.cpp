@@ -16,7 +16,8 @@ namespace {
 constexpr int kDefaultBitDepth = 16;
 
 QString value(const QString& ffprobePath, const QString& url, const QString& entry, EngineChoice engine) {
-    if (ffprobePath.isEmpty()) throw probeError(1, QStringLiteral("ffprobe not found"));
+    if (ffprobePath.isEmpty() && engine == EngineChoice::ffmpeg)
+        throw probeError(1, QStringLiteral("ffprobe not found"));
     const auto streams = entry.startsWith(u's') ? FFProbeStreams::firstAudio : FFProbeStreams::all;
     return ffprobeValue(ffprobePath, url, entry, streams, engine);
 }

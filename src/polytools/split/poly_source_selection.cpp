@@ -203,7 +203,7 @@ QCoro::Task<> PolySourceSelection::saveManifest(PolyFile poly, std::shared_ptr<s
 }
 
 void PolySourceSelection::populateBatchPolyMetadata(const QStringList& urls) {
-    if (state_.ffprobePath.value().isEmpty()) {
+    if (state_.ffprobePath.value().isEmpty() && state_.engine.value() == EngineChoice::ffmpeg) {
         services_.error(LogCategory::system, QStringLiteral("Cannot get poly metadata: ffprobe not available"));
         return;
     }

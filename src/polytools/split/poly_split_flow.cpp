@@ -21,14 +21,14 @@ ItemStatus statusOf(const ItemOutcome& channel) {
 
 bool PolySplitFlow::canRun() const {
     const auto& poly = source_.polyFile.value();
-    return state_.ffmpegAvailable.value() && poly && poly->channelCount >= 2 &&
-           !source_.splitOutputFolder.value().isEmpty() && !state_.isProcessing.value();
+    return state_.hasEngine() && poly && poly->channelCount >= 2 && !source_.splitOutputFolder.value().isEmpty() &&
+           !state_.isProcessing.value();
 }
 
 bool PolySplitFlow::canRunBatch() const {
     const auto& selected = source_.selectedFiles.value();
     const bool hasSource = !source_.sourceFolder.value().isEmpty() || (selected && !selected->isEmpty());
-    return state_.ffmpegAvailable.value() && hasSource && !source_.splitOutputFolder.value().isEmpty() &&
+    return state_.hasEngine() && hasSource && !source_.splitOutputFolder.value().isEmpty() &&
            !state_.isProcessing.value();
 }
 

@@ -57,6 +57,9 @@ struct PolyToolsState {
     QProperty<QString> reportPath;                     // of the last CSV report
     ActivityLog logEntries;
 
+    // ffmpeg is there, or the direct engine was chosen, which needs none for plain WAV files.
+    bool hasEngine() const { return engine.value() == EngineChoice::direct || ffmpegAvailable.value(); }
+
     // The totals are the new run's from here on.
     PolyRun beginRun() {
         isCancelled = false;

@@ -206,6 +206,7 @@ void PolyJoinView::connectController() {
     for (QProperty<bool>* flag : {&viewModel_.isProcessing, &viewModel_.isBatchJoining, &viewModel_.isScanningJoinISOs,
                                   &viewModel_.isAnalyzing, &viewModel_.ffmpegAvailable, &viewModel_.showGroupReview})
         bindings_.watch(*flag, run);
+    bindings_.watch(viewModel_.engine, run);
     bindings_.watch(viewModel_.joinOutputFolder, run);
     bindings_.watch(viewModel_.joinOutputName, run);
     bindings_.watch(viewModel_.joinSourceFolder, run);
@@ -303,7 +304,7 @@ void PolyJoinView::refreshRun() {
     sourceSection_->setEnabled(!isBusy);
     options_->setEnabled(!isBusy);
     reviewsGroups_->setEnabled(!isBusy);
-    scan_->setEnabled(hasPile && !isScanning && viewModel_.ffmpegAvailable.value());
+    scan_->setEnabled(hasPile && !isScanning && viewModel_.hasEngine());
     run_->setCanRun(!isScanning && (isReview() ? viewModel_.join().canRunBatch() : viewModel_.join().canRun()));
     run_->setHelper(helperText());
     showResults();

@@ -123,6 +123,7 @@ void PolySplitView::connectController() {
     }
     for (QProperty<int>* count : {&viewModel_.successCount, &viewModel_.skipCount, &viewModel_.errorCount})
         bindings_.watch(*count, request);
+    bindings_.watch(viewModel_.engine, request);
     bindings_.watch(viewModel_.selectedFiles, request);
     bindings_.watch(viewModel_.sourceFolder, request);
     bindings_.watch(viewModel_.splitOutputFolder, request);
