@@ -31,8 +31,11 @@ void checkSurgery(const QString& xml) {
     const auto oldList = elementAcrossLines(xml, u"TRACK_LIST");
     require(!oldList || result.contains(list));
     if (xml.contains(QStringLiteral("UID>")) || xml.contains(QStringLiteral("<IXML_VERSION>"))) return;
-    // Without anything that holds an identity, the first track list is all that changes.
-    require(result == (oldList ? xml.first(oldList->start) + list + xml.sliced(oldList->end) : xml));
+    // Without anything that holds an identity, the first track list is all that changes; a document that has none gets
+    // one.
+    const qsizetype end = xml.lastIndexOf(QStringLiteral("</BWFXML>"));
+    if (!oldList) return require(result == (end < 0 ? xml : xml.first(end) + list + u'\n' + xml.sliced(end)));
+    require(result == xml.first(oldList->start) + list + xml.sliced(oldList->end));
 }
 
 } // namespace
