@@ -4,6 +4,7 @@
 #include "interleaver/library_safety.h"
 #include "metadata/asset_descriptor.h"
 #include "platform/files/unique_files.h"
+#include "platform/parallel.h"
 #include "platform/paths.h"
 
 namespace ostrel {
@@ -120,7 +121,7 @@ QString ScanError::errorDescription() const {
 }
 
 LibraryScanner::LibraryScanner(const QString& ffprobePath, const QString& bwfmetaeditPath, EngineChoice engine)
-    : parser_(ffprobePath, engine), bwfmetaeditPath_(bwfmetaeditPath) {}
+    : engine_(engine), parser_(ffprobePath, engine), bwfmetaeditPath_(bwfmetaeditPath) {}
 
 template <class Record>
 void LibraryScanner::classify(Record& record, const QString& file) const {
@@ -231,12 +232,15 @@ std::optional<MultiChannelSource> LibraryScanner::analyzed(const QString& file, 
 
 void LibraryScanner::validateAll(std::vector<InterleaveGroup>& groups, const ScanRequest& request,
                                  const std::function<InterleaveGroup(InterleaveGroup)>& validated) const {
-    for (InterleaveGroup& group : groups) {
-        if (isCancelled(request)) return;
-        if (!group.status.isProcessable()) continue;
+    const auto validate = [&](InterleaveGroup& group) {
+        if (isCancelled(request) || !group.status.isProcessable()) return;
         group = validated(std::move(group));
         say(request.progress, QStringLiteral("Validated: ") + group.baseName);
-    }
+    };
+    // Headers are read side by side; tools are asked one after the other.
+    if (engine_ == EngineChoice::direct)
+        return forEachInParallel(groups.size(), [&](std::size_t i) { validate(groups[i]); });
+    for (InterleaveGroup& group : groups) validate(group);
 }
 
 InterleaveGroup LibraryScanner::validatedLRPair(InterleaveGroup group) const {

@@ -1,6 +1,7 @@
 // Walks a selection of folders and files and proposes work: sets of mono siblings, or multichannel files.
 //
-// Made per scan. Blocks; for any thread but the main one. Probes run one after the other.
+// Made per scan. Blocks; for any thread but the main one. ffprobe runs for one file after the other; the direct engine
+// reads headers side by side.
 #pragma once
 
 #include "foundation/records/interleave_group.h"
@@ -32,7 +33,7 @@ struct ScanRequest {
     QString root;      // relative paths are told from here
     QStringList items; // folders to walk and files to take; usually the root alone
     bool includeSubfolders = true;
-    std::function<void(const QString& text)> progress; // called on the scanner's thread; may be empty
+    std::function<void(const QString& text)> progress; // called on the scanner's threads; may be empty
     std::function<void(const QString& text)> warn;     // files and folders that could not be looked at; may be empty
     std::function<bool()> isCancelled;                 // looked at between files; may be empty
 
@@ -67,6 +68,7 @@ private:
     void validateAll(std::vector<InterleaveGroup>& groups, const ScanRequest& request,
                      const std::function<InterleaveGroup(InterleaveGroup)>& validated) const;
 
+    EngineChoice engine_;
     FFProbeParser parser_;
     QString bwfmetaeditPath_;
 };

@@ -270,5 +270,23 @@ TEST(LRScanSummary, CountsByStatus) {
     EXPECT_EQ(summary.total, 9);
 }
 
+// Headers that are read side by side give what ffprobe gives one after the other, in the same order.
+TEST(LibraryScanner, TheDirectEngineFindsTheSamePairs) {
+    const TestFolder folder;
+    for (int i = 0; i < 40; ++i) {
+        const QString base = QStringLiteral("Take %1").arg(i, 2, 10, QLatin1Char('0'));
+        folder.write(base + QStringLiteral(".L.wav"), waveBytes({.frames = 480}));
+        const int rate = i % 7 == 0 ? 44100 : 48000;
+        folder.write(base + QStringLiteral(".R.wav"), waveBytes({.sampleRate = rate, .frames = i % 5 ? 480 : 4800}));
+    }
+    const auto request = ScanRequest::folder(folder.path());
+    const LibraryScanner direct(tool("ffprobe"), QString(), EngineChoice::direct);
+    const auto theirs = told(scanner().scanForLibrarySafeLRMerge(request));
+    EXPECT_EQ(told(direct.scanForLibrarySafeLRMerge(request)), theirs);
+    EXPECT_EQ(theirs.size(), 40);
+    EXPECT_EQ(told(direct.scanForInterleave(request, ChannelLayout::stereo)),
+              told(scanner().scanForInterleave(request, ChannelLayout::stereo)));
+}
+
 } // namespace
 } // namespace ostrel
