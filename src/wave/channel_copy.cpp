@@ -60,7 +60,7 @@ private:
     void workOn() noexcept {
         try {
             std::vector<Buffer> read(plan_.sources.size());
-            Buffer written;
+            std::vector<Buffer> written(plan_.targets.size());
             while (!hasFailed_) {
                 const std::uint64_t first = next_.fetch_add(framesAtOnce_);
                 if (first >= plan_.frames) return;
@@ -74,39 +74,38 @@ private:
         }
     }
 
-    void copyStretch(std::uint64_t first, std::size_t frames, std::vector<Buffer>& read, Buffer& written) {
+    void copyStretch(std::uint64_t first, std::size_t frames, std::vector<Buffer>& read, std::vector<Buffer>& written) {
         for (std::size_t i = 0; i < sources_.size(); ++i) {
             const std::size_t frame = plan_.sources[i].channels * plan_.bytesPerSample;
             read[i].resize(frames * frame);
             sources_[i].readAll(read[i].data(), read[i].size(), plan_.sources[i].audio + first * frame);
         }
-        for (std::size_t i = 0; i < targets_.size(); ++i) copyTarget(i, first, frames, read, written);
+        for (std::size_t i = 0; i < targets_.size(); ++i) written[i].resize(bytesOf(plan_.targets[i], frames));
+        // Tile by tile, so that a frame's neighbours are still at hand when the next channel asks for them.
+        const std::size_t tile = std::max<std::size_t>(16, kTile / frameBytes());
+        for (std::size_t at = 0; at < frames; at += tile) {
+            const std::size_t count = std::min(tile, frames - at);
+            for (std::size_t i = 0; i < targets_.size(); ++i)
+                gather(plan_.targets[i], at, count, read, written[i].data());
+        }
+        for (std::size_t i = 0; i < targets_.size(); ++i) {
+            const CopyTarget& target = plan_.targets[i];
+            targets_[i].writeAll(written[i].data(), written[i].size(), target.head.size() + bytesOf(target, first));
+            const std::uint64_t done = done_ += written[i].size();
+            if (progress_) progress_(done);
+        }
     }
 
-    void copyTarget(std::size_t index, std::uint64_t first, std::size_t frames, const std::vector<Buffer>& read,
-                    Buffer& written) {
-        const CopyTarget& target = plan_.targets[index];
-        written.resize(bytesOf(target, frames));
-        gather(target, frames, read, written.data());
-        targets_[index].writeAll(written.data(), written.size(), target.head.size() + bytesOf(target, first));
-        const std::uint64_t done = done_ += written.size();
-        if (progress_) progress_(done);
-    }
-
-    // Tile by tile, so that a frame's neighbours are still at hand when the next channel asks for them.
-    void gather(const CopyTarget& target, std::size_t frames, const std::vector<Buffer>& read,
+    // `count` frames from `at` on, of all channels of one target.
+    void gather(const CopyTarget& target, std::size_t at, std::size_t count, const std::vector<Buffer>& read,
                 unsigned char* to) const {
         const std::size_t width = plan_.bytesPerSample;
         const std::size_t toStride = target.channels.size() * width;
-        const std::size_t tile = std::max<std::size_t>(16, kTile / std::max<std::size_t>(toStride, 1));
-        for (std::size_t at = 0; at < frames; at += tile) {
-            const std::size_t count = std::min(tile, frames - at);
-            for (std::size_t k = 0; k < target.channels.size(); ++k) {
-                const CopyChannel& channel = target.channels[k];
-                const std::size_t fromStride = plan_.sources[channel.source].channels * width;
-                moveSamples(read[channel.source].data() + at * fromStride + channel.channel * width, fromStride,
-                            to + at * toStride + k * width, toStride, width, count);
-            }
+        for (std::size_t k = 0; k < target.channels.size(); ++k) {
+            const CopyChannel& channel = target.channels[k];
+            const std::size_t fromStride = plan_.sources[channel.source].channels * width;
+            moveSamples(read[channel.source].data() + at * fromStride + channel.channel * width, fromStride,
+                        to + at * toStride + k * width, toStride, width, count);
         }
     }
 
