@@ -9,8 +9,6 @@
 namespace ostrel {
 namespace {
 
-QString quotedCell(QString text) { return u'"' + text.replace(QStringLiteral("\""), QStringLiteral("\"\"")) + u'"'; }
-
 // Only the cells that name a file change; everything else stays letter for letter.
 QString reaimedCsv(const QString& document, const QString& target) {
     const QChar separator = document[QStringLiteral("FileName").size()];

@@ -78,4 +78,6 @@ std::vector<QStringList> parseCSV(const QString& text) {
     return rows;
 }
 
+QString quotedCell(QString text) { return u'"' + text.replace(QStringLiteral("\""), QStringLiteral("\"\"")) + u'"'; }
+
 } // namespace ostrel

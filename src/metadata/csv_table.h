@@ -22,4 +22,7 @@ std::vector<std::vector<CSVCell>> parseCSVCells(const QString& text, QChar separ
 // What the cells say, without their places.
 std::vector<QStringList> parseCSV(const QString& text);
 
+// A field as it is written, whatever it holds.
+QString quotedCell(QString text);
+
 } // namespace ostrel

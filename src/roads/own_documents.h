@@ -10,7 +10,8 @@
 namespace ostrel {
 
 // For the options "--out-iXML=" (UTF-8, whatever the file declares) and "--out-core=" (CSV: a head and one row, with
-// the columns of the bext chunk, EBU Tech 3285); nothing where the file has no such chunk. Blocks on the disk.
+// the columns of the bext chunk, EBU Tech 3285, blank where there is none); nothing where the tool would make no
+// document. Blocks on the disk.
 std::optional<QByteArray> ownDocument(const QString& option, const QString& file);
 
 // Answers of the direct engine.

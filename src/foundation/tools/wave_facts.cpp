@@ -1,8 +1,10 @@
 #include "foundation/tools/wave_facts.h"
 
+#include "foundation/chunks/chunk_bytes.h"
 #include "wave/wave_layout.h"
 
 #include <QFile>
+#include <QtEndian>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -42,12 +44,8 @@ bool isOfOneLength(const WaveLayout& layout, const QString& file) {
     if (missingBytes(layout) > 0 || layout.data->size % layout.format->blockAlign != 0) return false;
     const WaveChunk* fact = layout.find("fact");
     if (!fact) return true;
-    QFile bytes(file);
-    std::array<unsigned char, 4> number{};
-    if (!bytes.open(QIODevice::ReadOnly) || !bytes.seek(static_cast<qint64>(fact->payload))) return false;
-    if (bytes.read(reinterpret_cast<char*>(number.data()), 4) != 4) return false;
-    const std::uint64_t frames = number[0] | number[1] << 8 | number[2] << 16 | std::uint64_t{number[3]} << 24;
-    return frames == layout.frames();
+    const QByteArray frames = bytesAt(file, {static_cast<qint64>(fact->payload), 4}, 4);
+    return frames.size() == 4 && qFromLittleEndian<quint32>(frames.constData()) == layout.frames();
 }
 
 } // namespace
