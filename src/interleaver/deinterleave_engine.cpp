@@ -139,7 +139,7 @@ DeinterleaveResult DeinterleaveEngine::deinterleave(const MultiChannelSource& so
         work.fail(QStringLiteral("Failed to create output directory: ") + error.description);
         return std::move(work.result);
     }
-    const Road road(engine_, {source.sourceURL}, format);
+    const Road road(engine_, {source.sourceURL}, static_cast<int>(source.layout.channelTags.size()), format);
     work.result.detour = road.detour();
     work.result.isWhole = road.isDirect();
     work.result.order = channelOrder(source, road.isDirect());

@@ -163,7 +163,7 @@ void InterleaveEngine::make(Work& work, const ChannelLayout& layout, const QStri
                             const QStringList& sources) const {
     const QStringList tags = tagsOf(work.group, layout);
     const QString output = work.file->unfinished();
-    const Road road(engine_, sources, format);
+    const Road road(engine_, sources, 1, format);
     work.isWhole = road.isDirect();
     work.result.detour = road.detour();
     const QString parent = metadataSource(work.group);
@@ -176,6 +176,7 @@ void InterleaveEngine::make(Work& work, const ChannelLayout& layout, const QStri
     for (const QString& source : sources) planned.channels.push_back({source, 0});
     planned.head.speakers = layout == ChannelLayout::smpte51 ? kSmpte51Speakers : 0;
     work.result.outcome.message = QStringLiteral("Successfully created: ") + paths::lastComponent(work.file->path());
+    report(work.group.id, ProcessingStatus::processing());
     try {
         work.result.outcome.warnings << road.make({planned}, [&] {
             work.chunks = fittedChunks(extractChunksOrExplain(work.group.firstFile()), planned.head);
@@ -189,7 +190,6 @@ void InterleaveEngine::make(Work& work, const ChannelLayout& layout, const QStri
 
 void InterleaveEngine::runFFmpeg(Work& work, const QStringList& arguments) const {
     work.result.ffmpegCommand = arguments.join(u' ');
-    report(work.group.id, ProcessingStatus::processing());
     appendToDebugLog(QStringLiteral("InterleaveEngine"), work.result.ffmpegCommand);
     ProcessResult run;
     try {

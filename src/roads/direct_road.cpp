@@ -1,6 +1,7 @@
 #include "roads/direct_road.h"
 
 #include "platform/paths.h"
+#include "platform/text/text.h"
 #include "roads/head_chunks.h"
 #include "wave/wave_head.h"
 
@@ -24,6 +25,12 @@ bool isSameEncoding(const WaveFormat& a, const WaveFormat& b) {
            validBitsOf(a) == validBitsOf(b) && a.sampleRate == b.sampleRate;
 }
 
+// A size that was never filled in, and nothing that tells the true one: what follows may be chunks as well as audio.
+bool tellsItsLength(const WaveLayout& layout) {
+    if (layout.kind != WaveLayout::Kind::riff) return layout.hasLongSizes;
+    return layout.isStreamed || layout.data->size != kUnknownSize;
+}
+
 // Tells of each percent once, from one thread at a time.
 class Steps {
 public:
@@ -44,11 +51,11 @@ private:
 
 } // namespace
 
-DirectRoad::DirectRoad(const QStringList& sources) : sources_(sources) {
+DirectRoad::DirectRoad(const QStringList& sources, int channels) : sources_(sources) {
     sources_.removeDuplicates();
     for (const QString& file : sources_) layouts_[file] = readWaveLayout(nativePath(file));
     for (const QString& file : sources_) {
-        if (objection_.isEmpty()) objection_ = refusalOf(file);
+        if (objection_.isEmpty()) objection_ = refusalOf(file, channels);
     }
 }
 
@@ -59,7 +66,7 @@ const WaveLayout& DirectRoad::layoutOf(const QString& file) const {
     return *found->second;
 }
 
-QString DirectRoad::refusalOf(const QString& file) const {
+QString DirectRoad::refusalOf(const QString& file, int channels) const {
     const std::optional<WaveLayout>& layout = layouts_.at(file);
     const QString name = paths::lastComponent(file);
     if (!layout || !layout->format || !layout->data) return QStringLiteral("%1 is no WAV file").arg(name);
@@ -69,6 +76,14 @@ QString DirectRoad::refusalOf(const QString& file) const {
     if (!isLinear || width < 1 || width > kWidestSample || format.sampleRate == 0) {
         return QStringLiteral("%1 does not hold plain integers or floats").arg(name);
     }
+    if (format.channels != channels) {
+        return QStringLiteral("%1 has %2 %3, not %4")
+            .arg(name)
+            .arg(format.channels)
+            .arg(plural("channel", format.channels))
+            .arg(channels);
+    }
+    if (!tellsItsLength(*layout)) return QStringLiteral("the header of %1 does not say how long it is").arg(name);
     if (layout->sizesDisagree) return QStringLiteral("the header of %1 contradicts itself").arg(name);
     if (!isSameEncoding(format, *layoutOf(sources_.first()).format)) {
         return QStringLiteral("%1 differs from %2 in its sample format")

@@ -1,6 +1,6 @@
 // The road without a child process: files are made of their sources' bytes, audio and head, in one pass.
 //
-//     DirectRoad road(sources);
+//     DirectRoad road(sources, 1);
 //     if (!road.objection().isEmpty()) ...    // the ffmpeg road, then
 //     road.make(outputs);                     // whole files under their private names
 //
@@ -29,8 +29,9 @@ public:
 
 class DirectRoad {
 public:
-    // The files that outputs are going to be made of; their headers are walked here.
-    explicit DirectRoad(const QStringList& sources);
+    // The files that outputs are going to be made of; their headers are walked here. `channels`: how many each of them
+    // has to have. A channel more than the job knows of would be left out of every output, and nobody would miss it.
+    DirectRoad(const QStringList& sources, int channels);
 
     // Why the sources can't go this way, in words for a log; empty where they can.
     const QString& objection() const { return objection_; }
@@ -41,7 +42,7 @@ public:
     QStringList make(const std::vector<PlannedOutput>& outputs, const std::function<void(double)>& progress = {}) const;
 
 private:
-    QString refusalOf(const QString& file) const;
+    QString refusalOf(const QString& file, int channels) const;
     const WaveLayout& layoutOf(const QString& file) const;
     WaveFormat formatOf(const PlannedOutput& output) const;
     CopyTarget targetOf(const PlannedOutput& output, std::uint64_t frames, QStringList& warnings) const;

@@ -2,18 +2,18 @@
 
 namespace ostrel {
 
-Road::Road(EngineChoice chosen, const QStringList& sources, const QString& container) {
+Road::Road(EngineChoice chosen, const QStringList& sources, int channels, const QString& container) {
     if (chosen == EngineChoice::ffmpeg || sources.isEmpty()) return;
     QString why;
     if (container != QStringLiteral("wav")) {
         why = QStringLiteral("it writes WAV files only, not %1").arg(container);
     } else {
-        direct_.emplace(sources);
+        direct_.emplace(sources, channels);
         why = direct_->objection();
     }
     if (why.isEmpty()) return;
     direct_.reset();
-    detour_ = QStringLiteral("The direct engine can't take this, so ffmpeg does: %1").arg(why);
+    detour_ = QStringLiteral("The direct engine can't take this, so it goes the usual way: %1").arg(why);
 }
 
 QStringList Road::make(const std::vector<PlannedOutput>& outputs, const std::function<void()>& byFFmpeg,

@@ -1,7 +1,7 @@
 // The road that an item takes from its sources to its files: the one that was chosen, or ffmpeg where that one can't
 // take them. An engine asks a road and does the same around it, whichever it is.
 //
-//     const Road road(options.engine, sources, "wav");
+//     const Road road(options.engine, sources, 1, "wav");
 //     road.make(outputs, [&] { runFFmpeg(...); addMetadata(...); });
 //
 // Blocks; for any thread but the main one.
@@ -20,8 +20,9 @@ namespace ostrel {
 
 class Road {
 public:
-    // `container` is the format of the files that are to be made ("wav", "flac").
-    Road(EngineChoice chosen, const QStringList& sources, const QString& container);
+    // `channels`: how many the job takes each source to have. `container`: the format of the files that are to be made
+    // ("wav", "flac").
+    Road(EngineChoice chosen, const QStringList& sources, int channels, const QString& container);
 
     // Whether the files come whole, with their metadata, without a tool.
     bool isDirect() const { return direct_.has_value(); }

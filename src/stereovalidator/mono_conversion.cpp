@@ -9,6 +9,7 @@
 #include "metadata/metadata_comparison.h"
 #include "metadata/metadata_completion.h"
 #include "platform/audio/audio_file_writer.h"
+#include "platform/files/files.h"
 #include "platform/files/replacement.h"
 #include "platform/paths.h"
 #include "platform/processes/child_process.h"
@@ -83,7 +84,7 @@ bool isWiderThanFloats(const QString& file) {
 
 MonoConversion::MonoConversion(const MonoRequest& request, const Tools& tools, RunLedger& ledger, Journal& journal)
     : request_(request), tools_(tools), ledger_(ledger), journal_(journal),
-      road_(tools.engine, {request.file}, QStringLiteral("wav")),
+      road_(tools.engine, {request.file}, 2, QStringLiteral("wav")),
       stamp_(request.analyzed ? request.analyzed : FileStamp::of(request.file)) {
     outcome_.sources = ItemOutcome::allKept({request_.file});
 }
@@ -106,6 +107,7 @@ ItemOutcome MonoConversion::run() {
 void MonoConversion::convert() {
     AudioFile source(request_.file, tools_.ffmpeg);
     if (source.channelCount() != 2) throw ProcessingError::notStereo();
+    if (!road_.detour().isEmpty()) outcome_.warnings << road_.detour();
     outcome_.warnings << unexplainedBytesWarnings({request_.file});
     const MonoTarget target = monoTargetOf(request_);
     target.kind == MonoTarget::Kind::source ? replaceSource(source) : makeFile(source, target);
@@ -165,6 +167,7 @@ void MonoConversion::replaceSource(AudioFile& source) {
     outcome_.warnings << ledger_.prepareFolder(paths::parent(recording));
     NewFile file(recording);
     write(source, file.path(), paths::lastComponent(request_.file));
+    files::flush(file.path()); // what the proof reads is what the disk was given
     takePlace(file);
 }
 

@@ -104,8 +104,20 @@ TEST_F(DirectEngine, WhatItCannotTakeGoesByWayOfFfmpegAndTheLogSaysSo) {
     folder.write(u"a.R.wav"_s, waveBytes({.bitDepth = 24, .frames = 4800, .sampleBytes = 4, .firstSignal = 1}));
     const CliRun mixed =
         runCli({u"interleave"_s, kDirect, u"--output"_s, path(u"out"_s), path(u"a.L.wav"_s), path(u"a.R.wav"_s)});
-    EXPECT_TRUE(mixed.out.contains(u"so ffmpeg does: a.R.wav differs from a.L.wav in its sample format"_s))
+    EXPECT_TRUE(mixed.out.contains(u"so it goes the usual way: a.R.wav differs from a.L.wav in its sample format"_s))
         << mixed.out.toStdString();
+}
+
+// Only one channel of it is asked for: by itself the direct engine would leave the other one out, and nobody would miss
+// it.
+TEST_F(DirectEngine, AStereoFileInASetOfMonoFilesIsNotCutToItsFirstChannel) {
+    if (installedTool(u"ffmpeg"_s).isEmpty()) GTEST_SKIP() << "no ffmpeg here";
+    folder.write(u"a.L.wav"_s, waveBytes({.channels = 2, .frames = 48000}));
+    folder.write(u"a.R.wav"_s, waveBytes({.frames = 48000, .firstSignal = 2}));
+    const CliRun set =
+        runCli({u"interleave"_s, kDirect, u"--output"_s, path(u"out"_s), path(u"a.L.wav"_s), path(u"a.R.wav"_s)});
+    EXPECT_TRUE(set.out.contains(u"a.L.wav has 2 channels, not 1"_s)) << set.out.toStdString();
+    EXPECT_TRUE(set.out.contains(u"[WARN] [PROCESS] a.wav: the samples of"_s)) << set.out.toStdString();
 }
 
 TEST_F(DirectEngine, TheEnvironmentChoosesWhereNothingElseDoes) {

@@ -35,7 +35,7 @@ TEST_F(DirectRoadTest, TakesAPolyApartInOnePass) {
     const QString poly = source(u"poly.wav"_s, spec);
     std::vector<PlannedOutput> outputs;
     for (int i = 0; i < 3; ++i) outputs.push_back({output(u"%1.wav"_s.arg(i)), {{poly, i}}, {poly}});
-    const DirectRoad road({poly});
+    const DirectRoad road({poly}, 3);
     ASSERT_EQ(road.objection(), QString());
     EXPECT_TRUE(road.make(outputs).isEmpty());
     const Samples expected = scaledTo32(samplesOf(spec), 24);
@@ -50,7 +50,7 @@ TEST_F(DirectRoadTest, PutsMonoFilesTogetherAndEndsWithTheShortest) {
     const WaveSpec right{.frames = 900, .firstSignal = 1};
     const PlannedOutput planned{
         output(u"o.wav"_s), {{source(u"l.wav"_s, left), 0}, {source(u"r.wav"_s, right), 0}}, {folder.path(u"l.wav"_s)}};
-    const DirectRoad road({folder.path(u"l.wav"_s), folder.path(u"r.wav"_s)});
+    const DirectRoad road({folder.path(u"l.wav"_s), folder.path(u"r.wav"_s)}, 1);
     ASSERT_EQ(road.objection(), QString());
     road.make({planned});
     Samples expected = samplesOf(left);
@@ -62,7 +62,7 @@ TEST_F(DirectRoadTest, PutsMonoFilesTogetherAndEndsWithTheShortest) {
 TEST_F(DirectRoadTest, ValidBitsAndWideContainersStay) {
     const QString poly = source(u"poly.wav"_s, {.channels = 2, .bitDepth = 24, .frames = 100, .sampleBytes = 4});
     const PlannedOutput planned{output(u"o.wav"_s), {{poly, 1}}, {poly}};
-    DirectRoad({poly}).make({planned});
+    DirectRoad({poly}, 2).make({planned});
     const WaveLayout was = layoutOf(poly);
     const WaveLayout is = layoutOf(planned.file);
     EXPECT_EQ(is.format->bits, was.format->bits);
@@ -73,12 +73,12 @@ TEST_F(DirectRoadTest, ValidBitsAndWideContainersStay) {
 TEST_F(DirectRoadTest, ThreeChannelsNameNoSpeakersUnlessAskedTo) {
     const QString poly = source(u"poly.wav"_s, {.channels = 3, .frames = 10});
     PlannedOutput planned{output(u"o.wav"_s), {{poly, 2}, {poly, 0}, {poly, 1}}, {poly}};
-    DirectRoad({poly}).make({planned});
+    DirectRoad({poly}, 3).make({planned});
     EXPECT_TRUE(layoutOf(planned.file).format->isExtensible);
     EXPECT_EQ(layoutOf(planned.file).format->speakers, 0U);
     planned.head.speakers = 0x7;
     planned.file = output(u"p.wav"_s);
-    DirectRoad({poly}).make({planned});
+    DirectRoad({poly}, 3).make({planned});
     EXPECT_EQ(layoutOf(planned.file).format->speakers, 7U);
 }
 
@@ -95,7 +95,7 @@ TEST_F(DirectRoadTest, EveryChunkThatStaysTrueGoesAlongFromWhereverItStands) {
     const PlannedOutput kept{output(u"k.wav"_s), {{poly, 0}, {poly, 1}}, {poly}};
     const PlannedOutput cleared{
         output(u"c.wav"_s), {{poly, 1}}, {.source = poly, .umid = SourceUmid::cleared, .tracks = {{1, 2, u"Lav"_s}}}};
-    DirectRoad({poly}).make({kept, cleared});
+    DirectRoad({poly}, 2).make({kept, cleared});
     const QByteArray whole = readAll(kept.file);
     EXPECT_EQ(chunkOf(whole, "bext"), bextPayload(bext));
     EXPECT_EQ(chunkOf(whole, "cue "), "marks");
@@ -122,7 +122,7 @@ TEST_F(DirectRoadTest, AudioDefinitionsFollowTheirChannelsAndStayWithTheWholeSet
         source(u"poly.wav"_s, {.channels = 2, .frames = 10, .before = {{"chna", chna}, {"axml", "<a/>"}}});
     const PlannedOutput swapped{output(u"s.wav"_s), {{poly, 1}, {poly, 0}}, {poly}};
     const PlannedOutput part{output(u"p.wav"_s), {{poly, 1}}, {poly}};
-    DirectRoad({poly}).make({swapped, part});
+    DirectRoad({poly}, 2).make({swapped, part});
     EXPECT_EQ(chunkOf(readAll(swapped.file), "chna"),
               littleEndian16(2) + littleEndian16(2) + chnaRow(2, "ATU_1") + chnaRow(1, "ATU_2"));
     EXPECT_EQ(chunkOf(readAll(swapped.file), "axml"), "<a/>");
@@ -134,19 +134,25 @@ TEST_F(DirectRoadTest, SaysWhyItCannotTakeAFile) {
     const QString wide = source(u"wide.wav"_s, {.bitDepth = 24, .frames = 10});
     const QString narrow = source(u"narrow.wav"_s, {.bitDepth = 16, .frames = 10});
     const QString text = folder.write(u"text.wav"_s, "no recording");
-    EXPECT_EQ(DirectRoad({wide, narrow}).objection(), u"narrow.wav differs from wide.wav in its sample format"_s);
-    EXPECT_EQ(DirectRoad({text}).objection(), u"text.wav is no WAV file"_s);
-    EXPECT_THROW(DirectRoad({wide}).make({{output(u"o.wav"_s), {{wide, 1}}, {wide}}}), RoadError);
-    EXPECT_THROW(DirectRoad({wide}).make({{output(u"o.wav"_s), {{narrow, 0}}, {wide}}}), RoadError);
+    EXPECT_EQ(DirectRoad({wide, narrow}, 1).objection(), u"narrow.wav differs from wide.wav in its sample format"_s);
+    EXPECT_EQ(DirectRoad({text}, 1).objection(), u"text.wav is no WAV file"_s);
+    EXPECT_EQ(DirectRoad({wide}, 2).objection(), u"wide.wav has 1 channel, not 2"_s);
+    QByteArray lengthless = waveBytes({.frames = 10});
+    lengthless.replace(0, 4, "RF64"); // and no ds64
+    lengthless.replace(lengthless.indexOf("data") + 4, 4, littleEndian32(0xFFFFFFFF));
+    EXPECT_EQ(DirectRoad({folder.write(u"long.wav"_s, lengthless + chunkBytes("LIST", "INFO"))}, 1).objection(),
+              u"the header of long.wav does not say how long it is"_s);
+    EXPECT_THROW(DirectRoad({wide}, 1).make({{output(u"o.wav"_s), {{wide, 1}}, {wide}}}), RoadError);
+    EXPECT_THROW(DirectRoad({wide}, 1).make({{output(u"o.wav"_s), {{narrow, 0}}, {wide}}}), RoadError);
 }
 
 TEST_F(DirectRoadTest, ARoadSaysWhyItTakesFfmpegInstead) {
     const QString wide = source(u"wide.wav"_s, {.frames = 10});
-    EXPECT_TRUE(Road(EngineChoice::direct, {wide}, u"wav"_s).isDirect());
-    const Road byChoice(EngineChoice::ffmpeg, {wide}, u"wav"_s);
+    EXPECT_TRUE(Road(EngineChoice::direct, {wide}, 1, u"wav"_s).isDirect());
+    const Road byChoice(EngineChoice::ffmpeg, {wide}, 1, u"wav"_s);
     EXPECT_FALSE(byChoice.isDirect());
     EXPECT_EQ(byChoice.detour(), QString());
-    const Road byNeed(EngineChoice::direct, {wide}, u"flac"_s);
+    const Road byNeed(EngineChoice::direct, {wide}, 1, u"flac"_s);
     EXPECT_FALSE(byNeed.isDirect());
     EXPECT_TRUE(byNeed.detour().contains(u"flac"_s));
     bool hasRun = false;
@@ -156,7 +162,7 @@ TEST_F(DirectRoadTest, ARoadSaysWhyItTakesFfmpegInstead) {
 
 TEST_F(DirectRoadTest, AFileThatGrewSinceItsHeaderWasReadIsNotCopied) {
     const QString poly = source(u"poly.wav"_s, {.channels = 2, .frames = 10});
-    const DirectRoad road({poly});
+    const DirectRoad road({poly}, 2);
     QFile file(poly);
     ASSERT_TRUE(file.open(QIODevice::Append) && file.write("more") == 4);
     file.close();
@@ -165,7 +171,7 @@ TEST_F(DirectRoadTest, AFileThatGrewSinceItsHeaderWasReadIsNotCopied) {
 
 TEST_F(DirectRoadTest, AFileThatGoesAwayIsNamed) {
     const QString poly = source(u"poly.wav"_s, {.channels = 2, .frames = 10});
-    const DirectRoad road({poly});
+    const DirectRoad road({poly}, 2);
     ASSERT_TRUE(QFile::remove(poly));
     try {
         road.make({{output(u"o.wav"_s), {{poly, 0}}, {poly}}});

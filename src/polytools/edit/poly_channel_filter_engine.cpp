@@ -215,7 +215,7 @@ private:
 
     void make(const OutputFile& output) {
         log_.info(kProcess, QStringLiteral("💾 Output: ") + paths::lastComponent(output.path()));
-        const Road road(tools_.engine(), {poly_.url}, QStringLiteral("wav"));
+        const Road road(tools_.engine(), {poly_.url}, poly_.channelCount, QStringLiteral("wav"));
         if (!road.detour().isEmpty()) log_.info(kProcess, road.detour());
         const QStringList warnings = road.make({plannedOutput(output)}, [&] {
             build(output);

@@ -46,8 +46,7 @@ private:
     }
 
     bool make(const OutputFile& output) {
-        const bool mixes = std::ranges::any_of(isos_, [](const ISOFile& iso) { return iso.channelCount > 1; });
-        const Road road(mixes ? EngineChoice::ffmpeg : tools_.engine(), urls(), QStringLiteral("wav"));
+        const Road road(tools_.engine(), urls(), 1, QStringLiteral("wav")); // several of a file are mixed, by ffmpeg
         if (!road.detour().isEmpty()) log_.info(kProcess, road.detour());
         bool isMade = true;
         try {

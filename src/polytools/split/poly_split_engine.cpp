@@ -61,7 +61,7 @@ public:
         const Capture capture = captureMetadata();
         const std::vector<ChannelTrack> tracks = channelTracks(poly_, capture, options_.trackNames);
         const QStringList names = outputNames(tracks);
-        const Road road(tools_.engine(), {poly_.url}, QStringLiteral("wav"));
+        const Road road(tools_.engine(), {poly_.url}, poly_.channelCount, QStringLiteral("wav"));
         if (!road.detour().isEmpty()) log_.info(kProcess, road.detour());
         const int atOnce =
             road.isDirect() ? poly_.channelCount : 1; // one pass makes them all, or each run of ffmpeg one
