@@ -117,7 +117,9 @@ TEST_F(DirectEngine, AStereoFileInASetOfMonoFilesIsNotCutToItsFirstChannel) {
     const CliRun set =
         runCli({u"interleave"_s, kDirect, u"--output"_s, path(u"out"_s), path(u"a.L.wav"_s), path(u"a.R.wav"_s)});
     EXPECT_TRUE(set.out.contains(u"a.L.wav has 2 channels, not 1"_s)) << set.out.toStdString();
-    EXPECT_TRUE(set.out.contains(u"[WARN] [PROCESS] a.wav: the samples of"_s)) << set.out.toStdString();
+    EXPECT_NE(set.exitStatus, 0);
+    EXPECT_TRUE(set.out.contains(u"a.wav has not got the sound of a.L.wav, a.R.wav"_s)) << set.out.toStdString();
+    EXPECT_FALSE(QFile::exists(path(u"out/a.wav"_s)));
 }
 
 TEST_F(DirectEngine, TheEnvironmentChoosesWhereNothingElseDoes) {

@@ -59,6 +59,7 @@ def make_job(world, name):
 
 
 JOBS = ("interleave", "deinterleave", "split", "edit", "join")
+MADE_OF_ONE = {"interleave": 1, "deinterleave": 2, "split": 2, "edit": 1, "join": 1}
 
 
 def expect_clean(world, ledger, run):
@@ -89,8 +90,7 @@ def the_first_stops_after_the_running_item(world):
         # The running item came to its end, the other was not begun.
         made = [file for file in world.visible() if file not in ledger.digests and file.endswith(".wav")]
         world.expect(made, "the running item was not finished", run)
-        whole = {"interleave": 1, "deinterleave": 2, "split": 2, "edit": 1, "join": 1}[name]
-        world.expect(len(made) <= whole, f"it went on to the next: {made}", run)
+        world.expect(len(made) <= MADE_OF_ONE[name], f"it went on to the next: {made}", run)
 
 
 @case
@@ -144,6 +144,40 @@ def the_second_takes_an_unfinished_file_back(world):
         wait_for(lambda: not any(is_running(*process) for process in world.processes))
         world.expect_untouched(ledger, run=run)
         expect_clean(world, ledger, run)
+
+
+@case
+def the_direct_engine_stops_the_same_way(world):
+    """It writes all by itself: the first signal lets the running item end, the second takes it back."""
+    flag = os.path.join(world.root, "paused")
+    for times in (1, 2):
+        for name in JOBS:
+            world.empty()
+            world.about = f"{name}, {times} signals"
+            for file in (flag, flag + ".go"):
+                if os.path.exists(file):
+                    os.unlink(file)
+            arguments = make_job(world, name)
+            ledger = world.ledger()
+            process = world.start(*arguments, extra={"OSTREL_ENGINE": "direct"}, rules=[
+                {"call": "write", "path": ".ostrel-", "proc": "ostrel-cli", "nth": 1, "do": "pause", "flag": flag}])
+            met = wait_for(lambda: os.path.exists(flag) or process.poll() is not None)
+            world.expect(met and process.poll() is None, "it was never met")
+            for _ in range(times):
+                send(process, signal.SIGINT)
+            if times == 1:
+                with open(flag + ".go", "w", encoding="ascii"):
+                    pass
+            run = world.finish(process)
+            world.expect(run.status == 130, f"exit status {run.status}, not 130", run)
+            made = [file for file in world.visible() if file not in ledger.digests and file.endswith(".wav")]
+            expect_clean(world, ledger, run)
+            if times == 1:
+                world.expect(len(made) == MADE_OF_ONE[name], f"not the running item alone: {made}", run)
+                world.expect_claims(run)
+            else:
+                world.expect_untouched(ledger, run=run)
+                world.expect(not made, f"made in spite of the second: {made}", run)
 
 
 @case
