@@ -11,9 +11,13 @@
 namespace ostrel {
 namespace {
 
-constexpr std::size_t kStretch = 2 << 20; // bytes of audio that a thread has in hand, read and to be written
-constexpr std::size_t kTile = 16 << 10;   // bytes of sources that stay in the nearest cache while all channels go
-constexpr unsigned kMostThreads = 4;      // more only wait for the same disk
+constexpr std::size_t kInHand = 6 << 20;       // bytes that are gathered and to be written, of all threads
+constexpr std::size_t kMostOfTarget = 1 << 19; // of one target at once: more leaves the cache before it is written
+constexpr std::size_t kPiece = 256 << 10;      // bytes of sources that are read at once
+constexpr std::size_t kPieceOfFile = 16 << 10; // the same of each where there are many
+constexpr std::size_t kTile = 32 << 10;        // bytes of sources that stay in a near cache while all channels go
+constexpr std::size_t kAligned = 16 << 10;     // where writes begin: the system keeps whole runs of pages of them
+constexpr unsigned kMostThreads = 4;           // more only wait for the same disk
 
 using Buffer = std::vector<unsigned char>;
 
@@ -21,7 +25,9 @@ using Buffer = std::vector<unsigned char>;
 class Work {
 public:
     explicit Work(const CopyPlan& plan, const CopyProgress& progress)
-        : plan_(plan), progress_(progress), framesAtOnce_(std::max<std::uint64_t>(1, kStretch / frameBytes())) {
+        : plan_(plan), progress_(progress), threads_(std::clamp(std::thread::hardware_concurrency(), 1U, kMostThreads)),
+          framesAtOnce_(stretchOf(std::min(kInHand / threads_, kMostOfTarget * plan.targets.size()) / targetFrame())),
+          lead_(leadOf(framesAtOnce_)) {
         for (const CopySource& source : plan.sources) {
             sources_.push_back(CopyFile::forReading(source.path));
             if (source.fileSize != 0) sources_.back().requireSize(source.fileSize);
@@ -33,9 +39,8 @@ public:
     }
 
     void run() {
-        const std::uint64_t stretches = (plan_.frames + framesAtOnce_ - 1) / framesAtOnce_;
-        const auto count =
-            std::min<std::uint64_t>({stretches, kMostThreads, std::max(1U, std::thread::hardware_concurrency())});
+        const std::uint64_t stretches = 1 + plan_.frames / framesAtOnce_;
+        const std::uint64_t count = std::min<std::uint64_t>(stretches, threads_);
         {
             std::vector<std::jthread> helpers;
             for (std::uint64_t i = 1; i < count; ++i) helpers.emplace_back([this] { workOn(); });
@@ -47,10 +52,29 @@ public:
     }
 
 private:
-    std::size_t frameBytes() const {
+    // Whole pages of every file, where there is more than one: the system handles a part of a page twice.
+    static std::uint64_t stretchOf(std::size_t frames) {
+        constexpr std::size_t kPage = 4096;
+        return frames > kPage ? frames / kPage * kPage : std::max<std::size_t>(1, frames);
+    }
+    // Frames of the first stretch: so many that the next begins where writes should, in the first target and in all of
+    // its kind.
+    std::uint64_t leadOf(std::uint64_t most) const {
+        if (plan_.targets.empty()) return most;
+        const CopyTarget& target = plan_.targets.front();
+        for (std::uint64_t frames = 1; frames <= std::min<std::uint64_t>(most, kAligned); ++frames) {
+            if ((target.head.size() + bytesOf(target, frames)) % kAligned == 0) return frames;
+        }
+        return most;
+    }
+    std::size_t targetFrame() const {
+        std::size_t samples = 0;
+        for (const CopyTarget& target : plan_.targets) samples += target.channels.size();
+        return std::max<std::size_t>(1, samples * plan_.bytesPerSample);
+    }
+    std::size_t sourceFrame() const {
         std::size_t samples = 0;
         for (const CopySource& source : plan_.sources) samples += source.channels;
-        for (const CopyTarget& target : plan_.targets) samples += target.channels.size();
         return std::max<std::size_t>(1, samples * plan_.bytesPerSample);
     }
     std::uint64_t bytesOf(const CopyTarget& target, std::uint64_t frames) const {
@@ -62,10 +86,11 @@ private:
             std::vector<Buffer> read(plan_.sources.size());
             std::vector<Buffer> written(plan_.targets.size());
             while (!hasFailed_) {
-                const std::uint64_t first = next_.fetch_add(framesAtOnce_);
+                const std::uint64_t stretch = next_++;
+                const std::uint64_t first = stretch == 0 ? 0 : lead_ + (stretch - 1) * framesAtOnce_;
                 if (first >= plan_.frames) return;
-                copyStretch(first, static_cast<std::size_t>(std::min(framesAtOnce_, plan_.frames - first)), read,
-                            written);
+                const std::uint64_t frames = std::min(stretch == 0 ? lead_ : framesAtOnce_, plan_.frames - first);
+                copyStretch(first, static_cast<std::size_t>(frames), read, written);
             }
         } catch (...) {
             const std::scoped_lock lock(faultMutex_);
@@ -75,24 +100,35 @@ private:
     }
 
     void copyStretch(std::uint64_t first, std::size_t frames, std::vector<Buffer>& read, std::vector<Buffer>& written) {
-        for (std::size_t i = 0; i < sources_.size(); ++i) {
-            const std::size_t frame = plan_.sources[i].channels * plan_.bytesPerSample;
-            read[i].resize(frames * frame);
-            sources_[i].readAll(read[i].data(), read[i].size(), plan_.sources[i].audio + first * frame);
-        }
         for (std::size_t i = 0; i < targets_.size(); ++i) written[i].resize(bytesOf(plan_.targets[i], frames));
-        // Tile by tile, so that a frame's neighbours are still at hand when the next channel asks for them.
-        const std::size_t tile = std::max<std::size_t>(16, kTile / frameBytes());
-        for (std::size_t at = 0; at < frames; at += tile) {
-            const std::size_t count = std::min(tile, frames - at);
-            for (std::size_t i = 0; i < targets_.size(); ++i)
-                gather(plan_.targets[i], at, count, read, written[i].data());
+        const std::size_t piece =
+            std::max<std::size_t>(16, std::max(kPiece, kPieceOfFile * plan_.sources.size()) / sourceFrame());
+        for (std::size_t at = 0; at < frames; at += piece) {
+            copyPiece(first, at, std::min(piece, frames - at), read, written);
         }
         for (std::size_t i = 0; i < targets_.size(); ++i) {
             const CopyTarget& target = plan_.targets[i];
             targets_[i].writeAll(written[i].data(), written[i].size(), target.head.size() + bytesOf(target, first));
             const std::uint64_t done = done_ += written[i].size();
             if (progress_) progress_(done);
+        }
+    }
+
+    // `count` frames from the frame `at` of the stretch on that begins with the frame `first`.
+    void copyPiece(std::uint64_t first, std::size_t at, std::size_t count, std::vector<Buffer>& read,
+                   std::vector<Buffer>& written) {
+        for (std::size_t i = 0; i < sources_.size(); ++i) {
+            const std::size_t frame = plan_.sources[i].channels * plan_.bytesPerSample;
+            read[i].resize(count * frame);
+            sources_[i].readAll(read[i].data(), read[i].size(), plan_.sources[i].audio + (first + at) * frame);
+        }
+        // Tile by tile, so that a frame's neighbours are still at hand when the next channel asks for them.
+        const std::size_t tile = std::max<std::size_t>(128, kTile / (sourceFrame() + targetFrame()));
+        for (std::size_t start = 0; start < count; start += tile) {
+            for (std::size_t i = 0; i < targets_.size(); ++i) {
+                gather(plan_.targets[i], start, std::min(tile, count - start), read,
+                       written[i].data() + bytesOf(plan_.targets[i], at));
+            }
         }
     }
 
@@ -120,10 +156,12 @@ private:
 
     const CopyPlan& plan_;
     const CopyProgress& progress_;
+    const unsigned threads_;
     const std::uint64_t framesAtOnce_;
+    const std::uint64_t lead_;
     std::vector<CopyFile> sources_;
     std::vector<CopyFile> targets_;
-    std::atomic<std::uint64_t> next_ = 0; // frame
+    std::atomic<std::uint64_t> next_ = 0; // stretch
     std::atomic<std::uint64_t> done_ = 0; // bytes
     std::atomic<bool> hasFailed_ = false;
     std::mutex faultMutex_;
