@@ -8,6 +8,7 @@
 #include "platform/processes/child_process.h"
 #include "platform/processes/tool_limits.h"
 #include "polytools/records/iso_file_names.h"
+#include "polytools/split/poly_capture.h"
 #include "roads/road.h"
 
 #include <map>
@@ -17,12 +18,6 @@ namespace {
 
 constexpr qsizetype kSplitErrorLength = 200;
 
-// What the poly holds, lifted once for all its ISOs.
-struct Capture {
-    std::optional<MetadataPreservationResult> preservation;
-    std::vector<SourceTrack> tracks; // empty: sequential order
-};
-
 // What one ISO is told about itself.
 struct ChannelTrack {
     QString name; // empty: none
@@ -31,7 +26,7 @@ struct ChannelTrack {
     QString function = {};
 };
 
-std::vector<ChannelTrack> channelTracks(const PolyFile& poly, const Capture& capture,
+std::vector<ChannelTrack> channelTracks(const PolyFile& poly, const PolyCapture& capture,
                                         const std::optional<QStringList>& trackNames) {
     std::vector<ChannelTrack> result;
     for (int i = 0; i < poly.channelCount; ++i) {
@@ -58,7 +53,7 @@ public:
     SplitResult run(const PolySplitEngine::Progress& progress) {
         logRequest();
         prepare();
-        const Capture capture = captureMetadata();
+        const PolyCapture capture = capturePoly(tools_, poly_, log_);
         const std::vector<ChannelTrack> tracks = channelTracks(poly_, capture, options_.trackNames);
         const QStringList names = outputNames(tracks);
         const Road road(tools_.engine(), {poly_.url}, poly_.channelCount, QStringLiteral("wav"));
@@ -138,95 +133,6 @@ private:
         }
     }
 
-    // Any failure costs the metadata alone.
-    Capture captureMetadata() {
-        Capture capture;
-        if (tools_.universalEngine) {
-            try {
-                capture.preservation = tools_.universalEngine->extractMetadata(poly_.url, true);
-                askForTrackIndices();
-                capture.tracks = readSourceTracks();
-                logCapture(capture);
-            } catch (const std::exception& error) {
-                log_.warning(kMetadata, QStringLiteral("⚠️ Metadata extraction failed: ") + describe(error));
-                capture = Capture();
-            }
-            saveManifest(capture);
-        }
-        useTracksIfComplete(capture);
-        return capture;
-    }
-
-    // Looks whether the file tells indices at all. The same file is asked up to once a channel, which is meant.
-    void askForTrackIndices() const {
-        for (int i = 0; i < poly_.channelCount; ++i) {
-            if (tools_.universalEngine->extractTrackIndicesFromiXML(poly_.url)) break;
-        }
-    }
-
-    std::vector<SourceTrack> readSourceTracks() const {
-        const QString tool =
-            tools_.bwfmetaeditPath.isEmpty() ? QStringLiteral("/opt/homebrew/bin/bwfmetaedit") : tools_.bwfmetaeditPath;
-        const std::optional<QString> ixml = exportIXML(*tools_.answers, tool, poly_.url);
-        if (!ixml) {
-            log_.debug(
-                QStringLiteral("⚠️ Failed to read source iXML (bwfmetaedit failed), using sequential indices"));
-            return sequentialTracks(poly_.channelCount);
-        }
-        std::vector<SourceTrack> tracks = tracksInChannelOrder(*ixml);
-        if (tracks.empty()) {
-            log_.debug(QStringLiteral("⚠️ No tracks found in source iXML, using sequential indices"));
-            return sequentialTracks(poly_.channelCount);
-        }
-        log_.debug(QStringLiteral("✅ Extracted %1 tracks from source iXML:").arg(tracks.size()));
-        for (const SourceTrack& track : tracks) {
-            log_.debug(
-                QStringLiteral("  T%1 (Ch%2): %3").arg(track.interleaveIndex).arg(track.channelIndex).arg(track.name));
-        }
-        return tracks;
-    }
-
-    void logCapture(const Capture& capture) {
-        for (const QString& message : capture.preservation->logMessages) log_.info(kMetadata, message);
-    }
-
-    void saveManifest(const Capture& capture) {
-        if (!capture.preservation || !capture.preservation->sceneInfo) return;
-        const SceneTakeInfo& scene = *capture.preservation->sceneInfo;
-        QStringList names;
-        std::vector<int> order;
-        for (const SourceTrack& track : capture.tracks) {
-            names << track.name;
-            order.push_back(track.interleaveIndex);
-        }
-        try {
-            tools_.universalEngine->saveManifest(scene, names, order, std::nullopt, {});
-            log_.success(kMetadata,
-                         QStringLiteral("📝 Manifest saved: %1 T%2 with %3 tracks (Scene/Take-based, filename-agnostic)")
-                             .arg(scene.scene, scene.take)
-                             .arg(names.size()));
-        } catch (const std::exception& error) {
-            log_.warning(kMetadata, QStringLiteral("⚠️ Metadata extraction failed: ") + describe(error));
-        }
-    }
-
-    void useTracksIfComplete(Capture& capture) {
-        const auto count = static_cast<std::size_t>(poly_.channelCount);
-        if (!capture.tracks.empty() && capture.tracks.size() == count) {
-            log_.debug(QStringLiteral(
-                "🔵 [Split] Using source iXML track list (preserves original INTERLEAVE_INDEX and CHANNEL_INDEX)"));
-            return;
-        }
-        if (!capture.tracks.empty()) {
-            log_.warning(kMetadata,
-                         QStringLiteral("iXML lists %1 tracks for %2 channels - using sequential channel order")
-                             .arg(capture.tracks.size())
-                             .arg(count));
-        }
-        capture.tracks.clear();
-        log_.debug(QStringLiteral("🔵 [Split] Using sequential channel order (no source track list)"));
-    }
-
     QStringList outputNames(const std::vector<ChannelTrack>& tracks) const {
         std::vector<IsoNameRequest> requests;
         for (const ChannelTrack& track : tracks) requests.push_back({track.interleaveIndex - 1, track.name});
@@ -267,7 +173,7 @@ private:
         isos.push_back({channel, &track, std::move(output)});
     }
 
-    void make(std::vector<Iso>& isos, const Road& road, const Capture& capture,
+    void make(std::vector<Iso>& isos, const Road& road, const PolyCapture& capture,
               const std::function<void(double)>& tell) {
         if (isos.empty()) return;
         std::vector<PlannedOutput> planned;
@@ -311,7 +217,7 @@ private:
         return track.name.isEmpty() ? QStringLiteral("CH%1").arg(track.channelIndex) : track.name;
     }
 
-    void makeByFFmpeg(Iso& iso, const Capture& capture) {
+    void makeByFFmpeg(Iso& iso, const PolyCapture& capture) {
         try {
             if (!runFFmpeg(iso)) return;
             verifyMono(iso.output->unfinished(), iso.file());
@@ -323,7 +229,7 @@ private:
     }
 
     // What the ISO holds of the poly's; nothing where there was nothing to carry it with.
-    std::optional<MetadataRecord> metadataOf(const Iso& iso, const Road& road, const Capture& capture) {
+    std::optional<MetadataRecord> metadataOf(const Iso& iso, const Road& road, const PolyCapture& capture) {
         if (!road.isDirect() && (!tools_.universalEngine || !capture.preservation)) return std::nullopt;
         return completeMetadata(poly_.url, *iso.output, SourceUmid::cleared, log_);
     }
@@ -384,7 +290,7 @@ private:
         log_.warning(kProcess, QStringLiteral("Warning: Output may not be true mono: ") + file);
     }
 
-    void applyMetadata(const OutputFile& iso, int channel, const ChannelTrack& track, const Capture& capture) {
+    void applyMetadata(const OutputFile& iso, int channel, const ChannelTrack& track, const PolyCapture& capture) {
         if (!tools_.universalEngine) {
             log_.debug(QStringLiteral("❌ [UniversalEngine] METADATA ENGINE UNAVAILABLE — bwfmetaedit not found"));
             log_.error(kMetadata, QStringLiteral("❌ METADATA ENGINE UNAVAILABLE — bwfmetaedit not found. Output will "
