@@ -156,7 +156,7 @@ QWidget* OpenPanel::makeBrowser() {
     list_->setSelectionMode(request_.allowsMultipleSelection ? QAbstractItemView::ExtendedSelection
                                                              : QAbstractItemView::SingleSelection);
     list_->installEventFilter(this);
-    connect(list_, &QTreeView::doubleClicked, this, &OpenPanel::open);
+    connect(list_, &QTreeView::doubleClicked, this, &OpenPanel::enter);
     connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this, &OpenPanel::selectionChanged);
     auto* column = columnLayout(6);
     column->addLayout(bar);
@@ -211,7 +211,7 @@ void OpenPanel::applyFilter() {
     files_->setNameFilterDisables(false);
 }
 
-void OpenPanel::open(const QModelIndex& index) {
+void OpenPanel::enter(const QModelIndex& index) {
     const QString path = files_->filePath(index);
     if (paths::isFolder(path)) return goTo(path);
     chosen_ = selectedPaths();

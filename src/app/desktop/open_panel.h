@@ -41,7 +41,7 @@ private:
     QWidget* makeFoot();
     void addPlace(const QString& name, const QString& symbol, const QString& path);
     void applyFilter();
-    void open(const QModelIndex& index);
+    void enter(const QModelIndex& index);
     void openTypedPath();
     void createFolder();
     void selectionChanged();

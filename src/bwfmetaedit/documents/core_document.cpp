@@ -7,7 +7,7 @@ namespace ostrel::bwfmetaedit {
 
 namespace {
 
-constexpr std::uint64_t kLargestDocument = 4 * 1024 * 1024;
+constexpr std::uint64_t kLargestDocument = 4ULL * 1024 * 1024;
 
 bool isXml(std::string_view document) {
     const bool marked = document.starts_with("<?xml") || document.starts_with("\xef\xbb\xbf<?xml");

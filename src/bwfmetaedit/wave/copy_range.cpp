@@ -12,7 +12,7 @@ namespace ostrel::bwfmetaedit {
 
 namespace {
 
-constexpr std::uint64_t kBlock = 512 * 1024;
+constexpr std::uint64_t kBlock = 512ULL * 1024;
 
 class Block {
 public:

@@ -33,7 +33,7 @@ struct WaveFile {
 };
 
 // A chunk of metadata larger than this is refused: the whole of it is held in memory.
-constexpr std::uint64_t kLargestMetadata = 1024 * 1024;
+constexpr std::uint64_t kLargestMetadata = 1024ULL * 1024;
 
 // Empty if the path is missing, unreadable or not a regular file.
 std::optional<WaveFile> readWaveFile(const std::string& path);

@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
-#include <ranges>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -71,7 +70,8 @@ void replace(const std::string& path, const WaveFile& wave, const WritePlan& pla
 // first, never run over a source that is still needed.
 void moveOldRanges(int file, const WritePlan& plan) {
     using Kind = Segment::Kind;
-    for (const Segment& segment : plan.segments | std::views::reverse) {
+    for (auto last = plan.segments.rbegin(); last != plan.segments.rend(); ++last) {
+        const Segment& segment = *last;
         const bool up = segment.kind == Kind::OldRange && segment.target > segment.source;
         if (up) moveRange(file, segment.source, segment.target, segment.length);
     }
@@ -95,7 +95,8 @@ void writeInPlace(const std::string& path, const WaveFile& wave, const WritePlan
         }
     }
     moveOldRanges(file.get(), plan);
-    for (const Segment& segment : plan.segments | std::views::reverse) {
+    for (auto last = plan.segments.rbegin(); last != plan.segments.rend(); ++last) {
+        const Segment& segment = *last;
         if (segment.kind == Segment::Kind::Zeros) writeZeros(file.get(), segment.target, segment.length);
         if (segment.kind != Segment::Kind::Bytes) continue;
         if (!writeAll(file.get(), segment.bytes, segment.target)) throwCannotWrite();

@@ -232,7 +232,7 @@ private:
     QString compareAll() {
         qint64 widest = 1;
         for (const auto& [file, reader] : readers_) {
-            widest = std::max<qint64>(widest, reader->channels() * reader->encoding().bytes);
+            widest = std::max<qint64>(widest, qint64{reader->channels()} * reader->encoding().bytes);
         }
         const qint64 frames = readers_.begin()->second->frames();
         const qint64 stretch = std::max<qint64>(1, kStretchBytes / widest);

@@ -32,7 +32,8 @@ Word wordAt(const unsigned char* at) {
 template <class Word, int bytes>
 bool sameWords(const unsigned char* left, std::ptrdiff_t stepA, const unsigned char* right, std::ptrdiff_t stepB,
                int count) {
-    constexpr Word mask = bytes == sizeof(Word) ? ~Word{0} : (Word{1} << (8 * bytes % (8 * sizeof(Word)))) - 1;
+    constexpr Word mask =
+        bytes == sizeof(Word) ? ~Word{0} : (Word{1} << (std::size_t{8} * bytes % (8 * sizeof(Word)))) - 1;
     const auto difference = [](const unsigned char* a, const unsigned char* b) {
         return static_cast<Word>(wordAt<Word>(a) ^ wordAt<Word>(b));
     };
@@ -65,10 +66,10 @@ quint32 topOf(const unsigned char* at) {
 
 template <int bytesA, int bytesB>
 bool sameTops(const SampleReader& a, int channelA, const SampleReader& b, int channelB, int first, int count) {
-    const std::ptrdiff_t stepA = bytesA * a.channels();
-    const std::ptrdiff_t stepB = bytesB * b.channels();
-    const unsigned char* left = a.bytes() + first * stepA + bytesA * channelA;
-    const unsigned char* right = b.bytes() + first * stepB + bytesB * channelB;
+    const std::ptrdiff_t stepA = std::ptrdiff_t{bytesA} * a.channels();
+    const std::ptrdiff_t stepB = std::ptrdiff_t{bytesB} * b.channels();
+    const unsigned char* left = a.bytes() + first * stepA + std::ptrdiff_t{bytesA} * channelA;
+    const unsigned char* right = b.bytes() + first * stepB + std::ptrdiff_t{bytesB} * channelB;
     const auto difference = [](const unsigned char* l, const unsigned char* r) {
         return topOf<bytesA>(l) ^ topOf<bytesB>(r);
     };

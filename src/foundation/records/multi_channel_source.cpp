@@ -7,7 +7,7 @@
 namespace ostrel {
 
 MultiChannelSource MultiChannelSource::make(const QString& sourceURL, const ChannelLayout& layout,
-                                            std::optional<QSet<QString>> selectedChannels) {
+                                            const std::optional<QSet<QString>>& selectedChannels) {
     MultiChannelSource source;
     source.sourceURL = sourceURL;
     source.layout = layout;

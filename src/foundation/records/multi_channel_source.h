@@ -36,7 +36,7 @@ struct MultiChannelSource {
 
     // A source with all of the layout's channels selected, unless others are given.
     static MultiChannelSource make(const QString& sourceURL, const ChannelLayout& layout,
-                                   std::optional<QSet<QString>> selectedChannels = std::nullopt);
+                                   const std::optional<QSet<QString>>& selectedChannels = std::nullopt);
 
     QString durationString() const;
     QString outputFormat(OutputFormatPolicy policy) const { return ostrel::outputFormat(containerKind, policy); }

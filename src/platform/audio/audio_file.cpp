@@ -172,7 +172,7 @@ bool keepsNoSamples(const SF_INFO& info) {
 template <int width>
 void takeChannel(const float* interleaved, int frames, float* target) {
 #pragma omp simd
-    for (int frame = 0; frame < frames; ++frame) target[frame] = interleaved[frame * width];
+    for (int frame = 0; frame < frames; ++frame) target[frame] = interleaved[std::ptrdiff_t{frame} * width];
 }
 
 void deinterleave(const float* interleaved, int frames, AudioBuffer& into, int at) {
@@ -187,7 +187,7 @@ void deinterleave(const float* interleaved, int frames, AudioBuffer& into, int a
         } else if (channels == 8) {
             takeChannel<8>(source, frames, target);
         } else {
-            for (int frame = 0; frame < frames; ++frame) target[frame] = source[frame * channels];
+            for (int frame = 0; frame < frames; ++frame) target[frame] = source[std::ptrdiff_t{frame} * channels];
         }
     }
 }

@@ -93,7 +93,7 @@ void AudioFileWriter::write(const AudioBuffer& buffer) {
         for (int channel = 0; channel < target_->channels; ++channel) {
             const float* source = buffer.channel(channel).data() + done;
             float* into = target_->scratch.data() + channel;
-            for (int frame = 0; frame < count; ++frame) into[frame * target_->channels] = source[frame];
+            for (int frame = 0; frame < count; ++frame) into[std::ptrdiff_t{frame} * target_->channels] = source[frame];
         }
         target_->writeScratch(count);
         done += count;
