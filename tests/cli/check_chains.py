@@ -7,15 +7,15 @@ One poly and one mono recording a folder, or every one with --all; --table write
 here shares nothing with the program. Exit status 77 (skipped) where the recordings are not there.
 """
 import hashlib
-import os
 import pathlib
 import re
 import shutil
 import struct
 import subprocess
 import sys
-import tempfile
 import xml.etree.ElementTree as ElementTree
+
+from each_recording import try_each
 
 FIELDS = {"Description": (0, 256), "Originator": (256, 32), "OriginatorReference": (288, 32), "OriginationDate": (320, 10),
           "OriginationTime": (330, 8), "TimeReference": (338, 8), "Version": (346, 2), "UMID": (348, 64), "loudness": (412, 10),
@@ -258,26 +258,17 @@ def main():
     samples, cli = pathlib.Path(sys.argv[1]), sys.argv[2]
     if not samples.is_dir():
         return 77
-    bad, rows = 0, []
-    for source, chunks, is_poly in recordings(samples, "--all" in sys.argv):
-        with tempfile.TemporaryDirectory() as work:
-            home = pathlib.Path(work)
-            os.environ.update(HOME=work, XDG_STATE_HOME=work + "/state", XDG_CACHE_HOME=work + "/cache")
-            copy = home / "source" / source.name
-            copy.parent.mkdir()
-            shutil.copy2(source, copy)
-            before = (copy.read_bytes(), copy.stat().st_mtime_ns)
-            chain = Chain(cli, copy, home)
-            chain.poly() if is_poly else chain.mono()
-            if (copy.read_bytes(), copy.stat().st_mtime_ns) != before:
-                chain.faults.append("the source was changed")
-        name = source.relative_to(samples)
-        print(f"{'ok ' if not chain.faults else 'BAD'} {name}", *(f"\n      {line}" for line in chain.faults + chain.notes))
-        rows.append((name, chunks, chain))
-        bad += bool(chain.faults)
+    found = {source: (chunks, is_poly) for source, chunks, is_poly in recordings(samples, "--all" in sys.argv)}
+
+    def send(copy, home, source):
+        chain = Chain(cli, pathlib.Path(copy), pathlib.Path(home))
+        chain.poly() if found[source][1] else chain.mono()
+        return chain
+
+    works, bad = try_each(samples, found, send)
+    rows = [(source.relative_to(samples), found[source][0], chain) for source, chain in zip(found, works)]
     if "--table" in sys.argv:
         write_table(sys.argv[sys.argv.index("--table") + 1], rows)
-    print(f"{len(rows)} recordings, {bad} with a fault")
     return 1 if bad or not rows else 0
 
 

@@ -8,14 +8,14 @@ One recording a folder, or every one with --all; --table writes how the heads of
 with the program. No process may be started on the direct way but to look for tools. Exit status 77 (skipped) where the
 recordings are not there.
 """
-import os
 import pathlib
 import re
 import shutil
 import struct
 import subprocess
 import sys
-import tempfile
+
+from each_recording import try_each
 
 LARGEST = 40 << 20  # bytes
 FILLERS = (b"JUNK", b"junk", b"PAD ", b"FLLR", b"filr", b"fact", b"data", b"fmt ", b"ds64", b"PEAK", b"levl")
@@ -180,27 +180,17 @@ def main():
     samples, cli = pathlib.Path(sys.argv[1]), sys.argv[2]
     if not samples.is_dir():
         return 77
-    bad, rows = 0, []
-    for source in recordings(samples, "--all" in sys.argv):
-        with tempfile.TemporaryDirectory() as work:
-            home = pathlib.Path(work)
-            os.environ.update(HOME=work, XDG_STATE_HOME=work + "/state", XDG_CACHE_HOME=work + "/cache")
-            copy = home / "source" / source.name
-            copy.parent.mkdir()
-            shutil.copy2(source, copy)
-            before = (copy.read_bytes(), copy.stat().st_mtime_ns)
-            roads = Roads(cli, copy, home)
-            roads.whole()
-            if (copy.read_bytes(), copy.stat().st_mtime_ns) != before:
-                roads.faults.append("the source was changed")
-        name = source.relative_to(samples)
-        print(f"{'ok ' if not roads.faults else 'BAD'} {name}",
-              *(f"\n      {line}" for line in dict.fromkeys(roads.faults + roads.notes)))
-        rows.append((name, roads))
-        bad += bool(roads.faults)
+    sources = list(recordings(samples, "--all" in sys.argv))
+
+    def send(copy, home, _):
+        roads = Roads(cli, pathlib.Path(copy), pathlib.Path(home))
+        roads.whole()
+        return roads
+
+    works, bad = try_each(samples, sources, send)
+    rows = [(source.relative_to(samples), roads) for source, roads in zip(sources, works)]
     if "--table" in sys.argv:
         write_table(sys.argv[sys.argv.index("--table") + 1], rows)
-    print(f"{len(rows)} recordings, {bad} with a fault")
     return 1 if bad or not rows else 0
 
 
