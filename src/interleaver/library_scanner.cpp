@@ -113,6 +113,17 @@ void takeFacts(InterleaveGroup& group, const AudioFileInfo& info) {
     group.duration = info.duration;
 }
 
+template <class Facts>
+MultiChannelSource readySource(const QString& file, const ChannelLayout& layout, const Facts& facts) {
+    MultiChannelSource source = MultiChannelSource::make(file, layout);
+    source.channels = facts.channels;
+    source.sampleRate = facts.sampleRate;
+    source.bitDepth = facts.effectiveBitDepth().value_or(0);
+    source.duration = facts.duration;
+    source.status = ProcessingStatus::ready();
+    return source;
+}
+
 } // namespace
 
 QString ScanError::errorDescription() const {
@@ -185,29 +196,33 @@ std::vector<MultiChannelSource> LibraryScanner::scanForDeinterleave(const ScanRe
     say(request.progress, QStringLiteral("Scanning for multichannel audio files..."));
     const QStringList audioFiles = collectAudioFiles(request, false);
     say(request.progress, QStringLiteral("Found %1 audio files, checking channel counts...").arg(audioFiles.size()));
+    std::vector<std::optional<MultiChannelSource>> found(static_cast<std::size_t>(audioFiles.size()));
+    forEachFile(found.size(),
+                [&](std::size_t i) { found[i] = sourceOf(audioFiles[static_cast<int>(i)], request, layout); });
     std::vector<MultiChannelSource> sources;
-    for (const QString& file : audioFiles) {
-        if (isCancelled(request)) break;
-        say(request.progress, QStringLiteral("Probing: ") + paths::lastComponent(file));
-        try {
-            const AudioFileInfo info = parser_.probe(file);
-            if (info.channels != layout.channelTags.size()) continue;
-            MultiChannelSource source = MultiChannelSource::make(file, layout);
-            source.relativePath = relativeFolder(file, request.root);
-            source.channels = info.channels;
-            source.sampleRate = info.sampleRate;
-            source.bitDepth = info.effectiveBitDepth().value_or(0);
-            source.duration = info.duration;
-            source.status = ProcessingStatus::ready();
-            classify(source, file);
-            sources.push_back(std::move(source));
-        } catch (const FFProbeError& error) {
-            if (!request.warn) continue;
-            request.warn(QStringLiteral("Cannot use %1: %2").arg(paths::lastComponent(file), error.errorDescription()));
-        }
+    for (std::optional<MultiChannelSource>& source : found) {
+        if (source) sources.push_back(std::move(*source));
     }
     sortBy(sources, [](const MultiChannelSource& source) { return paths::lastComponent(source.sourceURL); });
     return sources;
+}
+
+std::optional<MultiChannelSource> LibraryScanner::sourceOf(const QString& file, const ScanRequest& request,
+                                                           const ChannelLayout& layout) const {
+    if (isCancelled(request)) return std::nullopt;
+    say(request.progress, QStringLiteral("Probing: ") + paths::lastComponent(file));
+    try {
+        const AudioFileInfo info = parser_.probe(file);
+        if (info.channels != layout.channelTags.size()) return std::nullopt;
+        MultiChannelSource source = readySource(file, layout, info);
+        source.relativePath = relativeFolder(file, request.root);
+        classify(source, file);
+        return source;
+    } catch (const FFProbeError& error) {
+        if (!request.warn) return std::nullopt;
+        request.warn(QStringLiteral("Cannot use %1: %2").arg(paths::lastComponent(file), error.errorDescription()));
+    }
+    return std::nullopt;
 }
 
 InterleaveGroup LibraryScanner::probed(InterleaveGroup group) const {
@@ -220,12 +235,7 @@ InterleaveGroup LibraryScanner::probed(InterleaveGroup group) const {
 std::optional<MultiChannelSource> LibraryScanner::analyzed(const QString& file, const ChannelLayout& layout) const {
     const FileAnalysis analysis = parser_.analyze(file);
     if (analysis.channels != layout.channelTags.size()) return std::nullopt;
-    MultiChannelSource source = MultiChannelSource::make(file, layout);
-    source.channels = analysis.channels;
-    source.sampleRate = analysis.sampleRate;
-    source.bitDepth = analysis.effectiveBitDepth().value_or(0);
-    source.duration = analysis.duration;
-    source.status = ProcessingStatus::ready();
+    MultiChannelSource source = readySource(file, layout, analysis);
     classify(source, file);
     return source;
 }
@@ -237,10 +247,11 @@ void LibraryScanner::validateAll(std::vector<InterleaveGroup>& groups, const Sca
         group = validated(std::move(group));
         say(request.progress, QStringLiteral("Validated: ") + group.baseName);
     };
-    // Headers are read side by side; tools are asked one after the other.
-    if (engine_ == EngineChoice::direct)
-        return forEachInParallel(groups.size(), [&](std::size_t i) { validate(groups[i]); });
-    for (InterleaveGroup& group : groups) validate(group);
+    forEachFile(groups.size(), [&](std::size_t i) { validate(groups[i]); });
+}
+
+void LibraryScanner::forEachFile(std::size_t count, const std::function<void(std::size_t)>& work) const {
+    forEachInParallel(count, work, engine_ == EngineChoice::direct ? parallelWidth() : 1);
 }
 
 InterleaveGroup LibraryScanner::validatedLRPair(InterleaveGroup group) const {

@@ -67,6 +67,11 @@ private:
     InterleaveGroup validatedGroup(InterleaveGroup group, const ChannelLayout& layout) const;
     void validateAll(std::vector<InterleaveGroup>& groups, const ScanRequest& request,
                      const std::function<InterleaveGroup(InterleaveGroup)>& validated) const;
+    // Nothing for a file of another number of channels, and for one that can't be read, which is warned of.
+    std::optional<MultiChannelSource> sourceOf(const QString& file, const ScanRequest& request,
+                                               const ChannelLayout& layout) const;
+    // Headers are read side by side; tools are asked one after the other.
+    void forEachFile(std::size_t count, const std::function<void(std::size_t)>& work) const;
 
     EngineChoice engine_;
     FFProbeParser parser_;
