@@ -5,6 +5,7 @@
 #include "wave/wave_layout.h"
 
 #include <QFile>
+#include <QStorageInfo>
 #include <gtest/gtest.h>
 
 namespace ostrel {
@@ -129,6 +130,40 @@ TEST_F(DirectEngine, TheEnvironmentChoosesWhereNothingElseDoes) {
     EXPECT_EQ(chosen.exitStatus, 0) << chosen.out.toStdString();
     expectNoToolStarted();
     EXPECT_NE(runCli({u"interleave"_s, folder.path()}, {u"OSTREL_ENGINE=other"_s}).exitStatus, 0);
+}
+
+// Two sparse files, each short enough for RIFF; what comes of them is not. Half a minute, so only where
+// OSTREL_LONG_TESTS is set.
+TEST_F(DirectEngine, AnOutputBeyondFourGigabytesIsRF64) {
+    if (!qEnvironmentVariableIsSet("OSTREL_LONG_TESTS")) GTEST_SKIP() << "OSTREL_LONG_TESTS is not set";
+    constexpr qint64 kFrames = 730'000'000; // of 3 bytes
+    const QStorageInfo disk(folder.path());
+    if (disk.bytesAvailable() < 16'000'000'000) GTEST_SKIP() << "little room on the disk";
+    const std::vector<qint64> marked{0, 1'398'101 * 512, kFrames - 1}; // the middle one lies across a block
+    for (const char* tag : {"L", "R"}) {
+        QByteArray head = waveBytes({.frames = 0});
+        head.replace(4, 4, littleEndian32(static_cast<quint32>(head.size() - 8 + kFrames * 3)));
+        head.replace(head.size() - 4, 4, littleEndian32(static_cast<quint32>(kFrames * 3)));
+        QFile file(folder.write(u"Long.%1.wav"_s.arg(QLatin1String(tag)), head));
+        ASSERT_TRUE(file.open(QIODevice::ReadWrite) && file.resize(head.size() + kFrames * 3));
+        for (const qint64 frame : marked) {
+            ASSERT_TRUE(file.seek(head.size() + frame * 3));
+            file.write(QByteArray(tag) + QByteArray::number(frame % 97).rightJustified(2, '0'));
+        }
+    }
+    run({u"interleave"_s, kDirect, u"--output"_s, path(u"out"_s), path(u"Long.L.wav"_s), path(u"Long.R.wav"_s)});
+    QFile made(path(u"out/Long.wav"_s));
+    const auto layout = readWaveLayout(made.fileName().toStdString());
+    ASSERT_TRUE(layout && layout->data && made.open(QIODevice::ReadOnly));
+    EXPECT_EQ(layout->kind, WaveLayout::Kind::rf64);
+    EXPECT_EQ(layout->frames(), static_cast<std::uint64_t>(kFrames));
+    EXPECT_EQ(layout->riffSize + 8, static_cast<std::uint64_t>(made.size()));
+    for (const qint64 frame : marked) {
+        ASSERT_TRUE(made.seek(static_cast<qint64>(layout->data->payload) + frame * 6));
+        const QByteArray mark = QByteArray::number(frame % 97).rightJustified(2, '0');
+        EXPECT_EQ(made.read(6), 'L' + mark + 'R' + mark) << frame;
+    }
+    made.remove();
 }
 
 // A variable of a script that was never set: not "the folder that I happen to stand in".
