@@ -24,8 +24,9 @@ using Buffer = std::vector<unsigned char>;
 // The open files of a plan, and how far all threads have come.
 class Work {
 public:
-    explicit Work(const CopyPlan& plan, const CopyProgress& progress)
-        : plan_(plan), progress_(progress), threads_(std::clamp(std::thread::hardware_concurrency(), 1U, kMostThreads)),
+    Work(const CopyPlan& plan, const CopyProgress& progress, CopyWitness* witness)
+        : plan_(plan), progress_(progress), witness_(witness),
+          threads_(std::clamp(std::thread::hardware_concurrency(), 1U, kMostThreads)),
           framesAtOnce_(stretchOf(std::min(kInHand / threads_, kMostOfTarget * plan.targets.size()) / targetFrame())),
           lead_(leadOf(framesAtOnce_)) {
         for (const CopySource& source : plan.sources) {
@@ -96,6 +97,7 @@ private:
             const std::scoped_lock lock(faultMutex_);
             if (!fault_) fault_ = std::current_exception();
             hasFailed_ = true;
+            if (witness_) witness_->giveUp();
         }
     }
 
@@ -122,6 +124,7 @@ private:
             read[i].resize(count * frame);
             sources_[i].readAll(read[i].data(), read[i].size(), plan_.sources[i].audio + (first + at) * frame);
         }
+        if (witness_) witness_->see(first + at, count, read);
         // Tile by tile, so that a frame's neighbours are still at hand when the next channel asks for them.
         const std::size_t tile = std::max<std::size_t>(128, kTile / (sourceFrame() + targetFrame()));
         for (std::size_t start = 0; start < count; start += tile) {
@@ -156,6 +159,7 @@ private:
 
     const CopyPlan& plan_;
     const CopyProgress& progress_;
+    CopyWitness* const witness_; // null: none
     const unsigned threads_;
     const std::uint64_t framesAtOnce_;
     const std::uint64_t lead_;
@@ -178,6 +182,8 @@ std::uint64_t CopyPlan::bytesToWrite() const {
     return bytes;
 }
 
-void copyChannels(const CopyPlan& plan, const CopyProgress& progress) { Work(plan, progress).run(); }
+void copyChannels(const CopyPlan& plan, const CopyProgress& progress, CopyWitness* witness) {
+    Work(plan, progress, witness).run();
+}
 
 } // namespace ostrel

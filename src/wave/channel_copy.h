@@ -51,8 +51,21 @@ public:
 // Bytes written so far; called from any of the threads, often.
 using CopyProgress = std::function<void(std::uint64_t bytes)>;
 
+// Sees the frames of the sources as they were read, ahead of everything that is done with them: for a check that trusts
+// nothing of the copying.
+class CopyWitness {
+public:
+    virtual ~CopyWitness() = default;
+    // `frames` of every source from the frame `first` on; read[i] holds those of source i, interleaved. Called from any
+    // of the threads, at once: each stretch once, all of them without a gap, later ones before earlier ones too. May
+    // wait for the stretches ahead of it. What it throws fails the job.
+    virtual void see(std::uint64_t first, std::size_t frames, const std::vector<std::vector<unsigned char>>& read) = 0;
+    // One of the threads has failed, and its stretch will not come.
+    virtual void giveUp() noexcept = 0;
+};
+
 // Throws CopyError. The room for the targets is taken first where the file system can do so: a full disk says so before
 // any work is done. What stands in the targets after an error is a part.
-void copyChannels(const CopyPlan& plan, const CopyProgress& progress = {});
+void copyChannels(const CopyPlan& plan, const CopyProgress& progress = {}, CopyWitness* witness = nullptr);
 
 } // namespace ostrel

@@ -1,0 +1,119 @@
+#include "foundation/proof/audio_hashes.h"
+
+#include "foundation/proof/channel_hasher.h"
+#include "foundation/proof/in_turn.h"
+#include "foundation/proof/md5_digest.h"
+#include "foundation/proof/spare_buffers.h"
+#include "platform/files/files.h"
+#include "platform/parallel.h"
+#include "platform/paths.h"
+#include "wave/channel_copy.h"
+#include "wave/copy_file.h"
+#include "wave/wave_layout.h"
+
+#include <QFile>
+#include <algorithm>
+#include <numeric>
+
+namespace ostrel {
+namespace {
+
+constexpr std::uint64_t kPieceBytes = 256 << 10; // stays in a second-level cache between the read and the hashes
+constexpr std::size_t kMostHashThreads = 3;      // one has the MD5, one the channels, one reads
+
+std::vector<std::size_t> allOf(std::size_t channels) {
+    std::vector<std::size_t> all(channels);
+    std::iota(all.begin(), all.end(), std::size_t{0});
+    return all;
+}
+
+// One file on its way through both hashes.
+class HashWork {
+public:
+    HashWork(const std::string& path, const WaveLayout& layout, const HashRequest& request)
+        : file_(CopyFile::forReading(path)), begin_(layout.data->payload), size_(layout.audioBytes()) {
+        file_.requireSize(layout.fileSize);
+        const std::size_t width = static_cast<std::size_t>(layout.format->bytesPerSample());
+        if (request.md5) md5_.emplace();
+        if (request.channels && width > 0) {
+            frameBytes_ = layout.format->blockAlign;
+            const std::uint64_t wanted = request.frames ? static_cast<std::uint64_t>(*request.frames) : layout.frames();
+            frames_ = std::min(layout.frames(), wanted);
+            channels_.emplace(layout.format->channels, width, allOf(layout.format->channels));
+        }
+        if (!md5_) size_ = frames_ * frameBytes_;
+        pieceBytes_ = std::max<std::uint64_t>(1, kPieceBytes / frameBytes_) * frameBytes_;
+    }
+
+    AudioHashes run() {
+        const std::uint64_t pieces = (size_ + pieceBytes_ - 1) / pieceBytes_;
+        forEachInParallel(
+            static_cast<std::size_t>(pieces),
+            [this](std::size_t piece) {
+                try {
+                    take(piece * pieceBytes_);
+                } catch (...) {
+                    channelTurn_.giveUp();
+                    md5Turn_.giveUp();
+                    throw;
+                }
+            },
+            std::min(kMostHashThreads, parallelWidth()));
+        file_.requireUnchanged();
+        AudioHashes hashes{{}, {}, static_cast<qint64>(frames_)};
+        if (md5_) hashes.md5 = QString::fromLatin1(md5_->result().toHex());
+        for (std::size_t i = 0; channels_ && i < channels_->count(); ++i) hashes.channels << channels_->digest(i);
+        return hashes;
+    }
+
+private:
+    void take(std::uint64_t first) {
+        SpareBuffers::Loan piece(buffers_);
+        piece->resize(static_cast<std::size_t>(std::min(pieceBytes_, size_ - first)));
+        file_.readAll(piece->data(), piece->size(), begin_ + first);
+        if (channels_) hashChannels(first, *piece);
+        if (md5_ && md5Turn_.wait(first)) {
+            md5_->add(piece->data(), piece->size());
+            md5Turn_.pass(first + pieceBytes_);
+        }
+    }
+
+    void hashChannels(std::uint64_t first, const SpareBuffers::Buffer& piece) {
+        const std::uint64_t last = std::min<std::uint64_t>(first + piece.size(), frames_ * frameBytes_);
+        const std::size_t count = last > first ? static_cast<std::size_t>((last - first) / frameBytes_) : 0;
+        SpareBuffers::Loan buffer(buffers_);
+        const unsigned char* apart = channels_->apart(piece.data(), count, *buffer);
+        if (!channelTurn_.wait(first)) return;
+        channels_->add(apart, count);
+        channelTurn_.pass(first + pieceBytes_);
+    }
+
+    const CopyFile file_;
+    const std::uint64_t begin_; // of the audio
+    std::uint64_t size_;        // of what is read, bytes
+    std::uint64_t frames_ = 0;
+    std::uint64_t frameBytes_ = 1;
+    std::uint64_t pieceBytes_ = kPieceBytes;
+    std::optional<Md5Digest> md5_;
+    std::optional<ChannelHasher> channels_;
+    InTurn md5Turn_;
+    InTurn channelTurn_;
+    SpareBuffers buffers_;
+};
+
+} // namespace
+
+AudioHashes hashAudio(const QString& path, const HashRequest& request) {
+    const std::string native = QFile::encodeName(path).toStdString();
+    const std::optional<WaveLayout> layout = readWaveLayout(native);
+    if (!layout || !layout->format || !layout->data) {
+        throw FileError(QStringLiteral("%1 is no WAV file").arg(paths::lastComponent(path)));
+    }
+    try {
+        return HashWork(native, *layout, request).run();
+    } catch (const CopyError& error) {
+        throw FileError(QStringLiteral("Could not read %1: %2").arg(path, QString::fromUtf8(error.what())));
+    }
+}
+
+} // namespace ostrel
