@@ -9,7 +9,6 @@
 #include "platform/paths.h"
 #include "wave/channel_copy.h"
 #include "wave/copy_file.h"
-#include "wave/wave_layout.h"
 
 #include <QFile>
 #include <algorithm>
@@ -33,7 +32,7 @@ public:
     HashWork(const std::string& path, const WaveLayout& layout, const HashRequest& request)
         : file_(CopyFile::forReading(path)), begin_(layout.data->payload), size_(layout.audioBytes()) {
         file_.requireSize(layout.fileSize);
-        const std::size_t width = static_cast<std::size_t>(layout.format->bytesPerSample());
+        const std::size_t width = plainSampleBytes(*layout.format);
         if (request.md5) md5_.emplace();
         if (request.channels && width > 0) {
             frameBytes_ = layout.format->blockAlign;
@@ -102,6 +101,16 @@ private:
 };
 
 } // namespace
+
+std::size_t plainSampleBytes(const WaveFormat& format) {
+    constexpr std::uint16_t kALaw = 6;
+    constexpr std::uint16_t kMuLaw = 7;
+    constexpr int kWidest = 8;
+    const bool isPlain = format.tag == WaveFormat::pcm || format.tag == WaveFormat::ieeeFloat || format.tag == kALaw ||
+                         format.tag == kMuLaw;
+    const int bytes = format.bytesPerSample();
+    return isPlain && bytes >= 1 && bytes <= kWidest ? static_cast<std::size_t>(bytes) : 0;
+}
 
 AudioHashes hashAudio(const QString& path, const HashRequest& request) {
     const std::string native = QFile::encodeName(path).toStdString();

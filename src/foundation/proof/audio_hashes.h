@@ -3,8 +3,11 @@
 // Blocks on the disk, on a few threads of its own and in memory that does not grow with the file; for any thread.
 #pragma once
 
+#include "wave/wave_layout.h"
+
 #include <QString>
 #include <QStringList>
+#include <cstddef>
 #include <optional>
 
 namespace ostrel {
@@ -20,6 +23,10 @@ struct HashRequest {
     bool channels = true;
     std::optional<qint64> frames = {}; // channels of the first ones alone; all, if the file has no more
 };
+
+// Bytes of a sample where each sample stands by itself, from 1 to 8: integers, floats, A-law, mu-law. Otherwise 0:
+// channels can't be told apart without decoding.
+std::size_t plainSampleBytes(const WaveFormat& format);
 
 // RIFF, RF64 and BW64. Throws FileError for what is no WAV file, can't be read to its end, or changes meanwhile.
 AudioHashes hashAudio(const QString& path, const HashRequest& request = {});

@@ -2,6 +2,7 @@
 
 #include "foundation/domain_error.h"
 #include "foundation/proof/unexplained_bytes.h"
+#include "foundation/run/in_place.h"
 #include "foundation/run/journal.h"
 #include "foundation/run/run_ledger.h"
 #include "metadata/bext_completion.h"
@@ -22,25 +23,6 @@ DomainError renameError(const QString& description) {
 }
 
 std::string nameOf(const QString& path) { return QFile::encodeName(path).toStdString(); }
-
-// The copy that is worked on, hidden beside the recording so that it can take its place in one step.
-void copyTo(const QString& copy, const QString& recording) {
-    files::copy(recording, copy);
-    // A read-only recording is refused later on; its copy has to be written to meanwhile.
-    QFile::setPermissions(copy, QFile::permissions(copy) | QFileDevice::WriteUser);
-}
-
-// Written down ahead of the step and after it.
-void takePlace(NewFile& copy, const FileStamp& before, Journal& journal) {
-    const int step = journal.begin(JournalOperation::replace, copy.finalPath(), copy.finalPath(), copy.path());
-    try {
-        replaceRecording(copy, before);
-    } catch (const FileError& error) {
-        journal.fail(step, error.description);
-        throw;
-    }
-    journal.end(step);
-}
 
 QString trackElement(const SourceTrack& track) {
     return QStringLiteral("<TRACK><CHANNEL_INDEX>%1</CHANNEL_INDEX><INTERLEAVE_INDEX>%2</INTERLEAVE_INDEX>"
@@ -112,7 +94,7 @@ ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMa
         hasTracks ? replaceTrackNames(*old, names) : withNewTrackList(*old, polyFile.channelCount, names);
 
     NewFile copy(recording);
-    copyTo(copy.path(), recording);
+    copyForChanges(copy);
     if (!importIXML(tools.bwfmetaeditPath, renamed, copy.path())) {
         throw renameError(QStringLiteral("bwfmetaedit could not write the iXML"));
     }
