@@ -211,7 +211,8 @@ private:
 
 } // namespace
 
-ProofRecord OutputProof::of(const std::vector<ChannelPair>& pairs, const QMap<QString, QString>& names) {
+std::optional<ProofRecord> OutputProof::of(const std::vector<ChannelPair>& pairs, const QMap<QString, QString>& names) {
+    if (!sources_) return std::nullopt;
     std::vector<std::pair<QString, std::vector<ChannelPair>>> outputs; // in order of the pairs
     for (const ChannelPair& pair : pairs) {
         const auto known = std::ranges::find(outputs, pair.output.file, [](const auto& each) { return each.first; });
@@ -220,7 +221,7 @@ ProofRecord OutputProof::of(const std::vector<ChannelPair>& pairs, const QMap<QS
     }
     ProofRecord record;
     for (const auto& [file, ofFile] : outputs) {
-        record.add({ProofOfFile(*sources_, file, names.value(file, file)).run(ofFile)});
+        record = record.with({ProofOfFile(*sources_, file, names.value(file, file)).run(ofFile)});
     }
     return record;
 }

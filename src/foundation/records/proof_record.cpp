@@ -55,8 +55,10 @@ QString ProofRecord::failure() const {
            reasonsOf(channels, ProofFinding::differs).join(QStringLiteral("; "));
 }
 
-void ProofRecord::add(const ProofRecord& other) {
-    channels.insert(channels.end(), other.channels.begin(), other.channels.end());
+ProofRecord ProofRecord::with(const ProofRecord& other) const {
+    ProofRecord both = *this;
+    both.channels.insert(both.channels.end(), other.channels.begin(), other.channels.end());
+    return both;
 }
 
 } // namespace ostrel

@@ -42,7 +42,7 @@ struct ProofRecord {
     QString failure() const;
 
     // Of an item whose files are proven one by one.
-    void add(const ProofRecord& other);
+    ProofRecord with(const ProofRecord& other) const;
 };
 
 } // namespace ostrel

@@ -1,11 +1,13 @@
 #include "polytools/edit/track_rename.h"
 
 #include "foundation/domain_error.h"
+#include "foundation/proof/output_proof.h"
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/run/in_place.h"
 #include "foundation/run/journal.h"
 #include "foundation/run/run_ledger.h"
 #include "metadata/bext_completion.h"
+#include "metadata/metadata_comparison.h"
 #include "platform/files/files.h"
 #include "platform/files/replacement.h"
 #include "platform/paths.h"
@@ -49,6 +51,18 @@ QString withNewTrackList(const QString& ixml, int channelCount, const std::map<i
         .arg(list);
 }
 
+// The recording is named as the person named it; a link leads to it.
+std::optional<ProofRecord> proofOfCopy(const PolyFile& poly, const QString& recording, const NewFile& copy,
+                                       bool proves) {
+    std::vector<ChannelPair> pairs;
+    for (int channel = 0; channel < poly.channelCount; ++channel) {
+        pairs.push_back({{recording, channel}, {copy.path(), channel}});
+    }
+    std::optional<ProofRecord> proof = OutputProof(proves).of(pairs, {{copy.path(), poly.url}});
+    if (proof && proof->differs()) throw ProofError(*proof);
+    return proof;
+}
+
 // The names as the tracks are found by their number, for comparing what was wanted with what is there.
 std::map<int, QString> namesByNumber(const QString& ixml) {
     std::map<int, QString> names;
@@ -59,7 +73,7 @@ std::map<int, QString> namesByNumber(const QString& ixml) {
 } // namespace
 
 ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMap& renames,
-                                        const PolyEngineTools& tools, const PolyEngineHooks& hooks) {
+                                        const PolyEngineTools& tools, const PolyEngineHooks& hooks, bool proves) {
     EngineLog log(hooks, QStringLiteral("PolyChannelFilterEngine"), paths::stem(polyFile.url));
     log.info(LogCategory::process, QStringLiteral("━━━ RENAME TRACKS IN PLACE: %1 ━━━").arg(polyFile.fileName));
     if (tools.bwfmetaeditPath.isEmpty()) {
@@ -109,6 +123,9 @@ ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMa
     if (!sameAudio(nameOf(recording), nameOf(copy.path()))) {
         throw renameError(QStringLiteral("The audio of the edited copy differs"));
     }
+    const std::optional<ProofRecord> proven = proofOfCopy(polyFile, recording, copy, proves);
+    MetadataRecord metadata; // told of where somebody asked for a proof
+    if (proven) metadata = compareMetadata(recording, copy.path(), SourceUmid::kept);
     const auto journal = hooks.journal ? hooks.journal : std::make_shared<Journal>(QStringLiteral("edit"));
     takePlace(copy, *before, *journal);
 
@@ -125,6 +142,8 @@ ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMa
     result.outcome.status = ProcessingStatus::completed();
     result.outcome.outputs = {polyFile.url};
     result.outcome.warnings = cleared;
+    result.outcome.proof = proven;
+    result.outcome.metadata = metadata;
     result.outcome.sources = {{polyFile.url, SourceFate::Kind::replaced, QString()}};
     result.channelCount = polyFile.channelCount;
     for (const auto& [number, name] : present) result.trackNames << name;
