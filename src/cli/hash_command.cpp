@@ -4,7 +4,7 @@
 #include "foundation/proof/audio_hashes.h"
 #include "foundation/run/recording_list.h"
 #include "foundation/run/run_ledger.h"
-#include "metadata/md5_chunk.h"
+#include "metadata/chunks/md5_chunk.h"
 #include "platform/parallel.h"
 #include "platform/processes/stop_signals.h"
 

@@ -2,7 +2,7 @@
 
 #include "foundation/chunks/chunk_bytes.h"
 #include "metadata/chunks/riff_chunks.h"
-#include "metadata/md5_chunk.h"
+#include "metadata/chunks/md5_chunk.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
 

@@ -1,4 +1,4 @@
-#include "metadata/md5_chunk.h"
+#include "metadata/chunks/md5_chunk.h"
 
 #include "foundation/chunks/chunk_bytes.h"
 #include "foundation/proof/audio_hashes.h"
