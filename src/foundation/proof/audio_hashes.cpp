@@ -17,8 +17,10 @@
 namespace ostrel {
 namespace {
 
-constexpr std::uint64_t kPieceBytes = 256 << 10; // stays in a second-level cache between the read and the hashes
-constexpr std::size_t kMostHashThreads = 3;      // one has the MD5, one the channels, one reads
+// Of a file that one thread goes through: stays in a second-level cache between the read and the hash. Handing pieces
+// over costs threads more than that gains, so several take larger ones.
+constexpr std::uint64_t kNearPieceBytes = 128 << 10;
+constexpr std::uint64_t kPieceBytes = 512 << 10;
 
 std::vector<std::size_t> allOf(std::size_t channels) {
     std::vector<std::size_t> all(channels);
@@ -41,7 +43,10 @@ public:
             channels_.emplace(layout.format->channels, width, allOf(layout.format->channels));
         }
         if (!md5_) size_ = frames_ * frameBytes_;
-        pieceBytes_ = std::max<std::uint64_t>(1, kPieceBytes / frameBytes_) * frameBytes_;
+        const bool isQuick = !md5_ && channels_ && channels_->count() == 1; // reading is all the work
+        threads_ = isQuick ? 1 : std::min<std::size_t>(parallelWidth(), md5_ ? 3 : 4);
+        const std::uint64_t piece = threads_ == 1 ? kNearPieceBytes : kPieceBytes;
+        pieceBytes_ = std::max<std::uint64_t>(1, piece / frameBytes_) * frameBytes_;
     }
 
     AudioHashes run() {
@@ -57,7 +62,7 @@ public:
                     throw;
                 }
             },
-            std::min(kMostHashThreads, parallelWidth()));
+            threads_);
         file_.requireUnchanged();
         AudioHashes hashes{{}, {}, static_cast<qint64>(frames_)};
         if (md5_) hashes.md5 = QString::fromLatin1(md5_->result().toHex());
@@ -93,6 +98,7 @@ private:
     std::uint64_t frames_ = 0;
     std::uint64_t frameBytes_ = 1;
     std::uint64_t pieceBytes_ = kPieceBytes;
+    std::size_t threads_ = 1;
     std::optional<Md5Digest> md5_;
     std::optional<ChannelHasher> channels_;
     InTurn md5Turn_;

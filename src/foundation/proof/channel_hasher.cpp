@@ -6,11 +6,14 @@
 #include <algorithm>
 #include <new>
 #include <xxhash.h>
+#ifdef OSTREL_XXHASH_DISPATCHES
+#include <xxh_x86dispatch.h> // the widest registers that the processor has, chosen as the program runs
+#endif
 
 namespace ostrel {
 namespace {
 
-constexpr std::size_t kNearBytes = 16 << 10; // of frames that stay in the nearest cache while all channels go
+constexpr std::size_t kNearBytes = 8 << 10; // of frames that stay in the nearest cache while all channels go
 
 struct FreeHashState {
     void operator()(XXH3_state_t* state) const { XXH3_freeState(state); }
