@@ -133,6 +133,8 @@ private:
     }
 
     void hash(HashedFile& file) {
+        // What an earlier run left there goes, also where the digest is there by now.
+        if (options_.embed) file.remarks = ledger_->prepareFolder(paths::parent(file.path));
         const std::optional<FileStamp> seen = FileStamp::of(file.path);
         file.hashes = hashAudio(file.path, {.md5 = !options_.fast});
         if (options_.fast) return;
@@ -140,7 +142,6 @@ private:
         using Embedded = HashedFile::Embedded;
         file.embedded = !chunk ? Embedded::none : *chunk == file.hashes.md5 ? Embedded::agrees : Embedded::differs;
         if (!options_.embed || !seen || file.embedded == Embedded::agrees) return;
-        file.remarks = ledger_->prepareFolder(paths::parent(file.path));
         file.isWritten = embedMd5(file.path, file.hashes.md5, *seen, options_.overwrite, journal_);
         file.embedded = Embedded::agrees;
     }
