@@ -105,9 +105,11 @@ private:
         for (std::size_t i = 0; i < targets_.size(); ++i) written[i].resize(bytesOf(plan_.targets[i], frames));
         const std::size_t piece =
             std::max<std::size_t>(16, std::max(kPiece, kPieceOfFile * plan_.sources.size()) / sourceFrame());
+        const auto seen = witness_ ? witness_->stretch(first, frames) : nullptr;
         for (std::size_t at = 0; at < frames; at += piece) {
-            copyPiece(first, at, std::min(piece, frames - at), read, written);
+            copyPiece(first, at, std::min(piece, frames - at), read, written, seen.get());
         }
+        if (seen) seen->end();
         for (std::size_t i = 0; i < targets_.size(); ++i) {
             const CopyTarget& target = plan_.targets[i];
             targets_[i].writeAll(written[i].data(), written[i].size(), target.head.size() + bytesOf(target, first));
@@ -118,13 +120,13 @@ private:
 
     // `count` frames from the frame `at` of the stretch on that begins with the frame `first`.
     void copyPiece(std::uint64_t first, std::size_t at, std::size_t count, std::vector<Buffer>& read,
-                   std::vector<Buffer>& written) {
+                   std::vector<Buffer>& written, CopyWitness::Stretch* seen) {
         for (std::size_t i = 0; i < sources_.size(); ++i) {
             const std::size_t frame = plan_.sources[i].channels * plan_.bytesPerSample;
             read[i].resize(count * frame);
             sources_[i].readAll(read[i].data(), read[i].size(), plan_.sources[i].audio + (first + at) * frame);
         }
-        if (witness_) witness_->see(first + at, count, read);
+        if (seen) seen->see(count, read);
         // Tile by tile, so that a frame's neighbours are still at hand when the next channel asks for them.
         const std::size_t tile = std::max<std::size_t>(128, kTile / (sourceFrame() + targetFrame()));
         for (std::size_t start = 0; start < count; start += tile) {

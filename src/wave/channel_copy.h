@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -52,15 +53,23 @@ public:
 using CopyProgress = std::function<void(std::uint64_t bytes)>;
 
 // Sees the frames of the sources as they were read, ahead of everything that is done with them: for a check that trusts
-// nothing of the copying.
+// nothing of the copying. All may be called from several threads at once; what they throw fails the job.
 class CopyWitness {
 public:
+    // A run of frames that one thread has in hand.
+    class Stretch {
+    public:
+        virtual ~Stretch() = default;
+        // `count` frames of every source, the next ones of the stretch; read[i] holds those of source i, interleaved.
+        virtual void see(std::size_t count, const std::vector<std::vector<unsigned char>>& read) = 0;
+        // All of its frames were seen. May wait for the ends of the stretches ahead of it.
+        virtual void end() = 0;
+    };
+
     virtual ~CopyWitness() = default;
-    // `frames` of every source from the frame `first` on; read[i] holds those of source i, interleaved. Called from any
-    // of the threads, at once: each stretch once, all of them without a gap, later ones before earlier ones too. May
-    // wait for the stretches ahead of it. What it throws fails the job.
-    virtual void see(std::uint64_t first, std::size_t frames, const std::vector<std::vector<unsigned char>>& read) = 0;
-    // One of the threads has failed, and its stretch will not come.
+    // Stretches follow each other without a gap, and begin in any order. Ends ahead of the next one of its thread.
+    virtual std::unique_ptr<Stretch> stretch(std::uint64_t first, std::size_t frames) = 0;
+    // One of the threads has failed, and its stretch will not end.
     virtual void giveUp() noexcept = 0;
 };
 

@@ -86,9 +86,12 @@ private:
         const std::uint64_t last = std::min<std::uint64_t>(first + piece.size(), frames_ * frameBytes_);
         const std::size_t count = last > first ? static_cast<std::size_t>((last - first) / frameBytes_) : 0;
         SpareBuffers::Loan buffer(buffers_);
-        const unsigned char* apart = channels_->apart(piece.data(), count, *buffer);
+        if (!channels_->isOneOfOne()) {
+            buffer->resize(std::max<std::size_t>(buffer->size(), piece.size()));
+            channels_->takeApart(piece.data(), count, buffer->data(), 0, count);
+        }
         if (!channelTurn_.wait(first)) return;
-        channels_->add(apart, count);
+        channels_->add(channels_->isOneOfOne() ? piece.data() : buffer->data(), count);
         channelTurn_.pass(first + pieceBytes_);
     }
 

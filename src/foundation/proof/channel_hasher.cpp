@@ -34,20 +34,17 @@ ChannelHasher::ChannelHasher(std::size_t channels, std::size_t bytesPerSample, s
 ChannelHasher::~ChannelHasher() = default;
 ChannelHasher::ChannelHasher(ChannelHasher&&) noexcept = default;
 
-const unsigned char* ChannelHasher::apart(const unsigned char* frames, std::size_t count,
-                                          std::vector<unsigned char>& buffer) const {
-    if (channels_ == 1 && wanted_.size() == 1) return frames;
-    buffer.resize(count * width_ * wanted_.size());
+void ChannelHasher::takeApart(const unsigned char* frames, std::size_t count, unsigned char* to, std::size_t at,
+                              std::size_t all) const {
     const std::size_t frameBytes = channels_ * width_;
-    const std::size_t step = std::max<std::size_t>(16, kNearBytes / frameBytes);
-    for (std::size_t at = 0; at < count; at += step) {
-        const std::size_t some = std::min(step, count - at);
+    const std::size_t step = std::max<std::size_t>(64, kNearBytes / frameBytes);
+    for (std::size_t done = 0; done < count; done += step) {
+        const std::size_t some = std::min(step, count - done);
         for (std::size_t i = 0; i < wanted_.size(); ++i) {
-            moveSamples(frames + at * frameBytes + wanted_[i] * width_, frameBytes,
-                        buffer.data() + (i * count + at) * width_, width_, width_, some);
+            moveSamples(frames + done * frameBytes + wanted_[i] * width_, frameBytes,
+                        to + (i * all + at + done) * width_, width_, width_, some);
         }
     }
-    return buffer.data();
 }
 
 void ChannelHasher::add(const unsigned char* apart, std::size_t count) {

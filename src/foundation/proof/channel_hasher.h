@@ -20,14 +20,16 @@ public:
     ChannelHasher(const ChannelHasher&) = delete;
     ChannelHasher& operator=(const ChannelHasher&) = delete;
 
-    // The wanted channels of these frames, one behind the other: in `buffer`, or the frames themselves where they are
-    // that already. For any threads at once.
-    const unsigned char* apart(const unsigned char* frames, std::size_t count,
-                               std::vector<unsigned char>& buffer) const;
-
     std::size_t count() const { return wanted_.size(); }
+    // The frames are the channel already.
+    bool isOneOfOne() const { return channels_ == 1 && wanted_.size() == 1; }
 
-    // What `apart` gave, stretch by stretch in file order; one thread at a time.
+    // Puts each wanted channel of these frames into a run of `all` samples, the first of them at `at`; run behind run.
+    // For any threads at once.
+    void takeApart(const unsigned char* frames, std::size_t count, unsigned char* to, std::size_t at,
+                   std::size_t all) const;
+
+    // Whole runs of `count` samples, stretch by stretch in file order; one thread at a time.
     void add(const unsigned char* apart, std::size_t count);
 
     // 32 digits in lower case, the canonical form; empty for a channel that was not wanted.

@@ -29,7 +29,7 @@ std::vector<std::size_t> wantedOf(const CopyPlan& plan, std::size_t source) {
 // Takes channels apart on whichever thread it is called, and hashes them in the order of the file.
 class SourceHashes::Witness : public CopyWitness {
 public:
-    explicit Witness(const CopyPlan& plan) : frames_(plan.frames) {
+    explicit Witness(const CopyPlan& plan) : frames_(plan.frames), width_(plan.bytesPerSample) {
         for (std::size_t i = 0; i < plan.sources.size(); ++i) {
             const CopySource& source = plan.sources[i];
             files_ << QFile::decodeName(source.path.c_str());
@@ -39,16 +39,8 @@ public:
         }
     }
 
-    void see(std::uint64_t first, std::size_t frames, const std::vector<std::vector<unsigned char>>& read) override {
-        std::vector<const unsigned char*> apart;
-        std::vector<std::unique_ptr<SpareBuffers::Loan>> buffers;
-        for (std::size_t i = 0; i < hashers_.size(); ++i) {
-            buffers.push_back(std::make_unique<SpareBuffers::Loan>(spare_));
-            apart.push_back(hashers_[i].apart(read[i].data(), frames, **buffers.back()));
-        }
-        if (!turn_.wait(first)) return;
-        for (std::size_t i = 0; i < hashers_.size(); ++i) hashers_[i].add(apart[i], frames);
-        turn_.pass(first + frames);
+    std::unique_ptr<Stretch> stretch(std::uint64_t first, std::size_t frames) override {
+        return std::make_unique<SeenStretch>(*this, first, frames);
     }
 
     void giveUp() noexcept override { turn_.giveUp(); }
@@ -66,7 +58,45 @@ public:
     }
 
 private:
+    // Its channels of all sources, one behind the other, until its turn comes to be hashed.
+    class SeenStretch : public Stretch {
+    public:
+        SeenStretch(Witness& owner, std::uint64_t first, std::size_t frames)
+            : owner_(owner), first_(first), frames_(frames), apart_(owner.spare_) {
+            std::size_t channels = 0;
+            for (const ChannelHasher& hasher : owner.hashers_) channels += hasher.count();
+            apart_->resize(channels * frames * owner.width_);
+        }
+
+        void see(std::size_t count, const std::vector<std::vector<unsigned char>>& read) override {
+            unsigned char* to = apart_->data();
+            for (std::size_t i = 0; i < owner_.hashers_.size(); ++i) {
+                owner_.hashers_[i].takeApart(read[i].data(), count, to, seen_, frames_);
+                to += owner_.hashers_[i].count() * frames_ * owner_.width_;
+            }
+            seen_ += count;
+        }
+
+        void end() override {
+            if (!owner_.turn_.wait(first_)) return;
+            const unsigned char* from = apart_->data();
+            for (ChannelHasher& hasher : owner_.hashers_) {
+                hasher.add(from, frames_);
+                from += hasher.count() * frames_ * owner_.width_;
+            }
+            owner_.turn_.pass(first_ + frames_);
+        }
+
+    private:
+        Witness& owner_;
+        const std::uint64_t first_;
+        const std::size_t frames_;
+        std::size_t seen_ = 0; // of them
+        SpareBuffers::Loan apart_;
+    };
+
     const std::uint64_t frames_;
+    const std::size_t width_; // bytes of a sample
     QStringList files_;
     std::vector<std::optional<FileStamp>> stamps_; // ahead of the copying
     std::vector<std::size_t> channels_;            // of each file
