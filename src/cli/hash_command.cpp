@@ -5,6 +5,7 @@
 #include "foundation/run/recording_list.h"
 #include "foundation/run/run_ledger.h"
 #include "metadata/chunks/md5_chunk.h"
+#include "platform/files/unique_files.h"
 #include "platform/parallel.h"
 #include "platform/processes/stop_signals.h"
 
@@ -105,7 +106,9 @@ private:
             if (!found.unopened.isEmpty()) hasFailed_ = true;
             selection << found.files;
         }
-        selection.removeDuplicates();
+        const UniqueFiles once = uniqueFiles(selection); // a file is written to by one of its names alone
+        for (const QString& sentence : once.repeats) terminal_.error(sentence);
+        selection = once.files;
         if (selection.isEmpty()) {
             hasFailed_ = true;
             terminal_.error(QStringLiteral("no recordings found"));

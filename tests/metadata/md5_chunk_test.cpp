@@ -91,6 +91,26 @@ TEST_F(Md5ChunkTest, AFileThatChangedSinceItWasHashedIsLeftAlone) {
     EXPECT_THROW(embedMd5(file, QString(32, u'0'), seen, false, journal), FileError);
 }
 
+// The same audio with its sizes in ds64, as long recordings have it.
+TEST_F(Md5ChunkTest, Rf64GrowsByItsLongSizes) {
+    const QByteArray riff = waveBytes({.frames = 100});
+    const QByteArray size = riff.mid(riff.indexOf("data") + 4, 4) + QByteArray(4, '\0');
+    const auto whole = static_cast<quint32>(riff.size() - 8 + 36);
+    QByteArray bytes = "RF64" + QByteArray(4, '\xFF') + "WAVE" +
+                       chunkBytes("ds64", littleEndian32(whole) + QByteArray(4, '\0') + size + QByteArray(12, '\0')) +
+                       riff.mid(12);
+    bytes.replace(bytes.indexOf("data") + 4, 4, QByteArray(4, '\xFF'));
+    const QString file = folder_.write(u"a.wav"_s, bytes);
+    const QString digest = hashAudio(file).md5;
+    EXPECT_TRUE(embed(file));
+    EXPECT_EQ(embeddedMd5(file), digest);
+    EXPECT_EQ(hashAudio(file).md5, digest);
+    const auto layout = readWaveLayout(file.toStdString());
+    ASSERT_TRUE(layout.has_value());
+    EXPECT_EQ(layout->riffSize, layout->fileSize - 8);
+    EXPECT_EQ(readAll(file).mid(4, 4), QByteArray(4, '\xFF'));
+}
+
 TEST_F(Md5ChunkTest, ALinkStaysALink) {
     const QString file = folder_.write(u"a.wav"_s, waveBytes({.frames = 100}));
     const QString link = folder_.path(u"link.wav"_s);
