@@ -81,6 +81,15 @@ TEST_F(OutputProofTest, TheEndThatTheShortestSourceCutsOffIsUnproven) {
     EXPECT_EQ(proof.reasons(), QStringList(u"r.wav has 9002 frames, of which Take.wav has the first 9001"_s));
 }
 
+// A recording that was never closed: more of it may lie behind what its header tells.
+TEST_F(OutputProofTest, ASourceWithUnexplainedBytesIsUnproven) {
+    folder_.write(u"r.wav"_s, readAll(right_) + QByteArray(9000, 'x'));
+    const ProofRecord proof = proofOf(stereo());
+    EXPECT_EQ(proof.channels[0].finding, ProofFinding::identical);
+    EXPECT_EQ(proof.channels[1].finding, ProofFinding::unproven);
+    EXPECT_TRUE(proof.reasons().value(0).contains(u"behind the declared end"_s)) << proof.sentence().toStdString();
+}
+
 TEST_F(OutputProofTest, AnyOtherLengthDiffers) {
     for (const int frames : {9000, 9002}) {
         output_ = write(u"private.wav"_s, {.channels = 2, .frames = frames});

@@ -3,6 +3,7 @@
 #include "foundation/proof/audio_hashes.h"
 #include "foundation/proof/decoded_comparison.h"
 #include "foundation/proof/proof_sentences.h"
+#include "foundation/proof/unexplained_bytes.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
 #include "wave/wave_layout.h"
@@ -22,6 +23,7 @@ struct Side {
     bool isLossy = false;
     bool isWhole = true; // it ends where its head says
     QString why;         // it can't be read
+    QString unexplained; // what its header leaves open; empty: nothing
 
     bool isReadable() const { return format || reader; }
 };
@@ -84,7 +86,9 @@ private:
             return;
         }
         for (const ChannelPair& pair : pairs) {
-            if (!sides_.contains(pair.source.file)) sides_[pair.source.file] = openSide(pair.source.file);
+            if (sides_.contains(pair.source.file)) continue;
+            Side& side = sides_[pair.source.file] = openSide(pair.source.file);
+            side.unexplained = unexplainedBytesOf(pair.source.file);
         }
         if (output_.isLossy) return; // nothing of it is compared, its length neither
         fault_ = faultOfWhole(pairs);
@@ -144,8 +148,11 @@ private:
             return find(ProofFinding::differs, QStringLiteral("%1 and %2 can't be compared to their end: %3")
                                                    .arg(name_, sourceName, error.errorDescription()));
         }
-        // What is there was compared, and is equal; what the shortest source cut off is not there.
-        if (channel.finding == ProofFinding::identical && source.frames > output_.frames) {
+        if (channel.finding != ProofFinding::identical) return;
+        // What is there was compared, and is equal. Is it all?
+        if (!source.unexplained.isEmpty()) {
+            find(ProofFinding::unproven, QStringLiteral("%1: %2").arg(sourceName, source.unexplained));
+        } else if (source.frames > output_.frames) {
             find(ProofFinding::unproven, QStringLiteral("%1 has %2 frames, of which %3 has the first %4")
                                              .arg(sourceName)
                                              .arg(source.frames)

@@ -47,7 +47,8 @@ public:
     // Channels of one coding are compared by their hashes, others as decoded samples. "Identical" says that all of the
     // source's channel is there, to its last frame, and nothing else. "Differs": an output can't be read, has other
     // samples, or a length that is not that of its shortest source. All else is unproven: lossy files, files that can't
-    // be read here, samples rounded by a change of their coding, an end that the shortest source cut off.
+    // be read here, samples rounded by a change of their coding, an end that the shortest source cut off, bytes that a
+    // source's header does not explain.
     std::optional<ProofRecord> of(const std::vector<ChannelPair>& pairs, const QMap<QString, QString>& names);
 
 private:
