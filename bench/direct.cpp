@@ -1,6 +1,6 @@
 // What the direct engine costs, whole commands from start to exit, against the best free peers of the distribution
 // (sndfile-programs), `cat` of the same bytes, and the way by ffmpeg. With names, only these: interleave, split, edit,
-// join, scan, counts.
+// join, scan, counts, proof, hash.
 #include "bench/ratio.h"
 #include "platform/files/files.h"
 #include "wave/wave_head.h"
@@ -185,6 +185,48 @@ void benchCounts() {
     }
 }
 
+// The same job with and without. What a proof waits for is mostly the disk: with TMPDIR=/dev/shm there is none.
+void benchProof() {
+    const QTemporaryDir folder;
+    const QString poly = folder.filePath(QStringLiteral("poly.wav"));
+    makeWave(poly, 8, 300);
+    const QStringList isos = makeMonos(folder, 8, 300);
+    const auto compare = [&](const QStringList& arguments) {
+        bench::compare(
+            arguments.first() + QStringLiteral(" of 8 channels of 5 min, proven : not proven"), 1.4,
+            ours(arguments + QStringList(QStringLiteral("--proof")), folder.filePath(QStringLiteral("ours"))),
+            ours(arguments, folder.filePath(QStringLiteral("theirs"))));
+    };
+    compare({QStringLiteral("split"), poly});
+    compare({QStringLiteral("edit"), QStringLiteral("--reorder"), QStringLiteral("2,1,3,4,5,6,7,8"), poly});
+    compare(
+        QStringList{QStringLiteral("join"), QStringLiteral("--single"), QStringLiteral("--name"), QStringLiteral("K")} +
+        isos);
+}
+
+// XXH128 of every channel, and the MD5 with it.
+void benchHash() {
+    const QTemporaryDir folder;
+    const QString output = folder.filePath(QStringLiteral("theirs"));
+    for (const int channels : {1, 8}) {
+        const QString file = folder.filePath(QStringLiteral("%1.wav").arg(channels));
+        makeWave(file, channels, 4800 / channels);
+        const Side read{QStringLiteral("cat + 20 ms"), [=] {
+                            bench::runBare(
+                                QStringLiteral("/bin/sh"),
+                                {QStringLiteral("-c"), QStringLiteral("sleep 0.02; cat '%1' > /dev/null").arg(file)});
+                        }};
+        const auto hash = [&](const QStringList& options) {
+            return Side{QStringLiteral("hash"), [=] {
+                            bench::runBare(cli(), QStringList{QStringLiteral("hash")} + options + QStringList{file});
+                        }};
+        };
+        const QString what = QStringLiteral(" of %1 channels, 690 MB : cat").arg(channels);
+        bench::compare(QStringLiteral("hash --fast") + what, 1.2, hash({QStringLiteral("--fast")}), read);
+        bench::compare(QStringLiteral("hash") + what, 16, hash({}), read);
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -197,5 +239,7 @@ int main(int argc, char** argv) {
     if (wanted("join")) benchJoin();
     if (wanted("scan")) benchScan();
     if (wanted("counts")) benchCounts();
+    if (wanted("proof")) benchProof();
+    if (wanted("hash")) benchHash();
     return 0;
 }

@@ -37,6 +37,7 @@ int runCommandLine(int argc, char** argv) {
     addValidateCommand(parser, chosen);
     addCleanCommand(parser, chosen);
     addWaveformCommand(parser, chosen);
+    addHashCommand(parser, chosen);
     addJournalCommand(parser, chosen);
     try {
         parser.parse(argc, argv);

@@ -21,5 +21,6 @@ void addGroupCommand(CLI::App& parser, ChosenCommand& chosen);
 void addJoinCommand(CLI::App& parser, ChosenCommand& chosen);
 void addEditCommand(CLI::App& parser, ChosenCommand& chosen);
 void addJournalCommand(CLI::App& parser, ChosenCommand& chosen);
+void addHashCommand(CLI::App& parser, ChosenCommand& chosen);
 
 } // namespace ostrel::cli

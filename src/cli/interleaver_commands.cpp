@@ -78,6 +78,7 @@ protected:
         controller_.currentMode = mode_;
         controller_.options = processingOptions(job_, mode_);
         controller_.engine = engineOf(job_);
+        controller_.proves = job_.proof;
         controller_.generateCSV = job_.csv;
         controller_.select(paths);
         waitForTasks(controller_); // a single file may choose its layout
@@ -166,6 +167,7 @@ void addInterleaverOptions(CLI::App& command, InterleaverOptions& job) {
     addSubfoldersOption(command, job);
     addOverwriteOption(command, job);
     addEngineOption(command, job);
+    addProofOption(command, job);
     command.add_option("--originals", job.originals, "What becomes of the sources after a success")
         ->check(CLI::IsMember({"keep", "move", "delete"}))
         ->capture_default_str();

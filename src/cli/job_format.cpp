@@ -19,6 +19,25 @@ nlohmann::json metadataDocument(const MetadataRecord& metadata) {
             {"lost", jsonList(metadata.lost)}};
 }
 
+// Channels count from 1, as a person counts them.
+nlohmann::json proofDocument(const ItemOutcome& outcome) {
+    nlohmann::json channels = nlohmann::json::array();
+    for (const ChannelProof& channel : outcome.proof->channels) {
+        const bool isMixed = channel.sourceChannel < 0;
+        channels.push_back({{"output", jsonText(channel.output)},
+                            {"outputChannel", channel.outputChannel + 1},
+                            {"source", jsonText(channel.source)},
+                            {"sourceChannel", isMixed ? nlohmann::json() : nlohmann::json(channel.sourceChannel + 1)},
+                            {"audio", jsonText(caseName(channel.finding))},
+                            {"xxh128", jsonTextOrNull(channel.hash)},
+                            {"reason", jsonTextOrNull(channel.reason)}});
+    }
+    return {{"audio", jsonText(caseName(outcome.proof->audio()))},
+            {"reasons", jsonList(outcome.proof->reasons())},
+            {"channels", channels},
+            {"metadata", metadataDocument(outcome.metadata)}};
+}
+
 } // namespace
 
 nlohmann::json jobItem(const QString& name, const ItemOutcome& outcome) {
@@ -39,6 +58,7 @@ nlohmann::json jobItem(const QString& name, const ItemOutcome& outcome) {
                         {"warnings", jsonList(outcome.warnings)},
                         {"fates", fates}};
     if (!outcome.metadata.isEmpty()) item["metadata"] = metadataDocument(outcome.metadata);
+    if (outcome.proof) item["proof"] = proofDocument(outcome);
     return item;
 }
 

@@ -18,6 +18,12 @@ void addEngineOption(CLI::App& command, JobOptions& options) {
         ->capture_default_str();
 }
 
+void addProofOption(CLI::App& command, JobOptions& options) {
+    command.add_flag("--proof", options.proof,
+                     "Read every new file back from the disk and compare each channel with what was read of its "
+                     "source; an item that differs fails, and its sources stay");
+}
+
 EngineChoice engineOf(const JobOptions& options) {
     return engineNamed(QString::fromStdString(options.engine)).value_or(EngineChoice::ffmpeg);
 }

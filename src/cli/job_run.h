@@ -24,11 +24,13 @@ struct JobOptions {
     bool noSubfolders = false;
     bool overwrite = false;
     bool csv = false;
+    bool proof = false;
 };
 
 void addSubfoldersOption(CLI::App& command, JobOptions& options);
 void addOverwriteOption(CLI::App& command, JobOptions& options);
 void addEngineOption(CLI::App& command, JobOptions& options);
+void addProofOption(CLI::App& command, JobOptions& options);
 EngineChoice engineOf(const JobOptions& options);
 
 class JobRun {

@@ -13,6 +13,7 @@ QString PolyRun::take(const QStringList&) {
     controller_.overwriteExisting = options_.overwrite;
     controller_.generateCSV = options_.csv;
     controller_.engine = engineOf(options_);
+    controller_.proves = options_.proof;
     controller_.recursiveScan = !options_.noSubfolders;
     controller_.joinRecursiveScan = !options_.noSubfolders;
     followProgress();
@@ -73,6 +74,7 @@ void addPolyOptions(CLI::App& command, JobOptions& options, const std::string& p
     addSubfoldersOption(command, options);
     addOverwriteOption(command, options);
     addEngineOption(command, options);
+    addProofOption(command, options);
     command.add_flag("--csv", options.csv, "Write a CSV report into the output folder");
     addTerminalOptions(command, options.terminal);
 }

@@ -1,6 +1,8 @@
 // Polys of 4, 8 and 16 tracks, loose ISOs of three takes, and a pile that takes every way of grouping.
 #include "cli/samples.h"
 
+#include <QByteArray>
+#include <QList>
 #include <cmath>
 
 namespace ostrel::cli {

@@ -144,6 +144,7 @@ protected:
         controller_.dualMonoSideSelection = kSides.at(options_.side);
         controller_.addMonoSuffix = !options_.noSuffix;
         controller_.engine = engineOf(options_);
+        controller_.proves = options_.proof;
         controller_.allowOverwrite = options_.overwrite;
         return ValidatorRun::take(paths);
     }
@@ -251,6 +252,7 @@ void addCleanCommand(CLI::App& parser, ChosenCommand& chosen) {
         ->check(CLI::IsMember({"auto", "left", "right"}))
         ->capture_default_str();
     addEngineOption(*command, *options);
+    addProofOption(*command, *options);
     command->add_flag("--no-suffix", options->noSuffix, "Do not put \"_mono\" behind the names");
     command->add_flag("--overwrite", options->overwrite,
                       "Replace files that are there; with --no-suffix and no --output, the sources themselves");

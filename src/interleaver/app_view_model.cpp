@@ -360,6 +360,7 @@ std::shared_ptr<InterleaverRun> AppViewModel::makeRun() const {
     context.layout = selectedLayout.value();
     context.options = options.value();
     context.options.engine = engine.value();
+    context.options.proves = proves.value();
     context.outputFolder = useCustomOutput.value() ? outputURL.value() : QString();
     context.selection = selectedFiles.value();
     if (!context.bwfmetaeditPath.isEmpty()) context.metadataEngine.emplace(context.bwfmetaeditPath, sessionID_);

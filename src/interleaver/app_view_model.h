@@ -52,6 +52,7 @@ public:
     RecordList<MultiChannelSource> deinterleaveSources;
     QProperty<ProcessingOptions> options;
     QProperty<EngineChoice> engine{EngineChoice::ffmpeg}; // of scans and runs
+    QProperty<bool> proves{false}; // a run reads its outputs back and compares them, channel by channel
     QProperty<bool> showOptions{true};
     QProperty<bool> showLog{false}; // inert: the views keep that themselves
     QProperty<bool> isScanning{false};

@@ -3,6 +3,7 @@
 #include "foundation/logs/debug_log.h"
 #include "foundation/proof/audio_proof.h"
 #include "foundation/proof/glance.h"
+#include "foundation/proof/output_proof.h"
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/tools/ffmpeg_command.h"
 #include "interleaver/chunk_carrying.h"
@@ -96,6 +97,7 @@ DeinterleaveEngine::DeinterleaveEngine(const QString& ffmpegPath, const QString&
 // One job on its way.
 struct DeinterleaveEngine::Work {
     const MultiChannelSource& source;
+    OutputProof proof;
     std::map<QString, std::unique_ptr<NewFile>> files; // by tag
     bool replaces = false;
     DeinterleaveResult result;
@@ -115,6 +117,11 @@ struct DeinterleaveEngine::Work {
         for (const auto& [tag, file] : files) names.insert(file->path(), paths::lastComponent(file->finalPath()));
         return names;
     }
+    QMap<QString, QString> finalPaths() const {
+        QMap<QString, QString> paths;
+        for (const auto& [tag, file] : files) paths.insert(file->path(), file->finalPath());
+        return paths;
+    }
     QMap<QString, QString> unfinished() const {
         QMap<QString, QString> paths;
         for (const auto& [tag, file] : files) paths.insert(tag, file->path());
@@ -127,7 +134,7 @@ DeinterleaveResult DeinterleaveEngine::deinterleave(const MultiChannelSource& so
                                                     const BeforePublishingAll& complete, bool isDurable) const {
     RunLedger ownLedger(QStringList(source.sourceURL));
     if (!ledger) ledger = &ownLedger;
-    Work work{source};
+    Work work{.source = source, .proof = OutputProof(options.proves)};
     ItemOutcome& outcome = work.result.outcome;
     outcome.sources = ItemOutcome::allKept({source.sourceURL});
     const QString format = source.outputFormat(options.outputFormatPolicy);
@@ -154,6 +161,7 @@ DeinterleaveResult DeinterleaveEngine::deinterleave(const MultiChannelSource& so
         if (complete) complete(work.finalNames(), road.isDirect());
         check(work);
     }
+    if (!work.hasFailed) prove(work);
     if (!work.hasFailed) publish(work, isDurable);
     for (const QString& output : outcome.outputs) ledger->noteWritten(output);
     report(source.id, outcome.status);
@@ -167,12 +175,13 @@ void DeinterleaveEngine::make(Work& work, const Road& road, const ProcessingOpti
     work.result.outcome.message = QStringLiteral("Successfully created: ") +
                                   namesOf(work.result.outputURLs, work.source).join(QStringLiteral(", "));
     try {
-        work.result.outcome.warnings << road.make(planned, [&] {
+        const auto byFFmpeg = [&] {
             runFFmpeg(work, buildDeinterleaveCommand(work.source, options, format, work.unfinished()) +
                                 unselectedChannelSinks(work.source, work.unfinished()));
             if (work.hasFailed) return;
             addChunks(work, planned);
-        });
+        };
+        work.result.outcome.warnings << road.make(planned, byFFmpeg, {}, work.proof.sources());
     } catch (const RoadError& error) {
         work.fail(work.namingFinal(error.description));
     }
@@ -280,6 +289,12 @@ void DeinterleaveEngine::check(Work& work) const {
                                         .arg(name, differing.join(QStringLiteral(", ")));
 }
 
+void DeinterleaveEngine::prove(Work& work) const {
+    ItemOutcome& outcome = work.result.outcome;
+    outcome.proof = work.proof.of(channelPairs(work.source, work.result.order, work.unfinished()), work.finalPaths());
+    if (outcome.proof && outcome.proof->differs()) work.fail(outcome.proof->failure());
+}
+
 // All of the set or none of it: a part of it would keep a later run from making the rest.
 void DeinterleaveEngine::publish(Work& work, bool isDurable) const {
     try {
@@ -289,6 +304,7 @@ void DeinterleaveEngine::publish(Work& work, bool isDurable) const {
         work.result.outcome.status = ProcessingStatus::completed();
     } catch (const FileError& error) {
         for (const auto& [tag, file] : work.files) file->withdraw();
+        work.result.outcome.proof.reset(); // of files that are gone
         work.fail(error.description);
     }
     for (const QString& tag : work.result.order) {

@@ -75,6 +75,7 @@ private:
     void runFFmpeg(Work& work, const QStringList& arguments) const;
     void addChunks(Work& work, const std::vector<PlannedOutput>& outputs) const;
     void check(Work& work) const;
+    void prove(Work& work) const;
     void publish(Work& work, bool isDurable) const;
     void lookAtMetadata(const Work& work) const;
     void report(const QUuid& sourceId, const ProcessingStatus& status) const;

@@ -26,6 +26,7 @@ ItemReport DeinterleaveJob::run() {
     for (const QString& warning : result.outcome.warnings) say(LogLevel::warning, warning);
     report_.warn(bextWarnings_, LogCategory::metadata, name_);
     report_.tellPreservation(name_);
+    report_.tellProof(name_);
     if (!result.outcome.succeeded()) {
         say(LogLevel::error, QStringLiteral("%1: %2").arg(name_, result.outcome.message));
         return std::move(report_);

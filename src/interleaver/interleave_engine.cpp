@@ -4,6 +4,7 @@
 #include "foundation/chunks/shown_recording.h"
 #include "foundation/logs/debug_log.h"
 #include "foundation/proof/audio_proof.h"
+#include "foundation/proof/output_proof.h"
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/run/output_file.h"
 #include "foundation/tools/ffmpeg_command.h"
@@ -108,6 +109,7 @@ QString InterleaveEngine::generateOutputURL(const InterleaveGroup& group, const 
 // One job on its way: what it needs at every step, and what it gives in the end.
 struct InterleaveEngine::Work {
     const InterleaveGroup& group;
+    OutputProof proof;
     std::vector<RIFFChunk> chunks;
     std::optional<OutputFile> file;
     InterleaveResult result;
@@ -128,7 +130,7 @@ InterleaveResult InterleaveEngine::interleave(const InterleaveGroup& group, cons
     const QStringList sources = filesInOrder(group, layout);
     RunLedger ownLedger(group.channelFiles.values());
     if (!ledger) ledger = &ownLedger;
-    Work work{group};
+    Work work{.group = group, .proof = OutputProof(options.proves)};
     ItemOutcome& outcome = work.result.outcome;
     outcome.sources = ItemOutcome::allKept(sources);
     const auto command = [&, format = group.outputFormat(options.outputFormatPolicy)](const QString& output) {
@@ -178,11 +180,12 @@ void InterleaveEngine::make(Work& work, const ChannelLayout& layout, const QStri
     work.result.outcome.message = QStringLiteral("Successfully created: ") + paths::lastComponent(work.file->path());
     report(work.group.id, ProcessingStatus::processing());
     try {
-        work.result.outcome.warnings << road.make({planned}, [&] {
+        const auto byFFmpeg = [&] {
             work.chunks = fittedChunks(extractChunksOrExplain(work.group.firstFile()), planned.head);
             runFFmpeg(work, buildInterleaveCommand(work.group, layout, format, output));
             if (!work.hasFailed) addMetadata(work);
-        });
+        };
+        work.result.outcome.warnings << road.make({planned}, byFFmpeg, {}, work.proof.sources());
     } catch (const RoadError& error) {
         work.fail(work.file->namingFinal(error.description));
     }
@@ -221,8 +224,14 @@ void InterleaveEngine::addMetadata(Work& work) const {
 
 void InterleaveEngine::publish(Work& work, const QStringList& sources, bool isDurable) const {
     const auto check = mayReorder(sources) ? OutputFile::Check::tolerant : OutputFile::Check::strict;
-    const OutputFile::End end = work.file->finish(channelPairs(sources, work.file->unfinished()), check, isDurable);
+    const std::vector<ChannelPair> pairs = channelPairs(sources, work.file->unfinished());
+    const std::optional<ProofRecord> proof = work.proof.of(pairs, {{work.file->unfinished(), work.file->path()}});
     ItemOutcome& outcome = work.result.outcome;
+    if (proof && proof->differs()) {
+        outcome.proof = proof;
+        return work.fail(proof->failure());
+    }
+    const OutputFile::End end = work.file->finish(pairs, check, isDurable);
     outcome.warnings << end.warnings;
     work.result.isFaithful = end.isFaithful;
     if (end.nameWasTaken) {
@@ -231,6 +240,7 @@ void InterleaveEngine::publish(Work& work, const QStringList& sources, bool isDu
         work.fail(end.failure);
     } else {
         outcome.outputs = QStringList(work.file->path());
+        outcome.proof = proof;
         outcome.status = ProcessingStatus::completed();
     }
 }

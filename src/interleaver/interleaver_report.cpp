@@ -24,6 +24,15 @@ QString metadataWord(const std::optional<ItemOutcome>& outcome) {
     return outcome ? outcome->metadata.word() : QString();
 }
 
+template <class Records>
+void addProofs(const Records& records, ReportTable& table) {
+    table.headers << QStringLiteral("Proof");
+    for (qsizetype row = 0; row < table.rows.size(); ++row) {
+        const auto& outcome = records[static_cast<std::size_t>(row)].outcome;
+        table.rows[row] << (outcome ? outcome->proofText() : QString());
+    }
+}
+
 QStringList outputNames(const std::optional<ItemOutcome>& outcome) {
     QStringList names;
     for (const QString& output : outcome ? outcome->outputs : QStringList()) names << paths::lastComponent(output);
@@ -32,7 +41,7 @@ QStringList outputNames(const std::optional<ItemOutcome>& outcome) {
 
 } // namespace
 
-ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const ChannelLayout& layout) {
+ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const ChannelLayout& layout, bool proves) {
     ReportTable table;
     table.headers = columns(u"Group|Channels|Source Files|Output File|Layout|Format|Metadata Tier|Sample Rate|"
                             u"Bit Depth|Duration|Originals|Status|Metadata");
@@ -53,10 +62,11 @@ ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const Ch
                                   CSVReportGenerator::statusString(group.status),
                                   metadataWord(group.outcome)};
     }
+    if (proves) addProofs(groups, table);
     return table;
 }
 
-ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources) {
+ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources, bool proves) {
     ReportTable table;
     table.headers = columns(u"Source File|Source Path|Channels|Layout|Format|Metadata Tier|Sample Rate|Bit Depth|"
                             u"Duration|ISOs Created|Originals|Status|Metadata");
@@ -75,6 +85,7 @@ ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources) {
                                   CSVReportGenerator::statusString(source.status),
                                   metadataWord(source.outcome)};
     }
+    if (proves) addProofs(sources, table);
     return table;
 }
 

@@ -15,8 +15,10 @@ struct ReportTable {
     QVector<QStringList> rows; // one an item, whatever its status
 };
 
-ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const ChannelLayout& layout);
-ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources);
+// `proves`: with a column of what was proved, behind all others.
+ReportTable interleaveTable(const std::vector<InterleaveGroup>& groups, const ChannelLayout& layout,
+                            bool proves = false);
+ReportTable deinterleaveTable(const std::vector<MultiChannelSource>& sources, bool proves = false);
 
 // What a report tells of the run around its table.
 struct InterleaverReport {

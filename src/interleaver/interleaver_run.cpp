@@ -141,7 +141,9 @@ InterleaverReport InterleaverRun::report() const {
 }
 
 ReportTable InterleaverRun::table() const {
-    return mode == AppMode::interleave ? interleaveTable(groups, context.layout) : deinterleaveTable(sources);
+    const bool proves = context.options.proves;
+    return mode == AppMode::interleave ? interleaveTable(groups, context.layout, proves)
+                                       : deinterleaveTable(sources, proves);
 }
 
 } // namespace ostrel

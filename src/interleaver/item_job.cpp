@@ -35,6 +35,11 @@ void ItemReport::tellPreservation(const QString& item) {
         QStringLiteral("⚠️ Partial metadata preservation: %1 (%2)").arg(item, outcome.metadata.missing()), item);
 }
 
+void ItemReport::tellProof(const QString& item) {
+    if (!outcome.proof) return;
+    say(levelOf(outcome.proof->audio()), kProcess, QStringLiteral("%1: %2").arg(item, outcome.proof->sentence()), item);
+}
+
 void ItemReport::say(LogLevel level, LogCategory category, const QString& message, const QString& item) {
     log.push_back(logEntry(level, category, message, item));
 }

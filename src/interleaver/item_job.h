@@ -45,6 +45,8 @@ struct ItemReport {
     void warn(const QStringList& sentences, LogCategory category, const QString& item);
     // Names in the log what the new files have not got of their source's metadata, if there is anything.
     void tellPreservation(const QString& item);
+    // What was proved of the item, where that was asked for.
+    void tellProof(const QString& item);
 };
 
 // How the totals count a row: one whose outputs were there already is left out and no error, whatever word its status

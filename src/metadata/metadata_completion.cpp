@@ -2,34 +2,16 @@
 
 #include "foundation/chunks/chunk_bytes.h"
 #include "metadata/chunks/riff_chunks.h"
+#include "metadata/chunks/md5_chunk.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
 
-#include <QCryptographicHash>
-#include <QFile>
 #include <QSet>
 #include <algorithm>
 #include <vector>
 
 namespace ostrel {
 namespace {
-
-constexpr qint64 kHashBlock = 1 << 20;
-
-// Of the data chunk's payload, in the order of the chunk: last byte first.
-QByteArray reversedDigest(QFile& file, const ChunkPlace& data) {
-    QCryptographicHash hash(QCryptographicHash::Md5);
-    if (!file.seek(data.payload)) return {};
-    for (qint64 left = data.size; left > 0;) {
-        const QByteArray block = file.read(std::min(left, kHashBlock));
-        if (block.isEmpty()) return {};
-        hash.addData(block);
-        left -= block.size();
-    }
-    QByteArray digest = hash.result();
-    std::reverse(digest.begin(), digest.end());
-    return digest;
-}
 
 // What stays true of a file whose channels are others and whose timeline is the same: texts, and marks that count
 // frames. What tells of channels (ADM) or names the very file (a program's own identifiers) would be a lie.
@@ -84,18 +66,6 @@ MetadataCompletion completeMetadata(const QString& source, const QString& target
                                    .arg(paths::lastComponent(source));
     }
     return completion;
-}
-
-bool renewMd5Chunk(const QString& path) {
-    const WaveChunks chunks(path);
-    const auto chunk = chunks.find("MD5 ");
-    const auto data = chunks.find("data");
-    if (!chunk || !data) return true;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly)) return false;
-    const QByteArray digest = reversedDigest(file, *data);
-    if (digest.size() != 16 || chunk->size < digest.size()) return false;
-    return file.seek(chunk->payload) && file.write(digest) == digest.size() && file.flush();
 }
 
 } // namespace ostrel

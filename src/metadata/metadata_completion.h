@@ -20,8 +20,4 @@ struct MetadataCompletion {
 MetadataCompletion completeMetadata(const QString& source, const QString& target, SourceUmid umid,
                                     const QString& fileName = QString());
 
-// Makes the `MD5 ` chunk of a file, if it has one, the digest of its audio: 16 bytes, MD5 of the data chunk's payload,
-// stored in reverse order. False where that was not to be done.
-bool renewMd5Chunk(const QString& file);
-
 } // namespace ostrel

@@ -141,14 +141,17 @@ CopyPlan DirectRoad::planOf(const std::vector<PlannedOutput>& outputs, QStringLi
     return plan;
 }
 
-QStringList DirectRoad::make(const std::vector<PlannedOutput>& outputs,
-                             const std::function<void(double)>& progress) const {
+QStringList DirectRoad::make(const std::vector<PlannedOutput>& outputs, const std::function<void(double)>& progress,
+                             SourceHashes* hashes) const {
     QStringList warnings;
     const CopyPlan plan = planOf(outputs, warnings);
     Steps steps(progress);
     const auto total = static_cast<double>(std::max<std::uint64_t>(1, plan.bytesToWrite()));
     try {
-        copyChannels(plan, [&](std::uint64_t bytes) { steps.reach(static_cast<double>(bytes) / total); });
+        copyChannels(
+            plan, [&](std::uint64_t bytes) { steps.reach(static_cast<double>(bytes) / total); },
+            hashes ? &hashes->witness(plan) : nullptr);
+        if (hashes) hashes->takeOver();
     } catch (const CopyError& error) {
         throw RoadError(QStringLiteral("%1: %2").arg(paths::lastComponent(QFile::decodeName(error.path.c_str())),
                                                      QString::fromUtf8(error.what())));

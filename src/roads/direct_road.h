@@ -8,6 +8,7 @@
 // width, valid bits and kind stay. Blocks; for any thread but the main one.
 #pragma once
 
+#include "foundation/proof/source_hashes.h"
 #include "roads/planned_output.h"
 #include "wave/channel_copy.h"
 #include "wave/wave_layout.h"
@@ -38,8 +39,9 @@ public:
 
     // All files, or none that counts: what stands in them after a RoadError is a part. Gives warnings, whole sentences.
     // `progress` (0 to 1) is called from threads of the road's own, one at a time. Outputs end with the shortest
-    // source.
-    QStringList make(const std::vector<PlannedOutput>& outputs, const std::function<void(double)>& progress = {}) const;
+    // source. `hashes`: takes note of what was read of the sources; null: nobody asks.
+    QStringList make(const std::vector<PlannedOutput>& outputs, const std::function<void(double)>& progress = {},
+                     SourceHashes* hashes = nullptr) const;
 
 private:
     QString refusalOf(const QString& file, int channels) const;

@@ -17,8 +17,8 @@ Road::Road(EngineChoice chosen, const QStringList& sources, int channels, const 
 }
 
 QStringList Road::make(const std::vector<PlannedOutput>& outputs, const std::function<void()>& byFFmpeg,
-                       const std::function<void(double)>& progress) const {
-    if (direct_) return direct_->make(outputs, progress);
+                       const std::function<void(double)>& progress, SourceHashes* hashes) const {
+    if (direct_) return direct_->make(outputs, progress, hashes);
     byFFmpeg();
     return {};
 }

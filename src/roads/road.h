@@ -30,9 +30,10 @@ public:
     const QString& detour() const { return detour_; }
 
     // Either of them; `byFFmpeg` tells its failures its own way. Gives warnings. Throws RoadError where the direct road
-    // fails, and what `byFFmpeg` throws. `progress` as DirectRoad's; the ffmpeg road tells none.
+    // fails, and what `byFFmpeg` throws. `progress` and `hashes` as DirectRoad's; the ffmpeg road
+    // tells none, and its sources are read once more for a proof.
     QStringList make(const std::vector<PlannedOutput>& outputs, const std::function<void()>& byFFmpeg,
-                     const std::function<void(double)>& progress = {}) const;
+                     const std::function<void(double)>& progress = {}, SourceHashes* hashes = nullptr) const;
 
 private:
     std::optional<DirectRoad> direct_;

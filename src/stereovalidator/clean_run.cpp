@@ -22,6 +22,7 @@ MonoRequest requestFor(const StereoValidatorResult& result, const CleanOptions& 
         .allowOverwrite = options.allowOverwrite,
         .addSuffix = options.addSuffix,
         .analyzed = result.stamp,
+        .proves = options.proves,
     };
 }
 

@@ -23,6 +23,7 @@ struct CleanOptions {
     bool allowOverwrite = false;
     bool addSuffix = true;
     EngineChoice engine = EngineChoice::ffmpeg;
+    bool proves = false; // every result is read back and compared
 };
 
 std::vector<StereoValidatorResult> convertible(const std::vector<StereoValidatorResult>& results,

@@ -84,7 +84,7 @@ bool isWiderThanFloats(const QString& file) {
 
 MonoConversion::MonoConversion(const MonoRequest& request, const Tools& tools, RunLedger& ledger, Journal& journal)
     : request_(request), tools_(tools), ledger_(ledger), journal_(journal),
-      road_(tools.engine, {request.file}, 2, QStringLiteral("wav")),
+      road_(tools.engine, {request.file}, 2, QStringLiteral("wav")), proof_(request.proves),
       stamp_(request.analyzed ? request.analyzed : FileStamp::of(request.file)) {
     outcome_.sources = ItemOutcome::allKept({request_.file});
 }
@@ -128,6 +128,7 @@ void MonoConversion::makeFile(AudioFile& source, const MonoTarget& target) {
         throw ProcessingError::processingFailed(exists ? fileExistsSentence(path) : output.permission().reason);
     }
     write(source, output.unfinished(), paths::lastComponent(path));
+    proveOnRequest(output.unfinished(), path);
     publish(output);
     outcome_.outputs = QStringList(path);
     succeed();
@@ -168,6 +169,7 @@ void MonoConversion::replaceSource(AudioFile& source) {
     NewFile file(recording);
     write(source, file.path(), paths::lastComponent(request_.file));
     files::flush(file.path()); // what the proof reads is what the disk was given
+    proveOnRequest(file.path(), request_.file);
     takePlace(file);
 }
 
@@ -181,6 +183,13 @@ void MonoConversion::prove(const NewFile& file) const {
         why += QStringLiteral(" (which hold more bits than the floats of a mono file)");
     }
     throw ProcessingError::processingFailed(QStringLiteral("Originals kept: ") + why);
+}
+
+void MonoConversion::proveOnRequest(const QString& unfinished, const QString& path) {
+    outcome_.proof = proof_.of({{{request_.file, channel()}, {unfinished, 0}}}, {{unfinished, path}});
+    if (outcome_.proof && outcome_.proof->differs()) {
+        throw ProcessingError::processingFailed(outcome_.proof->failure());
+    }
 }
 
 void MonoConversion::takePlace(NewFile& file) {
@@ -217,11 +226,12 @@ void MonoConversion::noteWhatStands(const NewFile& file, const std::optional<Fil
 
 void MonoConversion::write(AudioFile& source, const QString& path, const QString& fileName) {
     const PlannedOutput planned{path, {{request_.file, channel()}}, head(fileName)};
-    outcome_.warnings << road_.make({planned}, [&] {
+    const auto byLibrary = [&] {
         copyChannel(source, channel(), path);
         copyBWFMetadata(path);
         fitDocument(path, planned.head);
-    });
+    };
+    outcome_.warnings << road_.make({planned}, byLibrary, {}, proof_.sources());
     outcome_.warnings << completeMetadata(request_.file, path, SourceUmid::kept, fileName).warnings;
     outcome_.metadata = compareMetadata(request_.file, path, SourceUmid::kept, fileName);
     const QString name = paths::lastComponent(request_.file);
@@ -278,7 +288,10 @@ void MonoConversion::succeed() {
 }
 
 void MonoConversion::fail(const QString& why) {
-    if (outcome_.outputs.isEmpty()) outcome_.metadata = {}; // of a file that does not stand
+    if (outcome_.outputs.isEmpty()) { // told of files that stand
+        outcome_.metadata = {};
+        if (outcome_.proof && !outcome_.proof->differs()) outcome_.proof.reset();
+    }
     outcome_.status = ProcessingStatus::failed(why);
     outcome_.message = why;
 }

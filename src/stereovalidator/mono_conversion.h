@@ -4,6 +4,7 @@
 // Blocks; for any thread.
 #pragma once
 
+#include "foundation/proof/output_proof.h"
 #include "foundation/records/engine_choice.h"
 #include "foundation/records/item_outcome.h"
 #include "foundation/run/journal.h"
@@ -37,6 +38,7 @@ private:
     void publish(OutputFile& output);
     void replaceSource(AudioFile& source);
     void prove(const NewFile& file) const;
+    void proveOnRequest(const QString& unfinished, const QString& path);
     void takePlace(NewFile& file);
     void noteWhatStands(const NewFile& file, const std::optional<FileStamp>& made);
     void write(AudioFile& source, const QString& path, const QString& fileName);
@@ -54,6 +56,7 @@ private:
     RunLedger& ledger_;
     Journal& journal_;
     const Road road_;
+    OutputProof proof_;
     std::optional<FileStamp> stamp_; // of the source when it was judged, or else when this began
     ItemOutcome outcome_;
 };

@@ -33,6 +33,7 @@ struct MonoRequest {
     bool addSuffix = true;                        // "_mono" behind the base name
     QString outputFormat = QStringLiteral("wav"); // the result's extension
     std::optional<FileStamp> analyzed;            // the source as it was when it was judged; none: nobody did
+    bool proves = false;                          // the result is read back and compared with the channel
 };
 
 struct MonoTarget {

@@ -282,6 +282,7 @@ CleanOptions StereoValidatorViewModel::cleanOptions() const {
         .allowOverwrite = allowOverwrite.value(),
         .addSuffix = addMonoSuffix.value(),
         .engine = engine.value(),
+        .proves = proves.value(),
     };
 }
 
@@ -322,6 +323,9 @@ void StereoValidatorViewModel::count(const StereoValidatorResult& result, CleanC
     const ItemOutcome& outcome = *result.outcome;
     const QString name = paths::lastComponent(result.filepath);
     for (const QString& warning : outcome.warnings) log(LogLevel::warning, LogCategory::process, warning);
+    if (outcome.proof) {
+        log(levelOf(outcome.proof->audio()), kProcess, QStringLiteral("%1: %2").arg(name, outcome.proof->sentence()));
+    }
     if (outcome.succeeded()) {
         writeValidatorDebugLine(QStringLiteral("  ✅ Processed: ") + name);
         log(LogLevel::success, LogCategory::process, outcome.message);
@@ -355,6 +359,7 @@ void StereoValidatorViewModel::autoGenerateCSVReport(const CleanCounts& counts) 
         .totalFiles = wasStopped_ ? totalFiles_ : static_cast<int>(analysisResults.size()),
         .source = source.isEmpty() ? QStringLiteral("Multiple files") : source,
         .output = outputFolder.value().isEmpty() ? QStringLiteral("Same as source") : outputFolder.value(),
+        .proves = proves.value(),
     };
     reportPath_ = writeValidatorReport(report, folder);
     reportFailed_ = reportPath_.isEmpty();

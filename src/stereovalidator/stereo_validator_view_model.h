@@ -66,6 +66,7 @@ public:
     QProperty<bool> addMonoSuffix{true};
     QProperty<bool> allowOverwrite{false};
     QProperty<EngineChoice> engine{EngineChoice::ffmpeg};
+    QProperty<bool> proves{false}; // every result is read back and compared with the channel it was made of
     QProperty<bool> generateCSV{false};
 
     QProperty<bool> isAuditioning{false}; // a result is playing

@@ -67,9 +67,12 @@ QString writeValidatorReport(const ValidatorReport& report, const QString& folde
         {QStringLiteral("Errors"), QString::number(report.errorCount)},
     };
     QVector<QStringList> rows;
-    for (const StereoValidatorResult& result : report.results)
+    for (const StereoValidatorResult& result : report.results) {
         rows << row(result, report.converted.contains(result.id));
-    return CSVReportGenerator::generate(QStringLiteral("StereoValidator"), metadata, headers(), rows, summary, folder);
+        if (report.proves) rows.last() << (result.outcome ? result.outcome->proofText() : QString());
+    }
+    const QStringList columns = report.proves ? headers() + QStringList(QStringLiteral("Proof")) : headers();
+    return CSVReportGenerator::generate(QStringLiteral("StereoValidator"), metadata, columns, rows, summary, folder);
 }
 
 } // namespace ostrel

@@ -16,9 +16,10 @@ struct ValidatorReport {
     QSet<QUuid> converted; // the ids of the results that were
     int successCount = 0;
     int errorCount = 0;
-    int totalFiles = 0; // more than there are results after an analysis that was stopped
-    QString source;     // where the files came from, for the report's head
-    QString output;     // where the results went, for the report's head
+    int totalFiles = 0;  // more than there are results after an analysis that was stopped
+    QString source;      // where the files came from, for the report's head
+    QString output;      // where the results went, for the report's head
+    bool proves = false; // with a column of what was proved, behind all others
 };
 
 // What became of a result: "Converted to Mono", or why it was left alone. A failed conversion reads "Skipped" (meant).

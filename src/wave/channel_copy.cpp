@@ -24,8 +24,9 @@ using Buffer = std::vector<unsigned char>;
 // The open files of a plan, and how far all threads have come.
 class Work {
 public:
-    explicit Work(const CopyPlan& plan, const CopyProgress& progress)
-        : plan_(plan), progress_(progress), threads_(std::clamp(std::thread::hardware_concurrency(), 1U, kMostThreads)),
+    Work(const CopyPlan& plan, const CopyProgress& progress, CopyWitness* witness)
+        : plan_(plan), progress_(progress), witness_(witness),
+          threads_(std::clamp(std::thread::hardware_concurrency(), 1U, kMostThreads)),
           framesAtOnce_(stretchOf(std::min(kInHand / threads_, kMostOfTarget * plan.targets.size()) / targetFrame())),
           lead_(leadOf(framesAtOnce_)) {
         for (const CopySource& source : plan.sources) {
@@ -96,6 +97,7 @@ private:
             const std::scoped_lock lock(faultMutex_);
             if (!fault_) fault_ = std::current_exception();
             hasFailed_ = true;
+            if (witness_) witness_->giveUp();
         }
     }
 
@@ -103,9 +105,11 @@ private:
         for (std::size_t i = 0; i < targets_.size(); ++i) written[i].resize(bytesOf(plan_.targets[i], frames));
         const std::size_t piece =
             std::max<std::size_t>(16, std::max(kPiece, kPieceOfFile * plan_.sources.size()) / sourceFrame());
+        const auto seen = witness_ ? witness_->stretch(first, frames) : nullptr;
         for (std::size_t at = 0; at < frames; at += piece) {
-            copyPiece(first, at, std::min(piece, frames - at), read, written);
+            copyPiece(first, at, std::min(piece, frames - at), read, written, seen.get());
         }
+        if (seen) seen->end();
         for (std::size_t i = 0; i < targets_.size(); ++i) {
             const CopyTarget& target = plan_.targets[i];
             targets_[i].writeAll(written[i].data(), written[i].size(), target.head.size() + bytesOf(target, first));
@@ -116,12 +120,13 @@ private:
 
     // `count` frames from the frame `at` of the stretch on that begins with the frame `first`.
     void copyPiece(std::uint64_t first, std::size_t at, std::size_t count, std::vector<Buffer>& read,
-                   std::vector<Buffer>& written) {
+                   std::vector<Buffer>& written, CopyWitness::Stretch* seen) {
         for (std::size_t i = 0; i < sources_.size(); ++i) {
             const std::size_t frame = plan_.sources[i].channels * plan_.bytesPerSample;
             read[i].resize(count * frame);
             sources_[i].readAll(read[i].data(), read[i].size(), plan_.sources[i].audio + (first + at) * frame);
         }
+        if (seen) seen->see(count, read);
         // Tile by tile, so that a frame's neighbours are still at hand when the next channel asks for them.
         const std::size_t tile = std::max<std::size_t>(128, kTile / (sourceFrame() + targetFrame()));
         for (std::size_t start = 0; start < count; start += tile) {
@@ -156,6 +161,7 @@ private:
 
     const CopyPlan& plan_;
     const CopyProgress& progress_;
+    CopyWitness* const witness_; // null: none
     const unsigned threads_;
     const std::uint64_t framesAtOnce_;
     const std::uint64_t lead_;
@@ -178,6 +184,8 @@ std::uint64_t CopyPlan::bytesToWrite() const {
     return bytes;
 }
 
-void copyChannels(const CopyPlan& plan, const CopyProgress& progress) { Work(plan, progress).run(); }
+void copyChannels(const CopyPlan& plan, const CopyProgress& progress, CopyWitness* witness) {
+    Work(plan, progress, witness).run();
+}
 
 } // namespace ostrel

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -51,8 +52,29 @@ public:
 // Bytes written so far; called from any of the threads, often.
 using CopyProgress = std::function<void(std::uint64_t bytes)>;
 
+// Sees the frames of the sources as they were read, ahead of everything that is done with them: for a check that trusts
+// nothing of the copying. All may be called from several threads at once; what they throw fails the job.
+class CopyWitness {
+public:
+    // A run of frames that one thread has in hand.
+    class Stretch {
+    public:
+        virtual ~Stretch() = default;
+        // `count` frames of every source, the next ones of the stretch; read[i] holds those of source i, interleaved.
+        virtual void see(std::size_t count, const std::vector<std::vector<unsigned char>>& read) = 0;
+        // All of its frames were seen. May wait for the ends of the stretches ahead of it.
+        virtual void end() = 0;
+    };
+
+    virtual ~CopyWitness() = default;
+    // Stretches follow each other without a gap, and begin in any order. Ends ahead of the next one of its thread.
+    virtual std::unique_ptr<Stretch> stretch(std::uint64_t first, std::size_t frames) = 0;
+    // One of the threads has failed, and its stretch will not end.
+    virtual void giveUp() noexcept = 0;
+};
+
 // Throws CopyError. The room for the targets is taken first where the file system can do so: a full disk says so before
 // any work is done. What stands in the targets after an error is a part.
-void copyChannels(const CopyPlan& plan, const CopyProgress& progress = {});
+void copyChannels(const CopyPlan& plan, const CopyProgress& progress = {}, CopyWitness* witness = nullptr);
 
 } // namespace ostrel

@@ -21,6 +21,7 @@ CopyFile::CopyFile(const std::string& path, int flags)
 
 CopyFile CopyFile::forReading(const std::string& path) { return CopyFile(path, O_RDONLY | O_NONBLOCK); }
 CopyFile CopyFile::forWriting(const std::string& path) { return CopyFile(path, O_WRONLY | O_CREAT | O_EXCL); }
+CopyFile CopyFile::forChanging(const std::string& path) { return CopyFile(path, O_WRONLY); }
 
 CopyFile::CopyFile(CopyFile&& other) noexcept
     : path_(std::move(other.path_)), descriptor_(std::exchange(other.descriptor_, -1)), opened_(other.opened_) {}

@@ -12,7 +12,8 @@ namespace ostrel {
 class CopyFile {
 public:
     static CopyFile forReading(const std::string& path);
-    static CopyFile forWriting(const std::string& path); // a new one: what is there already is not touched
+    static CopyFile forWriting(const std::string& path);  // a new one: what is there already is not touched
+    static CopyFile forChanging(const std::string& path); // one that is there; what is not written to stays
     ~CopyFile();
     CopyFile(CopyFile&& other) noexcept;
     CopyFile& operator=(CopyFile&&) = delete;
@@ -25,6 +26,7 @@ public:
     // Room on the disk for a file of that size. Nothing where the file system can't reserve any.
     void reserve(std::uint64_t size) const;
     void cutTo(std::uint64_t size) const;
+    std::uint64_t size() const { return static_cast<std::uint64_t>(opened_.st_size); } // when it was opened
     // When it was opened.
     void requireSize(std::uint64_t size) const;
     // Neither written nor cut since it was opened.

@@ -1,5 +1,6 @@
 """The jobs, each with what it starts from, its command line, and what must be true of the recordings while it is under way and
 once it got through."""
+import hashlib
 import os
 
 from recordings import BadRecording, Recording
@@ -174,6 +175,26 @@ class CleanUp(Job):
                 "moved" if os.path.exists(world.path("Originals", name)) else "gone")
 
 
+class Embed(Job):
+    """A digest of its audio into a recording, in its place."""
+    uses_ffmpeg = False
+
+    def make(self, world):
+        self.channels = poly(world, "p.wav", ["One", "Two"])
+        return ["hash", "--embed", "--json", world.path("p.wav")]
+
+    def between(self, world, run):
+        world.expect_sounds(world.path("p.wav"), self.channels, run)
+
+    def finished(self, world, run):
+        world.expect_sounds(world.path("p.wav"), self.channels, run)
+        with open(world.path("p.wav"), "rb") as file:
+            bytes_ = file.read()
+        at = bytes_.index(b"data") + 8
+        digest = hashlib.md5(bytes_[at:at + int.from_bytes(bytes_[at - 4:at], "little")]).digest()
+        world.expect(bytes_.endswith(b"MD5 \x10\0\0\0" + digest[::-1]), "the digest does not stand at its end", run)
+
+
 def track_names(world, name):
     try:
         return Recording(world.path(name)).track_names()
@@ -183,5 +204,5 @@ def track_names(world, name):
 
 ALL = (Split("split"), Join("join"), GroupedJoin("join of a folder"), Edit("edit"), EditInPlace("edit in place"), Clean("clean"),
        CleanInPlace("clean in place"), Interleave("interleave"), Deinterleave("deinterleave"),
-       CleanUp("move", "verifiedConsolidation"), CleanUp("delete", "hardDelete"))
+       CleanUp("move", "verifiedConsolidation"), CleanUp("delete", "hardDelete"), Embed("embed"))
 NAMED = {job.name: job for job in ALL}

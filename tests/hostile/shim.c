@@ -14,7 +14,8 @@
 //   from   only where the call reaches beyond this byte of its file
 //   quota  bytes that may be written in the whole run before the disk is full; needs no deed
 //   do     fail (errno=NAME), kill (this process), killparent (this process and its parent), orphan (the parent alone),
-//          killtree (every process of the run), delay (ms=N), pause (flag=FILE: made, then waits for FILE.go), count
+//          killtree (every process of the run), delay (ms=N), pause (flag=FILE: made, then waits for FILE.go), count,
+//          flip (a bit in the middle of what is written, as bad memory or a bad cable does; nobody is told)
 //   when   half: half of a write is done ahead of the deed; after: the whole call is
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -43,8 +44,8 @@ enum Call {
 static const char* const CALLS[callCount] = {"open", "create", "read", "write", "fsync", "rename", "exchange", "link",
                                              "unlink", "copy", "allocate", "truncate", "mkdir", "attribute"};
 
-enum Deed { deedFail, deedKill, deedKillParent, deedOrphan, deedKillTree, deedDelay, deedPause, deedCount };
-static const char* const DEEDS[] = {"fail", "kill", "killparent", "orphan", "killtree", "delay", "pause", "count"};
+enum Deed { deedFail, deedKill, deedKillParent, deedOrphan, deedKillTree, deedDelay, deedPause, deedCount, deedFlip };
+static const char* const DEEDS[] = {"fail", "kill", "killparent", "orphan", "killtree", "delay", "pause", "count", "flip"};
 
 enum When { before, half, after };
 
@@ -240,10 +241,11 @@ struct Verdict {
     enum When when;
     enum Deed deed;   // kill at `when`
     int dies;
+    int flips; // a bit
 };
 
 static struct Verdict ask(enum Call call, const char* path, const char* other, int64_t end, uint64_t bytes) {
-    struct Verdict verdict = {0, -1, before, deedCount, 0};
+    struct Verdict verdict = {0, -1, before, deedCount, 0, 0};
     const int errorBefore = errno;
     for (int i = 0; ready && i < ruleCount; ++i) {
         const struct Rule* rule = &rules[i];
@@ -265,6 +267,7 @@ static struct Verdict ask(enum Call call, const char* path, const char* other, i
         case deedPause: pauseAt(rule->flag); break;
         case deedOrphan: killProcess(getppid()); break;
         case deedCount: break;
+        case deedFlip: verdict.flips = 1; break;
         default:
             if (rule->when == before) die(rule->deed);
             verdict.when = rule->when;
@@ -326,6 +329,16 @@ static ssize_t plainWrite(int file, const void* buffer, size_t size, int64_t off
     return offset < 0 ? syscall(SYS_write, file, buffer, size) : syscall(SYS_pwrite64, file, buffer, size, offset);
 }
 
+static ssize_t writeFlipped(int file, const void* buffer, size_t size, int64_t offset) {
+    unsigned char* copy = malloc(size);
+    if (!copy) return fails(ENOMEM);
+    memcpy(copy, buffer, size);
+    copy[size / 2] ^= 1;
+    const ssize_t result = plainWrite(file, copy, size, offset);
+    free(copy);
+    return result;
+}
+
 static ssize_t writeAt(int file, const void* buffer, size_t size, int64_t offset) {
     char path[PATH_MAX];
     if (!ready) return plainWrite(file, buffer, size, offset);
@@ -337,6 +350,7 @@ static ssize_t writeAt(int file, const void* buffer, size_t size, int64_t offset
     }
     if (verdict.error && verdict.allowed > 0) return plainWrite(file, buffer, (size_t)verdict.allowed, offset);
     if (verdict.error && verdict.when == half && size > 1) return plainWrite(file, buffer, size / 2, offset);
+    if (verdict.flips && size > 0) return writeFlipped(file, buffer, size, offset);
     CARRY_OUT(verdict, ssize_t, plainWrite(file, buffer, size, offset));
 }
 

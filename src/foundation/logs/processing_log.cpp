@@ -4,6 +4,15 @@
 
 namespace ostrel {
 
+LogLevel levelOf(ProofFinding finding) {
+    switch (finding) {
+    case ProofFinding::identical: return LogLevel::success;
+    case ProofFinding::unproven: return LogLevel::warning;
+    case ProofFinding::differs: break;
+    }
+    return LogLevel::error;
+}
+
 QString rawText(LogLevel level) {
     switch (level) {
     case LogLevel::info: return QStringLiteral("INFO");

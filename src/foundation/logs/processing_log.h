@@ -1,6 +1,8 @@
 // The log that a person reads.
 #pragma once
 
+#include "foundation/records/proof_record.h"
+
 #include <QDateTime>
 #include <QString>
 #include <QUuid>
@@ -14,6 +16,8 @@ enum class LogCategory { scan, process, metadata, cleanup, system };
 inline constexpr LogCategory kScan = LogCategory::scan;
 inline constexpr LogCategory kProcess = LogCategory::process;
 inline constexpr LogCategory kMetadata = LogCategory::metadata;
+
+LogLevel levelOf(ProofFinding finding); // at which a log tells of it
 
 QString rawText(LogLevel level);       // "INFO", "OK", "WARN", "ERROR"
 QString rawText(LogCategory category); // "SCAN", "PROCESS", "META", "CLEANUP", "SYSTEM"

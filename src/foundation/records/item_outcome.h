@@ -4,9 +4,11 @@
 
 #include "foundation/records/metadata_record.h"
 #include "foundation/records/processing_status.h"
+#include "foundation/records/proof_record.h"
 
 #include <QString>
 #include <QStringList>
+#include <optional>
 #include <vector>
 
 namespace ostrel {
@@ -32,6 +34,7 @@ struct ItemOutcome {
     std::vector<SourceFate> sources;
     MetadataRecord metadata; // of `outputs`, compared; empty where there are none, or nothing was to be carried
     bool wasThere = false;   // the outputs were: counts as a skip, whatever word its status has
+    std::optional<ProofRecord> proof; // of what was made, where one was asked for; also where it made the item fail
 
     bool operator==(const ItemOutcome&) const = default;
 
@@ -41,6 +44,9 @@ struct ItemOutcome {
 
     // "Kept", "Moved", "Deleted", "Replaced"; each kind with its count where they differ: "Moved 2, Kept 1".
     QString sourcesText() const;
+
+    // "Identical", "Unproven", "Differs"; empty without a proof.
+    QString proofText() const { return proof ? reportName(proof->audio()) : QString(); }
 
     // All of these sources are where they were.
     static std::vector<SourceFate> allKept(const QStringList& sources);

@@ -36,6 +36,7 @@ struct ProcessingOptions {
     bool moveOriginalsDeinterleave = false;
     bool deleteOriginalsDeinterleave = false;
     bool includeSubfolders = true;
+    bool proves = false; // every output is read back and compared, channel by channel
 
     bool operator==(const ProcessingOptions&) const = default;
 };

@@ -5,6 +5,7 @@
 #include "platform/paths.h"
 #include "platform/processes/tool_limits.h"
 
+#include <QFile>
 #include <QScopeGuard>
 #include <fcntl.h>
 #include <unistd.h>

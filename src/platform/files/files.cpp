@@ -225,6 +225,11 @@ void flush(const QString& path) {
     if (file.number < 0 || ::fsync(file.number) != 0) fail(QStringLiteral("Could not write"), path, reason());
 }
 
+void forgetCached(const QString& path) {
+    const Descriptor file(path, O_RDONLY);
+    if (file.number >= 0) ::posix_fadvise(file.number, 0, 0, POSIX_FADV_DONTNEED);
+}
+
 bool sameBytes(const QString& a, const QString& b) {
     QFile left(a);
     QFile right(b);

@@ -40,6 +40,10 @@ void renameOver(const QString& from, const QString& to);
 // have them.
 void flush(const QString& path);
 
+// What is read of the file from here on comes from the disk, as far as the system does that for a file that was
+// flushed; a file system in memory has no other place for it.
+void forgetCached(const QString& path);
+
 // Copies contents and mode into a file that is not there yet; a part of it stays where that fails. Shares the blocks
 // where the file system can.
 void copy(const QString& from, const QString& to);

@@ -1,5 +1,6 @@
 #include "polytools/edit/batch_edit.h"
 
+#include "foundation/proof/output_proof.h"
 #include "foundation/run/run_ledger.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
@@ -55,8 +56,14 @@ private:
         }
         try {
             ChannelFilterResult edited =
-                options_.inPlace ? renameTracksInPlace(row.poly, options_.renames, tools_, hooks_) : rebuild(row.poly);
+                options_.inPlace ? renameTracksInPlace(row.poly, options_.renames, tools_, hooks_, options_.proves)
+                                 : rebuild(row.poly);
+            tellProof(row.fileName, edited.outcome, log_);
             succeed(row, edited);
+        } catch (const ProofError& error) {
+            row.outcome.proof = error.record;
+            tellProof(row.fileName, row.outcome, log_);
+            fail(row, describe(error));
         } catch (const std::exception& error) {
             const QString reason = describe(error);
             log_.error(kProcess, QStringLiteral("❌ Error processing %1: %2").arg(row.fileName, reason));
@@ -69,7 +76,8 @@ private:
         files::createFolder(folder);
         const QString name = options_.files.size() == 1 ? options_.customName : QString();
         return engine_.removeChannelsFromPoly(poly, options_.filter, folder, name, options_.renames, options_.reorder,
-                                              existingOutputRule(options_.skipIfExists, options_.overwriteExisting));
+                                              existingOutputRule(options_.skipIfExists, options_.overwriteExisting),
+                                              options_.proves);
     }
 
     void succeed(PolyFileResult& row, const ChannelFilterResult& edited) {
@@ -82,7 +90,9 @@ private:
 
     void fail(PolyFileResult& row, const QString& reason) {
         ++result_.errorCount;
+        const std::optional<ProofRecord> proof = row.outcome.proof;
         row.outcome = ItemOutcome::failure(reason, {row.sourceURL});
+        row.outcome.proof = proof;
         result_.fileResults.push_back(std::move(row));
     }
 

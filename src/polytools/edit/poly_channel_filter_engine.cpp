@@ -1,6 +1,7 @@
 #include "polytools/edit/poly_channel_filter_engine.h"
 
 #include "foundation/domain_error.h"
+#include "foundation/proof/output_proof.h"
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/run/output_file.h"
 #include "metadata/ixml/ixml_text.h"
@@ -37,11 +38,11 @@ QString numberAndName(int number, const QString& name) { return QStringLiteral("
 class Edit {
 public:
     Edit(const PolyChannelFilterEngine& engine, const PolyEngineTools& tools, const PolyEngineHooks& hooks,
-         const PolyFile& poly, const RenameMap& renames, const ReorderList& reorder)
+         const PolyFile& poly, const RenameMap& renames, const ReorderList& reorder, bool proves)
         : engine_(engine), tools_(tools), poly_(poly), renames_(renames), reorder_(reorder),
           reordered_(reorder && !reorder->empty()), ownLedger_(QStringList(poly.url)),
           ledger_(hooks.ledger ? *hooks.ledger : ownLedger_),
-          log_(hooks, QStringLiteral("PolyChannelFilterEngine"), paths::stem(poly.url)) {}
+          log_(hooks, QStringLiteral("PolyChannelFilterEngine"), paths::stem(poly.url)), proof_(proves) {}
 
     ChannelFilterResult run(const ChannelFilterOptions& filter, const QString& outputFolder, const QString& outputName,
                             ExistingOutput rule) {
@@ -217,10 +218,11 @@ private:
         log_.info(kProcess, QStringLiteral("💾 Output: ") + paths::lastComponent(output.path()));
         const Road road(tools_.engine(), {poly_.url}, poly_.channelCount, QStringLiteral("wav"));
         if (!road.detour().isEmpty()) log_.info(kProcess, road.detour());
-        const QStringList warnings = road.make({plannedOutput(output)}, [&] {
+        const auto byFFmpeg = [&] {
             build(output);
             restoreMetadata(output);
-        });
+        };
+        const QStringList warnings = road.make({plannedOutput(output)}, byFFmpeg, {}, proof_.sources());
         for (const QString& warning : warnings) warn(warning);
         if (road.isDirect()) {
             log_.success(kProcess, QStringLiteral("✅ Created new %1-channel poly: %2")
@@ -341,6 +343,8 @@ private:
             const int channel = static_cast<int>(&track - final_.data());
             pairs.push_back({{poly_.url, track.originalInterleaveIndex - 1}, {output.unfinished(), channel}});
         }
+        proven_ = proof_.of(pairs, {{output.unfinished(), output.path()}});
+        if (proven_ && proven_->differs()) throw ProofError(*proven_);
         const OutputFile::End end = output.finish(pairs, OutputFile::Check::strict);
         if (!end.failure.isEmpty()) throw FileError(end.failure);
         for (const QString& warning : end.warnings) warn(warning);
@@ -357,6 +361,7 @@ private:
         ChannelFilterResult result;
         result.outcome = {status, outputs, warnings_, status.text, ItemOutcome::allKept({poly_.url})};
         if (metadata_ && !outputs.isEmpty()) result.outcome.metadata = *metadata_;
+        if (!outputs.isEmpty()) result.outcome.proof = proven_;
         result.channelCount = static_cast<int>(final_.size());
         for (const FinalTrack& track : final_) result.trackNames << track.name;
         result.logEntries = log_.take();
@@ -372,6 +377,8 @@ private:
     RunLedger ownLedger_; // of an edit by itself
     RunLedger& ledger_;
     EngineLog log_;
+    OutputProof proof_;
+    std::optional<ProofRecord> proven_;
     std::vector<FinalTrack> final_;
     QStringList warnings_;
     std::optional<MetadataRecord> metadata_; // nothing: there was no tool to carry any
@@ -386,8 +393,8 @@ ChannelFilterResult
 PolyChannelFilterEngine::removeChannelsFromPoly(const PolyFile& polyFile, const ChannelFilterOptions& filter,
                                                 const QString& outputFolder, const QString& outputFileName,
                                                 const RenameMap& batchRenameMap, const ReorderList& channelReorderMap,
-                                                ExistingOutput rule) const {
-    return Edit(*this, tools_, hooks_, polyFile, batchRenameMap, channelReorderMap)
+                                                ExistingOutput rule, bool proves) const {
+    return Edit(*this, tools_, hooks_, polyFile, batchRenameMap, channelReorderMap, proves)
         .run(filter, outputFolder, outputFileName, rule);
 }
 

@@ -24,11 +24,13 @@ public:
     // it is the poly's own, and "_{k}ch" is added where that would be the poly itself; a given name that leads to the
     // poly is refused. Metadata is restored wherever the tools allow it. Throws
     // DomainError "ChannelFilter" 1 (nothing to do), 2 (no channel would stay), 3 (ffmpeg failed), 4 (the output is the
-    // source), ProcessLaunchError and FileError. Failed metadata is a log line.
+    // source), ProcessLaunchError, FileError and, where it `proves` the new poly, ProofError. Failed metadata is a log
+    // line.
     ChannelFilterResult removeChannelsFromPoly(const PolyFile& polyFile, const ChannelFilterOptions& filter,
                                                const QString& outputFolder, const QString& outputFileName,
                                                const RenameMap& batchRenameMap, const ReorderList& channelReorderMap,
-                                               ExistingOutput rule = ExistingOutput::replaced) const;
+                                               ExistingOutput rule = ExistingOutput::replaced,
+                                               bool proves = false) const;
 
     // The file's own track list by interleave index; numbered channels where it has none.
     std::vector<SourceTrack> extractTrackListFromPoly(const QString& polyURL, int channelCount,

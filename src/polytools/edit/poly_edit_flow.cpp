@@ -119,6 +119,7 @@ BatchEditOptions PolyEditFlow::makeOptions() const {
     options.customName = safeFileName(edit_.channelRemovalCustomName.value());
     options.skipIfExists = state_.skipIfExists.value();
     options.overwriteExisting = state_.overwriteExisting.value();
+    options.proves = state_.proves.value();
     return options;
 }
 

@@ -1,10 +1,13 @@
 #include "polytools/edit/track_rename.h"
 
 #include "foundation/domain_error.h"
+#include "foundation/proof/output_proof.h"
 #include "foundation/proof/unexplained_bytes.h"
+#include "foundation/run/in_place.h"
 #include "foundation/run/journal.h"
 #include "foundation/run/run_ledger.h"
 #include "metadata/bext_completion.h"
+#include "metadata/metadata_comparison.h"
 #include "platform/files/files.h"
 #include "platform/files/replacement.h"
 #include "platform/paths.h"
@@ -22,25 +25,6 @@ DomainError renameError(const QString& description) {
 }
 
 std::string nameOf(const QString& path) { return QFile::encodeName(path).toStdString(); }
-
-// The copy that is worked on, hidden beside the recording so that it can take its place in one step.
-void copyTo(const QString& copy, const QString& recording) {
-    files::copy(recording, copy);
-    // A read-only recording is refused later on; its copy has to be written to meanwhile.
-    QFile::setPermissions(copy, QFile::permissions(copy) | QFileDevice::WriteUser);
-}
-
-// Written down ahead of the step and after it.
-void takePlace(NewFile& copy, const FileStamp& before, Journal& journal) {
-    const int step = journal.begin(JournalOperation::replace, copy.finalPath(), copy.finalPath(), copy.path());
-    try {
-        replaceRecording(copy, before);
-    } catch (const FileError& error) {
-        journal.fail(step, error.description);
-        throw;
-    }
-    journal.end(step);
-}
 
 QString trackElement(const SourceTrack& track) {
     return QStringLiteral("<TRACK><CHANNEL_INDEX>%1</CHANNEL_INDEX><INTERLEAVE_INDEX>%2</INTERLEAVE_INDEX>"
@@ -67,6 +51,18 @@ QString withNewTrackList(const QString& ixml, int channelCount, const std::map<i
         .arg(list);
 }
 
+// The recording is named as the person named it; a link leads to it.
+std::optional<ProofRecord> proofOfCopy(const PolyFile& poly, const QString& recording, const NewFile& copy,
+                                       bool proves) {
+    std::vector<ChannelPair> pairs;
+    for (int channel = 0; channel < poly.channelCount; ++channel) {
+        pairs.push_back({{recording, channel}, {copy.path(), channel}});
+    }
+    std::optional<ProofRecord> proof = OutputProof(proves).of(pairs, {{copy.path(), poly.url}});
+    if (proof && proof->differs()) throw ProofError(*proof);
+    return proof;
+}
+
 // The names as the tracks are found by their number, for comparing what was wanted with what is there.
 std::map<int, QString> namesByNumber(const QString& ixml) {
     std::map<int, QString> names;
@@ -77,7 +73,7 @@ std::map<int, QString> namesByNumber(const QString& ixml) {
 } // namespace
 
 ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMap& renames,
-                                        const PolyEngineTools& tools, const PolyEngineHooks& hooks) {
+                                        const PolyEngineTools& tools, const PolyEngineHooks& hooks, bool proves) {
     EngineLog log(hooks, QStringLiteral("PolyChannelFilterEngine"), paths::stem(polyFile.url));
     log.info(LogCategory::process, QStringLiteral("━━━ RENAME TRACKS IN PLACE: %1 ━━━").arg(polyFile.fileName));
     if (tools.bwfmetaeditPath.isEmpty()) {
@@ -112,7 +108,7 @@ ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMa
         hasTracks ? replaceTrackNames(*old, names) : withNewTrackList(*old, polyFile.channelCount, names);
 
     NewFile copy(recording);
-    copyTo(copy.path(), recording);
+    copyForChanges(copy);
     if (!importIXML(tools.bwfmetaeditPath, renamed, copy.path())) {
         throw renameError(QStringLiteral("bwfmetaedit could not write the iXML"));
     }
@@ -127,6 +123,9 @@ ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMa
     if (!sameAudio(nameOf(recording), nameOf(copy.path()))) {
         throw renameError(QStringLiteral("The audio of the edited copy differs"));
     }
+    const std::optional<ProofRecord> proven = proofOfCopy(polyFile, recording, copy, proves);
+    MetadataRecord metadata; // told of where somebody asked for a proof
+    if (proven) metadata = compareMetadata(recording, copy.path(), SourceUmid::kept);
     const auto journal = hooks.journal ? hooks.journal : std::make_shared<Journal>(QStringLiteral("edit"));
     takePlace(copy, *before, *journal);
 
@@ -143,6 +142,8 @@ ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMa
     result.outcome.status = ProcessingStatus::completed();
     result.outcome.outputs = {polyFile.url};
     result.outcome.warnings = cleared;
+    result.outcome.proof = proven;
+    result.outcome.metadata = metadata;
     result.outcome.sources = {{polyFile.url, SourceFate::Kind::replaced, QString()}};
     result.channelCount = polyFile.channelCount;
     for (const auto& [number, name] : present) result.trackNames << name;

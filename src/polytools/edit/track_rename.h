@@ -10,8 +10,9 @@ namespace ostrel {
 
 // Changes track names in the poly and nothing else: a copy beside it gets the new iXML, is compared with the old file
 // and takes its place in one step. Whatever fails before leaves the old file whole. Throws DomainError "ChannelFilter",
-// FileError and ProcessLaunchError.
+// FileError, ProcessLaunchError and, where it `proves` the copy, ProofError.
 ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMap& renames,
-                                        const PolyEngineTools& tools, const PolyEngineHooks& hooks = {});
+                                        const PolyEngineTools& tools, const PolyEngineHooks& hooks = {},
+                                        bool proves = false);
 
 } // namespace ostrel

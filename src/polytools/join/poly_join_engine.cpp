@@ -1,5 +1,6 @@
 #include "polytools/join/poly_join_engine.h"
 
+#include "foundation/proof/output_proof.h"
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/run/output_file.h"
 #include "foundation/tools/ffmpeg_command.h"
@@ -24,7 +25,7 @@ public:
          const QString& output, const JoinOptions& options, const PolyJoinEngine::Progress& progress)
         : tools_(tools), isos_(isoFiles), path_(output), file_(paths::lastComponent(output)), options_(options),
           progress_(progress), ownLedger_(urls()), ledger_(hooks.ledger ? *hooks.ledger : ownLedger_),
-          log_(hooks, QStringLiteral("PolyJoinEngine"), paths::stem(output)) {}
+          log_(hooks, QStringLiteral("PolyJoinEngine"), paths::stem(output)), proof_(options.proves) {}
 
     JoinResult run() {
         outcome_.sources = ItemOutcome::allKept(urls());
@@ -58,7 +59,8 @@ private:
                 },
                 [this](double share) {
                     if (progress_) progress_(0.2 + 0.6 * share, QStringLiteral("Building poly file..."));
-                });
+                },
+                proof_.sources());
             for (const QString& warning : warnings) warn(warning);
         } catch (const RoadError& error) {
             return refused(output.namingFinal(error.description));
@@ -88,6 +90,12 @@ private:
             // A mix of two channels is no channel of its source.
             if (iso.channelCount <= 1) pairs.push_back({{iso.url, 0}, {output.unfinished(), channel}});
         }
+        const std::optional<ProofRecord> proof = prove(output);
+        if (proof && proof->differs()) {
+            outcome_.proof = proof;
+            tellProof(file_, outcome_, log_);
+            return refuse(proof->failure());
+        }
         const OutputFile::End end = output.finish(pairs, OutputFile::Check::strict);
         if (end.nameWasTaken) return refuse(end.failure);
         if (!end.failure.isEmpty()) return refuse(end.failure);
@@ -96,12 +104,23 @@ private:
         }
         outcome_.status = ProcessingStatus::completed();
         outcome_.outputs = QStringList(path_);
+        outcome_.proof = proof;
+        tellProof(file_, outcome_, log_);
         if (metadata_) {
             tellPreservation(QStringLiteral("Join completed"), file_, *metadata_, log_);
             outcome_.metadata = *metadata_;
         }
         log_.success(kProcess, QStringLiteral("Created: %1 (%2 channels)").arg(file_).arg(isos_.size()));
         tell(1.0, "Complete");
+    }
+
+    std::optional<ProofRecord> prove(const OutputFile& output) {
+        std::vector<ChannelPair> pairs;
+        for (const ISOFile& iso : isos_) {
+            const int channel = static_cast<int>(&iso - isos_.data());
+            pairs.push_back({{iso.url, iso.channelCount > 1 ? kMixedChannels : 0}, {output.unfinished(), channel}});
+        }
+        return proof_.of(pairs, {{output.unfinished(), path_}});
     }
 
     void leave(const WritePermission& permission) {
@@ -279,6 +298,7 @@ private:
     RunLedger ownLedger_; // of a join by itself
     RunLedger& ledger_;
     EngineLog log_;
+    OutputProof proof_;
     ItemOutcome outcome_;
     std::optional<MetadataRecord> metadata_; // nothing: there was no tool to carry any
 };

@@ -163,6 +163,7 @@ JoinOptions PolyJoinFlow::joinOptions() const {
     options.keepOriginalName = join_.joinKeepOriginalName.value();
     options.strict = join_.joinStrict.value();
     options.downmix = join_.joinDownmix.value();
+    options.proves = state_.proves.value();
     return options;
 }
 

@@ -19,6 +19,7 @@ struct BatchEditOptions {
     bool inPlace = false; // only the names are changed, in the files themselves
     bool skipIfExists = true;
     bool overwriteExisting = false;
+    bool proves = false; // every output is read back and compared, channel by channel
 };
 
 } // namespace ostrel

@@ -28,6 +28,7 @@ struct JoinOptions {
     bool keepOriginalName = false; // of a batch: names without "_poly" at their end
     bool strict = false;           // refuses ISOs of unequal length or start instead of warning of them
     bool downmix = false;          // takes files of more than one channel, mixed to one
+    bool proves = false;           // the poly is read back and compared, channel by channel
 };
 
 struct JoinResult {

@@ -25,6 +25,7 @@ struct ChannelItem {
     ItemStatus status = ItemStatus::pending;
     bool isSelected = true;
     QString metadata; // what became of it in the last split, for the report
+    QString proof;    // what was proved of it there
 
     bool operator==(const ChannelItem&) const = default;
 };

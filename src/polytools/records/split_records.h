@@ -18,6 +18,7 @@ struct SplitOptions {
     bool skipIfExists = true;
     bool overwriteExisting = false;
     bool keepOriginalName = false; // ISOs are called after the poly alone, with numbers where they clash
+    bool proves = false;           // every output is read back and compared, channel by channel
 };
 
 struct SplitResult {
@@ -39,6 +40,7 @@ struct BatchSplitOptions {
     bool skipIfExists = true;
     bool overwriteExisting = false;
     bool keepOriginalName = false;
+    bool proves = false;
 };
 
 struct BatchProgress {

@@ -59,6 +59,11 @@ void tellPreservation(const QString& done, const QString& file, const MetadataRe
     }
 }
 
+void tellProof(const QString& item, const ItemOutcome& outcome, EngineLog& log) {
+    if (!outcome.proof) return;
+    log.add(levelOf(outcome.proof->audio()), kProcess, QStringLiteral("%1: %2").arg(item, outcome.proof->sentence()));
+}
+
 void tellMetadata(const QString& message, EngineLog& log) {
     log.debug(message);
     if (message.startsWith(QStringLiteral("⚠️"))) {

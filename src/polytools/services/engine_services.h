@@ -2,7 +2,7 @@
 #pragma once
 
 #include "foundation/logs/processing_log.h"
-#include "foundation/records/metadata_record.h"
+#include "foundation/records/item_outcome.h"
 #include "foundation/tools/source_answers.h"
 #include "metadata/bext_completion.h"
 
@@ -56,13 +56,12 @@ public:
     void success(LogCategory category, const QString& message) { add(LogLevel::success, category, message); }
     void warning(LogCategory category, const QString& message) { add(LogLevel::warning, category, message); }
     void error(LogCategory category, const QString& message) { add(LogLevel::error, category, message); }
+    void add(LogLevel level, LogCategory category, const QString& message);
     void debug(const QString& message) const;
 
     std::vector<ProcessingLogEntry> take() { return std::exchange(entries_, {}); }
 
 private:
-    void add(LogLevel level, LogCategory category, const QString& message);
-
     const PolyEngineHooks& hooks_;
     QString tag_;
     QString baseName_;
@@ -85,6 +84,9 @@ MetadataRecord completeMetadata(const QString& source, const OutputFile& output,
 
 // "All metadata preserved", or what is not as it was. Said of a file that stands, so behind its publishing.
 void tellPreservation(const QString& done, const QString& file, const MetadataRecord& record, EngineLog& log);
+
+// What was proved of an item, where that was asked for.
+void tellProof(const QString& item, const ItemOutcome& outcome, EngineLog& log);
 
 // A line of the metadata engine, at the level that its sign tells.
 void tellMetadata(const QString& message, EngineLog& log);

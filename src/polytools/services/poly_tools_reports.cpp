@@ -36,27 +36,34 @@ std::pair<QString, QString> sourceOf(const ReportSource& source) {
     return {QStringLiteral("Source Folder"), source.folder};
 }
 
+// Behind all other columns, and only where a proof was asked for.
+QStringList headersWith(QStringList headers, bool proves) {
+    return proves ? headers << QStringLiteral("Proof") : headers;
+}
+QStringList rowWith(QStringList row, bool proves, const QString& proof) { return proves ? row << proof : row; }
+
 // One row of a join report.
 QStringList joinRow(int groupNumber, const ISOGroupCandidate& group, const QString& confidence,
-                    const QString& outputFile, const ItemOutcome& outcome, const QString& error) {
+                    const QString& outputFile, const ItemOutcome& outcome, const QString& error, bool proves) {
     const std::vector<ISOFile> isos = group.sortedISOs();
     QStringList names;
     for (const ISOFile& iso : isos) names << iso.fileName;
     const ISOFile first = isos.empty() ? ISOFile() : isos.front();
-    return {QStringLiteral("Group %1").arg(groupNumber),
-            outputFile,
-            number(isos.size()),
-            names.join(QStringLiteral(" | ")),
-            rateText(first.sampleRate),
-            depthText(first.bitDepth),
-            CSVReportGenerator::formatDuration(group.duration.value_or(first.duration)),
-            confidence,
-            rawText(group.groupingMethod),
-            group.scene,
-            group.take,
-            CSVReportGenerator::statusString(outcome.status),
-            error,
-            outcome.metadata.word()};
+    const QStringList row{QStringLiteral("Group %1").arg(groupNumber),
+                          outputFile,
+                          number(isos.size()),
+                          names.join(QStringLiteral(" | ")),
+                          rateText(first.sampleRate),
+                          depthText(first.bitDepth),
+                          CSVReportGenerator::formatDuration(group.duration.value_or(first.duration)),
+                          confidence,
+                          rawText(group.groupingMethod),
+                          group.scene,
+                          group.take,
+                          CSVReportGenerator::statusString(outcome.status),
+                          error,
+                          outcome.metadata.word()};
+    return rowWith(row, proves, outcome.proofText());
 }
 
 QString confidenceText(const ISOGroupCandidate& group) {
@@ -95,7 +102,8 @@ QString writeJoin(const ReportSource& source, const JoinOptions& options, const 
                         {QStringLiteral("Total Polys Created"), number(counts.created)},
                         {QStringLiteral("Success"), number(counts.success)},
                         {QStringLiteral("Errors"), number(counts.errors)}};
-    return CSVReportGenerator::generate(QStringLiteral("PolyJoin"), metadata, headers, rows, summary, outputFolder);
+    return CSVReportGenerator::generate(QStringLiteral("PolyJoin"), metadata, headersWith(headers, options.proves),
+                                        rows, summary, outputFolder);
 }
 
 // "Channel removal (channels 2, 4) + Track rename (1)", or "None".
@@ -118,7 +126,7 @@ QString editsApplied(const BatchEditOptions& options) {
 
 } // namespace
 
-QString writeSplitReport(const PolyFile& poly, const std::vector<ChannelItem>& channels, SplitNamingPattern pattern,
+QString writeSplitReport(const PolyFile& poly, const std::vector<ChannelItem>& channels, const SplitOptions& options,
                          const SplitResult& result, const QString& outputFolder) {
     const Pairs metadata{
         {QStringLiteral("Source File"), poly.fileName},
@@ -130,21 +138,23 @@ QString writeSplitReport(const PolyFile& poly, const std::vector<ChannelItem>& c
         {QStringLiteral("Duration"), CSVReportGenerator::formatDuration(poly.duration)},
         {QStringLiteral("File Size"), sizeText(poly.fileSize)},
         {QStringLiteral("Output Folder"), outputFolder},
-        {QStringLiteral("Naming Pattern"), rawText(pattern)}};
+        {QStringLiteral("Naming Pattern"), rawText(options.namingPattern)}};
     const QStringList headers{QStringLiteral("Channel"),     QStringLiteral("Track Name"),
                               QStringLiteral("Output File"), QStringLiteral("Sample Rate"),
                               QStringLiteral("Bit Depth"),   QStringLiteral("Status"),
                               QStringLiteral("Metadata")};
     QVector<QStringList> rows;
     for (const ChannelItem& item : channels) {
-        rows << QStringList{
+        const QStringList row{
             number(item.channelIndex + 1), item.trackName,           item.outputFileName, rateText(poly.sampleRate),
             depthText(poly.bitDepth),      displayName(item.status), item.metadata};
+        rows << rowWith(row, options.proves, item.proof);
     }
     const Pairs summary{{QStringLiteral("Total Channels"), number(poly.channelCount)},
                         {QStringLiteral("ISOs Created"), number(result.createdCount)},
                         {QStringLiteral("Errors"), number(result.errorCount)}};
-    return CSVReportGenerator::generate(QStringLiteral("PolySplit"), metadata, headers, rows, summary, outputFolder);
+    return CSVReportGenerator::generate(QStringLiteral("PolySplit"), metadata, headersWith(headers, options.proves),
+                                        rows, summary, outputFolder);
 }
 
 QString writeBatchSplitReport(const BatchSplitOptions& options, const BatchSplitResult& results) {
@@ -165,25 +175,26 @@ QString writeBatchSplitReport(const BatchSplitOptions& options, const BatchSplit
         QStringLiteral("Status"),      QStringLiteral("Error"),        QStringLiteral("Metadata")};
     QVector<QStringList> rows;
     for (const PolyFileResult& row : results.fileResults) {
-        rows << QStringList{row.fileName,
-                            row.poly.url,
-                            number(row.channelCount),
-                            row.trackNames.join(QStringLiteral(" | ")),
-                            number(row.isosCreated),
-                            rateText(row.poly.sampleRate),
-                            depthText(row.poly.bitDepth),
-                            CSVReportGenerator::formatDuration(row.poly.duration),
-                            row.outputFolder,
-                            CSVReportGenerator::statusString(row.outcome.status),
-                            row.outcome.message,
-                            row.outcome.metadata.word()};
+        const QStringList cells{row.fileName,
+                                row.poly.url,
+                                number(row.channelCount),
+                                row.trackNames.join(QStringLiteral(" | ")),
+                                number(row.isosCreated),
+                                rateText(row.poly.sampleRate),
+                                depthText(row.poly.bitDepth),
+                                CSVReportGenerator::formatDuration(row.poly.duration),
+                                row.outputFolder,
+                                CSVReportGenerator::statusString(row.outcome.status),
+                                row.outcome.message,
+                                row.outcome.metadata.word()};
+        rows << rowWith(cells, options.proves, row.outcome.proofText());
     }
     const Pairs summary{{QStringLiteral("Total Poly Files"), number(results.processedFiles)},
                         {QStringLiteral("Success"), number(results.successCount)},
                         {QStringLiteral("Errors"), number(results.errorCount)},
                         {QStringLiteral("Skipped"), number(results.skipCount)}};
-    return CSVReportGenerator::generate(QStringLiteral("BatchSplit"), metadata, headers, rows, summary,
-                                        options.outputFolder);
+    return CSVReportGenerator::generate(QStringLiteral("BatchSplit"), metadata, headersWith(headers, options.proves),
+                                        rows, summary, options.outputFolder);
 }
 
 QString writeJoinReport(const ReportSource& source, const JoinOptions& options, const std::vector<ISOFile>& joined,
@@ -194,7 +205,7 @@ QString writeJoinReport(const ReportSource& source, const JoinOptions& options, 
     const bool made = outcome.succeeded();
     const bool failed = outcome.failed();
     const QStringList row = joinRow(1, group, confidenceText(group), paths::lastComponent(outputURL), outcome,
-                                    failed ? outcome.message : QString());
+                                    failed ? outcome.message : QString(), options.proves);
     const ISOFile first = joined.empty() ? ISOFile() : joined.front();
     return writeJoin(source, options, first, static_cast<qsizetype>(joined.size()), {1, made, made, failed}, {row},
                      outputFolder);
@@ -213,7 +224,7 @@ QString writeBatchJoinReport(const ReportSource& source, const JoinOptions& opti
         if (result == results.groupResults.end() || !result->isReported) continue;
         const int groupNumber = static_cast<int>(&group - groups.data()) + 1;
         rows << joinRow(groupNumber, group, confidenceText(group), result->outputName + QStringLiteral(".wav"),
-                        result->outcome, result->outcome.message);
+                        result->outcome, result->outcome.message, options.proves);
     }
     const JoinCounts counts{results.processedGroups, results.totalPolysCreated, results.successCount,
                             results.errorCount};
@@ -240,23 +251,25 @@ QString writeEditReport(const ReportSource& source, const BatchEditOptions& opti
         QStringLiteral("Error"),           QStringLiteral("Metadata")};
     QVector<QStringList> rows;
     for (const PolyFileResult& row : results.fileResults) {
-        rows << QStringList{row.fileName,
-                            row.sourceURL,
-                            QStringLiteral("%1ch").arg(row.channelCount),
-                            QStringLiteral("%1ch").arg(row.resultChannels),
-                            row.trackNames.join(QStringLiteral(" | ")),
-                            rateText(row.poly.sampleRate),
-                            CSVReportGenerator::formatDuration(row.poly.duration),
-                            namesOf(row.outcome.outputs),
-                            CSVReportGenerator::statusString(row.outcome.status),
-                            row.outcome.message,
-                            row.outcome.metadata.word()};
+        const QStringList cells{row.fileName,
+                                row.sourceURL,
+                                QStringLiteral("%1ch").arg(row.channelCount),
+                                QStringLiteral("%1ch").arg(row.resultChannels),
+                                row.trackNames.join(QStringLiteral(" | ")),
+                                rateText(row.poly.sampleRate),
+                                CSVReportGenerator::formatDuration(row.poly.duration),
+                                namesOf(row.outcome.outputs),
+                                CSVReportGenerator::statusString(row.outcome.status),
+                                row.outcome.message,
+                                row.outcome.metadata.word()};
+        rows << rowWith(cells, options.proves, row.outcome.proofText());
     }
     const Pairs summary{{QStringLiteral("Total Files"), number(results.processedFiles)},
                         {QStringLiteral("Success"), number(results.successCount)},
                         {QStringLiteral("Errors"), number(results.errorCount)},
                         {QStringLiteral("Skipped"), number(results.skipCount)}};
-    return CSVReportGenerator::generate(QStringLiteral("PolyEdit"), metadata, headers, rows, summary, outputFolder);
+    return CSVReportGenerator::generate(QStringLiteral("PolyEdit"), metadata, headersWith(headers, options.proves),
+                                        rows, summary, outputFolder);
 }
 
 } // namespace ostrel

@@ -21,7 +21,7 @@ struct ReportSource {
 };
 
 // The channels as they were listed when the split began, with what became of them.
-QString writeSplitReport(const PolyFile& poly, const std::vector<ChannelItem>& channels, SplitNamingPattern pattern,
+QString writeSplitReport(const PolyFile& poly, const std::vector<ChannelItem>& channels, const SplitOptions& options,
                          const SplitResult& result, const QString& outputFolder);
 QString writeBatchSplitReport(const BatchSplitOptions& options, const BatchSplitResult& results);
 

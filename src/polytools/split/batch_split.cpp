@@ -119,6 +119,7 @@ private:
         options.skipIfExists = options_.skipIfExists;
         options.overwriteExisting = options_.overwriteExisting;
         options.keepOriginalName = options_.keepOriginalName;
+        options.proves = options_.proves;
         SplitResult split = splitter_->split(poly, folder, options);
         if (manifest) copyManifest(poly, folder);
 

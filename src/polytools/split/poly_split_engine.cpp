@@ -1,5 +1,6 @@
 #include "polytools/split/poly_split_engine.h"
 
+#include "foundation/proof/output_proof.h"
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/run/output_file.h"
 #include "foundation/tools/ffmpeg_command.h"
@@ -48,7 +49,7 @@ public:
           const SplitOptions& options)
         : tools_(tools), hooks_(hooks), poly_(poly), baseName_(paths::stem(poly.url)), outputFolder_(outputFolder),
           options_(options), ownLedger_(QStringList(poly.url)), ledger_(hooks.ledger ? *hooks.ledger : ownLedger_),
-          log_(hooks, QStringLiteral("PolySplitEngine"), baseName_) {}
+          log_(hooks, QStringLiteral("PolySplitEngine"), baseName_), proof_(options.proves) {}
 
     SplitResult run(const PolySplitEngine::Progress& progress) {
         logRequest();
@@ -97,6 +98,7 @@ private:
             outcome.outputs << channel.outputs;
             outcome.warnings << channel.warnings;
             outcome.metadata.add(channel.metadata);
+            if (channel.proof) outcome.proof = outcome.proof.value_or(ProofRecord()).with(*channel.proof);
             result_.createdCount += channel.succeeded() ? 1 : 0;
             result_.skippedCount += channel.skipped() ? 1 : 0;
             result_.errorCount += channel.failed() ? 1 : 0;
@@ -104,8 +106,11 @@ private:
         if (!outcome.metadata.isWhole()) {
             tellPreservation(QStringLiteral("Split completed"), poly_.fileName, outcome.metadata, log_);
         }
+        tellProof(poly_.fileName, outcome, log_);
         if (result_.errorCount > 0) {
             outcome.message = QStringLiteral("Failed to create %1 ISOs").arg(result_.errorCount);
+            if (outcome.proof && outcome.proof->differs())
+                outcome.message += QStringLiteral(". ") + outcome.proof->failure();
             outcome.status = ProcessingStatus::failed(outcome.message);
         } else if (!result_.channels.empty() && missingChannels() > 0) {
             // What stands is not the whole of the poly, and a run that is to finish it takes it up again.
@@ -183,7 +188,7 @@ private:
         }
         try {
             const QStringList warnings = road.make(
-                planned, [&] { makeByFFmpeg(isos.front(), capture); }, tell);
+                planned, [&] { makeByFFmpeg(isos.front(), capture); }, tell, proof_.sources());
             for (const QString& warning : warnings) log_.warning(kMetadata, warning);
             result_.outcome.warnings << warnings;
         } catch (const RoadError& error) {
@@ -237,13 +242,20 @@ private:
     void publish(Iso& iso, const std::optional<MetadataRecord>& metadata) {
         const QString file = iso.file();
         OutputFile& output = *iso.output;
-        const OutputFile::End end =
-            output.finish({{{poly_.url, iso.channel}, {output.unfinished(), 0}}}, OutputFile::Check::strict);
+        const std::vector<ChannelPair> pairs{{{poly_.url, iso.channel}, {output.unfinished(), 0}}};
+        const std::optional<ProofRecord> proof = proof_.of(pairs, {{output.unfinished(), output.path()}});
+        if (proof && proof->differs()) {
+            fail(iso.channel, proof->failure());
+            channels_[iso.channel].proof = proof;
+            return;
+        }
+        const OutputFile::End end = output.finish(pairs, OutputFile::Check::strict);
         if (end.nameWasTaken) return refuse(iso.channel, {WritePermission::Kind::refused, end.failure}, file);
         if (!end.failure.isEmpty()) return fail(iso.channel, end.failure);
         for (const QString& warning : end.warnings) log_.warning(kProcess, warning);
         log_.success(kProcess, QStringLiteral("Created: ") + file);
         ItemOutcome outcome{ProcessingStatus::completed(), {output.path()}, end.warnings};
+        outcome.proof = proof;
         if (metadata) {
             // What is missing is missing in all of them, and told once, of the poly.
             if (metadata->isWhole()) tellPreservation(QStringLiteral("Split completed"), file, *metadata, log_);
@@ -333,6 +345,7 @@ private:
     RunLedger ownLedger_; // of a split by itself
     RunLedger& ledger_;
     EngineLog log_;
+    OutputProof proof_;
     SplitResult result_;
     std::map<int, ItemOutcome> channels_; // of those that were reached
 };

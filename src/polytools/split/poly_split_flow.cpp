@@ -44,6 +44,7 @@ SplitOptions PolySplitFlow::splitOptions() const {
     options.skipIfExists = state_.skipIfExists.value();
     options.overwriteExisting = state_.overwriteExisting.value();
     options.keepOriginalName = split_.splitKeepOriginalName.value();
+    options.proves = state_.proves.value();
     return options;
 }
 
@@ -153,6 +154,7 @@ void PolySplitFlow::showSplit(const SplitResult& result, Run run, const QString&
     for (std::size_t row = 0; row < reached; ++row) {
         run.channels[row].status = statusOf(result.channels[row]);
         run.channels[row].metadata = result.channels[row].metadata.word();
+        run.channels[row].proof = result.channels[row].proofText();
     }
     const auto& shown = source_.polyFile.value();
     if (shown && shown->url == run.poly.url) { // else the list is another file's by now
@@ -160,6 +162,7 @@ void PolySplitFlow::showSplit(const SplitResult& result, Run run, const QString&
         source_.channelItems.updateAll([&](ChannelItem& item) {
             if (row >= reached) return;
             item.status = run.channels[row].status;
+            item.proof = run.channels[row].proof;
             item.metadata = run.channels[row++].metadata;
         });
     }
@@ -172,7 +175,7 @@ void PolySplitFlow::showSplit(const SplitResult& result, Run run, const QString&
         services_.success(kProcess, QStringLiteral("Split complete: %1 files created").arg(result.createdCount));
     }
     if (!run.run.writesReport) return;
-    services_.noteReport(writeSplitReport(run.poly, run.channels, run.options.namingPattern, result, folder));
+    services_.noteReport(writeSplitReport(run.poly, run.channels, run.options, result, folder));
 }
 
 void PolySplitFlow::runBatch() {
@@ -198,6 +201,7 @@ void PolySplitFlow::runBatch() {
     options.skipIfExists = state_.skipIfExists.value();
     options.overwriteExisting = state_.overwriteExisting.value();
     options.keepOriginalName = split_.splitKeepOriginalName.value();
+    options.proves = state_.proves.value();
 
     services_.info(kProcess,
                    selected

@@ -40,6 +40,7 @@ struct PolyToolsState {
     QProperty<bool> overwriteExisting{false};
     QProperty<bool> generateCSV{false};
     QProperty<bool> autoOrderChannels{false};
+    QProperty<bool> proves{false}; // a run reads its outputs back and compares them, channel by channel
 
     // What is under way
     QProperty<bool> isAnalyzing{false};
