@@ -1,6 +1,19 @@
 #include "app/controls/item_cells.h"
 
 namespace ostrel {
+namespace {
+
+Badge badgeOf(ProofFinding finding) {
+    using Color = ProcessingStatus::Color;
+    switch (finding) {
+    case ProofFinding::identical: return {QStringLiteral("checkmark.seal.fill"), reportName(finding), Color::green};
+    case ProofFinding::unproven: return {QStringLiteral("exclamationmark.circle"), reportName(finding), Color::orange};
+    case ProofFinding::differs: break;
+    }
+    return {QStringLiteral("xmark.circle.fill"), reportName(finding), Color::red};
+}
+
+} // namespace
 
 QVariant statusCell(const ProcessingStatus& status, int role) {
     switch (role) {
@@ -22,6 +35,21 @@ QVariant statusCell(const ProcessingStatus& status, const QString& foreseen, int
     case Qt::DisplayRole: return word;
     case Qt::ToolTipRole: return foreseen;
     case Qt::AccessibleTextRole: return QStringLiteral("%1: %2").arg(word, foreseen);
+    default: return {};
+    }
+}
+
+QVariant proofCell(const std::optional<ItemOutcome>& outcome, int role) {
+    if (!outcome || !outcome->proof) return {};
+    const ProofRecord& proof = *outcome->proof;
+    switch (role) {
+    case BadgeRole: return QVariant::fromValue(badgeOf(proof.audio()));
+    case ProvenRole: return QVariant::fromValue(*outcome);
+    case Qt::DisplayRole: return reportName(proof.audio());
+    case Qt::AccessibleTextRole: return proof.sentence();
+    case Qt::ToolTipRole:
+        return QStringLiteral("%1\nClick to see every channel and its hash")
+            .arg((QStringList(proof.sentence()) + proof.reasons()).join(u'\n'));
     default: return {};
     }
 }
@@ -55,6 +83,7 @@ QVariant itemHeading(int column, int role, const QString& name, const QString& r
     case ChannelsColumn: return QStringLiteral("Channels");
     case DurationColumn: return QStringLiteral("Duration");
     case ResultColumn: return result;
+    case ProofColumn: return QStringLiteral("Proof");
     default: return {};
     }
 }

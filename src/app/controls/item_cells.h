@@ -11,6 +11,9 @@ namespace ostrel {
 QVariant statusCell(const ProcessingStatus& status, int role);
 // The same for a row that a run would refuse, with the reason; empty: nothing stands against it.
 QVariant statusCell(const ProcessingStatus& status, const QString& foreseen, int role);
+// What the last run proved of the row; nothing where none was asked for.
+QVariant proofCell(const std::optional<ItemOutcome>& outcome, int role);
+
 QString sampleRateText(std::optional<int> hertz); // "48 kHz", "44.1 kHz", "--"
 QString bitDepthText(std::optional<int> bits);    // "24-bit", "--"
 

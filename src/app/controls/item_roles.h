@@ -1,7 +1,7 @@
 // What the tables' delegates ask the models for, beyond Qt's own roles.
 #pragma once
 
-#include "foundation/records/processing_status.h"
+#include "foundation/records/item_outcome.h"
 
 #include <QMetaType>
 #include <QSet>
@@ -25,7 +25,8 @@ struct ChannelChips {
 };
 
 // ExpandedRole is a Boolean in rows that expand, and nothing in others.
-enum ItemRole { BadgeRole = Qt::UserRole + 1, ChannelChipsRole, ElideMiddleRole, ExpandedRole };
+// ProvenRole: the ItemOutcome of a row whose outputs were proven.
+enum ItemRole { BadgeRole = Qt::UserRole + 1, ChannelChipsRole, ElideMiddleRole, ExpandedRole, ProvenRole };
 
 // The columns that the Interleaver's two tables share, in their order.
 enum ItemColumn {
@@ -39,10 +40,12 @@ enum ItemColumn {
     ChannelsColumn,
     DurationColumn,
     ResultColumn,
+    ProofColumn,
     ItemColumnCount,
 };
 
 } // namespace ostrel
 
 Q_DECLARE_METATYPE(ostrel::Badge)
+Q_DECLARE_METATYPE(ostrel::ItemOutcome)
 Q_DECLARE_METATYPE(ostrel::ChannelChips)

@@ -31,6 +31,7 @@ QVariant DeinterleaveTableModel::data(const QModelIndex& index, int role) const 
     if (column == IncludeColumn && role == Qt::CheckStateRole) return source.include ? Qt::Checked : Qt::Unchecked;
     if (column == IncludeColumn && role == Qt::AccessibleTextRole) return QStringLiteral("Include ") + name;
     if (column == StatusColumn) return statusCell(source.status, source.foreseen, role);
+    if (column == ProofColumn && role != Qt::TextAlignmentRole) return proofCell(source.outcome, role);
     if (role == Qt::TextAlignmentRole) return itemAlignment(column);
     if (role == Qt::DisplayRole) return text(source, column);
     if (role == ChannelChipsRole && column == ChannelsColumn) {

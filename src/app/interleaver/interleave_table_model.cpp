@@ -31,6 +31,7 @@ QVariant InterleaveTableModel::data(const QModelIndex& index, int role) const {
     if (column == IncludeColumn && role == Qt::CheckStateRole) return group.include ? Qt::Checked : Qt::Unchecked;
     if (column == IncludeColumn && role == Qt::AccessibleTextRole) return QStringLiteral("Include ") + group.baseName;
     if (column == StatusColumn) return statusCell(group.status, group.foreseen, role);
+    if (column == ProofColumn && role != Qt::TextAlignmentRole) return proofCell(group.outcome, role);
     if (role == Qt::TextAlignmentRole) return itemAlignment(column);
     if (role == Qt::DisplayRole) return text(group, column);
     if (role == ChannelChipsRole && column == ChannelsColumn) {

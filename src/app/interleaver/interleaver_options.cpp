@@ -2,6 +2,7 @@
 
 #include "app/controls/engine_switch.h"
 #include "app/controls/layouts.h"
+#include "app/controls/proof_box.h"
 #include "app/controls/symbols.h"
 
 #include <QCheckBox>
@@ -89,6 +90,7 @@ InterleaverOptions::InterleaverOptions(AppViewModel& viewModel, QWidget* parent)
     auto* last = columnLayout(6);
     last->addWidget(after_);
     last->addStretch();
+    last->addWidget(proofBox(bindings_, viewModel.proves, QStringLiteral("interleaver")));
     last->addWidget(engineSwitch(bindings_, viewModel.engine, QStringLiteral("interleaver")));
     row->addLayout(last, 8);
     setLayout(row);

@@ -5,6 +5,7 @@
 #include "app/controls/record_table.h"
 #include "app/interleaver/deinterleave_table_model.h"
 #include "app/interleaver/interleave_table_model.h"
+#include "app/panels/proof_dialog.h"
 
 #include <QMenu>
 #include <QStackedWidget>
@@ -84,6 +85,7 @@ RecordTable* ItemsSection::makeTable(QAbstractItemModel& model, const QString& n
     table->setColumnWidth(ResultColumn, 96);
     table->setStretchColumns({NameColumn, ResultColumn});
     table->setMinimumRows(3);
+    showProofs(bindings_, viewModel_.proves, *table, ProofColumn, NameColumn);
     connect(table, &RecordTable::rowChosen, this, &ItemsSection::choose);
     connect(table, &RecordTable::rowActivated, this, &ItemsSection::toggleInclude);
     connect(table, &RecordTable::menuRequested, this, &ItemsSection::showMenu);
@@ -123,7 +125,7 @@ void ItemsSection::toggleInclude(int row) {
     model.setData(index, isOn ? Qt::Unchecked : Qt::Checked, Qt::CheckStateRole);
 }
 
-// What the pointer does on check box and chips, for the keyboard.
+// What the pointer does on check box, chips and proof, for the keyboard.
 void ItemsSection::showMenu(int row, const QPoint& position) {
     const QAbstractItemModel& model = *table().model();
     QMenu menu(this);
@@ -131,6 +133,10 @@ void ItemsSection::showMenu(int row, const QPoint& position) {
     include->setCheckable(true);
     include->setChecked(model.index(row, IncludeColumn).data(Qt::CheckStateRole).toInt() == Qt::Checked);
     include->setEnabled(!viewModel_.isProcessing.value());
+    if (model.index(row, ProofColumn).data().isValid()) {
+        menu.addAction(QStringLiteral("Show Proof..."), this,
+                       [this, row] { openProof(table(), row, ProofColumn, NameColumn); });
+    }
     const auto chips = model.index(row, ChannelsColumn).data(ChannelChipsRole).value<ChannelChips>();
     if (chips.isSelector) {
         menu.addSeparator();

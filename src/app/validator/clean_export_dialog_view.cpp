@@ -3,6 +3,7 @@
 #include "app/controls/controls.h"
 #include "app/controls/layouts.h"
 #include "app/controls/ostrel_style.h"
+#include "app/controls/proof_box.h"
 #include "platform/paths.h"
 
 #include <QApplication>
@@ -126,6 +127,7 @@ void CleanExportDialogView::addOutputOptions(QVBoxLayout& column) {
     column.addWidget(noSuffix_);
     column.addWidget(toggle(QStringLiteral("Allow Overwrite"), viewModel_.allowOverwrite,
                             QStringLiteral("Overwrite existing files in output folder")));
+    column.addWidget(proofBox(bindings_, viewModel_.proves, QStringLiteral("validator")));
     column.addWidget(toggle(QStringLiteral("Generate CSV report"), viewModel_.generateCSV,
                             QStringLiteral("Save a CSV report with analysis results and processing actions")));
     column.addWidget(remark(QStringLiteral("Saves processing summary to output folder")));

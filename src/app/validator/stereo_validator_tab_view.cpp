@@ -12,6 +12,7 @@
 #include "app/controls/symbols.h"
 #include "app/panels/activity_footer.h"
 #include "app/panels/playback_transport.h"
+#include "app/panels/proof_dialog.h"
 #include "app/panels/selection_card.h"
 #include "app/panels/tab_header.h"
 #include "app/validator/classification_badge.h"
@@ -159,8 +160,11 @@ QWidget* StereoValidatorTabView::makeResults() {
     header->setSortIndicatorShown(true);
     connect(header, &QHeaderView::sectionClicked, this, &StereoValidatorTabView::chooseSortColumn);
     header->setSortIndicator(ValidatorResultsModel::columnOf(results_->sortOrder()), Qt::AscendingOrder);
+    showProofs(bindings_, viewModel_.proves, *table_, ValidatorResultsModel::ProofColumn,
+               ValidatorResultsModel::FileColumn);
     connect(table_, &RecordTable::rowChosen, this, &StereoValidatorTabView::load);
     connect(table_, &QTableView::clicked, this, [this](const QModelIndex& index) {
+        if (index.column() == ValidatorResultsModel::ProofColumn) return;
         if (table_->selectionModel()->selectedRows().size() == 1) audition(index.row());
     });
     connect(table_, &RecordTable::rowActivated, this, &StereoValidatorTabView::audition);

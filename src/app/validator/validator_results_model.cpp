@@ -1,5 +1,6 @@
 #include "app/validator/validator_results_model.h"
 
+#include "app/controls/item_cells.h"
 #include "app/validator/classification_badge.h"
 #include "platform/paths.h"
 #include "platform/text/text.h"
@@ -9,7 +10,7 @@ namespace {
 
 bool isNumber(int column) {
     return column != ValidatorResultsModel::FileColumn && column != ValidatorResultsModel::CodecColumn &&
-           column != ValidatorResultsModel::ClassificationColumn;
+           column != ValidatorResultsModel::ClassificationColumn && column != ValidatorResultsModel::ProofColumn;
 }
 
 // Without the sign of a number that rounds to nothing.
@@ -61,6 +62,7 @@ QVariant ValidatorResultsModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || index.row() >= rowCount()) return {};
     const std::size_t row = visible_[static_cast<std::size_t>(index.row())];
     const StereoValidatorResult& result = results_[row];
+    if (index.column() == ProofColumn && role != Qt::TextAlignmentRole) return proofCell(result.outcome, role);
     switch (role) {
     case Qt::DisplayRole: return textOf(result, names_[row], index.column());
     case Qt::TextAlignmentRole:
@@ -88,10 +90,10 @@ QVariant ValidatorResultsModel::headerData(int section, Qt::Orientation orientat
     if (role == Qt::TextAlignmentRole)
         return QVariant((isNumber(section) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
     if (role != Qt::DisplayRole) return {};
-    static const QStringList titles{QStringLiteral("File"),           QStringLiteral("Format"),
-                                    QStringLiteral("Classification"), QStringLiteral("Correlation"),
-                                    QStringLiteral("Confidence"),     QStringLiteral("Lag"),
-                                    QStringLiteral("Mid/Side"),       QStringLiteral("Duration")};
+    static const QStringList titles{
+        QStringLiteral("File"),        QStringLiteral("Format"),     QStringLiteral("Classification"),
+        QStringLiteral("Correlation"), QStringLiteral("Confidence"), QStringLiteral("Lag"),
+        QStringLiteral("Mid/Side"),    QStringLiteral("Duration"),   QStringLiteral("Proof")};
     return titles.value(section);
 }
 

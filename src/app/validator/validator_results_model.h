@@ -23,6 +23,7 @@ public:
         LagColumn,
         MidSideColumn,
         DurationColumn,
+        ProofColumn,
         ColumnCount,
     };
 

@@ -4,6 +4,7 @@
 #include "app/controls/item_delegates.h"
 #include "app/controls/layouts.h"
 #include "app/controls/record_table.h"
+#include "app/panels/proof_dialog.h"
 #include "app/poly/batch/batch_poly_model.h"
 
 #include <QKeyEvent>
@@ -60,6 +61,7 @@ void BatchPolyList::makeTable() {
     table_->setItemDelegateForColumn(Model::StatusColumn, new StatusBadge(table_));
     table_->setItemDelegateForColumn(Model::PreviewColumn, new StatusBadge(table_));
     table_->setColumnWidth(Model::ExpanderColumn, 30);
+    showProofs(bindings_, viewModel_.proves, *table_, Model::ProofColumn, Model::NameColumn);
     table_->setColumnText(Model::StatusColumn, QStringLiteral("Processing"), 24);
     table_->setColumnText(Model::ChannelsColumn, QStringLiteral("Channels "));
     table_->setColumnText(Model::SampleRateColumn, QStringLiteral("Sample Rate "));
@@ -73,7 +75,7 @@ void BatchPolyList::makeTable() {
         const BatchPolyModel::Line line = model_->lineAt(index.row());
         if (line.isPoly() && index.column() == Model::ExpanderColumn)
             return model_->setExpanded(line.poly, !model_->isExpanded(line.poly));
-        play(index.row());
+        if (index.column() != Model::ProofColumn) play(index.row());
     });
     connect(table_, &RecordTable::rowActivated, this, &BatchPolyList::play);
 }

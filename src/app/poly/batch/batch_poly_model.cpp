@@ -147,9 +147,11 @@ void BatchPolyModel::announcePoly(int index) {
 void BatchPolyModel::takeResults() {
     results_.clear();
     if (const auto& results = viewModel_.batchResults.value()) {
-        for (const PolyFileResult& file : results->fileResults) results_.insert(file.sourceURL, file.outcome.status);
+        for (const PolyFileResult& file : results->fileResults) results_.insert(file.sourceURL, file.outcome);
     }
-    if (rowCount() > 0) Q_EMIT dataChanged(index(0, StatusColumn), index(rowCount() - 1, StatusColumn));
+    for (const int column : {StatusColumn, ProofColumn}) {
+        if (rowCount() > 0) Q_EMIT dataChanged(index(0, column), index(rowCount() - 1, column));
+    }
 }
 
 void BatchPolyModel::followRun() {
@@ -160,7 +162,7 @@ void BatchPolyModel::followRun() {
     // What each came to is told at the end; until then the count of errors tells.
     if (before >= 0 && before < polyCount() && step && !viewModel_.batchResults.value()) {
         const bool hasFailed = step->errorCount > failures_;
-        results_.insert(poly(before).url, hasFailed ? ProcessingStatus::failed({}) : ProcessingStatus::completed());
+        results_.insert(poly(before).url, {hasFailed ? ProcessingStatus::failed({}) : ProcessingStatus::completed()});
     }
     failures_ = step ? step->errorCount : 0;
     for (const int index : {before, running_}) {
@@ -175,9 +177,9 @@ void BatchPolyModel::followPreview() {
     if (heard_ != before && heard_ >= 0 && heard_ < polyCount()) announcePoly(heard_);
 }
 
-ProcessingStatus BatchPolyModel::statusOf(int index) const {
-    if (index == running_) return ProcessingStatus::processing();
-    return results_.value(poly(index).url, ProcessingStatus::ready());
+ItemOutcome BatchPolyModel::outcomeOf(int index) const {
+    if (index == running_) return {ProcessingStatus::processing()};
+    return results_.value(poly(index).url, {ProcessingStatus::ready()});
 }
 
 QString BatchPolyModel::trackName(const Line& line) const {
@@ -206,8 +208,9 @@ QVariant BatchPolyModel::polyData(int index, int column, int role) const {
         return {};
     }
     if (column == StatusColumn) {
-        return statusCell(statusOf(index), viewModel_.foreseenRefusals.value().value(metadata.id), role);
+        return statusCell(outcomeOf(index).status, viewModel_.foreseenRefusals.value().value(metadata.id), role);
     }
+    if (column == ProofColumn) return proofCell(outcomeOf(index), role);
     if (role == Qt::ToolTipRole) {
         if (column == NameColumn) return metadata.url;
         return metadata.isPreviewReady ? QStringLiteral("Preview loaded - click row to play poly")
@@ -232,6 +235,7 @@ QVariant BatchPolyModel::polyData(int index, int column, int role) const {
 
 QVariant BatchPolyModel::channelData(const Line& line, int column, int role) const {
     const bool isHeard = line.poly == heard_ && viewModel_.selectedBatchChannelForPlayback.value() == line.channel;
+    if (column == ProofColumn) return {};
     if (role == Qt::ToolTipRole) return QStringLiteral("Click to preview this channel");
     if (column == PreviewColumn && isHeard)
         return badgeCell({QStringLiteral("speaker"), QStringLiteral("T%1").arg(line.channel + 1), Color::cyan}, role);
@@ -257,6 +261,7 @@ QVariant BatchPolyModel::headerData(int section, Qt::Orientation orientation, in
     case SampleRateColumn: return QStringLiteral("Sample Rate");
     case DurationColumn: return QStringLiteral("Duration");
     case PreviewColumn: return QStringLiteral("Preview");
+    case ProofColumn: return QStringLiteral("Proof");
     default: return {};
     }
 }

@@ -21,6 +21,7 @@ public:
         SampleRateColumn,
         DurationColumn,
         PreviewColumn,
+        ProofColumn,
         ColumnCount,
     };
 
@@ -61,14 +62,14 @@ private:
     QVariant polyData(int poly, int column, int role) const;
     QVariant channelData(const Line& line, int column, int role) const;
     QString trackName(const Line& line) const;
-    ProcessingStatus statusOf(int poly) const;
+    ItemOutcome outcomeOf(int poly) const;
 
     PolyToolsViewModel& viewModel_;
     Bindings bindings_;
-    std::vector<bool> expanded_;               // one a poly, as the views have been told
-    std::vector<int> firstRow_{0};             // of each poly, and at the end the number of rows
-    QHash<QString, ProcessingStatus> results_; // of the last run, by path
-    QHash<QString, int> polyNamed_;            // where the run under way is looked up
+    std::vector<bool> expanded_;          // one a poly, as the views have been told
+    std::vector<int> firstRow_{0};        // of each poly, and at the end the number of rows
+    QHash<QString, ItemOutcome> results_; // of the last run, by path
+    QHash<QString, int> polyNamed_;       // where the run under way is looked up
     int running_ = -1;
     int failures_ = 0; // of the run so far
     int heard_ = -1;   // the poly in the mixer

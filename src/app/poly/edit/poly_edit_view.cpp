@@ -5,6 +5,7 @@
 #include "app/controls/layouts.h"
 #include "app/controls/overwrite_box.h"
 #include "app/controls/page_stack.h"
+#include "app/controls/proof_box.h"
 #include "app/controls/record_table.h"
 #include "app/controls/scrolled_page.h"
 #include "app/panels/run_row.h"
@@ -97,6 +98,8 @@ QWidget* PolyEditView::makeOutputMode() {
     auto* rebuilt = rowLayout();
     rebuilt->addWidget(new SecondaryLabel(QStringLiteral("All metadata preserved (iXML, BWF, SMED)")), 1);
     rebuilt->addWidget(engineSwitch(bindings_, viewModel_.engine, QStringLiteral("polytools")));
+    rebuilt->addSpacing(8);
+    rebuilt->addWidget(proofBox(bindings_, viewModel_.proves, QStringLiteral("polytools")));
     rebuilt->addSpacing(8);
     rebuilt->addWidget(overwriteBox(bindings_, viewModel_));
     auto* rebuildPage = new QWidget;

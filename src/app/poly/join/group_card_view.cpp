@@ -26,6 +26,12 @@ constexpr int kSymbol = 16;
 constexpr int kStep = 30; // from symbol to symbol
 constexpr std::array kActions{GroupCardView::Action::load, GroupCardView::Action::play, GroupCardView::Action::remove};
 
+// "Completed", or "Completed, Identical" where that was proven.
+QString resultText(const ItemOutcome& outcome) {
+    const QString word = outcome.status.shortDisplayText();
+    return outcome.proof ? QStringLiteral("%1, %2").arg(word, outcome.proofText()) : word;
+}
+
 QString symbolOf(GroupCardView::Action action) {
     switch (action) {
     case GroupCardView::Action::load: return QStringLiteral("waveform");
@@ -124,7 +130,7 @@ void GroupCardView::paintHeadline(QPainter& painter, const QRect& line, const QS
     const Badge confidence = badgeOf(model_.group(index));
     const GroupJoinResult* result = model_.result(index);
     const int confidenceWidth = option.fontMetrics.horizontalAdvance(confidence.word) + 20;
-    const QString outcome = result ? result->outcome.status.shortDisplayText() : QString();
+    const QString outcome = result ? resultText(result->outcome) : QString();
     const int outcomeWidth = result ? option.fontMetrics.horizontalAdvance(outcome) + 38 : 0;
     QFont bold = option.font;
     bold.setWeight(QFont::DemiBold);

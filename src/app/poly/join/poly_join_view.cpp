@@ -4,6 +4,7 @@
 #include "app/controls/flag_box.h"
 #include "app/controls/layouts.h"
 #include "app/controls/overwrite_box.h"
+#include "app/controls/proof_box.h"
 #include "app/controls/record_table.h"
 #include "app/controls/symbols.h"
 #include "app/panels/run_row.h"
@@ -135,6 +136,8 @@ QWidget* PolyJoinView::makeCommonOptions() {
     second->addWidget(overwriteBox(bindings_, viewModel_));
     second->addSpacing(8);
     second->addWidget(engineSwitch(bindings_, viewModel_.engine, QStringLiteral("polytools")));
+    second->addSpacing(8);
+    second->addWidget(proofBox(bindings_, viewModel_.proves, QStringLiteral("polytools")));
     second->addStretch();
     second->addWidget(preserved);
     auto* column = columnLayout(6);

@@ -3,6 +3,7 @@
 #include "app/controls/engine_switch.h"
 #include "app/controls/flag_box.h"
 #include "app/controls/layouts.h"
+#include "app/controls/proof_box.h"
 #include "platform/paths.h"
 
 #include <QCheckBox>
@@ -124,6 +125,7 @@ QWidget* SplitOptionsCard::existingBlock() {
     auto* block = new OptionSection(QStringLiteral("Existing Outputs"));
     block->add(flagBox(bindings_, viewModel_.skipIfExists, QStringLiteral("Skip if output exists")));
     block->add(flagBox(bindings_, viewModel_.overwriteExisting, QStringLiteral("Replace existing outputs")));
+    block->add(proofBox(bindings_, viewModel_.proves, QStringLiteral("polytools")));
     block->add(engineSwitch(bindings_, viewModel_.engine, QStringLiteral("polytools")));
     return block;
 }
