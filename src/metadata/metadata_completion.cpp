@@ -1,8 +1,8 @@
 #include "metadata/metadata_completion.h"
 
 #include "foundation/chunks/chunk_bytes.h"
-#include "metadata/chunks/riff_chunks.h"
 #include "metadata/chunks/md5_chunk.h"
+#include "metadata/chunks/riff_chunks.h"
 #include "platform/files/files.h"
 #include "platform/paths.h"
 

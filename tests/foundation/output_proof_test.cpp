@@ -164,5 +164,16 @@ TEST_F(OutputProofTest, ASourceThatChangedSinceItWasReadIsUnproven) {
     EXPECT_NE(record->audio(), ProofFinding::identical);
 }
 
+// Threads that wait for their turn must not wait for one that failed.
+TEST_F(OutputProofTest, ACopyThatFailsHalfWayEndsWithAWitnessToo) {
+    const QString poly = write(u"p.wav"_s, {.channels = 2, .frames = 1'500'000});
+    OutputProof proof(true);
+    const CopyPlan plan{{{poly.toStdString(), 44, 2}}, // which has fewer frames than the plan takes it to have
+                        {{folder_.path(u"t"_s).toStdString(), "h", {{0, 1}, {0, 0}}}},
+                        3,
+                        4'000'000};
+    EXPECT_THROW(copyChannels(plan, {}, &proof.sources()->witness(plan)), CopyError);
+}
+
 } // namespace
 } // namespace ostrel

@@ -74,7 +74,9 @@ public:
         if (metadata_) {
             tellPreservation(QStringLiteral("Edit completed"), paths::lastComponent(path), *metadata_, log_);
         }
-        log_.success(kProcess, QStringLiteral("━━━ COMPLETE in %1s ━━━").arg(fixed(static_cast<double>(clock.elapsed()) / 1000.0, 2)));
+        log_.success(
+            kProcess,
+            QStringLiteral("━━━ COMPLETE in %1s ━━━").arg(fixed(static_cast<double>(clock.elapsed()) / 1000.0, 2)));
         return finished(ProcessingStatus::completed(), {path});
     }
 
