@@ -1,8 +1,8 @@
 #include "custody/generation_lists.h"
 
-#include "custody/digest.h"
-#include "custody/directory_hashes.h"
-#include "custody/hash_list_writer.h"
+#include "custody/digests/digest.h"
+#include "custody/digests/directory_hashes.h"
+#include "custody/lists/hash_list_writer.h"
 #include "custody/renamed_files.h"
 #include "platform/paths.h"
 

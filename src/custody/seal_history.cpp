@@ -1,9 +1,9 @@
 #include "custody/seal_history.h"
 
-#include "custody/digest.h"
-#include "custody/hash_list_reader.h"
-#include "custody/hash_list_text.h"
+#include "custody/digests/digest.h"
 #include "custody/ignore_patterns.h"
+#include "custody/lists/hash_list_reader.h"
+#include "custody/lists/hash_list_text.h"
 #include "platform/files/file_stamp.h"
 #include "platform/paths.h"
 

@@ -4,8 +4,8 @@
 // each fault is a difference. Blocks on the disk; for any thread.
 #pragma once
 
-#include "custody/chain.h"
-#include "custody/hash_list.h"
+#include "custody/lists/chain.h"
+#include "custody/lists/hash_list.h"
 
 #include <map>
 #include <set>

@@ -1,7 +1,7 @@
 // Reads the files of a survey, several side by side, each once.
 #pragma once
 
-#include "custody/file_digests.h"
+#include "custody/digests/file_digests.h"
 #include "custody/folder_survey.h"
 
 namespace ostrel {

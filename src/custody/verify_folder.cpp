@@ -1,7 +1,7 @@
 #include "custody/verify_folder.h"
 
-#include "custody/hash_list_reader.h"
-#include "custody/hash_list_text.h"
+#include "custody/lists/hash_list_reader.h"
+#include "custody/lists/hash_list_text.h"
 #include "platform/paths.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
-#include "custody/chain.h"
+#include "custody/lists/chain.h"
 
-#include "custody/hash_format.h"
-#include "custody/list_document.h"
+#include "custody/digests/hash_format.h"
+#include "custody/lists/list_document.h"
 #include "platform/files/file_name.h"
 #include "platform/paths.h"
 

@@ -1,7 +1,7 @@
 // The text of a hash list and of a chain. Pure; for any thread.
 #pragma once
 
-#include "custody/hash_list.h"
+#include "custody/lists/hash_list.h"
 
 #include <QByteArray>
 

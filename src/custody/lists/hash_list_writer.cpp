@@ -1,6 +1,6 @@
-#include "custody/hash_list_writer.h"
+#include "custody/lists/hash_list_writer.h"
 
-#include "custody/hash_list_text.h"
+#include "custody/lists/hash_list_text.h"
 
 #include <algorithm>
 

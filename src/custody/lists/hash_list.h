@@ -4,7 +4,7 @@
 // that none leads out of that folder. Absent texts are empty, absent times invalid.
 #pragma once
 
-#include "custody/hash_format.h"
+#include "custody/digests/hash_format.h"
 
 #include <QDateTime>
 #include <QString>

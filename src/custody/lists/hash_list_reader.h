@@ -4,7 +4,7 @@
 // whole is not read at all: HashListError, whose sentence tells the line.
 #pragma once
 
-#include "custody/hash_list.h"
+#include "custody/lists/hash_list.h"
 
 #include <QByteArray>
 

@@ -1,6 +1,6 @@
-#include "custody/directory_hashes.h"
+#include "custody/digests/directory_hashes.h"
 
-#include "custody/digest.h"
+#include "custody/digests/digest.h"
 
 #include <algorithm>
 #include <cstring>

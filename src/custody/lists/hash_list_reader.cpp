@@ -1,7 +1,7 @@
-#include "custody/hash_list_reader.h"
+#include "custody/lists/hash_list_reader.h"
 
-#include "custody/list_document.h"
-#include "custody/old_digests.h"
+#include "custody/lists/list_document.h"
+#include "custody/lists/old_digests.h"
 #include "platform/files/file_stamp.h"
 #include "platform/paths.h"
 

@@ -1,4 +1,4 @@
-#include "custody/list_document.h"
+#include "custody/lists/list_document.h"
 
 #include <QStringDecoder>
 

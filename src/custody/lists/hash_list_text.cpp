@@ -1,6 +1,6 @@
-#include "custody/hash_list_text.h"
+#include "custody/lists/hash_list_text.h"
 
-#include "custody/hash_list.h"
+#include "custody/lists/hash_list.h"
 
 #include <QStringList>
 #include <algorithm>

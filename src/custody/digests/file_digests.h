@@ -3,7 +3,7 @@
 // Blocks on the disk; for any thread. Memory is one block, whatever the file's size.
 #pragma once
 
-#include "custody/hash_format.h"
+#include "custody/digests/hash_format.h"
 #include "platform/files/files.h"
 
 #include <functional>

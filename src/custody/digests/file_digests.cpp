@@ -1,6 +1,6 @@
-#include "custody/file_digests.h"
+#include "custody/digests/file_digests.h"
 
-#include "custody/digest.h"
+#include "custody/digests/digest.h"
 #include "platform/files/file_stamp.h"
 
 #include <QFile>

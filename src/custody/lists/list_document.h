@@ -2,7 +2,7 @@
 // entities that grow; no deep nesting; no text where elements belong. Faults are HashListErrors.
 #pragma once
 
-#include "custody/hash_list_text.h"
+#include "custody/lists/hash_list_text.h"
 
 #include <QByteArray>
 #include <QXmlStreamReader>

@@ -1,4 +1,4 @@
-#include "custody/c4_text.h"
+#include "custody/digests/c4_text.h"
 
 #include <algorithm>
 #include <string_view>

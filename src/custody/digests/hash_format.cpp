@@ -1,6 +1,6 @@
-#include "custody/hash_format.h"
+#include "custody/digests/hash_format.h"
 
-#include "custody/c4_text.h"
+#include "custody/digests/c4_text.h"
 
 #include <array>
 

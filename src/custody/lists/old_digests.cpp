@@ -1,4 +1,4 @@
-#include "custody/old_digests.h"
+#include "custody/lists/old_digests.h"
 
 #include <QtEndian>
 #include <algorithm>

@@ -1,7 +1,7 @@
 // Hashes of folders, made of those of what they hold. Pure; one format throughout.
 #pragma once
 
-#include "custody/hash_format.h"
+#include "custody/digests/hash_format.h"
 
 #include <QString>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "custody/digest.h"
+#include "custody/digests/digest.h"
 
 #include "platform/files/files.h"
 

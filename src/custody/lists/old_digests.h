@@ -1,7 +1,7 @@
 // The digests of hash lists of version 1, which some write as numbers or with their bytes reversed.
 #pragma once
 
-#include "custody/hash_list.h"
+#include "custody/lists/hash_list.h"
 
 namespace ostrel {
 

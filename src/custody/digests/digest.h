@@ -1,7 +1,7 @@
 // One digest of a stream of bytes. For one thread at a time.
 #pragma once
 
-#include "custody/hash_format.h"
+#include "custody/digests/hash_format.h"
 
 #include <QByteArrayView>
 #include <memory>
