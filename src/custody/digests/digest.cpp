@@ -5,6 +5,9 @@
 #include <new>
 #include <openssl/evp.h>
 #include <xxhash.h>
+#if defined(OSTREL_XXH_DISPATCH) && __has_include(<xxh_x86dispatch.h>)
+#include <xxh_x86dispatch.h> // other functions under the same names
+#endif
 
 namespace ostrel {
 
