@@ -6,6 +6,7 @@
 #include "custody/lists/hash_list_writer.h"
 #include "custody_folder.h"
 
+#include <QStringEncoder>
 #include <gmock/gmock.h>
 
 namespace ostrel {

@@ -88,6 +88,7 @@ Digests digestsOfFile(const QString& path, const HashFormats& formats, const Rea
         const QByteArrayView bytes(block.get(), static_cast<qsizetype>(count));
         for (Digest& digest : digests) digest.add(bytes);
         if (watch.bytesRead) watch.bytesRead(count);
+        if (total > file.size()) break; // it grows, perhaps as fast as it is read
     }
     file.requireUnchanged(total);
     Digests result;
