@@ -73,7 +73,11 @@ int verify(const QString& path, const VerifyCommandOptions& options, Terminal& t
     printVerdicts(result, terminal);
     nlohmann::json document = documentOf(result);
     bool isRecorded = true;
-    if (options.record) {
+    if (options.record && result.generations == 0) {
+        // A first generation would call original what old lists may have told otherwise.
+        isRecorded = false;
+        terminal.error(QStringLiteral("not recorded: %1 has no history yet; \"ostrel-cli seal\" begins one").arg(path));
+    } else if (options.record) {
         try {
             const QStringList lists = record(path, watch);
             for (const QString& list : lists) terminal.line(list);

@@ -36,6 +36,7 @@ public:
         survey_ = surveyFolder(isInHistory(place) ? paths::parent(place) : place);
         takesNew_ = false;
         readList(list);
+        if (isInHistory(place)) result_.faults += survey_.faults(); // its own C4 among them
         compare();
         return finish();
     }
@@ -72,7 +73,7 @@ private:
         std::set<QString> found;
         for (const FoundFile& file : survey_.files) found.insert(file.path);
         for (const auto& [path, known] : known_) {
-            if (!found.contains(path)) missing_.push_back(verdictOfMissing(path, known));
+            if (!found.contains(path)) noteMissing(path, known);
         }
         std::vector<HashFormats> formats(survey_.files.size());
         for (std::size_t i = 0; i < survey_.files.size(); ++i) {
@@ -87,12 +88,19 @@ private:
         for (FileVerdict& verdict : missing_) result_.files.push_back(std::move(verdict));
     }
 
+    void noteMissing(const QString& path, const KnownFile& known) {
+        missing_.push_back(verdictOfMissing(path, known));
+        const FileVerdict& missing = missing_.back();
+        if (!missing.format || known.size == 0) return; // empty files are all alike
+        (known.size ? formatsOfSize_[*known.size] : formatsOfAnySize_).insert(*missing.format);
+        missingByDigest_.emplace(std::pair(*missing.format, missing.digest), missing_.size() - 1);
+    }
+
     // A new file is read only where it may be a missing one under another name.
     HashFormats formatsOfMovedLike(const FoundFile& file) const {
-        HashFormats formats;
-        for (const FileVerdict& missing : missing_) {
-            const KnownFile& known = known_.at(missing.path);
-            if (missing.format && (!known.size || *known.size == file.size)) formats.insert(*missing.format);
+        HashFormats formats = formatsOfAnySize_;
+        if (const auto found = formatsOfSize_.find(file.size); found != formatsOfSize_.end()) {
+            formats.insert(found->second.begin(), found->second.end());
         }
         return formats;
     }
@@ -100,18 +108,19 @@ private:
     void take(const FoundFile& file) {
         const auto known = known_.find(file.path);
         const bool isKnown = known != known_.end();
-        // A list in the folder, which no history names, is what others are compared with.
-        if (!isKnown && (!takesNew_ || lists_.contains(file.path))) return;
+        // In a folder without a history, old lists are what the others are compared with.
+        const bool isYardstick = result_.generations == 0 && lists_.contains(file.path);
+        if (!isKnown && (!takesNew_ || isYardstick)) return;
         FileVerdict verdict = verdictOf(file, isKnown ? &known->second : nullptr);
         if (verdict.state == FileState::isNew) tellMoves(file, verdict);
         result_.files.push_back(std::move(verdict));
     }
 
     void tellMoves(const FoundFile& file, FileVerdict& verdict) {
-        for (FileVerdict& missing : missing_) {
-            if (!missing.format || file.size == 0) continue;
-            const auto digest = file.digests.find(*missing.format);
-            if (digest == file.digests.end() || digest->second != missing.digest) continue;
+        for (const auto& [format, digest] : file.digests) {
+            const auto found = missingByDigest_.find({format, digest});
+            if (found == missingByDigest_.end()) continue;
+            FileVerdict& missing = missing_[found->second];
             verdict.detail = QStringLiteral("it holds what %1 held").arg(missing.path);
             missing.detail = QStringLiteral("%1 holds the same").arg(file.path);
         }
@@ -174,6 +183,9 @@ private:
     KnownFiles known_;
     std::set<QString> lists_; // their names in the folder
     std::vector<FileVerdict> missing_;
+    std::map<std::pair<HashFormat, QByteArray>, std::size_t> missingByDigest_; // the first of missing_
+    std::map<quint64, HashFormats> formatsOfSize_;                             // of missing files
+    HashFormats formatsOfAnySize_;                                             // of those whose size no list tells
     bool takesNew_ = true;
     VerifyResult result_;
 };

@@ -1,6 +1,7 @@
 #include "custody/lists/hash_list_writer.h"
 
 #include "custody/lists/hash_list_text.h"
+#include "platform/text/regular_expression.h"
 
 #include <algorithm>
 
@@ -20,6 +21,18 @@ void requireFit(const QString& text) {
     throw HashListError(QStringLiteral("The name holds a control character, which a hash list can't: please rename %1")
                             .arg(QString::fromLatin1(
                                 text.toUtf8().toPercentEncoding(QByteArrayLiteral(" !#$&'()*+,/:;=?@[]\"<>\\^`{|}")))));
+}
+
+// Names that need no care, and are none of the list's own.
+void requireForeign(const ForeignElement& foreign) {
+    static const RegularExpression plain(QStringLiteral("^[A-Za-z_][A-Za-z0-9_-]*$"));
+    static const RegularExpression own(
+        QStringLiteral("^(?:path|previousPath|hash|directoryhash|hashlist|metadata|content|structure|c4|md5|sha1|"
+                       "xxh128|xxh3|xxh64)$"));
+    bool isFine = plain.matches(foreign.prefix) && plain.matches(foreign.name) && !own.matches(foreign.name) &&
+                  !foreign.namespaceUri.isEmpty() && fitsXml(foreign.namespaceUri);
+    for (const auto& [key, value] : foreign.attributes) isFine = isFine && plain.matches(key);
+    if (!isFine) throw HashListError(QStringLiteral("No metadata for a hash list: %1").arg(foreign.name));
 }
 
 class ListText {
@@ -124,6 +137,7 @@ private:
     }
 
     void writeMetadata(const ForeignElement& foreign) {
+        requireForeign(foreign);
         const QString name = foreign.prefix + u':' + foreign.name;
         QString text = QStringLiteral("<metadata><") + name +
                        attribute(("xmlns:" + foreign.prefix.toStdString()).c_str(), foreign.namespaceUri);
