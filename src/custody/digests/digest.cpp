@@ -5,7 +5,7 @@
 #include <new>
 #include <openssl/evp.h>
 #include <xxhash.h>
-#if defined(OSTREL_XXH_DISPATCH) && __has_include(<xxh_x86dispatch.h>)
+#ifdef OSTREL_XXHASH_DISPATCHES
 #include <xxh_x86dispatch.h> // other functions under the same names
 #endif
 
