@@ -38,6 +38,8 @@ int runCommandLine(int argc, char** argv) {
     addCleanCommand(parser, chosen);
     addWaveformCommand(parser, chosen);
     addHashCommand(parser, chosen);
+    addSealCommand(parser, chosen);
+    addVerifyCommand(parser, chosen);
     addJournalCommand(parser, chosen);
     try {
         parser.parse(argc, argv);

@@ -20,6 +20,8 @@ void addSplitCommand(CLI::App& parser, ChosenCommand& chosen);
 void addGroupCommand(CLI::App& parser, ChosenCommand& chosen);
 void addJoinCommand(CLI::App& parser, ChosenCommand& chosen);
 void addEditCommand(CLI::App& parser, ChosenCommand& chosen);
+void addSealCommand(CLI::App& parser, ChosenCommand& chosen);
+void addVerifyCommand(CLI::App& parser, ChosenCommand& chosen);
 void addJournalCommand(CLI::App& parser, ChosenCommand& chosen);
 void addHashCommand(CLI::App& parser, ChosenCommand& chosen);
 
