@@ -38,6 +38,7 @@ int runCommandLine(int argc, char** argv) {
     addCleanCommand(parser, chosen);
     addWaveformCommand(parser, chosen);
     addHashCommand(parser, chosen);
+    addReportProofCommand(parser, chosen);
     addSealCommand(parser, chosen);
     addVerifyCommand(parser, chosen);
     addJournalCommand(parser, chosen);

@@ -23,6 +23,7 @@ void addEditCommand(CLI::App& parser, ChosenCommand& chosen);
 void addSealCommand(CLI::App& parser, ChosenCommand& chosen);
 void addVerifyCommand(CLI::App& parser, ChosenCommand& chosen);
 void addJournalCommand(CLI::App& parser, ChosenCommand& chosen);
+void addReportProofCommand(CLI::App& parser, ChosenCommand& chosen);
 void addHashCommand(CLI::App& parser, ChosenCommand& chosen);
 
 } // namespace ostrel::cli

@@ -102,7 +102,7 @@ protected:
     void fill(nlohmann::json& document) const override {
         nlohmann::json& items = document["items"] = nlohmann::json::array();
         const auto add = [&](const QString& name, const QStringList& sources, const auto& record) {
-            items.push_back(record.outcome ? jobItem(name, *record.outcome)
+            items.push_back(record.outcome ? itemDocument(name, *record.outcome)
                                            : jobItem(name, sources, record.status, record.foreseen));
         };
         for (const InterleaveGroup& group : controller_.interleaveGroups) {

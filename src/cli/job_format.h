@@ -3,6 +3,7 @@
 #pragma once
 
 #include "cli/terminal.h"
+#include "custody/run_document.h"
 #include "foundation/records/item_outcome.h"
 
 #include <QString>
@@ -23,8 +24,6 @@ struct JobCounts {
 
 nlohmann::json toolsDocument(const ExternalToolDetector& detector);
 
-// What became of an item, of each of its sources, and of the metadata where any was carried.
-nlohmann::json jobItem(const QString& name, const ItemOutcome& outcome);
 // An item that no run took: the status that it was found in, and why a run would refuse it.
 nlohmann::json jobItem(const QString& name, const QStringList& sources, const ProcessingStatus& status,
                        const QString& foreseen = QString());

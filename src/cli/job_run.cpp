@@ -51,12 +51,20 @@ int JobRun::run() {
     if (terminal_.isJson()) {
         nlohmann::json document = jobDocument(job_, toolDetector(), counts(), isStopped(), reportPath());
         fill(document);
+        if (options_.proof) document["made"] = madeDocument(usedTools());
         terminal_.document(document);
     } else {
         printResult();
     }
     if (isStopped()) return signals_.exitStatus();
     return hasFailed() ? someItemFailed : allDone;
+}
+
+// Where nothing was asked of a tool, none is named.
+QStringList JobRun::usedTools() const {
+    if (engineOf(options_) == EngineChoice::direct) return {};
+    const ExternalToolDetector& found = toolDetector();
+    return {found.ffmpegPath.value(), found.ffprobePath.value(), found.bwfmetaeditPath.value()};
 }
 
 QString JobRun::problem(const QStringList&) { return outputProblem(); }

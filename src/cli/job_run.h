@@ -81,6 +81,7 @@ protected:
 
 private:
     void followLog();
+    QStringList usedTools() const;
 
     const std::string job_;
     std::vector<QPropertyNotifier> watches_;

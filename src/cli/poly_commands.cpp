@@ -56,7 +56,7 @@ private:
         const auto& poly = controller_.polyFile.value();
         if (controller_.batchMode.value() || !poly) return batchItems();
         const auto& outcome = controller_.lastOutcome.value();
-        return nlohmann::json::array({outcome ? jobItem(poly->fileName, *outcome)
+        return nlohmann::json::array({outcome ? itemDocument(poly->fileName, *outcome)
                                               : jobItem(poly->fileName, {poly->url}, ProcessingStatus::pending())});
     }
 

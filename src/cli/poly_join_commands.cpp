@@ -125,7 +125,7 @@ protected:
         if (!controller_.batchJoinMode.value()) {
             const auto& outcome = controller_.lastOutcome.value();
             const QString name = controller_.joinOutputName.value();
-            result.push_back(outcome ? jobItem(name, *outcome)
+            result.push_back(outcome ? itemDocument(name, *outcome)
                                      : jobItem(name, urlsOf(controller_.isoFiles.rows()), ProcessingStatus::pending()));
             return result;
         }
@@ -162,7 +162,7 @@ private:
         const auto& results = controller_.batchJoinResults.value();
         if (results) {
             const auto row = std::ranges::find(results->groupResults, group.id, &GroupJoinResult::groupId);
-            if (row != results->groupResults.end()) return jobItem(name, row->outcome);
+            if (row != results->groupResults.end()) return itemDocument(name, row->outcome);
         }
         return jobItem(name, urlsOf(group.sortedISOs()), ProcessingStatus::pending());
     }

@@ -59,7 +59,7 @@ nlohmann::json PolyRun::batchItems() const {
     const auto& results = controller_.batchResults.value();
     if (!results) return result;
     for (const PolyFileResult& row : results->fileResults) {
-        result.push_back(jobItem(row.fileName, row.outcome));
+        result.push_back(itemDocument(row.fileName, row.outcome));
     }
     return result;
 }

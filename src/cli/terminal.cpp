@@ -69,14 +69,4 @@ void Terminal::clearProgress() {
     progressLine_.clear();
 }
 
-nlohmann::json jsonText(const QString& text) { return text.toStdString(); }
-
-nlohmann::json jsonTextOrNull(const QString& text) { return text.isEmpty() ? nlohmann::json() : jsonText(text); }
-
-nlohmann::json jsonList(const QStringList& texts) {
-    nlohmann::json list = nlohmann::json::array();
-    for (const QString& text : texts) list.push_back(jsonText(text));
-    return list;
-}
-
 } // namespace ostrel::cli

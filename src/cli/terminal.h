@@ -3,9 +3,9 @@
 
 #include "foundation/logs/processing_log.h"
 #include "foundation/records/record_list.h"
+#include "platform/text/json_text.h"
 
 #include <QString>
-#include <nlohmann/json.hpp>
 
 namespace ostrel::cli {
 
@@ -42,9 +42,5 @@ private:
     bool showsProgress_ = false;
     QString progressLine_;
 };
-
-nlohmann::json jsonText(const QString& text);
-nlohmann::json jsonTextOrNull(const QString& text); // null for an empty text
-nlohmann::json jsonList(const QStringList& texts);
 
 } // namespace ostrel::cli

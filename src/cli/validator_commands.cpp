@@ -172,7 +172,7 @@ protected:
         ValidatorRun::fill(document);
         nlohmann::json& items = document["items"] = nlohmann::json::array();
         for (const StereoValidatorResult& each : controller_.analysisResults) {
-            items.push_back(jobItem(paths::lastComponent(each.filepath), outcomeOf(each)));
+            items.push_back(itemDocument(paths::lastComponent(each.filepath), outcomeOf(each)));
         }
     }
 
