@@ -8,9 +8,6 @@
 
 namespace ostrel::cli {
 
-// "1.4 GB", with a point whatever the locale.
-QString bytesText(quint64 bytes);
-
 // Shows bytes, file and the time that is left. For `watch`; outlives the job.
 class ByteProgress {
 public:

@@ -1,7 +1,7 @@
 // seal: a generation of hashes for a folder.
 #include "cli/commands.h"
 #include "cli/custody_run.h"
-#include "custody/seal_folder.h"
+#include "custody/custody_words.h"
 #include "platform/processes/stop_signals.h"
 
 namespace ostrel::cli {
@@ -47,24 +47,6 @@ nlohmann::json documentOf(const SealResult& result) {
             {"summary", summary}};
 }
 
-void printSealed(const SealResult& result, Terminal& terminal) {
-    for (const QString& remark : result.remarks) terminal.line(remark);
-    QStringList counts;
-    for (const SealedFile& file : result.files) {
-        if (file.state == SealedState::original || file.state == SealedState::verified) continue;
-        const QString from =
-            file.previousPath.isEmpty() ? QString() : QStringLiteral(" (was %1)").arg(file.previousPath);
-        terminal.line(QStringLiteral("%1: %2%3").arg(rawText(file.state), file.path, from));
-    }
-    for (const SealedState state : kSealedStates) {
-        if (result.count(state) > 0) counts << QStringLiteral("%1 %2").arg(result.count(state)).arg(rawText(state));
-    }
-    terminal.line(QStringLiteral("Generation %1: %2")
-                      .arg(result.generation)
-                      .arg(counts.isEmpty() ? QStringLiteral("no files") : counts.join(QStringLiteral(", "))));
-    for (const QString& list : result.lists) terminal.line(list);
-}
-
 int runSeal(const SealCommandOptions& options) {
     const StopSignals signals; // the first ends it at once: a list is there as a whole or not at all
     Terminal terminal(options.terminal);
@@ -80,7 +62,7 @@ int runSeal(const SealCommandOptions& options) {
         [&](const CustodyProgress& state) { progress.show(state); }, {}, static_cast<std::size_t>(options.jobs)};
     try {
         const SealResult result = sealFolder(folder, sealOptionsOf(options), watch);
-        printSealed(result, terminal);
+        for (const QString& line : linesOf(result)) terminal.line(line);
         if (terminal.isJson()) terminal.document(documentOf(result));
         return result.isWhole() ? allDone : someItemFailed;
     } catch (const SealRefusedError& refused) {

@@ -1,8 +1,7 @@
 // verify: a folder against all its hash lists.
 #include "cli/commands.h"
 #include "cli/custody_run.h"
-#include "custody/seal_folder.h"
-#include "custody/verify_folder.h"
+#include "custody/custody_words.h"
 #include "platform/processes/stop_signals.h"
 
 namespace ostrel::cli {
@@ -43,23 +42,6 @@ nlohmann::json documentOf(const VerifyResult& result) {
             {"summary", summary}};
 }
 
-void printVerdicts(const VerifyResult& result, Terminal& terminal) {
-    for (const QString& remark : result.remarks) terminal.line(remark);
-    QStringList counts;
-    for (const FileVerdict& verdict : result.files) {
-        const bool isTold = verdict.state != FileState::verified || !verdict.detail.isEmpty();
-        const QString detail = verdict.detail.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(verdict.detail);
-        if (isTold) terminal.line(QStringLiteral("%1: %2%3").arg(rawText(verdict.state), verdict.path, detail));
-    }
-    for (const QString& fault : result.faults) terminal.line(fault);
-    for (const FileState state : kFileStates) {
-        if (result.count(state) > 0) counts << QStringLiteral("%1 %2").arg(result.count(state)).arg(rawText(state));
-    }
-    if (!result.faults.isEmpty()) counts << QStringLiteral("lists damaged or incomplete");
-    const QString told = counts.isEmpty() ? QStringLiteral("no files") : counts.join(QStringLiteral(", "));
-    terminal.line(QStringLiteral("%1: %2").arg(result.folder, told));
-}
-
 // Appends what was just found as a generation, in the format of the last one. A second reading: what is written down is
 // what the seal itself has seen. Gives where it stands.
 QStringList record(const QString& folder, const CustodyWatch& watch) {
@@ -70,7 +52,7 @@ QStringList record(const QString& folder, const CustodyWatch& watch) {
 
 int verify(const QString& path, const VerifyCommandOptions& options, Terminal& terminal, const CustodyWatch& watch) {
     const VerifyResult result = verifyFolder(path, {options.allHashes}, watch);
-    printVerdicts(result, terminal);
+    for (const QString& line : linesOf(result)) terminal.line(line);
     nlohmann::json document = documentOf(result);
     bool isRecorded = true;
     if (options.record && result.generations == 0) {

@@ -4,6 +4,7 @@
 #include "app/controls/controls.h"
 #include "app/controls/item_roles.h"
 #include "app/panels/proof_dialog.h"
+#include "app/shell/custody_dialog.h"
 #include "support/wave_file.h"
 
 #include <QCheckBox>
@@ -41,6 +42,27 @@ protected:
         return texts;
     }
 
+    void choose(const QString& item) {
+        for (QAction* action : window_.findChildren<QAction*>()) {
+            if (action->text() == item) return action->trigger();
+        }
+        ADD_FAILURE() << "no " << item.toStdString();
+    }
+    // What the dialog comes to that the menu's item opens.
+    QString verdictOf(const QString& item) {
+        QString verdict;
+        QTimer look;
+        QObject::connect(&look, &QTimer::timeout, this_, [&] {
+            auto* dialog = qobject_cast<CustodyDialog*>(QApplication::activeModalWidget());
+            if (!dialog || dialog->isRunning()) return;
+            verdict = dialog->verdict();
+            dialog->reject();
+        });
+        look.start(10);
+        choose(item);
+        return verdict;
+    }
+
     QObject* this_ = &window_;
 };
 
@@ -72,6 +94,38 @@ TEST_F(ProofColumnTest, IsAskedForByAMarkAndOpensByClickAndKey) {
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window_));
     table().setFocus();
     EXPECT_EQ(shownBy([&] { QTest::keyClick(&table(), Qt::Key_Return, Qt::AltModifier); }), byClick);
+}
+
+TEST_F(ProofColumnTest, TheMenuSavesACertificateOfWhatWasProven) {
+    interleaver_.engine = EngineChoice::direct;
+    interleaver_.proves = true;
+    show();
+    desktop_.savePanelAnswer = folder_.path(QStringLiteral("page.html"));
+    choose(QStringLiteral("Save Certificate..."));
+    EXPECT_FALSE(QFile::exists(desktop_.savePanelAnswer)) << "nothing was proven yet";
+    for (const char* tag : {"L", "R"}) {
+        folder_.write(QStringLiteral("rain/Rain.%1.wav").arg(QLatin1String(tag)),
+                      waveBytes({.frames = 4800, .firstSignal = *tag}));
+    }
+    drop({folder_.path(QStringLiteral("rain"))});
+    press(Qt::Key_S);
+    ASSERT_TRUE(waitForInterleaver());
+    press(Qt::Key_R);
+    ASSERT_TRUE(waitForInterleaver());
+    choose(QStringLiteral("Save Certificate..."));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QFile::exists(desktop_.savePanelAnswer); }, 60'000));
+    EXPECT_TRUE(readAll(desktop_.savePanelAnswer).contains("Certified: every channel of 1 item"));
+}
+
+TEST_F(ProofColumnTest, AFolderIsSealedAndVerifiedFromTheMenu) {
+    show();
+    const QString day = folder_.path(QStringLiteral("day"));
+    folder_.write(QStringLiteral("day/a.wav"), waveBytes({.frames = 100}));
+    desktop_.openPanelAnswer = {day};
+    EXPECT_EQ(verdictOf(QStringLiteral("Seal Folder...")), QStringLiteral("✓ Sealed"));
+    EXPECT_EQ(verdictOf(QStringLiteral("Verify Folder...")), QStringLiteral("✓ Everything is what it was"));
+    folder_.write(QStringLiteral("day/a.wav"), waveBytes({.frames = 101}));
+    EXPECT_TRUE(verdictOf(QStringLiteral("Verify Folder...")).endsWith(QStringLiteral("1 changed")));
 }
 
 TEST_F(ProofColumnTest, WhatWasAskedForIsRemembered) {

@@ -327,4 +327,18 @@ void MainView::refresh() {
     }
 }
 
+ProvenRun MainView::provenRun() const {
+    const bool merges = viewModel_.currentMode.value() == AppMode::interleave;
+    ProvenRun run{merges ? QStringLiteral("interleave") : QStringLiteral("deinterleave"),
+                  {},
+                  usedTools(viewModel_.engine.value(), viewModel_.toolDetector())};
+    for (const InterleaveGroup& group : viewModel_.interleaveGroups) {
+        if (merges && group.outcome) run.items.emplace_back(group.baseName, *group.outcome);
+    }
+    for (const MultiChannelSource& source : viewModel_.deinterleaveSources) {
+        if (!merges && source.outcome) run.items.emplace_back(paths::lastComponent(source.sourceURL), *source.outcome);
+    }
+    return run;
+}
+
 } // namespace ostrel

@@ -40,6 +40,7 @@ public:
     bool isRunningJob() const override { return isBusy(); }
     bool hasRunningTask() const override { return viewModel_.hasRunningTask(); }
     void stop() override { viewModel_.stopProcessing(); }
+    ProvenRun provenRun() const override;
     QWidget* firstFocus() override;
 
 private:

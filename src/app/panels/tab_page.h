@@ -1,6 +1,8 @@
 // What the window asks of a tab: the shell decides which tab gets a command, the tab what its controller does with it.
 #pragma once
 
+#include "app/panels/proven_run.h"
+
 #include <QStringList>
 #include <QWidget>
 
@@ -27,6 +29,8 @@ public:
     virtual bool isRunningJob() const { return false; }   // or a scan
     virtual bool hasRunningTask() const { return false; } // a job, or the end of one that was stopped
     virtual void stop() {}                                // before the job's next item
+
+    virtual ProvenRun provenRun() const { return {}; } // the last one, as far as it is still shown
 
     // The widget that a person works in first.
     virtual QWidget* firstFocus() { return this; }

@@ -12,6 +12,7 @@
 #include "app/poly/edit/poly_edit_view.h"
 #include "app/poly/join/poly_join_view.h"
 #include "app/poly/split/poly_split_view.h"
+#include "platform/paths.h"
 
 namespace ostrel {
 namespace {
@@ -198,6 +199,26 @@ bool PolyToolsTabView::hasRunningTask() const {
 void PolyToolsTabView::stop() { viewModel_.stopProcessing(); }
 
 QWidget* PolyToolsTabView::firstFocus() { return pages_->currentPage(); }
+
+ProvenRun PolyToolsTabView::provenRun() const {
+    const PolyMode mode = viewModel_.mode.value();
+    ProvenRun run{mode == PolyMode::split  ? QStringLiteral("split")
+                  : mode == PolyMode::join ? QStringLiteral("join")
+                                           : QStringLiteral("edit"),
+                  {},
+                  usedTools(viewModel_.engine.value(), viewModel_.toolDetector())};
+    if (mode == PolyMode::join && viewModel_.batchJoinResults.value()) {
+        for (const GroupJoinResult& group : viewModel_.batchJoinResults.value()->groupResults)
+            run.items.emplace_back(group.outputName, group.outcome);
+    } else if (mode != PolyMode::join && viewModel_.batchResults.value()) {
+        for (const PolyFileResult& file : viewModel_.batchResults.value()->fileResults)
+            run.items.emplace_back(file.fileName, file.outcome);
+    } else if (const auto& single = viewModel_.lastOutcome.value()) {
+        const QString file = single->sources.empty() ? run.job : paths::lastComponent(single->sources.front().source);
+        run.items.emplace_back(file, *single);
+    }
+    return run;
+}
 
 void PolyToolsTabView::showMode() {
     const PolyMode mode = viewModel_.mode.value();

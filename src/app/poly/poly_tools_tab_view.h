@@ -35,6 +35,7 @@ public:
     bool isRunningJob() const override;
     bool hasRunningTask() const override;
     void stop() override;
+    ProvenRun provenRun() const override;
     QWidget* firstFocus() override; // the mode's view names its first control as its focus proxy
 
     PolySplitView& splitView() { return *split_; }

@@ -8,6 +8,7 @@
 #include "app/shell/drop_overlay.h"
 #include "app/shell/keyboard_shortcuts.h"
 #include "app/shell/orderly_quit.h"
+#include "app/shell/save_certificate.h"
 #include "app/shell/spacebar_monitor.h"
 #include "platform/diagnostics.h"
 
@@ -90,6 +91,7 @@ void MainTabView::makeMenus(Updater& updater, const ProductSettings& settings) {
     file->addSeparator();
     QAction* quit = file->addAction(QStringLiteral("Quit"), this, &QWidget::close);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    makeCustodyMenu(*menuBar()->addMenu(QStringLiteral("&Custody")));
     makeAppearanceMenu(*menuBar()->addMenu(QStringLiteral("A&ppearance")));
 
     QMenu* about = menuBar()->addMenu(QStringLiteral("&About"));
@@ -124,6 +126,27 @@ void MainTabView::makeMenus(Updater& updater, const ProductSettings& settings) {
     // "?" is Shift and slash on many keyboards: the spellings of the same press.
     show->setShortcuts({QKeySequence(QStringLiteral("Ctrl+?")), QKeySequence(QStringLiteral("Ctrl+Shift+/")),
                         QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Question)});
+}
+
+void MainTabView::makeCustodyMenu(QMenu& menu) {
+    QAction* save = menu.addAction(QStringLiteral("Save Certificate..."), this,
+                                   [this] { saveCertificate(this, desktop_, currentPage().provenRun()); });
+    save->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_C));
+    menu.addSeparator();
+    menu.addAction(QStringLiteral("Seal Folder..."), this, [this] { keepCustody(CustodyDialog::Work::seal); });
+    menu.addAction(QStringLiteral("Verify Folder..."), this, [this] { keepCustody(CustodyDialog::Work::verify); });
+}
+
+void MainTabView::keepCustody(CustodyDialog::Work work) {
+    OpenPanelRequest request;
+    request.canChooseFiles = false;
+    request.canChooseFolders = true;
+    request.message = work == CustodyDialog::Work::seal
+                          ? QStringLiteral("Select a folder to write down the hashes of its files (ASC MHL)")
+                          : QStringLiteral("Select a folder to compare with its hash lists");
+    request.prompt = work == CustodyDialog::Work::seal ? QStringLiteral("Seal") : QStringLiteral("Verify");
+    const QStringList chosen = desktop_.showOpenPanel(request);
+    if (!chosen.isEmpty()) CustodyDialog(work, chosen.first(), this).exec();
 }
 
 void MainTabView::makeAppearanceMenu(QMenu& menu) {

@@ -5,6 +5,7 @@
 #include "app/controls/bindings.h"
 #include "app/panels/tab_page.h"
 #include "app/shell/app_tab.h"
+#include "app/shell/custody_dialog.h"
 #include "app/shell/product_settings.h"
 #include "platform/desktop_services.h"
 
@@ -59,6 +60,8 @@ private:
     void makeTabs();
     void makeMenus(Updater& updater, const ProductSettings& settings);
     void makeAppearanceMenu(QMenu& menu);
+    void makeCustodyMenu(QMenu& menu);
+    void keepCustody(CustodyDialog::Work work);
     void makeShortcuts();
     QWidget* makeStoppingBanner();
     void showStopping();

@@ -269,6 +269,14 @@ void StereoValidatorTabView::stop() { viewModel_.stopAnalysis(); }
 
 QWidget* StereoValidatorTabView::firstFocus() { return &source_->button(); }
 
+ProvenRun StereoValidatorTabView::provenRun() const {
+    ProvenRun run{QStringLiteral("clean"), {}, usedTools(viewModel_.engine.value(), viewModel_.toolDetector())};
+    for (const StereoValidatorResult& result : viewModel_.analysisResults) {
+        if (result.outcome) run.items.emplace_back(paths::lastComponent(result.filepath), *result.outcome);
+    }
+    return run;
+}
+
 std::vector<StereoValidatorResult> StereoValidatorTabView::selectedResults() const {
     std::vector<StereoValidatorResult> selected;
     const QModelIndexList rows = table_->selectionModel()->selectedRows();

@@ -43,6 +43,7 @@ public:
     bool isRunningJob() const override;
     bool hasRunningTask() const override { return isRunningJob(); }
     void stop() override;
+    ProvenRun provenRun() const override;
     QWidget* firstFocus() override;
 
     QProperty<bool> showAnalysisSummary{true};
