@@ -7,7 +7,6 @@
 #include "platform/paths.h"
 
 #include <QAction>
-#include <QDialogButtonBox>
 #include <QFontDatabase>
 #include <QHeaderView>
 #include <QTableWidget>
@@ -42,6 +41,7 @@ QTableWidget* channelTable(const ProofRecord& proof) {
     table->setSelectionBehavior(QAbstractItemView::SelectRows);
     table->setTabKeyNavigation(false);
     table->verticalHeader()->hide();
+    table->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     table->resizeColumnsToContents();
     table->horizontalHeader()->setStretchLastSection(true);
     return table;
@@ -68,15 +68,19 @@ ProofDialog::ProofDialog(const QString& name, const ItemOutcome& outcome, QWidge
     auto* sentence = boldLabel(outcome.proof->sentence());
     sentence->setTextFormat(Qt::PlainText);
     sentence->setWordWrap(true);
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    auto* close = pushButton(QStringLiteral("Close"));
+    connect(close, &QPushButton::clicked, this, &QDialog::reject);
+    auto* buttons = rowLayout();
+    buttons->addStretch();
+    buttons->addWidget(close);
     auto* column = columnLayout();
     column->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
     column->addWidget(sentence);
     column->addWidget(channelTable(*outcome.proof), 1);
     addMetadata(*column, outcome.metadata);
-    column->addWidget(buttons);
+    column->addLayout(buttons);
     setLayout(column);
+    close->setFocus();
     resize(820, 360);
 }
 

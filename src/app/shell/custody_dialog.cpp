@@ -6,7 +6,6 @@
 #include "custody/custody_words.h"
 #include "platform/paths.h"
 
-#include <QDialogButtonBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 
@@ -20,16 +19,18 @@ CustodyDialog::CustodyDialog(Work work, const QString& folder, QWidget* parent)
     setWindowTitle((work == Work::seal ? QStringLiteral("Seal %1") : QStringLiteral("Verify %1")).arg(name));
     verdict_->setText(work == Work::seal ? QStringLiteral("Sealing...") : QStringLiteral("Verifying..."));
     lines_->setReadOnly(true);
-    auto* buttons = new QDialogButtonBox;
-    stop_ = buttons->addButton(QStringLiteral("Stop"), QDialogButtonBox::RejectRole);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    stop_ = pushButton(QStringLiteral("Stop"));
+    connect(stop_, &QPushButton::clicked, this, &QDialog::reject);
+    auto* buttons = rowLayout();
+    buttons->addStretch();
+    buttons->addWidget(stop_);
     auto* column = columnLayout();
     column->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
     column->addWidget(verdict_);
     column->addWidget(progress_);
     column->addWidget(step_);
     column->addWidget(lines_, 1);
-    column->addWidget(buttons);
+    column->addLayout(buttons);
     setLayout(column);
     resize(640, 380);
     since_.start();

@@ -91,7 +91,7 @@ void MainTabView::makeMenus(Updater& updater, const ProductSettings& settings) {
     file->addSeparator();
     QAction* quit = file->addAction(QStringLiteral("Quit"), this, &QWidget::close);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
-    makeCustodyMenu(*menuBar()->addMenu(QStringLiteral("&Custody")));
+    makeCustodyMenu(*menuBar()->addMenu(QStringLiteral("Custod&y")));
     makeAppearanceMenu(*menuBar()->addMenu(QStringLiteral("A&ppearance")));
 
     QMenu* about = menuBar()->addMenu(QStringLiteral("&About"));

@@ -96,7 +96,9 @@ QWidget* PolyEditView::makeOutputMode() {
             [this](int index) { viewModel_.editPolyEditInPlace = index == inPlaceMode; });
     modeNotes_ = new PageStack;
     auto* rebuilt = rowLayout();
-    rebuilt->addWidget(new SecondaryLabel(QStringLiteral("All metadata preserved (iXML, BWF, SMED)")), 1);
+    auto* preserved = new TruncatingText(Qt::ElideRight);
+    preserved->setText(QStringLiteral("All metadata preserved (iXML, BWF, SMED)"), true);
+    rebuilt->addWidget(preserved, 1);
     rebuilt->addWidget(engineSwitch(bindings_, viewModel_.engine, QStringLiteral("polytools")));
     rebuilt->addSpacing(8);
     rebuilt->addWidget(proofBox(bindings_, viewModel_.proves, QStringLiteral("polytools")));

@@ -130,14 +130,13 @@ QWidget* PolyJoinView::makeCommonOptions() {
     first->addWidget(suffixNote_);
     first->addWidget(noSuffixNote_);
     first->addStretch();
+    first->addWidget(proofBox(bindings_, viewModel_.proves, QStringLiteral("polytools")));
     auto* second = rowLayout();
     withLabel(*second, QStringLiteral("Layout:"), layouts_);
     second->addSpacing(8);
     second->addWidget(overwriteBox(bindings_, viewModel_));
     second->addSpacing(8);
     second->addWidget(engineSwitch(bindings_, viewModel_.engine, QStringLiteral("polytools")));
-    second->addSpacing(8);
-    second->addWidget(proofBox(bindings_, viewModel_.proves, QStringLiteral("polytools")));
     second->addStretch();
     second->addWidget(preserved);
     auto* column = columnLayout(6);
