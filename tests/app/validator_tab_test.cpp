@@ -200,7 +200,7 @@ TEST_F(ValidatorTabTest, CellsShowTheRecordsTexts) {
     inverted.durationSeconds = 65.9;
     validator_.analysisResults.assign({inverted});
     QStringList row;
-    for (int column = 0; column < Model::ColumnCount; ++column) row << model().index(0, column).data().toString();
+    for (int column = 0; column < Model::ProofColumn; ++column) row << model().index(0, column).data().toString();
     EXPECT_EQ(row.join(u'|'),
               QStringLiteral("x.flac|FLAC|Broken: Polarity-Inverted Dual Mono (Will Null in Mono)|-1.000|"
                              "100.0%|0.25 ms|Mid≈0 (Anti-Phase)|1:05"));

@@ -2,9 +2,11 @@
 #include "polytools/edit/track_rename.h"
 
 #include "foundation/domain_error.h"
+#include "metadata/ixml/ixml_text.h"
 #include "platform/paths.h"
 #include "platform/processes/child_process.h"
 #include "poly_fixture.h"
+#include "roads/own_documents.h"
 
 #include <gtest/gtest.h>
 
@@ -284,6 +286,29 @@ TEST_F(ChannelFilterWithMetadata, InPlaceChangesTheNamesAndNothingElse) {
     EXPECT_TRUE(entryWith(result.logEntries, QStringLiteral("⚠️ No channel 7 to rename")));
     EXPECT_EQ(testing::namesIn(folder_.path()).join(u' '), QStringLiteral("P.WAV link.wav"));
     EXPECT_EQ(QFile::permissions(file.url) & QFile::ReadGroup, QFile::ReadGroup);
+}
+
+// Without bwfmetaedit, and with names longer than the room that the chunk has.
+TEST_F(ChannelFilterWithMetadata, TheDirectEngineRenamesInPlaceByItself) {
+    tools_.bwfmetaeditPath.clear();
+    tools_.answers = answersFromBytes();
+    for (const QString& name : {QStringLiteral("Bo"), QStringLiteral("A & B ") + QString(3000, u'x')}) {
+        const PolyFile file = poly(3, 24, testing::ixmlOf({"Mix", "Boom", "Lav"}));
+        const QByteArray before = testing::readAll(file.url);
+        EXPECT_FALSE(renameTracksInPlace(file, {{2, name}}, tools_).outcome.failed());
+        const QByteArray after = testing::readAll(file.url);
+        EXPECT_EQ(testing::chunkOf(after, "iXML").trimmed(),
+                  QByteArray(testing::chunkOf(before, "iXML"))
+                      .replace("<NAME>Boom<", "<NAME>" + encodeXMLText(name).toUtf8() + "<")
+                      .trimmed());
+        for (const char* id : {"data", "bext", "SMED"}) {
+            EXPECT_EQ(testing::chunkOf(after, id), testing::chunkOf(before, id)) << id;
+        }
+    }
+    const PolyFile bare = poly(2);
+    renameTracksInPlace(bare, {{2, QStringLiteral("Boom")}}, tools_);
+    EXPECT_EQ(tracksOf(bare.url),
+              (std::vector<SourceTrack>{{1, 1, QStringLiteral("CH1")}, {2, 2, QStringLiteral("Boom")}}));
 }
 
 TEST_F(ChannelFilterWithMetadata, InPlaceGivesATrackListToAFileWithoutOne) {

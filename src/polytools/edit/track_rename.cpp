@@ -1,5 +1,6 @@
 #include "polytools/edit/track_rename.h"
 
+#include "foundation/chunks/chunk_bytes.h"
 #include "foundation/domain_error.h"
 #include "foundation/proof/output_proof.h"
 #include "foundation/proof/unexplained_bytes.h"
@@ -7,6 +8,8 @@
 #include "foundation/run/journal.h"
 #include "foundation/run/run_ledger.h"
 #include "metadata/bext_completion.h"
+#include "metadata/chunks/chunk_setting.h"
+#include "metadata/ixml_fitting.h"
 #include "metadata/metadata_comparison.h"
 #include "platform/files/files.h"
 #include "platform/files/replacement.h"
@@ -51,6 +54,22 @@ QString withNewTrackList(const QString& ixml, int channelCount, const std::map<i
         .arg(list);
 }
 
+// The direct engine reads and writes the chunk itself, and so keeps its line ends.
+std::optional<QString> readIxml(const PolyEngineTools& tools, SourceAnswers& answers, const QString& file) {
+    if (tools.engine() == EngineChoice::ffmpeg) return exportIXML(answers, tools.bwfmetaeditPath, file);
+    const auto chunk = WaveChunks(file).bytes("iXML");
+    return chunk ? decodedIxml(*chunk) : QString();
+}
+
+bool writeIxml(const PolyEngineTools& tools, const QString& ixml, const QString& file) {
+    if (tools.engine() == EngineChoice::ffmpeg) return importIXML(tools.bwfmetaeditPath, ixml, file);
+    return setChunk(file, "iXML", ixml.toUtf8(), ' ').isEmpty();
+}
+
+QString readerOf(const PolyEngineTools& tools) {
+    return tools.engine() == EngineChoice::ffmpeg ? QStringLiteral("bwfmetaedit") : QStringLiteral("The direct engine");
+}
+
 // The recording is named as the person named it; a link leads to it.
 std::optional<ProofRecord> proofOfCopy(const PolyFile& poly, const QString& recording, const NewFile& copy,
                                        bool proves) {
@@ -76,7 +95,7 @@ ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMa
                                         const PolyEngineTools& tools, const PolyEngineHooks& hooks, bool proves) {
     EngineLog log(hooks, QStringLiteral("PolyChannelFilterEngine"), paths::stem(polyFile.url));
     log.info(LogCategory::process, QStringLiteral("━━━ RENAME TRACKS IN PLACE: %1 ━━━").arg(polyFile.fileName));
-    if (tools.bwfmetaeditPath.isEmpty()) {
+    if (tools.engine() == EngineChoice::ffmpeg && tools.bwfmetaeditPath.isEmpty()) {
         throw renameError(QStringLiteral("bwfmetaedit not found - track names can't be changed in place"));
     }
     std::map<int, QString> names;
@@ -101,19 +120,19 @@ ChannelFilterResult renameTracksInPlace(const PolyFile& polyFile, const RenameMa
     if (const QString why = unexplainedBytesOf(recording); !why.isEmpty()) {
         throw renameError(QStringLiteral("The recording is not replaced: ") + why);
     }
-    const std::optional<QString> old = exportIXML(*tools.answers, tools.bwfmetaeditPath, recording);
-    if (!old) throw renameError(QStringLiteral("bwfmetaedit could not read the iXML"));
+    const std::optional<QString> old = readIxml(tools, *tools.answers, recording);
+    if (!old) throw renameError(QStringLiteral("%1 could not read the iXML").arg(readerOf(tools)));
     const bool hasTracks = !parseTrackBlocks(*old).empty();
     const QString renamed =
         hasTracks ? replaceTrackNames(*old, names) : withNewTrackList(*old, polyFile.channelCount, names);
 
     NewFile copy(recording);
     copyForChanges(copy);
-    if (!importIXML(tools.bwfmetaeditPath, renamed, copy.path())) {
-        throw renameError(QStringLiteral("bwfmetaedit could not write the iXML"));
+    if (!writeIxml(tools, renamed, copy.path())) {
+        throw renameError(QStringLiteral("%1 could not write the iXML").arg(readerOf(tools)));
     }
     SourceAnswers ofTheCopy; // nothing that was said of any file before counts here
-    const std::optional<QString> written = exportIXML(ofTheCopy, tools.bwfmetaeditPath, copy.path());
+    const std::optional<QString> written = readIxml(tools, ofTheCopy, copy.path());
     if (!written || namesByNumber(*written) != namesByNumber(renamed)) {
         throw renameError(QStringLiteral("The new track names could not be read back"));
     }
