@@ -1,6 +1,7 @@
 // hash: checksums of the audio of recordings, and the MD5 chunk that keeps one in the file.
 #include "cli/command.h"
 #include "cli/commands.h"
+#include "custody/seal_run.h"
 #include "foundation/proof/audio_hashes.h"
 #include "foundation/run/recording_list.h"
 #include "foundation/run/run_ledger.h"
@@ -85,6 +86,7 @@ public:
         const std::optional<QStringList> paths = existingPaths(options_.paths, terminal_);
         if (!paths) return badUsage;
         collect(*paths);
+        if (options_.embed) tellSealedFolders(*paths);
         // By MD5 a processor is the bottleneck, so several files go side by side; without it the disk is.
         forEachInParallel(
             files_.size(), [this](std::size_t i) { take(files_[i]); }, options_.fast ? 1 : parallelWidth());
@@ -115,6 +117,12 @@ private:
         }
         for (const QString& path : selection) files_.push_back({.path = path});
         ledger_ = std::make_unique<RunLedger>(selection);
+    }
+
+    void tellSealedFolders(const QStringList& paths) {
+        for (const QString& path : paths) {
+            if (const QString notice = sealedChangeNotice(path); !notice.isEmpty()) terminal_.error(notice);
+        }
     }
 
     // On any thread.

@@ -99,6 +99,16 @@ protected:
         waitForTasks(controller_);
     }
 
+    std::vector<ItemOutcome> outcomes() const override {
+        std::vector<ItemOutcome> result;
+        const auto add = [&](const auto& record) {
+            if (record.outcome) result.push_back(*record.outcome);
+        };
+        for (const InterleaveGroup& group : controller_.interleaveGroups) add(group);
+        for (const MultiChannelSource& source : controller_.deinterleaveSources) add(source);
+        return result;
+    }
+
     void fill(nlohmann::json& document) const override {
         nlohmann::json& items = document["items"] = nlohmann::json::array();
         const auto add = [&](const QString& name, const QStringList& sources, const auto& record) {
@@ -168,6 +178,7 @@ void addInterleaverOptions(CLI::App& command, InterleaverOptions& job) {
     addOverwriteOption(command, job);
     addEngineOption(command, job);
     addProofOption(command, job);
+    addSealOption(command, job);
     command.add_option("--originals", job.originals, "What becomes of the sources after a success")
         ->check(CLI::IsMember({"keep", "move", "delete"}))
         ->capture_default_str();

@@ -27,4 +27,40 @@ void tellForeseen(Terminal& terminal, const QString& name, const QString& forese
     if (!foreseen.isEmpty()) terminal.line(QStringLiteral("%1: %2").arg(name, foreseen));
 }
 
+nlohmann::json sealsDocument(const std::vector<RunSeal>& seals) {
+    nlohmann::json result = nlohmann::json::array();
+    for (const RunSeal& seal : seals) {
+        const bool isRefused = !seal.refused.isEmpty();
+        nlohmann::json entry{{"folder", jsonText(seal.folder)},
+                             {"generation", isRefused ? nlohmann::json() : nlohmann::json(seal.generation)},
+                             {"list", jsonTextOrNull(seal.list)}};
+        if (isRefused) entry["refused"] = jsonList(seal.refused);
+        if (!seal.changed.isEmpty()) entry["changed"] = jsonList(seal.changed);
+        if (!seal.missing.isEmpty()) entry["missing"] = jsonList(seal.missing);
+        result.push_back(std::move(entry));
+    }
+    return result;
+}
+
+void tellSeals(Terminal& terminal, const std::vector<RunSeal>& seals) {
+    for (const RunSeal& seal : seals) {
+        if (!seal.refused.isEmpty()) continue;
+        terminal.line(
+            QStringLiteral("Sealed: %1, generation %2: %3").arg(seal.folder).arg(seal.generation).arg(seal.list));
+    }
+}
+
+void tellSealFaults(Terminal& terminal, const RunSeal& seal) {
+    for (const QString& reason : seal.refused) terminal.error(reason);
+    if (!seal.refused.isEmpty()) {
+        terminal.error(QStringLiteral("not sealed, nothing was written: %1").arg(seal.folder));
+    }
+    for (const QString& path : seal.changed) {
+        terminal.error(QStringLiteral("not what %1 was sealed with: %2").arg(seal.folder, path));
+    }
+    for (const QString& path : seal.missing) {
+        terminal.error(QStringLiteral("sealed in %1 and gone: %2").arg(seal.folder, path));
+    }
+}
+
 } // namespace ostrel::cli

@@ -4,6 +4,7 @@
 
 #include "cli/terminal.h"
 #include "custody/run_document.h"
+#include "custody/seal_run.h"
 #include "foundation/records/item_outcome.h"
 
 #include <QString>
@@ -34,5 +35,10 @@ nlohmann::json jobDocument(const std::string& job, const ExternalToolDetector& d
 
 // A line on an item that a run would refuse; none where `foreseen` is empty.
 void tellForeseen(Terminal& terminal, const QString& name, const QString& foreseen);
+
+// What became of the seals of a run: the "seals" of its document, their lines, and on standard error what is wrong.
+nlohmann::json sealsDocument(const std::vector<RunSeal>& seals);
+void tellSeals(Terminal& terminal, const std::vector<RunSeal>& seals);
+void tellSealFaults(Terminal& terminal, const RunSeal& seal);
 
 } // namespace ostrel::cli

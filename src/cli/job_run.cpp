@@ -24,6 +24,14 @@ void addProofOption(CLI::App& command, JobOptions& options) {
                      "source; an item that differs fails, and its sources stay");
 }
 
+void addSealOption(CLI::App& command, JobOptions& options) {
+    options.makesFiles = true;
+    command.add_flag("--seal", options.seal,
+                     "Seal the folders of the new files when all is done: a generation of hashes (ASC MHL) in the "
+                     "nearest sealed folder at or above, else in the output folder; of the whole folder, also of "
+                     "sources that lie in it");
+}
+
 EngineChoice engineOf(const JobOptions& options) {
     return engineNamed(QString::fromStdString(options.engine)).value_or(EngineChoice::ffmpeg);
 }
@@ -47,17 +55,51 @@ int JobRun::run() {
     followLog();
     const auto unwatch = qScopeGuard([this] { watches_.clear(); }); // a controller that goes is watched no more
     if (isWrong(take(*paths))) return badUsage;
+    tellSealedFolders(*paths);
     work(*paths);
+    seal();
     if (terminal_.isJson()) {
         nlohmann::json document = jobDocument(job_, toolDetector(), counts(), isStopped(), reportPath());
         fill(document);
         if (options_.proof) document["made"] = madeDocument(usedTools());
+        if (options_.seal) document["seals"] = sealsDocument(seals_);
         terminal_.document(document);
     } else {
         printResult();
+        tellSeals(terminal_, seals_);
     }
     if (isStopped()) return signals_.exitStatus();
-    return hasFailed() ? someItemFailed : allDone;
+    const bool isSealed = std::all_of(seals_.begin(), seals_.end(), [](const RunSeal& each) { return each.isWhole(); });
+    return hasFailed() || !isSealed ? someItemFailed : allDone;
+}
+
+// What replaces a recording makes it another than its seal tells, for good: a list can only write that down as failed.
+void JobRun::tellSealedFolders(const QStringList& paths) {
+    if (!options_.makesFiles) return;
+    QStringList notices;
+    for (const QString& path : options_.output.empty() ? paths : QStringList{output()}) {
+        notices << (changesRecordings() ? sealedChangeNotice(path) : sealedFolderNotice(path));
+        if (!notices.last().isEmpty() && !options_.seal && !changesRecordings()) {
+            notices.last() += QStringLiteral("; --seal adds a generation");
+        }
+    }
+    notices.removeDuplicates();
+    notices.removeAll(QString());
+    for (const QString& notice : notices) terminal_.error(notice);
+}
+
+void JobRun::seal() {
+    if (!options_.seal || isStopped()) return;
+    const QString folder = options_.output.empty() ? QString() : output();
+    const CustodyWatch watch{[this](const CustodyProgress& state) {
+                                 if (state.bytesTotal == 0) return;
+                                 terminal_.progress(static_cast<double>(state.bytesDone) /
+                                                        static_cast<double>(state.bytesTotal),
+                                                    QStringLiteral("Sealing  ") + state.file);
+                             },
+                             [this] { return isStopped(); }};
+    seals_ = sealRun({QString::fromStdString(job_), folder, outcomes()}, watch);
+    for (const RunSeal& each : seals_) tellSealFaults(terminal_, each);
 }
 
 // Where nothing was asked of a tool, none is named.

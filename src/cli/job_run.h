@@ -5,6 +5,7 @@
 #include "cli/command.h"
 #include "cli/job_format.h"
 #include "cli/terminal_desktop_services.h"
+#include "custody/seal_run.h"
 #include "foundation/logs/processing_log.h"
 #include "foundation/records/engine_choice.h"
 #include "foundation/records/record_list.h"
@@ -25,12 +26,15 @@ struct JobOptions {
     bool overwrite = false;
     bool csv = false;
     bool proof = false;
+    bool seal = false;
+    bool makesFiles = false; // and may be sealed
 };
 
 void addSubfoldersOption(CLI::App& command, JobOptions& options);
 void addOverwriteOption(CLI::App& command, JobOptions& options);
 void addEngineOption(CLI::App& command, JobOptions& options);
 void addProofOption(CLI::App& command, JobOptions& options);
+void addSealOption(CLI::App& command, JobOptions& options);
 EngineChoice engineOf(const JobOptions& options);
 
 class JobRun {
@@ -61,6 +65,9 @@ protected:
     virtual void fill(nlohmann::json& document) const = 0;
 
     virtual JobCounts counts() const = 0;
+    virtual std::vector<ItemOutcome> outcomes() const { return {}; } // of the items that a run took
+    // Whether recordings that are there already get other bytes.
+    virtual bool changesRecordings() const { return options_.overwrite; }
     virtual QString reportPath() const = 0; // of the CSV report; empty: none
     // Whether an error of the log makes the run a failed one, for those that no item tells of.
     virtual bool isFailure(LogCategory) const { return false; }
@@ -81,11 +88,14 @@ protected:
 
 private:
     void followLog();
+    void tellSealedFolders(const QStringList& paths); // ahead of the work
+    void seal();                                      // behind it
     QStringList usedTools() const;
 
     const std::string job_;
     std::vector<QPropertyNotifier> watches_;
     bool logTellsFailure_ = false;
+    std::vector<RunSeal> seals_;
 };
 
 } // namespace ostrel::cli

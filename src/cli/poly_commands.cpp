@@ -145,6 +145,8 @@ protected:
 
     void fill(nlohmann::json& document) const override { document["items"] = batchItems(); }
 
+    bool changesRecordings() const override { return edit_.inPlace || PolyRun::changesRecordings(); }
+
 private:
     void configure() {
         if (!edit_.remove.empty() || !edit_.removeNames.empty()) {

@@ -68,6 +68,18 @@ JobCounts PolyRun::counts() const {
     return {controller_.successCount.value(), controller_.skipCount.value(), controller_.errorCount.value()};
 }
 
+std::vector<ItemOutcome> PolyRun::outcomes() const {
+    std::vector<ItemOutcome> result;
+    if (const auto& batch = controller_.batchResults.value()) {
+        for (const PolyFileResult& row : batch->fileResults) result.push_back(row.outcome);
+    } else if (const auto& joins = controller_.batchJoinResults.value()) {
+        for (const GroupJoinResult& row : joins->groupResults) result.push_back(row.outcome);
+    } else if (const auto& single = controller_.lastOutcome.value()) {
+        result.push_back(*single);
+    }
+    return result;
+}
+
 void addPolyOptions(CLI::App& command, JobOptions& options, const std::string& pathsDescription) {
     addPaths(command, options.paths, pathsDescription);
     command.add_option("--output", options.output, "Folder for the new files (default: that of the sources)");
@@ -75,6 +87,7 @@ void addPolyOptions(CLI::App& command, JobOptions& options, const std::string& p
     addOverwriteOption(command, options);
     addEngineOption(command, options);
     addProofOption(command, options);
+    addSealOption(command, options);
     command.add_flag("--csv", options.csv, "Write a CSV report into the output folder");
     addTerminalOptions(command, options.terminal);
 }

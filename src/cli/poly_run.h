@@ -15,6 +15,7 @@ protected:
     RecordList<ProcessingLogEntry>& log() override { return controller_.logEntries; }
     QString take(const QStringList& paths) override;
     JobCounts counts() const override;
+    std::vector<ItemOutcome> outcomes() const override;
     QString reportPath() const override { return controller_.reportPath.value(); }
     // Lost metadata never fails an item.
     bool isFailure(LogCategory category) const override { return category != LogCategory::metadata; }

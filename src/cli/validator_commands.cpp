@@ -168,6 +168,14 @@ protected:
         return counts;
     }
 
+    std::vector<ItemOutcome> outcomes() const override {
+        std::vector<ItemOutcome> result;
+        for (const StereoValidatorResult& each : controller_.analysisResults) {
+            if (each.outcome) result.push_back(*each.outcome);
+        }
+        return result;
+    }
+
     void fill(nlohmann::json& document) const override {
         ValidatorRun::fill(document);
         nlohmann::json& items = document["items"] = nlohmann::json::array();
@@ -253,6 +261,7 @@ void addCleanCommand(CLI::App& parser, ChosenCommand& chosen) {
         ->capture_default_str();
     addEngineOption(*command, *options);
     addProofOption(*command, *options);
+    addSealOption(*command, *options);
     command->add_flag("--no-suffix", options->noSuffix, "Do not put \"_mono\" behind the names");
     command->add_flag("--overwrite", options->overwrite,
                       "Replace files that are there; with --no-suffix and no --output, the sources themselves");
