@@ -1,6 +1,7 @@
 #include "cli/job_run.h"
 
 #include <QScopeGuard>
+#include <algorithm>
 
 namespace ostrel::cli {
 

@@ -6,6 +6,7 @@
 #include "platform/paths.h"
 
 #include <QFile>
+#include <algorithm>
 
 namespace ostrel {
 namespace {
