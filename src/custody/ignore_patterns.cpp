@@ -29,11 +29,12 @@ bool matchesPath(const std::vector<std::u32string>& pattern, const std::vector<s
         if (pattern[i] == kAnyFolders) {
             bool isReached = false;
             for (std::size_t j = 0; j <= path.size(); ++j) {
-                next[j] = isReached || (reach[j] && !isLast); // "a/**" is what lies in a, and not a itself
+                next[j] = isReached || (reach[j] && !isLast) ? 1 : 0; // "a/**" is what lies in a, and not a itself
                 isReached = isReached || reach[j];
             }
         } else {
-            for (std::size_t j = 0; j < path.size(); ++j) next[j + 1] = reach[j] && matchesGlob(pattern[i], path[j]);
+            for (std::size_t j = 0; j < path.size(); ++j)
+                next[j + 1] = reach[j] && matchesGlob(pattern[i], path[j]) ? 1 : 0;
         }
         reach = std::move(next);
     }
