@@ -14,10 +14,8 @@
 namespace ostrel {
 namespace {
 
+constexpr int kGlanceFrames = 2048;
 constexpr int kGlances = 5;
-constexpr int kMostFrames = 2048;       // of one block
-constexpr int kFewestFrames = 512;      // the same of the widest files
-constexpr int kSamplesOfBlock = 16'384; // of all channels: each ISO of a wide poly has its own glance at it
 
 // Less than the step of a 32-bit sample, more than what a float sample moves by on its way through 32-bit integers.
 constexpr double kTolerance = 3e-10;
@@ -67,11 +65,10 @@ public:
         compareLengths();
         tallies_.resize(pairs_.size());
         const qint64 length = shortest([](const ChannelPair&) { return true; });
-        const qint64 frames = framesOfBlock();
         try {
             for (int block = 0; block < kGlances && length > 0; ++block) {
-                const qint64 position = std::max<qint64>(0, length - frames) * block / (kGlances - 1);
-                look(position, static_cast<int>(std::min<qint64>(frames, length - position)));
+                const qint64 position = std::max<qint64>(0, length - kGlanceFrames) * block / (kGlances - 1);
+                look(position, static_cast<int>(std::min<qint64>(kGlanceFrames, length - position)));
             }
         } catch (const SampleReaderError&) {
             for (const ChannelPair& pair : pairs_) glance_.findings.push_back({pair, ChannelFinding::Kind::unread});
@@ -118,12 +115,6 @@ private:
             frames = frames < 0 ? here : std::min(frames, here);
         }
         return std::max<qint64>(frames, 0);
-    }
-
-    qint64 framesOfBlock() const {
-        int channels = 1;
-        for (const auto& [file, reader] : readers_) channels = std::max(channels, reader ? reader->channels() : 1);
-        return std::clamp(kSamplesOfBlock / channels, kFewestFrames, kMostFrames);
     }
 
     void compareLengths() {
