@@ -54,8 +54,11 @@ int runReportProof(const ReportProofOptions& options) {
     const std::optional<QStringList> paths = existingPaths({options.run}, terminal);
     if (!paths) return badUsage;
     const QString html = paths::absolute(QString::fromStdString(options.html));
-    if (options.html.empty() || paths::isFolder(html) || html == paths->first()) {
-        terminal.error(QStringLiteral("not a file to write: ") + html);
+    // With --overwrite a slip of the hand must not cost a recording.
+    const bool isPage =
+        QStringList{QStringLiteral("html"), QStringLiteral("htm")}.contains(paths::lowerExtension(html));
+    if (!isPage || paths::isFolder(html)) {
+        terminal.error(QStringLiteral("the page needs a name that ends with .html: ") + html);
         return badUsage;
     }
     return writeCertificate(paths->first(), html, options.overwrite, terminal);

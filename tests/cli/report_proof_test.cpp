@@ -44,6 +44,11 @@ TEST_F(ReportProof, ARunWithoutProofAndOtherFilesGetNoPage) {
     EXPECT_EQ(runCli({u"report-proof"_s, path(u"poly.wav"_s), u"--html"_s, page}).exitStatus, 1);
     EXPECT_EQ(runCli({u"report-proof"_s, path(u"run.json"_s), u"--html"_s, path(u"run.json"_s)}).exitStatus, 2);
     EXPECT_FALSE(QFile::exists(page));
+    // Nor does a recording become one.
+    const QByteArray recording = testing::readAll(path(u"poly.wav"_s));
+    const QString proven = runOf({u"--proof"_s, u"--overwrite"_s});
+    EXPECT_EQ(runCli({u"report-proof"_s, proven, u"--overwrite"_s, u"--html"_s, path(u"poly.wav"_s)}).exitStatus, 2);
+    EXPECT_EQ(testing::readAll(path(u"poly.wav"_s)), recording);
 }
 
 } // namespace
