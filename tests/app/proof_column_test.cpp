@@ -27,9 +27,10 @@ protected:
     // What the dialog that the next step opens shows: its texts, row by row.
     QStringList shownBy(const std::function<void()>& step) {
         QStringList texts;
-        QTimer::singleShot(0, this_, [&] {
+        QTimer look;
+        QObject::connect(&look, &QTimer::timeout, this_, [&] {
             auto* dialog = qobject_cast<ProofDialog*>(QApplication::activeModalWidget());
-            ASSERT_NE(dialog, nullptr);
+            if (!dialog) return;
             const auto* channels = dialog->findChild<QTableWidget*>();
             for (int row = 0; row < channels->rowCount(); ++row) {
                 QStringList cells;
@@ -38,6 +39,7 @@ protected:
             }
             dialog->reject();
         });
+        look.start(10);
         step();
         return texts;
     }

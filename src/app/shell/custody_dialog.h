@@ -28,6 +28,9 @@ public:
     // Begins at once.
     CustodyDialog(Work work, const QString& folder, QWidget* parent);
 
+    // The end of the program waits for the work behind it, so that is stopped too.
+    ~CustodyDialog() override { handle_.cancel(); }
+
     bool isRunning() const { return isRunning_; }
     QString verdict() const;
 
