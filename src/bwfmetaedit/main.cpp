@@ -1,4 +1,4 @@
-// bwfmetaedit: shows and changes the metadata of WAV files. See packaging/man/bwfmetaedit.1.
+// bwfmetaedit: shows and changes the metadata of WAV files. See packaging/man/ostrel-bwfmetaedit.1.
 #include "bwfmetaedit/program/run.h"
 
 #include <csignal>

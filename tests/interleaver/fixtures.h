@@ -78,7 +78,7 @@ exit 0)"));
 // The delivered tool of that name, where a test needs what is really written into a file.
 inline QString deliveredBwfmetaedit() {
     return QDir::cleanPath(paths::parent(builtProgram(QStringLiteral("ostrel-cli"))) +
-                           QStringLiteral("/../share/ostrel/bin/bwfmetaedit"));
+                           QStringLiteral("/../libexec/ostrel/bin/bwfmetaedit"));
 }
 
 inline QStringList callsOf(const QString& fakeTool) {

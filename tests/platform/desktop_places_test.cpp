@@ -22,7 +22,7 @@ TEST(StandardFolders, TemporaryFilesGoWhereTheSystemKeepsThem) { EXPECT_EQ(tempo
 TEST(StandardFolders, ResourcesLieBesideTheProgramsFolder) {
     ASSERT_FALSE(qEnvironmentVariableIsSet("OSTREL_RESOURCE_FOLDER"));
     const QString beside = QFileInfo(QCoreApplication::applicationDirPath()).path();
-    EXPECT_EQ(resourceFolder(), beside + QStringLiteral("/share/ostrel"));
+    EXPECT_EQ(resourceFolder(), beside + QStringLiteral("/libexec/ostrel"));
 }
 
 TEST(StandardFolders, AnotherResourceFolderMayBeChosen) {

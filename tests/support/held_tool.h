@@ -25,7 +25,7 @@ public:
                                    .arg(name));
         // What this folder hides.
         const QString bwfmetaedit = QStringLiteral("bwfmetaedit");
-        QFile::link(builtProgram(QStringLiteral("../share/ostrel/bin/") + bwfmetaedit),
+        QFile::link(builtProgram(QStringLiteral("../libexec/ostrel/bin/") + bwfmetaedit),
                     resources_.path(QStringLiteral("bin/") + bwfmetaedit));
     }
 

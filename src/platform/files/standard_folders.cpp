@@ -11,7 +11,7 @@ namespace ostrel {
 QString resourceFolder() {
     const QString chosen = qEnvironmentVariable("OSTREL_RESOURCE_FOLDER");
     if (!chosen.isEmpty()) return chosen;
-    return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../share/ostrel"));
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../libexec/ostrel"));
 }
 
 QString cacheFolder() {

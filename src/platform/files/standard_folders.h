@@ -5,7 +5,7 @@
 
 namespace ostrel {
 
-// The folder of what is delivered with the application (its `bin` holds the delivered tools): share/ostrel beside the
+// The folder of what is delivered with the application (its `bin` holds the delivered tools): libexec/ostrel beside the
 // running program's bin folder, in the build tree as once installed. OSTREL_RESOURCE_FOLDER, if set, takes its place.
 QString resourceFolder();
 
