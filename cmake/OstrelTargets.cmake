@@ -5,18 +5,15 @@ include_guard()
 # Files are compiled by the dozen (CMAKE_UNITY_BUILD), in a third of the time: no two files of a room may define the same name in
 # their anonymous namespaces.
 
-# ostrel_precompile(TARGET HEADERS...): headers that nearly every file of the target includes, compiled once. Where files are
-# compiled by the dozen (CMAKE_UNITY_BUILD) they are read seldom enough without.
-function(ostrel_precompile target)
-  if(NOT CMAKE_UNITY_BUILD)
-    target_precompile_headers(${target} PRIVATE ${ARGN})
-  endif()
-endfunction()
+# Loops over samples and checksums stand in these rooms, which are optimized as far as it goes. Elsewhere less does, in two thirds
+# of the time to compile: what those wait for is the disk, a tool or a person.
+set(OSTREL_ROOMS_OF_LOOPS wave platform foundation preview stereovalidator)
 
 function(_ostrel_flags target)
   target_compile_definitions(${target} PRIVATE
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
-    QT_NO_URL_CAST_FROM_STRING)
+    QT_NO_URL_CAST_FROM_STRING
+    _REENTRANT)  # SDL2 wants it in all that link to it, and a precompiled header wants one answer of all
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wno-missing-field-initializers -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
     -fopenmp-simd)  # the simd pragmas of sample loops, no threads
   if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
@@ -36,6 +33,23 @@ function(_ostrel_flags target)
   endif()
 endfunction()
 
+function(_ostrel_optimize_less target)
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
+endfunction()
+
+# ostrel_precompiled(NAME HEADER [LINK libraries...]): headers that nearly every file includes, compiled once for all targets that
+# are compiled with the same flags. They name it in target_precompile_headers(... REUSE_FROM NAME).
+function(ostrel_precompiled name header)
+  cmake_parse_arguments(arg "" "" "LINK" ${ARGN})
+  set(source ${CMAKE_BINARY_DIR}/precompiled/${name}.cpp)
+  file(CONFIGURE OUTPUT ${source} CONTENT "[[maybe_unused]] static const int nothingElse = 0;\n")
+  add_library(${name} OBJECT ${source})
+  set_target_properties(${name} PROPERTIES AUTOMOC OFF)
+  target_link_libraries(${name} PRIVATE Qt6::Core QCoro::Core ${arg_LINK})
+  target_precompile_headers(${name} PRIVATE ${header})
+  _ostrel_flags(${name})
+endfunction()
+
 # ostrel_library(NAME [DEPENDS rooms...] [LINK libraries...]): one static library for this folder, ostrel_<NAME>.
 # Rooms are named without the prefix; the linker then refuses a call against the arrows.
 function(ostrel_library name)
@@ -46,8 +60,13 @@ function(ostrel_library name)
   target_include_directories(ostrel_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   list(TRANSFORM arg_DEPENDS PREPEND ostrel_)
   target_link_libraries(ostrel_${name} PUBLIC Qt6::Core QCoro::Core ${arg_DEPENDS} ${arg_LINK})
-  ostrel_precompile(ostrel_${name} ${PROJECT_SOURCE_DIR}/cmake/precompiled.h)
   _ostrel_flags(ostrel_${name})
+  if(name IN_LIST OSTREL_ROOMS_OF_LOOPS)
+    target_precompile_headers(ostrel_${name} REUSE_FROM ostrel_headers_for_loops)
+  else()
+    _ostrel_optimize_less(ostrel_${name})
+    target_precompile_headers(ostrel_${name} REUSE_FROM ostrel_headers)
+  endif()
 endfunction()
 
 # ostrel_program(NAME [DEPENDS rooms...] [LINK libraries...]): an installed program made of this folder's main.cpp.
@@ -69,9 +88,9 @@ function(ostrel_tests name)
   target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   list(TRANSFORM arg_DEPENDS PREPEND ostrel_)
   target_link_libraries(${name}_tests PRIVATE ostrel_test_support ${arg_DEPENDS} ${arg_LINK} GTest::gmock)
-  ostrel_precompile(${name}_tests ${PROJECT_SOURCE_DIR}/tests/support/precompiled.h)
   _ostrel_flags(${name}_tests)
-  target_compile_options(${name}_tests PRIVATE $<$<CONFIG:Release>:-O1>)  # compiled once, run once: half of the build's time
+  _ostrel_optimize_less(${name}_tests)
+  target_precompile_headers(${name}_tests REUSE_FROM ostrel_headers_of_tests)
   _ostrel_suites(${name})
 endfunction()
 
