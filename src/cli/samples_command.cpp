@@ -1,6 +1,6 @@
 #include "cli/command.h"
 #include "cli/commands.h"
-#include "cli/samples.h"
+#include "demo/samples.h"
 #include "platform/files/files.h"
 
 #include <QDir>
@@ -17,7 +17,7 @@ int runSamples(const std::string& folder, const TerminalOptions& options) {
     }
     try {
         QStringList written;
-        const SampleWriter writer{path, [&](const QString& file) { written << file; }};
+        const SampleWriter writer{path, [&](const QString& file) { written << file; }, {}};
         writeInterleaverSamples(writer);
         writePolySamples(writer);
         writeValidatorSamples(writer);

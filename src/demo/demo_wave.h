@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace ostrel::cli {
+namespace ostrel {
 
 struct DemoWave {
     int sampleRate = 48000; // Hz
@@ -29,4 +29,4 @@ void writeDemoWave(const QString& path, const DemoWave& wave);
 // The payload of a bext chunk, version 1 (EBU Tech 3285).
 QByteArray demoBext(const QByteArray& description, const QByteArray& originator, quint64 timeReference);
 
-} // namespace ostrel::cli
+} // namespace ostrel

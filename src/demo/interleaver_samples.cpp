@@ -1,8 +1,8 @@
-#include "cli/samples.h"
+#include "demo/samples.h"
 #include "foundation/records/channel_layout.h"
 #include "platform/paths.h"
 
-namespace ostrel::cli {
+namespace ostrel {
 namespace {
 
 // A pitch for every channel tag, so that an ear tells a swap.
@@ -60,6 +60,7 @@ void writePairs(const SampleWriter& writer) {
 } // namespace
 
 void SampleWriter::write(const QString& relativePath, const DemoWave& wave) const {
+    if (takes && !takes(relativePath)) return;
     const QString path = paths::append(folder, relativePath);
     writeDemoWave(path, wave);
     onWritten(path);
@@ -81,4 +82,4 @@ void writeInterleaverSamples(const SampleWriter& writer) {
     }
 }
 
-} // namespace ostrel::cli
+} // namespace ostrel

@@ -1,11 +1,11 @@
 // Polys of 4, 8 and 16 tracks, loose ISOs of three takes, and a pile that takes every way of grouping.
-#include "cli/samples.h"
+#include "demo/samples.h"
 
 #include <QByteArray>
 #include <QList>
 #include <cmath>
 
-namespace ostrel::cli {
+namespace ostrel {
 namespace {
 
 struct Take {
@@ -123,4 +123,4 @@ void writePolySamples(const SampleWriter& writer) {
     writePile(writer);
 }
 
-} // namespace ostrel::cli
+} // namespace ostrel

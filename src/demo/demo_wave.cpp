@@ -1,4 +1,4 @@
-#include "cli/demo_wave.h"
+#include "demo/demo_wave.h"
 
 #include "platform/files/files.h"
 #include "platform/paths.h"
@@ -7,7 +7,7 @@
 #include <cmath>
 #include <numbers>
 
-namespace ostrel::cli {
+namespace ostrel {
 namespace {
 
 template <class Number>
@@ -70,4 +70,4 @@ QByteArray demoBext(const QByteArray& description, const QByteArray& originator,
            "A=PCM,F=48000,W=24,M=mono,T=Ostrel demo\r\n";
 }
 
-} // namespace ostrel::cli
+} // namespace ostrel

@@ -1,8 +1,8 @@
-#include "cli/samples.h"
+#include "demo/samples.h"
 
 #include <cmath>
 
-namespace ostrel::cli {
+namespace ostrel {
 namespace {
 
 using Channel = std::function<double(double)>;
@@ -42,4 +42,4 @@ void writeValidatorSamples(const SampleWriter& writer) {
     write(u"Unsupported, Three Channels", {low, high, low});
 }
 
-} // namespace ostrel::cli
+} // namespace ostrel

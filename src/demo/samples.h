@@ -1,16 +1,17 @@
-// The demo recordings of `ostrel-cli samples`, one function a tool.
+// The demo recordings, one function a tool.
 #pragma once
 
-#include "cli/demo_wave.h"
+#include "demo/demo_wave.h"
 
 #include <QString>
 #include <functional>
 
-namespace ostrel::cli {
+namespace ostrel {
 
 struct SampleWriter {
     QString folder;
     std::function<void(const QString& path)> onWritten;
+    std::function<bool(const QString& relativePath)> takes; // others are left out; none: all are written
 
     // Throws FileError.
     void write(const QString& relativePath, const DemoWave& wave) const;
@@ -25,4 +26,4 @@ void writeValidatorSamples(const SampleWriter& writer);
 // Polys with iXML, ISOs of three takes, and a pile that takes every way of grouping.
 void writePolySamples(const SampleWriter& writer);
 
-} // namespace ostrel::cli
+} // namespace ostrel
