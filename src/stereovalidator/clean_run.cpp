@@ -1,6 +1,7 @@
 #include "stereovalidator/clean_run.h"
 
 #include "platform/paths.h"
+#include "stereovalidator/mono_conversion.h"
 
 #include <algorithm>
 #include <new>
@@ -38,12 +39,16 @@ std::vector<StereoValidatorResult> convertible(const std::vector<StereoValidator
 
 QHash<QUuid, QString> foreseenRefusals(const std::vector<StereoValidatorResult>& results, const CleanOptions& options) {
     std::vector<QStringList> outputs;
+    QHash<QUuid, QString> refusals;
     for (const StereoValidatorResult& result : results) {
         const MonoTarget target = monoTargetOf(requestFor(result, options));
+        if (target.kind == MonoTarget::Kind::source && result.stamp) {
+            const QString why = replacementObjection(result.filepath, result.stamp);
+            if (!why.isEmpty()) refusals.insert(result.id, why);
+        }
         outputs.push_back(target.kind == MonoTarget::Kind::file ? QStringList(target.path) : QStringList());
     }
     const std::vector<QString> reasons = RunLedger(filesOf(results)).foresee(outputs);
-    QHash<QUuid, QString> refusals;
     for (std::size_t i = 0; i < results.size(); ++i) {
         const QString output = outputs[i].value(0);
         if (!reasons[i].isEmpty()) {

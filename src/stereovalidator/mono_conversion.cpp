@@ -82,6 +82,16 @@ bool isWiderThanFloats(const QString& file) {
 
 } // namespace
 
+QString replacementObjection(const QString& recording, const std::optional<FileStamp>& analyzed) {
+    const QString file = QFileInfo(recording).canonicalFilePath();
+    if (FileStamp::of(file) != analyzed) {
+        return QStringLiteral("Originals kept: %1 was changed since it was analyzed")
+            .arg(paths::lastComponent(recording));
+    }
+    const QString why = unexplainedBytesOf(file);
+    return why.isEmpty() ? QString() : QStringLiteral("Originals kept: ") + why;
+}
+
 MonoConversion::MonoConversion(const MonoRequest& request, const Tools& tools, RunLedger& ledger, Journal& journal)
     : request_(request), tools_(tools), ledger_(ledger), journal_(journal),
       road_(tools.engine, {request.file}, 2, QStringLiteral("wav")), proof_(request.proves),
@@ -158,12 +168,8 @@ void MonoConversion::publish(OutputFile& output) {
 void MonoConversion::replaceSource(AudioFile& source) {
     const QString recording = QFileInfo(request_.file).canonicalFilePath(); // what a link leads to; the link stays
     requireReplaceable(recording);
-    if (FileStamp::of(recording) != stamp_) {
-        throw ProcessingError::processingFailed(QStringLiteral("Originals kept: %1 was changed since it was analyzed")
-                                                    .arg(paths::lastComponent(request_.file)));
-    }
-    if (const QString why = unexplainedBytesOf(recording); !why.isEmpty()) {
-        throw ProcessingError::processingFailed(QStringLiteral("Originals kept: ") + why);
+    if (const QString why = replacementObjection(request_.file, stamp_); !why.isEmpty()) {
+        throw ProcessingError::processingFailed(why);
     }
     outcome_.warnings << ledger_.prepareFolder(paths::parent(recording));
     NewFile file(recording);

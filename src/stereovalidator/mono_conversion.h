@@ -20,6 +20,10 @@
 
 namespace ostrel {
 
+// Why a recording could not be replaced by one of its channels, as far as that can be told from its head and stamp;
+// empty: nothing is known against it. `analyzed` is the file as it was judged.
+QString replacementObjection(const QString& recording, const std::optional<FileStamp>& analyzed);
+
 class MonoConversion {
 public:
     struct Tools {

@@ -525,6 +525,34 @@ TEST_F(ValidatorTest, ForeseesWhatStandsInItsWay) {
     EXPECT_TRUE(controller_.foreseenRefusals({}).isEmpty());
 }
 
+// What its proof would forbid is told ahead, in the words that the run has for it.
+TEST_F(ValidatorTest, ForeseesWhatForbidsAReplacement) {
+    const auto append = [](const QString& path) {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::Append));
+        file.write(QByteArray(48'000, '\1'));
+    };
+    const QString unexplained = writeDualMono(QStringLiteral("a.wav"));
+    append(unexplained); // as a recorder leaves a file that it did not close
+    const QString changed = writeDualMono(QStringLiteral("b.wav"));
+    analyze({unexplained, changed, writeDualMono(QStringLiteral("c.wav"))});
+    append(changed);
+    controller_.allowOverwrite = true;
+    EXPECT_TRUE(controller_.foreseenRefusals({}).isEmpty()) << "nothing is replaced with the suffix on";
+    controller_.addMonoSuffix = false;
+    const auto refusals = controller_.foreseenRefusals({});
+    ASSERT_EQ(refusals.size(), 2);
+    const QString first = refusals.value(controller_.analysisResults[0].id);
+    const QString second = refusals.value(controller_.analysisResults[1].id);
+    EXPECT_TRUE(first.startsWith(QStringLiteral("Originals kept: about "))) << first.toStdString();
+    EXPECT_EQ(second, QStringLiteral("Originals kept: b.wav was changed since it was analyzed"));
+    newLog();
+    controller_.cleanAndExport({});
+    const QString log = newLog().join(u'\n');
+    EXPECT_TRUE(log.contains(first)) << log.toStdString();
+    EXPECT_TRUE(log.contains(second)) << log.toStdString();
+}
+
 TEST_F(ValidatorTest, KeepsARecordingThatIsAnotherOneThanWasAnalyzed) {
     const QString file = writeDualMono(QStringLiteral("a.wav"));
     analyze({file});
