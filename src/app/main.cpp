@@ -15,7 +15,7 @@ constexpr int kNoDisplay = 1;
 constexpr int kBadUsage = 2;
 
 struct Request {
-    ostrel::AppTab tab;
+    std::optional<ostrel::AppTab> tab; // none given: the one that was left
     std::optional<int> mode;
     QStringList paths; // absolute, each there
 };
@@ -37,12 +37,12 @@ std::optional<Request> readArguments() {
     parser.setApplicationDescription(QStringLiteral("Interleaves, splits, joins and checks Broadcast WAV recordings."));
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption tabOption(QStringLiteral("tab"),
-                                       QStringLiteral("Open on a tab: interleaver, poly, validator."),
-                                       QStringLiteral("name"), QStringLiteral("interleaver"));
+    const QCommandLineOption tabOption(
+        QStringLiteral("tab"), QStringLiteral("Open on a tab: interleaver, poly, validator."), QStringLiteral("name"));
     const QCommandLineOption modeOption(
         QStringLiteral("mode"),
-        QStringLiteral("Open on a mode of that tab: interleave, deinterleave; split, join, edit."),
+        QStringLiteral(
+            "Open on a mode of that tab, or of the Interleaver: interleave, deinterleave; split, join, edit."),
         QStringLiteral("name"));
     parser.addOptions({tabOption, modeOption});
     parser.addPositionalArgument(QStringLiteral("paths"), QStringLiteral("Files and folders to select."),
@@ -51,11 +51,11 @@ std::optional<Request> readArguments() {
     if (parser.isSet(QStringLiteral("version"))) parser.showVersion();
     if (parser.isSet(QStringLiteral("help"))) parser.showHelp();
 
-    const auto tab = ostrel::tabNamed(parser.value(tabOption));
-    if (!tab) return fail(QStringLiteral("no such tab: ") + parser.value(tabOption));
-    Request request{*tab, {}, {}};
+    Request request{ostrel::tabNamed(parser.value(tabOption)), {}, {}};
+    if (!request.tab && parser.isSet(tabOption)) return fail(QStringLiteral("no such tab: ") + parser.value(tabOption));
     if (const QString name = parser.value(modeOption); !name.isEmpty()) {
-        request.mode = ostrel::modeNamed(*tab, name);
+        request.tab = request.tab.value_or(ostrel::AppTab::interleave); // a mode is one of a tab's
+        request.mode = ostrel::modeNamed(*request.tab, name);
         if (!request.mode) return fail(QStringLiteral("no such mode on that tab: ") + name);
     }
     for (const QString& argument : parser.positionalArguments()) {

@@ -28,8 +28,9 @@ struct AlertRequest {
     Style style = Style::informational;
     QString title;
     QString text;
-    QStringList buttons; // the last is what Escape means; empty means one "OK"
-    int defaultButton = 0;
+    QStringList buttons;        // the last is what Escape means; empty means one "OK"
+    int defaultButton = 0;      // what Return means
+    int destructiveButton = -1; // one that destroys something, shown in red; -1: none does
 };
 
 enum class Appearance { system, light, dark };

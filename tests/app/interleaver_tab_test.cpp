@@ -2,6 +2,7 @@
 
 #include "app/controls/controls.h"
 #include "app/controls/item_delegates.h"
+#include "app/panels/install_command.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -135,9 +136,12 @@ TEST_F(InterleaverTabTest, WithoutFFmpegScanIsOffAndTheBannerStandsThereAlsoWith
         if (banner->isVisible()) banners << banner->accessibleName();
     }
     ASSERT_EQ(banners.size(), 1);
-    EXPECT_TRUE(
-        banners[0].startsWith(QStringLiteral("⚠️ ffmpeg not found (unexpected - should be bundled with app)\n\n")));
-    EXPECT_TRUE(banners[0].endsWith(QStringLiteral("\nbrew install ffmpeg")));
+    EXPECT_TRUE(banners[0].startsWith(QStringLiteral("⚠️ ffmpeg not found\n\n")));
+    EXPECT_TRUE(banners[0].endsWith(installCommand(QStringLiteral("ffmpeg"))));
+    int requests = 0;
+    window_.recheckTools = [&] { ++requests; };
+    click(QStringLiteral("Check Again"));
+    EXPECT_EQ(requests, 1);
     EXPECT_NE(find(*mainView_, QStringLiteral("ffmpeg not found")), nullptr);
     EXPECT_NE(find(*mainView_, QStringLiteral("bwfmetaedit is available")), nullptr);
 }
@@ -198,7 +202,9 @@ TEST_F(DeleteTest, TurningDeletionOnAndCancellingTheAlertLeavesItOff) {
     EXPECT_EQ(desktop_.alerts[0].text,
               QStringLiteral("This will PERMANENTLY DELETE original files after successful processing.\n\nThis cannot "
                              "be undone.\n\nAre you absolutely sure?"));
-    EXPECT_EQ(desktop_.alerts[0].buttons.first(), QStringLiteral("Enable Delete"));
+    EXPECT_EQ(desktop_.alerts[0].buttons, (QStringList{QStringLiteral("Enable Delete"), QStringLiteral("Cancel")}));
+    EXPECT_EQ(desktop_.alerts[0].defaultButton, 1) << "a careless Return deletes nothing";
+    EXPECT_EQ(desktop_.alerts[0].destructiveButton, 0);
     EXPECT_FALSE(visibleDelete().isChecked());
     EXPECT_FALSE(interleaver_.options.value().deleteOriginalsDeinterleave);
     EXPECT_FALSE(interleaver_.showDeleteConfirmation.value());

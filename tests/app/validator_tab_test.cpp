@@ -94,6 +94,19 @@ TEST_F(ValidatorTabTest, AnalyzesRealFilesAndShowsThem) {
     EXPECT_TRUE(says(*validatorView_, QStringLiteral("%1 files analyzed").arg(counted)));
 }
 
+TEST_F(ValidatorTabTest, TabGoesFromTheSummaryThroughItsBadgesToTheTable) {
+    analyzeSamples();
+    find<QAbstractButton>(*validatorView_, QStringLiteral("Analysis Summary"))->setFocus();
+    const auto shown = badges();
+    ASSERT_GT(shown.size(), 1U);
+    for (const ClassificationBadge* badge : shown) {
+        press(Qt::Key_Tab, Qt::NoModifier);
+        EXPECT_EQ(QApplication::focusWidget(), badge);
+    }
+    press(Qt::Key_Tab, Qt::NoModifier);
+    EXPECT_EQ(QApplication::focusWidget(), find<RecordTable>(*validatorView_, QStringLiteral("Detailed Results")));
+}
+
 TEST_F(ValidatorTabTest, AnalyzeIsOffWhileAnalyzing) {
     show(AppTab::stereoValidator);
     EXPECT_FALSE(button("Analyze Files").isEnabled());
@@ -250,6 +263,7 @@ TEST_F(ValidatorTabTest, CleansAndExportsToTheEndWithItsAlert) {
     QDir().mkpath(paths::parent(output));
     press(Qt::Key_O);
     CleanExportDialogView* dialog = openDialog();
+    EXPECT_TRUE(find<QPushButton>(*dialog, QStringLiteral("Clean & Export"))->isDefault());
     clickIn(*dialog, QStringLiteral("Clean & Export"));
     EXPECT_FALSE(validator_.showCleanExportDialog.value());
     EXPECT_TRUE(waitUntil([this] { return !desktop_.alerts.empty(); }));
@@ -338,7 +352,10 @@ TEST_F(ValidatorTabTest, TheDestructiveWarningShowsWhenSourcesWouldBeReplaced) {
     clickIn(*dialog, QStringLiteral("Add \"_mono\" suffix to filenames"));
     EXPECT_TRUE(says(*dialog, warning));
     EXPECT_TRUE(says(*dialog, QStringLiteral("⚠️ Without suffix: files may overwrite originals or auto-number")));
-    EXPECT_NE(find<QAbstractButton>(*dialog, QStringLiteral("Replace Originals")), nullptr);
+    auto* replace = find<QPushButton>(*dialog, QStringLiteral("Replace Originals"));
+    ASSERT_NE(replace, nullptr);
+    EXPECT_FALSE(replace->isDefault());
+    EXPECT_TRUE(find<QPushButton>(*dialog, QStringLiteral("Cancel"))->isDefault());
     validator_.outputFolder = folder_.path();
     settle();
     EXPECT_FALSE(says(*dialog, warning));

@@ -46,8 +46,10 @@ class Photographer {
 public:
     Photographer(const QString& samples, const QString& output, const QSize& size, const QStringList& states)
         : app_({QStringLiteral("0.1.0"), {}, {}, {}}), samples_(samples), output_(output), states_(states) {
+        app_.show(AppTab::interleave, 0);
+        app_.polyTools().mode = PolyMode::split;
+        waitUntil([this] { return app_.window().isActiveWindow(); }); // by then it was fitted to the screen
         app_.window().resize(size);
-        app_.show(AppTab::interleave);
     }
 
     void run() {

@@ -2,15 +2,19 @@
 
 #include "app/controls/controls.h"
 #include "app/controls/layouts.h"
+#include "app/controls/ostrel_style.h"
 #include "app/controls/symbols.h"
 
 #include <QPainter>
+#include <QScreen>
 #include <QScrollArea>
+#include <QScrollBar>
 
 namespace ostrel {
 namespace {
 
-constexpr int kTextWidth = 64; // characters
+constexpr int kTextWidth = 64;   // characters
+constexpr int kAroundText = 210; // pixels that title, buttons, margins and the window's frame take
 
 class AlertSymbol : public QWidget {
 public:
@@ -34,6 +38,21 @@ private:
     AlertRequest::Style style_;
 };
 
+// The text itself, or, where the screen has not the height for it, a page that scrolls.
+QWidget* withinScreen(QLabel* text, const QScreen& screen) {
+    const int room = screen.availableGeometry().height() - kAroundText;
+    const int height = text->heightForWidth(text->width());
+    if (height <= room) return text;
+    auto* page = new QScrollArea;
+    page->setFrameShape(QFrame::NoFrame);
+    page->setWidget(text);
+    page->setAccessibleName(QStringLiteral("Text"));
+    page->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    text->resize(text->width(), height);
+    page->setFixedSize(text->width() + page->verticalScrollBar()->sizeHint().width(), room);
+    return page;
+}
+
 } // namespace
 
 AlertDialog::AlertDialog(const AlertRequest& request, QWidget* parent)
@@ -47,11 +66,12 @@ AlertDialog::AlertDialog(const AlertRequest& request, QWidget* parent)
     text->setWordWrap(true);
     text->setTextFormat(Qt::PlainText);
     text->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    text->setFixedWidth(fontMetrics().averageCharWidth() * kTextWidth);
+    const int widest = (parent ? parent->screen() : screen())->availableGeometry().width() * 4 / 5;
+    text->setFixedWidth(std::min(fontMetrics().averageCharWidth() * kTextWidth, widest));
 
     auto* words = columnLayout(10);
     words->addWidget(title);
-    if (!request.text.isEmpty()) words->addWidget(text);
+    if (!request.text.isEmpty()) words->addWidget(withinScreen(text, *(parent ? parent->screen() : screen())));
     auto* top = rowLayout(16);
     auto* symbol = new AlertSymbol(request.style);
     top->addWidget(symbol, 0, Qt::AlignTop);
@@ -62,7 +82,7 @@ AlertDialog::AlertDialog(const AlertRequest& request, QWidget* parent)
     const QStringList labels = request.buttons.isEmpty() ? QStringList{QStringLiteral("OK")} : request.buttons;
     const auto addButton = [&](int index) {
         auto* button = pushButton(labels.at(index));
-        button->setAutoDefault(index == request.defaultButton);
+        if (index == request.destructiveButton) makeDestructive(*button);
         connect(button, &QPushButton::clicked, this, [this, index] {
             choice_ = index;
             accept();
@@ -75,7 +95,6 @@ AlertDialog::AlertDialog(const AlertRequest& request, QWidget* parent)
     }
     // The default stands outermost, where the pointer and the eye end.
     QPushButton* standard = addButton(request.defaultButton);
-    standard->setDefault(true);
     standard->setFocus();
     auto* layout = columnLayout(20);
     layout->setContentsMargins(22, 22, 22, 18);
@@ -83,6 +102,7 @@ AlertDialog::AlertDialog(const AlertRequest& request, QWidget* parent)
     layout->addLayout(buttons);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     setLayout(layout);
+    setDefaultButton(*this, *standard);
     setAccessibleName(request.title);
     setAccessibleDescription(request.text);
 }

@@ -1,9 +1,11 @@
 #include "app/controls/controls.h"
 
 #include "app/controls/layouts.h"
+#include "app/controls/ostrel_style.h"
 #include "app/controls/symbols.h"
 
 #include <QButtonGroup>
+#include <QDialog>
 #include <QEvent>
 #include <QPainter>
 #include <QStyleOptionButton>
@@ -67,11 +69,7 @@ protected:
             painter.setBrush(theme.hover);
             painter.drawRoundedRect(box, 5, 5);
         }
-        if (hasFocus()) {
-            painter.setPen(QPen(theme.accentText, 1.5));
-            painter.setBrush(Qt::NoBrush);
-            painter.drawRoundedRect(box, 5, 5);
-        }
+        if (hasFocus()) drawFocusRing(painter, box.adjusted(-1, -1, 1, 1), palette());
         paintContent(painter, theme);
     }
 
@@ -185,14 +183,19 @@ void ToolStatusIndicator::paintEvent(QPaintEvent*) {
     painter.drawText(rect().adjusted(17, 0, 4, 0), Qt::AlignVCenter | Qt::AlignLeft, name_);
 }
 
-WarningBanner::WarningBanner(const QString& text, QWidget* parent) : QFrame(parent) {
+WarningBanner::WarningBanner(const QString& text, const QString& button, QWidget* parent) : QFrame(parent) {
     auto* layout = rowLayout(10);
     layout->setContentsMargins(40, 10, 14, 10);
     auto* label = new QLabel(text);
     label->setWordWrap(true);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     label->setAccessibleName(text);
-    layout->addWidget(label);
+    layout->addWidget(label, 1);
+    if (!button.isEmpty()) {
+        QPushButton* push = pushButton(button);
+        connect(push, &QPushButton::clicked, this, &WarningBanner::pressed);
+        layout->addWidget(push, 0, Qt::AlignVCenter);
+    }
     setLayout(layout);
     setAccessibleName(text);
 }
@@ -276,6 +279,9 @@ SegmentedControl::SegmentedControl(const QString& accessibleName, Size size, QWi
 void SegmentedControl::addSegment(const QString& text, const QString& symbol, const QString& help) {
     auto* button = new Segment(text, symbol, size_ == Size::large, this);
     if (!help.isEmpty()) named(button, text, help);
+    // Behind the one before it, or, when the choices are made anew, where the control has its place.
+    const int last = count() - 1;
+    putBehind(last < 0 ? static_cast<QWidget&>(*this) : *group_->button(last), *button);
     group_->addButton(button, count());
     layout_->addWidget(button);
     if (count() == 1) button->setChecked(true);
@@ -325,6 +331,21 @@ SymbolButton::SymbolButton(const QString& symbol, const QString& name, const QSt
 }
 
 void SymbolButton::setSymbol(const QString& symbol) { setIcon(symbolIcon(symbol)); }
+
+void putBehind(QWidget& anchor, QWidget& widget) {
+    QWidget* before = &anchor;
+    while (before->focusPolicy() == Qt::NoFocus) {
+        before = before->previousInFocusChain();
+        if (before == &anchor) return; // there is nothing else yet
+    }
+    QWidget::setTabOrder(before, &widget);
+}
+
+void setDefaultButton(QDialog& dialog, QPushButton& standard) {
+    const auto buttons = dialog.findChildren<QPushButton*>();
+    for (QPushButton* button : buttons) button->setAutoDefault(true);
+    standard.setDefault(true);
+}
 
 QPushButton* pushButton(const QString& text, const QString& symbol, const QString& help) {
     auto* button = new QPushButton(text);

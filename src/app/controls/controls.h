@@ -11,6 +11,7 @@
 #include <QWidget>
 
 class QButtonGroup;
+class QDialog;
 class QHBoxLayout;
 
 namespace ostrel {
@@ -89,7 +90,11 @@ class WarningBanner : public QFrame {
     Q_OBJECT
 
 public:
-    explicit WarningBanner(const QString& text, QWidget* parent = nullptr);
+    // With a word for it, there is a button that may end the cause.
+    explicit WarningBanner(const QString& text, const QString& button = QString(), QWidget* parent = nullptr);
+
+Q_SIGNALS:
+    void pressed();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -180,6 +185,14 @@ public:
     SymbolButton(const QString& symbol, const QString& name, const QString& help, QWidget* parent = nullptr);
     void setSymbol(const QString& symbol);
 };
+
+// Tab goes from the anchor to the widget, as the eye does: one that is made later would come last of all. An anchor
+// that takes no focus itself stands for what comes before it.
+void putBehind(QWidget& anchor, QWidget& widget);
+
+// What Return does anywhere in the dialog, but on another button in focus, which it presses. To be called when all of
+// the dialog's buttons stand in it, and again where the meaning of Return changes.
+void setDefaultButton(QDialog& dialog, QPushButton& standard);
 
 QPushButton* pushButton(const QString& text, const QString& symbol = QString(), const QString& help = QString());
 

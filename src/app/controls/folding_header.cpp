@@ -1,6 +1,7 @@
 #include "app/controls/folding_header.h"
 
 #include "app/controls/layouts.h"
+#include "app/controls/ostrel_style.h"
 #include "app/controls/symbols.h"
 #include "app/controls/theme.h"
 
@@ -27,11 +28,12 @@ void FoldingHeader::paintEvent(QPaintEvent*) {
     const Theme& theme = themeOf(palette());
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    if (underMouse() || hasFocus()) {
-        painter.setPen(hasFocus() ? QPen(theme.accentText, 1.5) : QPen(Qt::NoPen));
-        painter.setBrush(underMouse() ? theme.hover : QColor(Qt::transparent));
+    if (underMouse()) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(theme.hover);
         painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 5, 5);
     }
+    if (hasFocus()) drawFocusRing(painter, rect(), palette());
     const auto* chevron = isOpen_.value() ? u"chevron.down" : u"chevron.right";
     paintSymbol(painter, QString::fromUtf16(chevron), QRectF(5, height() / 2.0 - 7, 14, 14), theme.secondaryText);
     QFont bold = font();

@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QStyleOption>
+#include <QToolButton>
 
 namespace ostrel {
 namespace {
@@ -15,6 +16,7 @@ constexpr int kScrollBarExtent = 12;
 constexpr int kCellMargin = 6; // at both sides of a cell's and a header's text
 constexpr int kIconGap = 7;    // between a button's symbol and its word
 const char* const kPrimaryProperty = "ostrelPrimary";
+const char* const kDestructiveProperty = "ostrelDestructive";
 
 bool isEnabled(const QStyleOption* option) { return option->state & QStyle::State_Enabled; }
 
@@ -38,22 +40,32 @@ QColor buttonFill(const Theme& theme, const QStyleOption* option) {
     return theme.raised;
 }
 
-void drawPushButton(const QStyleOption* option, QPainter* painter, const QWidget* widget) {
+// What a button stands on that is more than a plain one; an invalid colour: nothing.
+QColor fillOf(const QStyleOption* option, const QWidget* widget) {
     const Theme& theme = themeOf(option->palette);
     const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
+    if (!isEnabled(option)) return QColor();
+    if (widget && widget->property(kDestructiveProperty).toBool()) return theme.danger;
     const bool isDefault = button && button->features.testFlag(QStyleOptionButton::DefaultButton);
-    if ((isPrimary(widget) || isDefault) && isEnabled(option)) {
+    return isPrimary(widget) || isDefault ? theme.accent : QColor();
+}
+
+void drawButtonPanel(const QStyleOption* option, QPainter* painter, const QWidget* widget) {
+    const Theme& theme = themeOf(option->palette);
+    if (const QColor fill = fillOf(option, widget); fill.isValid()) {
         const bool isHeld = option->state & QStyle::State_Sunken;
         const bool isHovered = option->state & QStyle::State_MouseOver;
-        drawPanel(painter, option->rect,
-                  isHeld      ? theme.accent.darker(118)
-                  : isHovered ? theme.accent.darker(108)
-                              : theme.accent,
-                  QColor());
+        drawPanel(painter, option->rect, isHeld ? fill.darker(118) : isHovered ? fill.darker(108) : fill, QColor());
         return;
     }
     const bool isOn = (option->state & QStyle::State_On) && isEnabled(option);
     drawPanel(painter, option->rect, buttonFill(theme, option), isOn ? theme.accent : theme.border);
+}
+
+// Fusion has no ring for push buttons.
+void drawPushButton(const QStyleOption* option, QPainter* painter, const QWidget* widget) {
+    drawButtonPanel(option, painter, widget);
+    if (option->state & QStyle::State_HasFocus) drawFocusRing(*painter, option->rect, option->palette);
 }
 
 void drawToolButton(const QStyleOption* option, QPainter* painter) {
@@ -88,15 +100,6 @@ void drawCheck(const QStyleOption* option, QPainter* painter, bool isRound) {
     }
     const auto* mark = isPartly ? u"minus" : u"checkmark";
     paintSymbol(*painter, QString::fromUtf16(mark), box.adjusted(1.5, 1.5, -1.5, -1.5), theme.onAccent);
-}
-
-void drawFocus(const QStyleOption* option, QPainter* painter) {
-    painter->save();
-    painter->setRenderHint(QPainter::Antialiasing);
-    painter->setPen(QPen(themeOf(option->palette).accentText, 1.5));
-    painter->setBrush(Qt::NoBrush);
-    painter->drawRoundedRect(QRectF(option->rect).adjusted(0.75, 0.75, -0.75, -0.75), kRadius, kRadius);
-    painter->restore();
 }
 
 void drawField(const QStyleOption* option, QPainter* painter) {
@@ -158,8 +161,10 @@ void drawSlider(const QStyleOptionSlider* slider, QPainter* painter, const QStyl
 
 void drawComboBox(const QStyleOptionComboBox* combo, QPainter* painter) {
     const Theme& theme = themeOf(combo->palette);
-    const bool hasFocus = (combo->state & QStyle::State_HasFocus) && isEnabled(combo);
-    drawPanel(painter, combo->rect, buttonFill(theme, combo), hasFocus ? theme.accentText : theme.border);
+    drawPanel(painter, combo->rect, buttonFill(theme, combo), theme.border);
+    if ((combo->state & QStyle::State_HasFocus) && isEnabled(combo)) {
+        drawFocusRing(*painter, combo->rect, combo->palette);
+    }
     const QRectF arrow(combo->rect.right() - 21, combo->rect.center().y() - 6, 14, 14);
     paintSymbol(*painter, QStringLiteral("chevron.down"), arrow,
                 isEnabled(combo) ? theme.secondaryText : theme.disabledText);
@@ -212,6 +217,23 @@ void makePrimary(QPushButton& button) { button.setProperty(kPrimaryProperty, tru
 
 bool isPrimary(const QWidget* widget) { return widget && widget->property(kPrimaryProperty).toBool(); }
 
+void makeDestructive(QPushButton& button, bool isDestructive) {
+    button.setProperty(kDestructiveProperty, isDestructive);
+    button.update();
+}
+
+void drawFocusRing(QPainter& painter, const QRectF& rect, const QPalette& palette, double radius) {
+    const Theme& theme = themeOf(palette);
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(theme.accentText, 2));
+    painter.drawRoundedRect(rect.adjusted(1, 1, -1, -1), radius, radius);
+    painter.setPen(QPen(theme.base, 1));
+    painter.drawRoundedRect(rect.adjusted(2.5, 2.5, -2.5, -2.5), radius - 1.5, radius - 1.5);
+    painter.restore();
+}
+
 OstrelStyle::OstrelStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
 
 void OstrelStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
@@ -222,7 +244,9 @@ void OstrelStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
     case PE_IndicatorCheckBox:
     case PE_IndicatorItemViewItemCheck: return drawCheck(option, painter, false);
     case PE_IndicatorRadioButton: return drawCheck(option, painter, true);
-    case PE_FrameFocusRect: return drawFocus(option, painter);
+    case PE_FrameFocusRect:
+        return drawFocusRing(*painter, qobject_cast<const QToolButton*>(widget) ? widget->rect() : option->rect,
+                             option->palette);
     case PE_PanelLineEdit: return drawField(option, painter);
     case PE_PanelItemViewItem: return drawItemPanel(option, painter);
     case PE_IndicatorHeaderArrow: return drawHeaderArrow(option, painter);
@@ -243,8 +267,7 @@ void OstrelStyle::drawControl(ControlElement element, const QStyleOption* option
     case CE_PushButtonLabel:
         if (const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option)) {
             QStyleOptionButton changed = *button;
-            const bool isDefault = button->features.testFlag(QStyleOptionButton::DefaultButton);
-            if ((isPrimary(widget) || isDefault) && isEnabled(option)) {
+            if (fillOf(option, widget).isValid()) {
                 changed.palette.setColor(QPalette::ButtonText, themeOf(option->palette).onAccent);
             }
             if (!button->icon.isNull() && !button->text.isEmpty()) {
@@ -291,6 +314,7 @@ void OstrelStyle::drawComplexControl(ComplexControl control, const QStyleOptionC
 
 QRect OstrelStyle::subElementRect(SubElement element, const QStyleOption* option, const QWidget* widget) const {
     const auto* header = qstyleoption_cast<const QStyleOptionHeader*>(option);
+    if (element == SE_PushButtonFocusRect) return option->rect;
     constexpr int arrow = 16;
     const bool isSorted = header && header->sortIndicator != QStyleOptionHeader::None;
     if (header && element == SE_HeaderLabel) {

@@ -11,6 +11,13 @@ namespace ostrel {
 void makePrimary(QPushButton& button);
 bool isPrimary(const QWidget* widget);
 
+// A button that destroys something: drawn in red, default or not. May be taken back, where the meaning changes.
+void makeDestructive(QPushButton& button, bool isDestructive = true);
+
+// The ring of the control in focus: a line in the accent and one in the ground's colour within, so that it is seen on
+// the window and on every fill.
+void drawFocusRing(QPainter& painter, const QRectF& rect, const QPalette& palette, double radius = 5);
+
 class OstrelStyle : public QProxyStyle {
 public:
     OstrelStyle();

@@ -20,6 +20,7 @@ Theme lightTheme() {
     theme.secondaryText = rgb(0x566070);
     theme.disabledText = rgb(0x9aa3af);
     theme.accent = rgb(0x1463bd);
+    theme.danger = rgb(0xa91d1d);
     theme.onAccent = rgb(0xffffff);
     theme.accentText = rgb(0x0f579f);
     theme.selection = rgb(0xd9e8fa);
@@ -47,6 +48,7 @@ Theme darkTheme() {
     theme.secondaryText = rgb(0xa9b2bf);
     theme.disabledText = rgb(0x69727f);
     theme.accent = rgb(0x2a70cc);
+    theme.danger = rgb(0xbf3a34);
     theme.onAccent = rgb(0xffffff);
     theme.accentText = rgb(0x7db6fa);
     theme.selection = rgb(0x213a58);
@@ -104,7 +106,7 @@ QColor Theme::tone(LogLevel level) const {
 QColor Theme::badgeFill(const QColor& tone) const { return mixed(tone, base, 0.1); }
 
 std::vector<Theme::TextPair> Theme::textPairs() const {
-    std::vector<TextPair> pairs{{"text on accent", onAccent, accent}};
+    std::vector<TextPair> pairs{{"text on accent", onAccent, accent}, {"text on danger", onAccent, danger}};
     for (const QColor& surface : {window, base, alternate, raised, hover, pressed, selection}) {
         pairs.push_back({"text", text, surface});
         pairs.push_back({"secondary text", secondaryText, surface});

@@ -24,7 +24,8 @@ struct Theme {
     QColor secondaryText; // labels and notes
     QColor disabledText;  // what can't be used now; exempt from the contrast rule
     QColor accent;        // fills: the main button, a checked box, progress
-    QColor onAccent;      // text on such a fill
+    QColor danger;        // the fill of a button that destroys
+    QColor onAccent;      // text on either fill
     QColor accentText;    // the accent as text or line on the window
     QColor selection;     // a selected row
     QColor secondary, blue, orange, yellow, purple, green, red, cyan;

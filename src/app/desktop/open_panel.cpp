@@ -80,6 +80,7 @@ OpenPanel::OpenPanel(const OpenPanelRequest& request, const QStringList& recentF
     layout->addWidget(split, 1);
     layout->addWidget(makeFoot());
     setLayout(layout);
+    setDefaultButton(*this, *chooseButton_);
     applyFilter();
     goTo(recentFolders.isEmpty() ? QDir::homePath() : recentFolders.first());
     list_->setFocus();
@@ -130,7 +131,7 @@ QWidget* OpenPanel::makeBrowser() {
                            QStringLiteral("Parent folder (Backspace)"));
     connect(up_, &QToolButton::clicked, this, [this] { goTo(paths::parent(folder_)); });
     path_ = named(new QLineEdit, QStringLiteral("Folder path"), QStringLiteral("Type or paste a path and press Enter"));
-    connect(path_, &QLineEdit::returnPressed, this, &OpenPanel::openTypedPath);
+    path_->installEventFilter(this);
     auto* bar = rowLayout(6);
     bar->addWidget(up_);
     bar->addWidget(path_, 1);
@@ -266,6 +267,14 @@ void OpenPanel::choose() {
 }
 
 bool OpenPanel::eventFilter(QObject* object, QEvent* event) {
+    // The path's own Return: the dialog, which would choose, must not see it.
+    if (object == path_ && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+            openTypedPath();
+            return true;
+        }
+    }
     if (object == list_ && event->type() == QEvent::KeyPress) {
         const auto* key = static_cast<QKeyEvent*>(event);
         const bool isEnter = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter;
@@ -288,10 +297,10 @@ bool OpenPanel::eventFilter(QObject* object, QEvent* event) {
     return QDialog::eventFilter(object, event);
 }
 
-// Return in the path field is the field's own; without this the dialog would take it for its default button.
+// Return among the places goes there; without this the dialog would choose what it goes to.
 void OpenPanel::keyPressEvent(QKeyEvent* event) {
     const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (isEnter && path_->hasFocus()) return;
+    if (isEnter && places_->hasFocus()) return;
     QDialog::keyPressEvent(event);
 }
 

@@ -103,6 +103,8 @@ void ItemsSection::fitChannels() {
     }
 }
 
+QWidget& ItemsSection::tables() const { return *tables_; }
+
 RecordTable& ItemsSection::table() const {
     return viewModel_.currentMode.value() == AppMode::interleave ? *interleaveTable_ : *deinterleaveTable_;
 }

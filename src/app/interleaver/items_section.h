@@ -20,6 +20,7 @@ class ItemsSection : public QWidget {
 public:
     explicit ItemsSection(AppViewModel& viewModel, QWidget* parent = nullptr);
 
+    QWidget& tables() const;    // where the tables of both modes stand
     RecordTable& table() const; // of the current mode
 
     std::optional<QUuid> selectedInterleaveID;

@@ -11,6 +11,7 @@
 #include "app/interleaver/items_section.h"
 #include "app/panels/activity_footer.h"
 #include "app/panels/audio_preview_panel.h"
+#include "app/panels/first_steps.h"
 #include "app/panels/help_texts.h"
 #include "app/panels/playback_transport.h"
 #include "app/panels/selection_card.h"
@@ -24,6 +25,22 @@
 #include <QSplitter>
 
 namespace ostrel {
+namespace {
+
+FirstSteps::Texts firstStepsOf(AppMode mode) {
+    if (mode == AppMode::deinterleave) {
+        return {QStringLiteral("Makes one mono file for each channel of a multichannel file."),
+                {{{QStringLiteral("folder"), QStringLiteral("Drop multichannel files or a folder")},
+                  {QStringLiteral("magnifyingglass"), QStringLiteral("Scan finds what can be taken apart")},
+                  {QStringLiteral("waveform"), QStringLiteral("Run writes a mono file a channel")}}}};
+    }
+    return {QStringLiteral("Makes one multichannel file of a set of mono files, and keeps their metadata."),
+            {{{QStringLiteral("folder"), QStringLiteral("Drop mono files or a folder")},
+              {QStringLiteral("magnifyingglass"), QStringLiteral("Scan finds the sets by their names")},
+              {QStringLiteral("interleave"), QStringLiteral("Run writes one file a set")}}}};
+}
+
+} // namespace
 
 MainView::MainView(AppViewModel& viewModel, DesktopServices& desktop, QWidget* parent)
     : TabPage(parent), viewModel_(viewModel), desktop_(desktop),
@@ -34,7 +51,8 @@ MainView::MainView(AppViewModel& viewModel, DesktopServices& desktop, QWidget* p
     auto* content = columnLayout(6);
     content->setContentsMargins(kMargin, 6, kMargin, 4);
     content->addWidget(makeHeader());
-    ffmpegBanner_ = new WarningBanner(missingFFmpegText());
+    ffmpegBanner_ = new WarningBanner(missingFFmpegText(), QStringLiteral("Check Again"));
+    connect(ffmpegBanner_, &WarningBanner::pressed, this, &TabPage::toolsRequested);
     bwfmetaeditBanner_ = new WarningBanner(missingBwfmetaeditText());
     content->addWidget(ffmpegBanner_);
     content->addWidget(bwfmetaeditBanner_);
@@ -61,6 +79,7 @@ MainView::MainView(AppViewModel& viewModel, DesktopServices& desktop, QWidget* p
     bindings_.watch(viewModel.progress, request);
     bindings_.watch(viewModel.statusMessage, request);
     bindings_.watch(viewModel.sourceURL, request);
+    bindings_.watch(viewModel.selectedFiles, request);
     bindings_.watch(viewModel.currentMode, request);
     bindings_.watch(viewModel.selectedLayout, request);
     bindings_.watch(viewModel.toolDetector().ffmpegAvailable, request);
@@ -171,7 +190,13 @@ QWidget* MainView::makeActions() {
 QWidget* MainView::makeLower() {
     items_ = new ItemsSection(viewModel_);
     preview_ = new AudioPreviewPanel(viewModel_.playbackManager());
+    firstSteps_ = new FirstSteps(items_->tables(), firstStepsOf(AppMode::interleave));
+    connect(firstSteps_, &FirstSteps::demoRequested, this, [this] {
+        const bool merges = viewModel_.currentMode.value() == AppMode::interleave;
+        Q_EMIT demoRequested(merges ? DemoKind::pairs : DemoKind::interleaved);
+    });
     auto* split = new QSplitter(Qt::Vertical);
+    named(split, QStringLiteral("Items and preview"));
     split->setChildrenCollapsible(false);
     split->addWidget(items_);
     split->addWidget(preview_);
@@ -262,6 +287,8 @@ void MainView::askBeforeDeleting(bool ofPair) {
     alert.text = QStringLiteral("This will PERMANENTLY DELETE original files after successful processing.\n\nThis "
                                 "cannot be undone.\n\nAre you absolutely sure?");
     alert.buttons = {QStringLiteral("Enable Delete"), QStringLiteral("Cancel")};
+    alert.defaultButton = 1;
+    alert.destructiveButton = 0;
     if (desktop_.showAlert(alert) != 0) {
         viewModel_.showDeleteConfirmation = false;
         return;
@@ -303,6 +330,8 @@ void MainView::refresh() {
     ffmpegBanner_->setVisible(!viewModel_.hasEngine());
     bwfmetaeditBanner_->setVisible(!hasBwfmetaedit);
     modes_->setCurrent(viewModel_.currentMode.value() == AppMode::interleave ? 0 : 1);
+    firstSteps_->setTexts(firstStepsOf(viewModel_.currentMode.value()));
+    firstSteps_->setVisible(viewModel_.selectedFiles.value().isEmpty() && viewModel_.totalCount() == 0 && !isBusy);
     const auto& layouts = ChannelLayout::allLayouts();
     const auto layout = std::find(layouts.begin(), layouts.end(), viewModel_.selectedLayout.value());
     layouts_->setCurrentIndex(static_cast<int>(layout - layouts.begin()));

@@ -17,6 +17,7 @@ namespace ostrel {
 
 class AudioPreviewPanel;
 class InterleaverOptions;
+class FirstSteps;
 class ItemsSection;
 class ProgressLine;
 class SelectionRow;
@@ -77,6 +78,7 @@ private:
     TruncatingText* status_ = nullptr;
     QCheckBox* report_ = nullptr;
     ProgressLine* progress_ = nullptr;
+    FirstSteps* firstSteps_ = nullptr;
     ItemsSection* items_ = nullptr;
     AudioPreviewPanel* preview_ = nullptr;
 };

@@ -1,5 +1,7 @@
 #include "app/panels/help_texts.h"
 
+#include "app/panels/install_command.h"
+
 namespace ostrel {
 namespace {
 
@@ -93,9 +95,6 @@ constexpr char16_t kStereoValidator[] =
     u"Includes auditioning (spacebar play/pause), click-through playback while reviewing, and optional "
     u"CSV result reports.";
 
-constexpr auto kNoFFmpeg =
-    u"⚠️ ffmpeg not found (unexpected - should be bundled with app)\n\nIf you see this error, please contact "
-    u"support.\n\nAdvanced users can install via Homebrew as fallback:\nbrew install ffmpeg";
 constexpr auto kNoBwfmetaedit =
     u"⚠️ BWF MetaEdit not found (unexpected - should be bundled with app)\n\nIf you see this error, please contact "
     u"support.\n\nAdvanced users can install via Homebrew as fallback:\nbrew install bwfmetaedit";
@@ -110,11 +109,28 @@ QString forThisDesktop(const QString& text) {
 }
 
 QString keyboardShortcutsText() { return forThisDesktop(QString::fromUtf16(kShortcuts)); }
+QString aboutOstrelText(const QString& version) {
+    return QStringLiteral("Version %1\n\n"
+                          "Interleaves, splits, joins and checks Broadcast WAV recordings, and guards what recorders "
+                          "write into them.\n\n"
+                          "MIT licensed. Made with:\n"
+                          "Qt %2 (LGPL 3) · QCoro (MIT) · ICU (Unicode License)\n"
+                          "libsndfile (LGPL 2.1) · libsoxr (LGPL 2.1) · SDL 2 (zlib)\n"
+                          "Eigen (MPL 2) · OpenSSL (Apache 2) · xxHash (BSD 2-Clause)\n"
+                          "JSON for Modern C++ (MIT)\n\n"
+                          "ffmpeg and ffprobe are programs of their own, which Ostrel starts.")
+        .arg(version, QString::fromLatin1(qVersion()));
+}
 QString aboutInterleaverText() { return QString::fromUtf16(kInterleaver); }
 QString aboutPolyToolsText() { return QString::fromUtf16(kPolyTools); }
 QString aboutStereoValidatorText() { return QString::fromUtf16(kStereoValidator); }
 
-QString missingFFmpegText() { return QString::fromUtf16(kNoFFmpeg); }
+QString missingFFmpegText() {
+    const QString command = installCommand(QStringLiteral("ffmpeg"));
+    return QStringLiteral("⚠️ ffmpeg not found\n\n") +
+           (command.isEmpty() ? QStringLiteral("Install ffmpeg with this system's package manager.")
+                              : QStringLiteral("Install it in a terminal:\n") + command);
+}
 QString missingBwfmetaeditText() { return QString::fromUtf16(kNoBwfmetaedit); }
 
 } // namespace ostrel

@@ -7,10 +7,11 @@
 namespace ostrel {
 
 QString keyboardShortcutsText();
+QString aboutOstrelText(const QString& version); // with the licence and the libraries
 QString aboutInterleaverText();
 QString aboutPolyToolsText();
 QString aboutStereoValidatorText();
-QString missingFFmpegText();
+QString missingFFmpegText(); // with the command that installs it here
 QString missingBwfmetaeditText();
 
 // "⌘⇧0" -> "Ctrl+Shift+0": texts stand as they are written for a Mac, and are shown for this desktop.

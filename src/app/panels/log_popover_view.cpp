@@ -48,6 +48,7 @@ LogPopoverView::LogPopoverView(ActivityFeed& feed, QWidget* parent)
         dismiss();
         saveLog();
     });
+    for (QPushButton* button : {clear, save}) button->setAutoDefault(true); // Return presses it
     auto* head = rowLayout();
     head->addWidget(title);
     head->addStretch();

@@ -80,6 +80,7 @@ ProofDialog::ProofDialog(const QString& name, const ItemOutcome& outcome, QWidge
     addMetadata(*column, outcome.metadata);
     column->addLayout(buttons);
     setLayout(column);
+    setDefaultButton(*this, *close);
     close->setFocus();
     resize(820, 360);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/panels/proven_run.h"
+#include "demo/demo_folder.h"
 
 #include <QStringList>
 #include <QWidget>
@@ -38,6 +39,10 @@ public:
 Q_SIGNALS:
     // A job began or ended; `outcome` is the log's last word on it.
     void busyChanged(bool isBusy, const QString& outcome);
+    // Somebody has no recordings at hand.
+    void demoRequested(ostrel::DemoKind kind);
+    // A tool that was missing may be there by now.
+    void toolsRequested();
     // `hasRunningTask` may have changed.
     void taskEnded();
 };

@@ -5,6 +5,7 @@
 #include "app/controls/page_stack.h"
 #include "app/controls/scrolled_page.h"
 #include "app/panels/activity_footer.h"
+#include "app/panels/first_steps.h"
 #include "app/panels/help_texts.h"
 #include "app/panels/playback_transport.h"
 #include "app/panels/run_row.h"
@@ -13,6 +14,8 @@
 #include "app/poly/join/poly_join_view.h"
 #include "app/poly/split/poly_split_view.h"
 #include "platform/paths.h"
+
+#include <QApplication>
 
 namespace ostrel {
 namespace {
@@ -27,6 +30,27 @@ QString dropHint(PolyMode mode) {
     return QStringLiteral("Drop files or folders • Batch scenes/takes supported • Channel removal");
 }
 
+FirstSteps::Texts firstStepsOf(PolyMode mode) {
+    const FirstSteps::Step drop{QStringLiteral("folder"), QStringLiteral("Drop polys or a folder")};
+    switch (mode) {
+    case PolyMode::split:
+        return {QStringLiteral("Makes one mono file for each track of a poly, named as the recorder named it."),
+                {{drop,
+                  {QStringLiteral("speaker"), QStringLiteral("Listen to single tracks")},
+                  {QStringLiteral("waveform"), QStringLiteral("Split writes an ISO a track")}}}};
+    case PolyMode::join:
+        return {QStringLiteral("Makes one poly of the mono files of each take."),
+                {{{QStringLiteral("folder"), QStringLiteral("Drop ISOs or a folder")},
+                  {QStringLiteral("magnifyingglass"), QStringLiteral("Scan groups them by scene and take")},
+                  {QStringLiteral("square.stack.3d.up"), QStringLiteral("Join writes a poly a take")}}}};
+    case PolyMode::editPoly: break;
+    }
+    return {QStringLiteral("Renames, removes and reorders the channels of polys."),
+            {{drop,
+              {QStringLiteral("line.3.horizontal"), QStringLiteral("Choose the edits beside")},
+              {QStringLiteral("checkmark.circle"), QStringLiteral("Apply writes edited polys")}}}};
+}
+
 } // namespace
 
 PolyToolsTabView::PolyToolsTabView(PolyToolsViewModel& viewModel, QProperty<Appearance>& appearance, QWidget* parent)
@@ -37,7 +61,8 @@ PolyToolsTabView::PolyToolsTabView(PolyToolsViewModel& viewModel, QProperty<Appe
     auto* content = columnLayout(6);
     content->setContentsMargins(kMargin, 6, kMargin, 4);
     content->addWidget(makeHeader(appearance));
-    ffmpegBanner_ = new WarningBanner(missingFFmpegText());
+    ffmpegBanner_ = new WarningBanner(missingFFmpegText(), QStringLiteral("Check Again"));
+    connect(ffmpegBanner_, &WarningBanner::pressed, this, &TabPage::toolsRequested);
     bwfmetaeditBanner_ = new WarningBanner(missingBwfmetaeditText());
     content->addWidget(ffmpegBanner_);
     content->addWidget(bwfmetaeditBanner_);
@@ -49,6 +74,7 @@ PolyToolsTabView::PolyToolsTabView(PolyToolsViewModel& viewModel, QProperty<Appe
     pages_ = new PageStack;
     for (QWidget* page : std::initializer_list<QWidget*>{split_, join_, edit_}) pages_->addPage(page);
     content->addWidget(pages_, 1);
+    makeFirstSteps();
     if (PreviewMixer* mixer = viewModel.preview().mixer()) {
         transport_ = new PolyToolsPlaybackTransport(*mixer);
         content->addWidget(transport_);
@@ -59,6 +85,16 @@ PolyToolsTabView::PolyToolsTabView(PolyToolsViewModel& viewModel, QProperty<Appe
     setLayout(page);
     connectController();
     connectPreview();
+}
+
+void PolyToolsTabView::makeFirstSteps() {
+    QWidget* hosts[] = {&split_->lists(), &join_->lists(), &edit_->lists()};
+    for (const PolyMode mode : kAllPolyModes) {
+        const auto index = static_cast<std::size_t>(mode);
+        firstSteps_[index] = new FirstSteps(*hosts[index], firstStepsOf(mode));
+        connect(firstSteps_[index], &FirstSteps::demoRequested, this,
+                [this, mode] { Q_EMIT demoRequested(mode == PolyMode::join ? DemoKind::isos : DemoKind::polys); });
+    }
 }
 
 QWidget* PolyToolsTabView::makeHeader(QProperty<Appearance>& appearance) {
@@ -83,6 +119,11 @@ void PolyToolsTabView::connectController() {
         bindings_.watch(*flag, request);
     }
     bindings_.watch(viewModel_.engine, request);
+    bindings_.watch(viewModel_.sourceFolder, request);
+    bindings_.watch(viewModel_.selectedFiles, request);
+    bindings_.watch(viewModel_.polyFile, request);
+    bindings_.watch(viewModel_.joinSourceFolder, request);
+    bindings_.watch(viewModel_.selectedJoinFiles, request);
     bindings_.watch(viewModel_.splitProgress, request);
     bindings_.watch(viewModel_.joinProgress, request);
     bindings_.watch(viewModel_.batchProgress, request);
@@ -224,7 +265,9 @@ void PolyToolsTabView::showMode() {
     const PolyMode mode = viewModel_.mode.value();
     modes_->setCurrent(static_cast<int>(mode));
     dropHint_->setText(dropHint(mode), true);
+    const bool hadFocus = pages_->isAncestorOf(QApplication::focusWidget());
     pages_->setCurrent(static_cast<int>(mode));
+    if (hadFocus) firstFocus()->setFocus(); // Qt would pass it on to the footer
 }
 
 ActivityState PolyToolsTabView::activityState() const {
@@ -243,6 +286,11 @@ void PolyToolsTabView::refresh() {
     ffmpegBanner_->setVisible(!viewModel_.hasEngine());
     bwfmetaeditBanner_->setVisible(!viewModel_.bwfmetaeditAvailable.value());
     modes_->setEnabled(!viewModel_.isProcessing.value());
+    const bool hasPolys = viewModel_.source().hasContent();
+    for (const PolyMode mode : kAllPolyModes) {
+        const bool hasContent = mode == PolyMode::join ? hasJoinSelection() : hasPolys;
+        firstSteps_[static_cast<std::size_t>(mode)]->setVisible(!hasContent);
+    }
     feed_.set(activityState(), runProgress(viewModel_));
     const bool isBusy = isRunningJob();
     if (isBusy == wasBusy_) return;

@@ -11,6 +11,7 @@
 
 namespace ostrel {
 
+class FirstSteps;
 class PageStack;
 class PolyEditView;
 class PolyJoinView;
@@ -44,6 +45,7 @@ public:
 
 private:
     QWidget* makeHeader(QProperty<Appearance>& appearance);
+    void makeFirstSteps();
     void connectController();
     void connectPreview();
     void runJoinMode();
@@ -66,6 +68,7 @@ private:
     PageStack* pages_ = nullptr;
     PolySplitView* split_ = nullptr;
     PolyJoinView* join_ = nullptr;
+    std::array<FirstSteps*, kAllPolyModes.size()> firstSteps_{};
     PolyEditView* edit_ = nullptr;
     PolyToolsPlaybackTransport* transport_ = nullptr; // none without a mixer
 };

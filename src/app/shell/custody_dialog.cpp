@@ -94,6 +94,7 @@ void CustodyDialog::tell(const Found& found) {
     lines_->setPlainText(found.lines.join(u'\n'));
     stop_->setText(QStringLiteral("Close"));
     stop_->setEnabled(true);
+    setDefaultButton(*this, *stop_);
     stop_->setFocus();
 }
 

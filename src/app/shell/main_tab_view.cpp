@@ -3,6 +3,7 @@
 #include "app/controls/appearance_toggle.h"
 #include "app/controls/controls.h"
 #include "app/controls/layouts.h"
+#include "app/desktop/recent_folders.h"
 #include "app/panels/help_texts.h"
 #include "app/shell/check_for_updates.h"
 #include "app/shell/drop_overlay.h"
@@ -10,7 +11,11 @@
 #include "app/shell/orderly_quit.h"
 #include "app/shell/save_certificate.h"
 #include "app/shell/spacebar_monitor.h"
+#include "app/shell/window_keys.h"
+#include "platform/background.h"
 #include "platform/diagnostics.h"
+#include "platform/files/files.h"
+#include "platform/paths.h"
 
 #include <QActionGroup>
 #include <QCloseEvent>
@@ -68,6 +73,10 @@ void MainTabView::makeTabs() {
         tabs_->addSegment(rawText(tab), symbol(tab),
                           forThisDesktop(QStringLiteral("%1 (⌘%2)")).arg(rawText(tab)).arg(number));
         stack_->addWidget(&page(tab));
+        connect(&page(tab), &TabPage::demoRequested, this, [this, tab](DemoKind kind) { openDemo(page(tab), kind); });
+        connect(&page(tab), &TabPage::toolsRequested, this, [this] {
+            if (recheckTools) recheckTools();
+        });
     }
     connect(tabs_, &SegmentedControl::chosen, this, [this](int index) { selectedTab = static_cast<AppTab>(index); });
     auto* row = rowLayout(0);
@@ -85,9 +94,10 @@ void MainTabView::makeTabs() {
 }
 
 void MainTabView::makeMenus(Updater& updater, const ProductSettings& settings) {
-    auto* checkForUpdates = new CheckForUpdatesView(updater, this);
+    // What leads nowhere is not there.
+    QAction* checkForUpdates = settings.updateFeed.isEmpty() ? nullptr : new CheckForUpdatesView(updater, this);
     QMenu* file = menuBar()->addMenu(QStringLiteral("&Ostrel"));
-    file->addAction(checkForUpdates);
+    if (checkForUpdates) file->addAction(checkForUpdates);
     file->addSeparator();
     QAction* quit = file->addAction(QStringLiteral("Quit"), this, &QWidget::close);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
@@ -99,17 +109,18 @@ void MainTabView::makeMenus(Updater& updater, const ProductSettings& settings) {
         about->addAction(QStringLiteral("About ") + name, this,
                          [this, name, text] { showKeyboardShortcutsWindow(name, text); });
     };
+    addAbout(QStringLiteral("Ostrel"), aboutOstrelText(settings.version));
+    about->addSeparator();
     addAbout(QStringLiteral("Interleaver"), aboutInterleaverText());
     addAbout(QStringLiteral("Poly Tools"), aboutPolyToolsText());
     addAbout(QStringLiteral("Stereo Validator"), aboutStereoValidatorText());
 
     QMenu* support = menuBar()->addMenu(QStringLiteral("&Support"));
-    support->addAction(checkForUpdates);
+    if (checkForUpdates) support->addAction(checkForUpdates);
     support->addSeparator();
     const auto addAddress = [&](const QString& name, const QString& scheme, const QString& address) {
-        QAction* action =
-            support->addAction(name, this, [this, scheme, address] { desktop_.openWebPage(scheme + address); });
-        action->setEnabled(!address.isEmpty());
+        if (address.isEmpty()) return;
+        support->addAction(name, this, [this, scheme, address] { desktop_.openWebPage(scheme + address); });
     };
     addAddress(QStringLiteral("Website"), QString(), settings.website);
     addAddress(QStringLiteral("Email Support"), QStringLiteral("mailto:"), settings.supportAddress);
@@ -123,9 +134,8 @@ void MainTabView::makeMenus(Updater& updater, const ProductSettings& settings) {
     QAction* show = shortcuts->addAction(QStringLiteral("Show Keyboard Shortcuts"), this, [this] {
         showKeyboardShortcutsWindow(QStringLiteral("Keyboard Shortcuts"), keyboardShortcutsText());
     });
-    // "?" is Shift and slash on many keyboards: the spellings of the same press.
-    show->setShortcuts({QKeySequence(QStringLiteral("Ctrl+?")), QKeySequence(QStringLiteral("Ctrl+Shift+/")),
-                        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Question)});
+    // One spelling: where "?" is Shift and slash, Qt would find "Ctrl+Shift+/" beside it and fire neither.
+    show->setShortcut(QKeySequence(QStringLiteral("Ctrl+?")));
 }
 
 void MainTabView::makeCustodyMenu(QMenu& menu) {
@@ -154,12 +164,9 @@ void MainTabView::makeAppearanceMenu(QMenu& menu) {
     const std::pair<Appearance, QKeyCombination> items[] = {{Appearance::system, Qt::CTRL | Qt::SHIFT | Qt::Key_0},
                                                             {Appearance::light, Qt::CTRL | Qt::SHIFT | Qt::Key_1},
                                                             {Appearance::dark, Qt::CTRL | Qt::SHIFT | Qt::Key_2}};
-    // Shift turns a digit into another character, which differs from keyboard to keyboard.
-    const QStringList shifted{QStringLiteral("Ctrl+)"), QStringLiteral("Ctrl+!"), QStringLiteral("Ctrl+@")};
-    int number = 0;
     for (const auto& [value, keys] : items) {
         QAction* action = menu.addAction(displayName(value), this, [this, value = value] { appearance_ = value; });
-        action->setShortcuts({QKeySequence(keys), QKeySequence(shifted.at(number++))});
+        action->setShortcut(QKeySequence(keys));
         action->setCheckable(true);
         group->addAction(action);
         bindings_.bind(appearance_,
@@ -181,6 +188,10 @@ void MainTabView::makeShortcuts() {
     connect(keys, &KeyboardShortcutHandler::skip, this, [this](double seconds) { currentPage().skipPreview(seconds); });
     connect(keys, &KeyboardShortcutHandler::tabChosen, this,
             [this](int index) { selectedTab = static_cast<AppTab>(index); });
+    auto* places = new WindowKeys(this);
+    connect(places, &WindowKeys::tabChosen, keys, &KeyboardShortcutHandler::tabChosen);
+    connect(places, &WindowKeys::appearanceChosen, this,
+            [this](int index) { appearance_ = static_cast<Appearance>(index); });
 }
 
 void MainTabView::showTab() {
@@ -202,7 +213,23 @@ void MainTabView::handleGlobalDrop(const QStringList& urls) {
     printDiagnostic(QStringLiteral("🎯 GLOBAL DROP HANDLER FIRED: %1 URLs, routing to tab: %2")
                         .arg(urls.size())
                         .arg(rawText(selectedTab.value())));
-    if (!urls.isEmpty() && !quit_->isStopping.value()) currentPage().acceptDrop(urls);
+    if (urls.isEmpty() || quit_->isStopping.value()) return;
+    rememberFolder(paths::isFolder(urls.first()) ? urls.first() : paths::parent(urls.first()));
+    currentPage().acceptDrop(urls);
+}
+
+QCoro::Task<> MainTabView::openDemo(TabPage& page, DemoKind kind) {
+    AlertRequest alert;
+    try {
+        const QString folder = co_await inBackground(this, [kind] { return writeDemoRecordings(demoFolder(), kind); });
+        if (!quit_->isStopping.value()) page.acceptDrop({folder});
+        co_return;
+    } catch (const FileError& error) {
+        alert.text = error.description;
+    }
+    alert.style = AlertRequest::Style::warning;
+    alert.title = QStringLiteral("No Demo Recordings");
+    desktop_.showAlert(alert);
 }
 
 void MainTabView::showKeyboardShortcutsWindow(const QString& title, const QString& message) {

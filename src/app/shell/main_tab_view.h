@@ -9,6 +9,7 @@
 #include "app/shell/product_settings.h"
 #include "platform/desktop_services.h"
 
+#include <QCoro/QCoroTask>
 #include <QMainWindow>
 #include <QProperty>
 #include <array>
@@ -66,6 +67,7 @@ private:
     QWidget* makeStoppingBanner();
     void showStopping();
     void showTab();
+    QCoro::Task<> openDemo(TabPage& page, DemoKind kind);
     void setupSpacebarMonitor();
 
     DesktopServices& desktop_;

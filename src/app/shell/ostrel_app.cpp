@@ -6,6 +6,8 @@
 #include "app/shell/job_watch.h"
 #include "app/shell/main_tab_view.h"
 #include "app/shell/orderly_quit.h"
+#include "app/shell/session_memory.h"
+#include "app/shell/window_memory.h"
 #include "app/validator/stereo_validator_tab_view.h"
 #include "platform/processes/stop_signals.h"
 
@@ -36,6 +38,10 @@ OstrelApp::OstrelApp(const ProductSettings& settings)
         polyToolsVM_.takeTools();
     };
     desktop_.setWindow(window_.get());
+    sessionMemory_ =
+        std::make_unique<SessionMemory>(window_->selectedTab, appViewModel_, polyToolsVM_, stereoValidatorVM_);
+    windowMemory_ = std::make_unique<WindowMemory>(*window_);
+    if (windowMemory_->isLow() && !sessionMemory_->knowsOptions()) appViewModel_.showOptions = false;
     auto* jobs = new JobWatch(*window_);
     for (const AppTab tab : kAllAppTabs) jobs->watch(rawText(tab), window_->page(tab));
     QObject::connect(&window_->orderlyQuit(), &OrderlyQuit::ended, window_.get(), &QCoreApplication::quit,
@@ -44,9 +50,9 @@ OstrelApp::OstrelApp(const ProductSettings& settings)
 
 OstrelApp::~OstrelApp() = default;
 
-void OstrelApp::show(AppTab tab, std::optional<int> mode, const QStringList& paths) {
-    window_->selectedTab = tab;
-    if (mode) window_->page(tab).setModeIndex(*mode);
+void OstrelApp::show(std::optional<AppTab> tab, std::optional<int> mode, const QStringList& paths) {
+    if (tab) window_->selectedTab = *tab;
+    if (mode) window_->currentPage().setModeIndex(*mode);
     window_->show();
     appViewModel_.tellUnfinishedSteps();
     if (!paths.isEmpty()) window_->handleGlobalDrop(paths);

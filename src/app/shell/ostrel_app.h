@@ -15,6 +15,8 @@
 namespace ostrel {
 
 class MainTabView;
+class SessionMemory;
+class WindowMemory;
 
 class OstrelApp {
 public:
@@ -25,8 +27,9 @@ public:
     AppViewModel& appViewModel() { return appViewModel_; }
     PolyToolsViewModel& polyTools() { return polyToolsVM_; }
     StereoValidatorViewModel& stereoValidator() { return stereoValidatorVM_; }
-    // Opens the window on a tab, and on one of its modes where one is given; `paths` are selected as if dropped.
-    void show(AppTab tab, std::optional<int> mode = {}, const QStringList& paths = {});
+    // Opens the window on a tab, and on one of its modes; where none is given, as it was left. `paths` are selected as
+    // if dropped.
+    void show(std::optional<AppTab> tab = {}, std::optional<int> mode = {}, const QStringList& paths = {});
 
     // Until the window is closed, or a signal came and what ran has been stopped; the exit status.
     int exec();
@@ -43,6 +46,8 @@ private:
     PolyToolsViewModel polyToolsVM_;
     StereoValidatorViewModel stereoValidatorVM_;
     std::unique_ptr<MainTabView> window_;
+    std::unique_ptr<WindowMemory> windowMemory_;
+    std::unique_ptr<SessionMemory> sessionMemory_;
 };
 
 } // namespace ostrel

@@ -1,6 +1,7 @@
 #include "app/validator/classification_badge.h"
 
 #include "app/controls/layouts.h"
+#include "app/controls/ostrel_style.h"
 #include "app/controls/symbols.h"
 #include "app/controls/theme.h"
 
@@ -64,11 +65,11 @@ void ClassificationBadge::paintEvent(QPaintEvent*) {
     const QColor tone = theme.tone(badge.color);
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const bool stands = isChecked() || hasFocus();
-    painter.setPen(QPen(stands ? tone : theme.border, stands ? 1.75 : 1));
+    painter.setPen(QPen(isChecked() ? tone : theme.border, isChecked() ? 1.75 : 1));
     painter.setBrush(isChecked() ? theme.badgeFill(tone) : underMouse() ? theme.hover : theme.raised);
     const double radius = (height() - 2) / 2.0;
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), radius, radius);
+    if (hasFocus()) drawFocusRing(painter, rect(), palette(), radius);
     paintSymbol(painter, badge.symbol, QRectF(10, height() / 2.0 - 7, 14, 14), tone);
     QFont bold = font();
     bold.setWeight(QFont::DemiBold);

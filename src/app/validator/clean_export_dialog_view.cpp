@@ -140,8 +140,8 @@ void CleanExportDialogView::addOutputOptions(QVBoxLayout& column) {
 }
 
 QWidget* CleanExportDialogView::makeButtons() {
-    auto* cancel = pushButton(QStringLiteral("Cancel"));
-    connect(cancel, &QPushButton::clicked, this, &CleanExportDialogView::reject);
+    cancel_ = pushButton(QStringLiteral("Cancel"));
+    connect(cancel_, &QPushButton::clicked, this, &CleanExportDialogView::reject);
     run_ = pushButton(QStringLiteral("Clean & Export"));
     makePrimary(*run_);
     connect(run_, &QPushButton::clicked, this, &CleanExportDialogView::run);
@@ -150,7 +150,7 @@ QWidget* CleanExportDialogView::makeButtons() {
     auto* row = rowLayout();
     row->addWidget(refusals_);
     row->addStretch();
-    row->addWidget(cancel);
+    row->addWidget(cancel_);
     row->addWidget(run_);
     auto* widget = new QWidget;
     widget->setLayout(row);
@@ -169,6 +169,8 @@ void CleanExportDialogView::refresh() {
     const QString words = isDestructive ? QStringLiteral("Replace Originals") : QStringLiteral("Clean && Export");
     run_->setText(words);
     run_->setAccessibleName(isDestructive ? words : QStringLiteral("Clean & Export"));
+    makeDestructive(*run_, isDestructive);
+    setDefaultButton(*this, isDestructive ? *cancel_ : *run_);
     tellRefusals();
 }
 

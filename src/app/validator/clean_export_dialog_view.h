@@ -46,6 +46,7 @@ private:
     ToneLabel* noSuffix_ = nullptr;
     ToneLabel* destructive_ = nullptr;
     ToneLabel* refusals_ = nullptr;
+    QPushButton* cancel_ = nullptr;
     QPushButton* run_ = nullptr;
 };
 

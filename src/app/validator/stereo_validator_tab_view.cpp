@@ -11,6 +11,7 @@
 #include "app/controls/scrolled_page.h"
 #include "app/controls/symbols.h"
 #include "app/panels/activity_footer.h"
+#include "app/panels/first_steps.h"
 #include "app/panels/playback_transport.h"
 #include "app/panels/proof_dialog.h"
 #include "app/panels/selection_card.h"
@@ -114,12 +115,12 @@ QWidget* StereoValidatorTabView::makeActions() {
 }
 
 QWidget* StereoValidatorTabView::makeSummary() {
-    auto* fold = new FoldingHeader(
+    fold_ = new FoldingHeader(
         QStringLiteral("Analysis Summary"), showAnalysisSummary,
         {QStringLiteral("Click to collapse the summary"), QStringLiteral("Click to expand the summary")});
     analyzed_ = new SecondaryLabel;
     auto* head = rowLayout(12);
-    head->addWidget(fold, 1);
+    head->addWidget(fold_, 1);
     head->addWidget(analyzed_);
     badges_ = new QWidget;
     badges_->setAccessibleName(QStringLiteral("Classes"));
@@ -168,6 +169,13 @@ QWidget* StereoValidatorTabView::makeResults() {
         if (table_->selectionModel()->selectedRows().size() == 1) audition(index.row());
     });
     connect(table_, &RecordTable::rowActivated, this, &StereoValidatorTabView::audition);
+    firstSteps_ = new FirstSteps(
+        *table_,
+        {QStringLiteral("Finds stereo files that are mono, one-sided or out of phase, and makes mono files of them."),
+         {{{QStringLiteral("folder"), QStringLiteral("Drop stereo files or a folder")},
+           {QStringLiteral("magnifyingglass"), QStringLiteral("Analyze tells what each file really is")},
+           {QStringLiteral("wand"), QStringLiteral("Clean & Export mends those that you choose")}}}});
+    connect(firstSteps_, &FirstSteps::demoRequested, this, [this] { Q_EMIT demoRequested(DemoKind::stereo); });
     auto* column = columnLayout(5);
     column->addWidget(title);
     column->addWidget(table_, 1);
@@ -321,6 +329,7 @@ void StereoValidatorTabView::rebuildBadges() {
         delete item;
     }
     const std::vector<int> counts = results_->classCounts();
+    QWidget* before = fold_;
     for (const StereoClassification classification : kAllStereoClassifications) {
         const int count = counts[static_cast<std::size_t>(classification)];
         if (count == 0) continue;
@@ -328,6 +337,8 @@ void StereoValidatorTabView::rebuildBadges() {
         connect(badge, &QAbstractButton::clicked, this, [this, classification] { toggleFilter(classification); });
         badgeFlow_->addWidget(badge);
         badge->show();
+        putBehind(*before, *badge);
+        before = badge;
     }
     const auto total = viewModel_.analysisResults.size();
     const QString words =
@@ -371,6 +382,7 @@ void StereoValidatorTabView::refresh() {
                             ? QStringLiteral("Each file will be saved next to its original")
                             : QString());
     const bool hasResults = !viewModel_.analysisResults.empty();
+    firstSteps_->setVisible(chosen.isEmpty() && !hasResults && !isBusy);
     if (isBusy && !wasBusy_ && isAncestorOf(QApplication::focusWidget())) table_->setFocus();
     sourceSection_->setEnabled(!isBusy);
     settings_->setEnabled(!isBusy);

@@ -15,7 +15,9 @@ class QCheckBox;
 namespace ostrel {
 
 class CleanExportDialogView;
+class FirstSteps;
 class FlowLayout;
+class FoldingHeader;
 class ProgressLine;
 class RecordTable;
 class SelectionRow;
@@ -90,9 +92,11 @@ private:
     TruncatingText* status_ = nullptr;
     ProgressLine* progress_ = nullptr;
     QLabel* analyzed_ = nullptr;
+    FoldingHeader* fold_ = nullptr;
     QWidget* badges_ = nullptr;
     FlowLayout* badgeFlow_ = nullptr;
     RecordTable* table_ = nullptr;
+    FirstSteps* firstSteps_ = nullptr;
     SimplePlaybackTransport* transport_ = nullptr;
     QPointer<CleanExportDialogView> dialog_;
 };

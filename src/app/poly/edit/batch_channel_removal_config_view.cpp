@@ -27,6 +27,7 @@ BatchChannelRemovalConfigView::BatchChannelRemovalConfigView(ChannelEdits& targe
     column->addSpacing(4);
     column->addWidget(makeFoot());
     setLayout(column);
+    setDefaultButton(*this, *apply_);
     resize(560, 680);
     const auto again = [this] { refresh(); };
     bindings_.watch(edits_.removes, again);

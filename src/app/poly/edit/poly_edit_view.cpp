@@ -62,6 +62,8 @@ void PolyEditView::resizeEvent(QResizeEvent* event) {
     polys_->table().stretch();
 }
 
+QWidget& PolyEditView::lists() const { return *polys_; }
+
 QWidget* PolyEditView::makeSource() {
     sourceRow_ = new SelectionRow({QStringLiteral("Source:"), QStringLiteral("Select..."), sourceHint(),
                                    QStringLiteral("Clear source selection")});

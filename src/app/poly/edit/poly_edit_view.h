@@ -28,6 +28,7 @@ class PolyEditView : public QWidget {
     Q_OBJECT
 
 public:
+    QWidget& lists() const; // where the items stand
     explicit PolyEditView(PolyToolsViewModel& viewModel, QWidget* parent = nullptr);
 
     PublishedEdits& edits() { return edits_; }

@@ -27,7 +27,6 @@ GroupPicker::GroupPicker(const JoinState& join, int fileCount, QWidget* parent)
     list_->setTextElideMode(Qt::ElideMiddle);
     auto* cancel = pushButton(QStringLiteral("Cancel"));
     makePrimary(*move_);
-    move_->setDefault(true);
     auto* buttons = rowLayout();
     buttons->addStretch();
     buttons->addWidget(cancel);
@@ -39,6 +38,7 @@ GroupPicker::GroupPicker(const JoinState& join, int fileCount, QWidget* parent)
     column->addWidget(list_, 1);
     column->addLayout(buttons);
     setLayout(column);
+    setDefaultButton(*this, *move_);
     resize(460, 420);
     fill();
     connect(word_, &QLineEdit::textChanged, this, &GroupPicker::narrow);

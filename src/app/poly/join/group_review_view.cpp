@@ -24,7 +24,7 @@ GroupReviewView::GroupReviewView(PolyToolsViewModel& viewModel, QWidget* parent)
         Q_EMIT groupsUpdated();
     };
     tree_->setMinimumHeight(100);
-    auto* split = new QSplitter(Qt::Vertical);
+    auto* split = named(new QSplitter(Qt::Vertical), QStringLiteral("Groups and ungrouped files"));
     split->setChildrenCollapsible(false);
     split->addWidget(tree_);
     split->addWidget(makeUngrouped());

@@ -186,6 +186,8 @@ void PolyJoinView::makeRun() {
     connect(run_, &RunRow::runClicked, this, &PolyJoinView::run);
 }
 
+QWidget& PolyJoinView::lists() const { return *lists_; }
+
 void PolyJoinView::run() { isReview() ? viewModel_.join().runBatch() : viewModel_.join().run(); }
 
 void PolyJoinView::connectController() {

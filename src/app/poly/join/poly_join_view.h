@@ -21,6 +21,7 @@ class PolyJoinView : public QWidget {
     Q_OBJECT
 
 public:
+    QWidget& lists() const; // where the items stand
     explicit PolyJoinView(PolyToolsViewModel& viewModel, QWidget* parent = nullptr);
 
     IsoListSection& isos() { return *isos_; }

@@ -140,6 +140,8 @@ void PolySplitView::connectController() {
     refresh();
 }
 
+QWidget& PolySplitView::lists() const { return *lists_; }
+
 void PolySplitView::run() { viewModel_.batchMode.value() ? viewModel_.split().runBatch() : viewModel_.split().run(); }
 
 // What is listed and what a run reads are to be the same files.

@@ -25,6 +25,7 @@ class PolySplitView : public QWidget {
     Q_OBJECT
 
 public:
+    QWidget& lists() const; // where the items stand
     explicit PolySplitView(PolyToolsViewModel& viewModel, QWidget* parent = nullptr);
 
     RecordTable& channels() { return *channels_; }
