@@ -39,6 +39,8 @@ int runCommandLine(int argc, char** argv) {
     addWaveformCommand(parser, chosen);
     addHashCommand(parser, chosen);
     addReportProofCommand(parser, chosen);
+    addCheckCommand(parser, chosen);
+    addReportCommand(parser, chosen);
     addSealCommand(parser, chosen);
     addVerifyCommand(parser, chosen);
     addJournalCommand(parser, chosen);

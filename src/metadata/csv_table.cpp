@@ -80,4 +80,10 @@ std::vector<QStringList> parseCSV(const QString& text) {
 
 QString quotedCell(QString text) { return u'"' + text.replace(QStringLiteral("\""), QStringLiteral("\"\"")) + u'"'; }
 
+QString csvRow(const QStringList& fields) {
+    QStringList cells;
+    for (const QString& field : fields) cells << quotedCell(field);
+    return cells.join(u',');
+}
+
 } // namespace ostrel

@@ -25,4 +25,7 @@ std::vector<QStringList> parseCSV(const QString& text);
 // A field as it is written, whatever it holds.
 QString quotedCell(QString text);
 
+// A row of such fields, without its line break.
+QString csvRow(const QStringList& fields);
+
 } // namespace ostrel
