@@ -86,7 +86,8 @@ protected:
             controller_.selectedLayout = *layout;
         }
         if (!job_.output.empty()) controller_.setOutputFolder(output());
-        return unknownChannel();
+        const QString idle = idleCleanup();
+        return idle.isEmpty() ? unknownChannel() : idle;
     }
 
     void work(const QStringList&) override {
@@ -124,6 +125,14 @@ protected:
     }
 
 private:
+    // Who asks for a clean-up counts on it.
+    QString idleCleanup() const {
+        const ChannelLayout layout = controller_.selectedLayout.value();
+        if (mode_ != AppMode::interleave || job_.lrCleanup == "none" || layout == ChannelLayout::stereo) return {};
+        return QStringLiteral("--lr-cleanup is for layout stereo; with %1 --originals says what becomes of the sources")
+            .arg(layout.displayName);
+    }
+
     // A channel that the layout has not would be written nowhere, and nobody would miss it.
     QString unknownChannel() const {
         const QStringList known = controller_.selectedLayout.value().channelTags;

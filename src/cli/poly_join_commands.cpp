@@ -162,7 +162,7 @@ private:
         const auto& results = controller_.batchJoinResults.value();
         if (results) {
             const auto row = std::ranges::find(results->groupResults, group.id, &GroupJoinResult::groupId);
-            if (row != results->groupResults.end()) return itemDocument(name, row->outcome);
+            if (row != results->groupResults.end()) return itemDocument(row->outputName, row->outcome);
         }
         return jobItem(name, urlsOf(group.sortedISOs()), ProcessingStatus::pending());
     }

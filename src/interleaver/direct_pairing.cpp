@@ -1,5 +1,6 @@
 #include "interleaver/direct_pairing.h"
 
+#include "platform/files/file_name.h"
 #include "platform/paths.h"
 #include "platform/text/text.h"
 
@@ -29,8 +30,8 @@ DirectPairing DirectPairing::of(const QStringList& files) {
         }
         result.log.push_back(
             {LogLevel::info, QStringLiteral("  Detected: %1 → tag=%2, base=%3").arg(name, tag, *base)});
-        InterleaveGroup& group = byBase[*base];
-        group.baseName = *base;
+        InterleaveGroup& group = byBase[composedName(*base)];
+        if (group.baseName.isEmpty()) group.baseName = *base;
         group.channelFiles.insert(tag, file);
     }
     for (auto& entry : byBase) result.groups.push_back(std::move(entry.second));

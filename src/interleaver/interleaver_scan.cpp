@@ -1,6 +1,7 @@
 #include "interleaver/interleaver_scan.h"
 
 #include "interleaver/direct_pairing.h"
+#include "interleaver/whole_sets.h"
 #include "platform/paths.h"
 
 #include <algorithm>
@@ -65,10 +66,27 @@ QCoro::Task<std::vector<InterleaveGroup>> InterleaverScan::groupsOfFolders() {
         hooks_.log(LogLevel::info, QStringLiteral("Using library-safe L/R scanner with pristine stereo gates"),
                    QString());
     }
-    const auto work = [scanner = scanner_, request = scanRequest(), layout = request_.layout, librarySafe] {
-        return librarySafe ? scanner.scanForLibrarySafeLRMerge(request) : scanner.scanForInterleave(request, layout);
+    struct Found {
+        std::vector<InterleaveGroup> groups;
+        int leftOut = 0;
     };
-    co_return co_await inBackground(owner_, work);
+    const auto work = [scanner = scanner_, request = scanRequest(), layout = request_.layout, librarySafe] {
+        const WholeSets whole = wholeSetsOf(request.items, layout);
+        ScanRequest within = request;
+        within.items = whole.items;
+        return Found{librarySafe ? scanner.scanForLibrarySafeLRMerge(within)
+                                 : scanner.scanForInterleave(within, layout),
+                     whole.leftOut};
+    };
+    const Found found = co_await inBackground(owner_, work);
+    if (found.leftOut > 0) {
+        hooks_.log(LogLevel::info,
+                   QStringLiteral("Filtered to %1 groups from %2 selected files")
+                       .arg(found.groups.size())
+                       .arg(request_.selection.size()),
+                   QString());
+    }
+    co_return found.groups;
 }
 
 QCoro::Task<std::vector<MultiChannelSource>> InterleaverScan::handPickedSources() {
@@ -94,7 +112,7 @@ QCoro::Task<std::vector<MultiChannelSource>> InterleaverScan::handPickedSources(
     co_return sources;
 }
 
-// Folders of the selection are walked and its files taken as they are, so what comes out lies wholly inside it.
+// Folders of the selection are walked and its files taken as they are.
 ScanRequest InterleaverScan::scanRequest() const {
     const QStringList& files = request_.selection;
     ScanRequest request;

@@ -1,5 +1,6 @@
 #include "interleaver/library_safety.h"
 
+#include "platform/files/file_name.h"
 #include "platform/paths.h"
 #include "platform/text/text.h"
 
@@ -75,11 +76,13 @@ SiblingAnalysis analyzeSiblings(const QStringList& files) {
     if (count < 2) return SiblingAnalysis::incomplete(QStringLiteral("Only %1 sibling(s)").arg(count), count);
     if (count > 2) return SiblingAnalysis::incomplete(QStringLiteral("Excess siblings"), count);
     QSet<QString> bases;
+    QString base; // as the first file writes it
     QMap<QString, QString> byTag;
     for (const QString& file : files) {
         const auto name = LibrarySafetyConstants::extractBaseName(paths::lastComponent(file));
         if (!name) continue;
-        bases.insert(name->baseName);
+        bases.insert(composedName(name->baseName));
+        if (base.isEmpty()) base = name->baseName;
         byTag.insert(name->channelTag, file);
     }
     const QString left = byTag.value(QStringLiteral("L"));
@@ -89,7 +92,7 @@ SiblingAnalysis analyzeSiblings(const QStringList& files) {
     for (auto tag = byTag.keyBegin(); tag != byTag.keyEnd(); ++tag) {
         if (const auto refusal = protectedBy(*tag)) return *refusal;
     }
-    return SiblingAnalysis::eligibleLRPair(left, right, *bases.begin());
+    return SiblingAnalysis::eligibleLRPair(left, right, base);
 }
 
 LRScanSummary LRScanSummary::generate(const std::vector<InterleaveGroup>& groups) {

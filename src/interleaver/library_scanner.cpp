@@ -3,6 +3,7 @@
 #include "foundation/run/recording_list.h"
 #include "interleaver/library_safety.h"
 #include "metadata/asset_descriptor.h"
+#include "platform/files/file_name.h"
 #include "platform/files/unique_files.h"
 #include "platform/parallel.h"
 #include "platform/paths.h"
@@ -15,12 +16,6 @@ namespace {
 constexpr double kPairDurationTolerance = 0.01;   // seconds
 constexpr double kGroupDurationTolerance = 0.001; // seconds
 
-QStringList wantedExtensions(bool wavOnly) {
-    static const QStringList wav{QStringLiteral("wav"), QStringLiteral("wave")};
-    static const QStringList all = wav + QStringLiteral("aif aiff aifc caf flac mp3 m4a aac mp4 ogg").split(u' ');
-    return wavOnly ? wav : all;
-}
-
 void say(const std::function<void(const QString&)>& handler, const QString& text) {
     if (handler) handler(text);
 }
@@ -28,7 +23,7 @@ void say(const std::function<void(const QString&)>& handler, const QString& text
 bool isCancelled(const ScanRequest& request) { return request.isCancelled && request.isCancelled(); }
 
 QStringList collectFolder(const QString& folder, const ScanRequest& request, bool wavOnly) {
-    const auto listing = listRecordings(folder, request.includeSubfolders, wantedExtensions(wavOnly));
+    const auto listing = listRecordings(folder, request.includeSubfolders, LibraryScanner::extensions(wavOnly));
     if (!listing) throw ScanError(ScanError::Kind::cannotEnumerate, folder);
     for (const QString& sentence : listing->unreadable) say(request.warn, sentence);
     // Sources of earlier jobs are kept there: to take them again would make everything twice.
@@ -45,7 +40,7 @@ QStringList collectAudioFiles(const ScanRequest& request, bool wavOnly) {
     for (const QString& item : request.items) {
         if (paths::isFolder(item)) {
             found << collectFolder(item, request, wavOnly);
-        } else if (wantedExtensions(wavOnly).contains(paths::lowerExtension(item))) {
+        } else if (LibraryScanner::extensions(wavOnly).contains(paths::lowerExtension(item))) {
             found << item;
         } else if (!paths::exists(item)) {
             throw ScanError(ScanError::Kind::cannotEnumerate, item);
@@ -131,6 +126,12 @@ QString ScanError::errorDescription() const {
                                          : QStringLiteral("Directory not readable: ") + path;
 }
 
+QStringList LibraryScanner::extensions(bool wavOnly) {
+    static const QStringList wav{QStringLiteral("wav"), QStringLiteral("wave")};
+    static const QStringList all = wav + QStringLiteral("aif aiff aifc caf flac mp3 m4a aac mp4 ogg").split(u' ');
+    return wavOnly ? wav : all;
+}
+
 LibraryScanner::LibraryScanner(const QString& ffprobePath, const QString& bwfmetaeditPath, EngineChoice engine)
     : engine_(engine), parser_(ffprobePath, engine), bwfmetaeditPath_(bwfmetaeditPath) {}
 
@@ -150,7 +151,7 @@ std::vector<InterleaveGroup> LibraryScanner::scanForLibrarySafeLRMerge(const Sca
     std::map<QString, QStringList> bags;
     for (const QString& file : audioFiles) {
         const auto name = LibrarySafetyConstants::extractBaseName(paths::lastComponent(file));
-        if (name) bags[relativeFolder(file, request.root) + u'/' + name->baseName] << file;
+        if (name) bags[relativeFolder(file, request.root) + u'/' + composedName(name->baseName)] << file;
     }
     say(request.progress, QStringLiteral("Analyzing %1 sibling sets...").arg(bags.size()));
     std::vector<InterleaveGroup> groups;
@@ -178,8 +179,8 @@ std::vector<InterleaveGroup> LibraryScanner::scanForInterleave(const ScanRequest
         const std::optional<QString> base = tag.isEmpty() ? std::nullopt : ChannelLayout::extractBaseName(name);
         if (!base) continue;
         const QString folder = relativeFolder(file, request.root);
-        InterleaveGroup& group = byKey[folder + u'/' + *base];
-        group.baseName = *base;
+        InterleaveGroup& group = byKey[folder + u'/' + composedName(*base)];
+        if (group.baseName.isEmpty()) group.baseName = *base;
         group.relativePath = folder;
         group.channelFiles.insert(tag, file);
     }

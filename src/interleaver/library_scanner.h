@@ -48,6 +48,9 @@ public:
     LibraryScanner(const QString& ffprobePath, const QString& bwfmetaeditPath,
                    EngineChoice engine = EngineChoice::ffmpeg);
 
+    // What the scans take, in lower case.
+    static QStringList extensions(bool wavOnly);
+
     // All three throw ScanError for a folder that can't be walked, and nothing else. Sorted by name; a cancelled scan
     // gives what it has.
     std::vector<InterleaveGroup> scanForLibrarySafeLRMerge(const ScanRequest& request) const;

@@ -8,9 +8,8 @@ namespace ostrel {
 
 void sayWhatWasGrouped(const std::vector<InterleaveGroup>& groups, const ChannelLayout& layout, const SayLine& say) {
     const QString& layoutName = layout.displayName;
-    const auto isReady = [](const InterleaveGroup& group) {
-        return group.status.kind == ProcessingStatus::Kind::ready;
-    };
+    // Hand-picked groups stay pending: a run takes them like the others.
+    const auto isReady = [](const InterleaveGroup& group) { return group.status.isProcessable(); };
     const auto ready = std::count_if(groups.begin(), groups.end(), isReady);
     const auto sayNothingFound = [&] {
         say(LogLevel::info, QStringLiteral("No channel groups found - This folder appears to contain only interleaved "
@@ -26,13 +25,13 @@ void sayWhatWasGrouped(const std::vector<InterleaveGroup>& groups, const Channel
                                    .arg(layoutName));
     };
     if (total == 0) return sayNothingFound();
-    if (layout != ChannelLayout::stereo) {
-        if (ready == 0) return sayNothingReady();
-        return say(LogLevel::success, QStringLiteral("Found %1 groups, %2 ready").arg(total).arg(ready));
-    }
+    const auto saySomeReady = [&] {
+        say(LogLevel::success, QStringLiteral("Found %1 groups, %2 ready").arg(total).arg(ready));
+    };
+    if (layout != ChannelLayout::stereo) return ready == 0 ? sayNothingReady() : saySomeReady();
     const LRScanSummary summary = LRScanSummary::generate(groups);
     const int held = summary.protectedSurround + summary.protectedAmbisonics + summary.incomplete;
-    if (summary.readyPairs == 0 && held < 1) return sayNothingReady();
+    if (summary.readyPairs == 0 && held < 1) return ready == 0 ? sayNothingReady() : saySomeReady();
     say(LogLevel::success, QStringLiteral("L/R Scan Summary:"));
     const auto sayCount = [&](const char16_t* words, int number) {
         if (number > 0) say(LogLevel::info, QString::fromUtf16(words) + QString::number(number));

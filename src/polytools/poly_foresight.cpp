@@ -2,6 +2,7 @@
 
 #include "foundation/run/run_ledger.h"
 #include "platform/paths.h"
+#include "polytools/join/join_names.h"
 #include "polytools/records/iso_file_names.h"
 #include "polytools/records/poly_names.h"
 
@@ -89,13 +90,19 @@ PolyForesight::Item PolyForesight::edit(const BatchPolyMetadata& poly) const {
 
 std::vector<PolyForesight::Item> PolyForesight::joins() const {
     std::vector<Item> result;
-    const QString folder = join_.joinOutputFolder.value();
+    QStringList sources;
     for (const ISOGroupCandidate& group : join_.reviewedGroups) {
         Item item{group.id, {}, {}};
         for (const ISOFile& iso : group.isoFiles) item.sources << iso.url;
-        const QString name = groupOutputName(group, join_.joinKeepOriginalName.value());
-        if (!folder.isEmpty() && group.isoFiles.size() > 1) item.outputs << paths::append(folder, polyFileName(name));
+        sources << item.sources;
         result.push_back(std::move(item));
+    }
+    const QString folder = join_.joinOutputFolder.value();
+    if (folder.isEmpty()) return result;
+    const std::vector<QString> names =
+        joinNames(join_.reviewedGroups.rows(), folder, join_.joinKeepOriginalName.value(), RunLedger(sources));
+    for (std::size_t i = 0; i < result.size(); ++i) {
+        if (result[i].sources.size() > 1) result[i].outputs << paths::append(folder, polyFileName(names[i]));
     }
     return result;
 }

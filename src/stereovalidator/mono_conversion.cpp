@@ -279,12 +279,11 @@ void MonoConversion::fitDocument(const QString& target, const HeadRecipe& head) 
 void MonoConversion::copyBWFMetadata(const QString& target) const {
     const QStringList arguments{QStringLiteral("--copy"), paths::absolute(request_.file), paths::absolute(target)};
     const ChildLimits limits = limitsByFileSize({request_.file, target});
-    for (const QString& tool : tools_.bwfmetaedit) {
-        if (!paths::isExecutableFile(tool)) continue;
-        try {
-            if (ChildProcess::runSilently(tool, arguments, limits).succeeded()) return;
-        } catch (const ProcessLaunchError&) { // the next one, then
-        }
+    const auto tool = std::ranges::find_if(tools_.bwfmetaedit, paths::isExecutableFile);
+    if (tool == tools_.bwfmetaedit.end()) return;
+    try {
+        ChildProcess::runSilently(*tool, arguments, limits);
+    } catch (const ProcessLaunchError&) { // the audio stands, and the completion tells what is missing
     }
 }
 

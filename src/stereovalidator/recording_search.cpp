@@ -22,6 +22,9 @@ bool isMono(const QString& file, const QString& ffmpegPath) {
 CollectedRecordings collectAudioFiles(const QStringList& selection, bool recursive) {
     CollectedRecordings found =
         collectRecordings(selection, recursive, validatorExtensions(), files::HiddenEntries::included);
+    // What a Mac writes beside a file on a foreign disk: its attributes, under a name with the file's extension.
+    found.files.removeIf(
+        [](const QString& file) { return paths::lastComponent(file).startsWith(QStringLiteral("._")); });
     for (const QString& folder : found.unopened) {
         found.remarks << QStringLiteral("Folder can't be read: ") + folder;
     }

@@ -1,11 +1,11 @@
 #include "stereovalidator/stereo_validator_engine.h"
 
-#include "foundation/logs/debug_log.h"
+#include "stereovalidator/validator_words.h"
 
 namespace ostrel {
 namespace {
 
-void writeToDebugLog(const QString& text) { appendToDebugLog(QStringLiteral("StereoValidatorEngine"), text); }
+void writeToDebugLog(const QString& text) { writeValidatorDebugLine(text, QStringLiteral("StereoValidatorEngine")); }
 
 } // namespace
 

@@ -12,9 +12,11 @@ const QStringList& validatorExtensions() {
     return extensions;
 }
 
-void writeValidatorDebugLine(const QString& text) {
-    appendToDebugLog(QStringLiteral("StereoValidatorVM"), text,
-                     paths::append(paths::parent(cacheFolder()), QStringLiteral("ostrel_debug.log")));
+void writeValidatorDebugLine(const QString& text, const QString& tag) {
+    appendToDebugLog(tag, text);
+    // A second copy among this user's own caches: the shared folder is emptied at every start of the machine.
+    appendToLog(paths::append(paths::parent(cacheFolder()), QStringLiteral("ostrel_debug.log")),
+                debugLogLine(tag, text));
 }
 
 } // namespace ostrel

@@ -9,6 +9,7 @@ namespace ostrel {
 // Extensions, in lower case, of the files that are analysed.
 const QStringList& validatorExtensions();
 
-void writeValidatorDebugLine(const QString& text);
+// To the debug log and to a copy of it beside this user's caches. What can't be written is dropped.
+void writeValidatorDebugLine(const QString& text, const QString& tag = QStringLiteral("StereoValidatorVM"));
 
 } // namespace ostrel

@@ -63,6 +63,31 @@ TEST(Interleave, AFolderOfPairsBecomesStereoFiles) {
     EXPECT_TRUE(QFile::exists(folder.path(QStringLiteral("sub/Interleaved/Wind.wav"))));
 }
 
+TEST(Interleave, ACleanupOfPairsIsRefusedWithAnotherLayout) {
+    const TestFolder folder;
+    writePair(folder, QStringLiteral("Rain"));
+    const QStringList before = fingerprint(folder.path());
+    const CliRun run = runCli({QStringLiteral("interleave"), QStringLiteral("--layout"), QStringLiteral("5.1-film"),
+                               QStringLiteral("--lr-cleanup"), QStringLiteral("hardDelete"), folder.path()});
+    EXPECT_EQ(run.exitStatus, 2);
+    EXPECT_TRUE(run.err.contains(QStringLiteral("--lr-cleanup is for layout stereo"))) << run.err.toStdString();
+    EXPECT_EQ(fingerprint(folder.path()), before);
+}
+
+TEST(Deinterleave, ASecondRunSkipsWhatIsThere) {
+    const TestFolder folder;
+    WaveSpec spec;
+    spec.channels = 2;
+    const QString file = folder.write(QStringLiteral("Rain.wav"), waveBytes(spec));
+    EXPECT_EQ(runCli({QStringLiteral("deinterleave"), file}).exitStatus, 0);
+    const CliRun again = runCli({QStringLiteral("deinterleave"), QStringLiteral("--json"), file});
+    EXPECT_EQ(again.exitStatus, 0);
+    EXPECT_EQ(again.json()["summary"]["skipped"], 1);
+    EXPECT_EQ(again.json()["summary"]["errors"], 0);
+    EXPECT_EQ(text(again.json()["items"][0]["statusText"]),
+              QStringLiteral("Failed: Skipped (outputs exist): Rain.L.wav, Rain.R.wav"));
+}
+
 TEST(Interleave, JsonIsOneDocumentOnStandardOutput) {
     const TestFolder folder;
     writePair(folder, QStringLiteral("Rain"));

@@ -1,11 +1,13 @@
 #include "foundation/logs/debug_log.h"
 
 #include "platform/text/regular_expression.h"
+#include "support/captured_output.h"
 #include "support/test_folder.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace ostrel {
 namespace {
@@ -46,6 +48,22 @@ TEST(DebugLog, WhatCannotBeWrittenIsTold) {
     const QString pipe = folder.path(QStringLiteral("pipe"));
     ASSERT_EQ(::mkfifo(pipe.toUtf8().constData(), 0600), 0);
     EXPECT_FALSE(appendToLog(pipe, QStringLiteral("line"))); // and does not wait for a reader
+}
+
+TEST(DebugLog, ALineGoesToTheFirstLogThatTakesItOrIsPrinted) {
+    const TestFolder folder;
+    const QString none = folder.path() + QStringLiteral("/none/debug.log");
+    const QString second = folder.path(QStringLiteral("second.log"));
+    const QString third = folder.path(QStringLiteral("third.log"));
+    const auto printed = [](const QStringList& logs) {
+        testing::CapturedOutput output(STDOUT_FILENO);
+        writeToFirst(logs, QStringLiteral("a line"));
+        return output.finish();
+    };
+    EXPECT_EQ(printed({none, QString(), second, third}), "");
+    EXPECT_EQ(readAll(second), "a line\n");
+    EXPECT_FALSE(QFile::exists(third));
+    EXPECT_EQ(printed({none, QString()}), "a line\n");
 }
 
 TEST(DebugLog, LinesOfManyThreadsStayWhole) {

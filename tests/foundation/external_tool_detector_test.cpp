@@ -130,6 +130,31 @@ TEST_F(ToolDetection, EveryOutcomePrintsOneLine) {
     EXPECT_EQ(printed(QStringLiteral("sox")), QStringLiteral("✅ Found sox at system path: %1\n").arg(sox));
 }
 
+TEST(ExternalToolDetector, LooksUpResourcesInTheDataFoldersAheadOfThePath) {
+    const TestFolder folder;
+    const QByteArray before = qgetenv("XDG_DATA_HOME");
+    const QByteArray chosen = qgetenv("OSTREL_RESOURCE_FOLDER");
+    qunsetenv("OSTREL_RESOURCE_FOLDER");
+    qputenv("XDG_DATA_HOME", folder.path().toUtf8());
+    const auto found = [](const QString& tool) {
+        testing::CapturedOutput output(STDOUT_FILENO);
+        const ExternalToolDetector detector;
+        const QString path = detector.findTool(tool, {});
+        return std::pair(path, QString::fromUtf8(output.finish()).split(u'\n').filter(tool));
+    };
+    const QString name = QStringLiteral("a-made-up-tool");
+    for (const char* place : {"ostrel/bin/", "ostrel/Resources/bin/"}) { // the second goes ahead of the first
+        const QString tool = folder.writeScript(QString::fromLatin1(place) + name, QString());
+        const auto [path, lines] = found(name);
+        EXPECT_EQ(path, tool);
+        EXPECT_EQ(lines, QStringList{QStringLiteral("✅ Found bundled %1 via forResource: %2").arg(name, tool)});
+    }
+    qputenv("OSTREL_RESOURCE_FOLDER", folder.path().toUtf8()); // stands alone
+    EXPECT_EQ(found(name).first, QString());
+    chosen.isNull() ? qunsetenv("OSTREL_RESOURCE_FOLDER") : qputenv("OSTREL_RESOURCE_FOLDER", chosen);
+    qputenv("XDG_DATA_HOME", before);
+}
+
 TEST(ExternalToolDetector, TheUsualPlaces) {
     EXPECT_EQ(ExternalToolDetector::systemPaths(QStringLiteral("ffmpeg")),
               QStringList({QStringLiteral("/opt/homebrew/bin/ffmpeg"), QStringLiteral("/usr/local/bin/ffmpeg"),

@@ -36,6 +36,11 @@ TEST(ProcessingLogEntry, FormattedEntry) {
               QStringLiteral("[09:05:07] [OK] [PROCESS] Created: %1.wav"));
 }
 
+TEST(ProcessingLogEntry, ALineBreakInANameLeavesOneLine) {
+    EXPECT_EQ(entry(LogLevel::info, LogCategory::scan, QStringLiteral("Selected: a\nb\r.wav")).formattedEntry(),
+              QStringLiteral("[09:05:07] [INFO] [SCAN] Selected: a b .wav"));
+}
+
 TEST(ProcessingLogEntry, TimeIsLocalWhateverZoneTheStampHas) {
     ProcessingLogEntry stamped = entry(LogLevel::info, LogCategory::scan, QStringLiteral("x"));
     const QString local = stamped.formattedEntry();

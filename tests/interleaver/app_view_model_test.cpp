@@ -122,6 +122,7 @@ TEST_F(AppViewModelTest, TwoHandPickedFilesGiveOnePendingGroupWithoutADurationCh
     const QStringList log = scan({QStringLiteral("A.L.wav"), QStringLiteral("A.R.wav")});
     EXPECT_EQ(log.first(), QStringLiteral("[INFO] [SCAN] Starting scan of 2 items..."));
     EXPECT_TRUE(log.contains(QStringLiteral("[INFO] [SCAN] ✅ Complete: A (2 channels, 48000Hz, 24-bit)")));
+    EXPECT_EQ(log.last(), QStringLiteral("[OK] [SCAN] Found 1 groups, 1 ready"));
     ASSERT_EQ(controller.interleaveGroups.size(), 1u);
     EXPECT_EQ(controller.interleaveGroups[0].status, ProcessingStatus::pending());
     EXPECT_TRUE(controller.canRun());
@@ -178,6 +179,65 @@ TEST_F(AppViewModelTest, ASelectionOfAFolderAndAFileKeepsOnlyWhatLiesInIt) {
     ASSERT_EQ(controller.interleaveGroups.size(), 2u);
     EXPECT_EQ(controller.interleaveGroups[0].baseName, QStringLiteral("Rain"));
     EXPECT_EQ(controller.interleaveGroups[1].baseName, QStringLiteral("Wind"));
+}
+
+TEST_F(AppViewModelTest, AFilePickedBesideAFolderWithoutItsSiblingIsLeftOut) {
+    writePair("sub/Rain");
+    writePair("Wind");
+    writePair("Hail");
+    writeMono("Alone.L.wav");
+    const QString filtered = QStringLiteral("[INFO] [SCAN] Filtered to 2 groups from 4 selected files");
+    const QStringList log = scan({QStringLiteral("sub"), QStringLiteral("Wind.L.wav"), QStringLiteral("Wind.R.wav"),
+                                  QStringLiteral("Hail.L.wav")});
+    EXPECT_EQ(log.filter(QStringLiteral("Filtered to")), QStringList{filtered});
+    ASSERT_EQ(controller.interleaveGroups.size(), 2u);
+    EXPECT_EQ(controller.interleaveGroups[0].baseName, QStringLiteral("Rain"));
+    EXPECT_EQ(controller.interleaveGroups[1].baseName, QStringLiteral("Wind"));
+    // What is incomplete on the disk is told of as such, and in a selection of folders nothing is filtered.
+    EXPECT_TRUE(
+        scan({QStringLiteral("sub"), QStringLiteral("Alone.L.wav")}).filter(QStringLiteral("Filtered")).isEmpty());
+    EXPECT_EQ(controller.interleaveGroups.size(), 2u);
+    EXPECT_TRUE(scan().filter(QStringLiteral("Filtered")).isEmpty());
+
+    controller.selectedLayout = ChannelLayout::film51;
+    writeSet(library, ChannelLayout::film51, {}, QStringLiteral("Crowd"));
+    EXPECT_TRUE(scan({QStringLiteral("sub"), QStringLiteral("Crowd.L.wav"), QStringLiteral("Crowd.R.wav")})
+                    .contains(QStringLiteral("[INFO] [SCAN] Filtered to 1 groups from 3 selected files")));
+}
+
+TEST_F(AppViewModelTest, ComposedAndDecomposedNamesPair) {
+    const QString composed = QStringLiteral("Caf\u00e9");
+    const QString decomposed = QStringLiteral("Cafe\u0301");
+    library.write(composed + QStringLiteral(".L.wav"), waveBytes({}));
+    library.write(decomposed + QStringLiteral(".R.wav"), waveBytes({}));
+    for (const QStringList& selection :
+         {QStringList{QString()}, {composed + QStringLiteral(".L.wav"), decomposed + QStringLiteral(".R.wav")}}) {
+        scan(selection);
+        ASSERT_EQ(controller.interleaveGroups.size(), 1u) << selection.size();
+        EXPECT_TRUE(controller.interleaveGroups[0].status.isProcessable());
+        EXPECT_EQ(controller.interleaveGroups[0].channelFiles.size(), 2);
+    }
+    controller.selectedLayout = ChannelLayout::film51;
+    scan();
+    EXPECT_EQ(controller.interleaveGroups.size(), 1u);
+}
+
+TEST_F(AppViewModelTest, OriginalsMoveBesideTheFirstChannelOfTheLayout) {
+    writeSet(library, ChannelLayout::film51, {}, QStringLiteral("Crowd"));
+    QDir().mkpath(library.path("centre"_s));
+    ASSERT_TRUE(QFile::rename(output("Crowd.C.wav"), output("centre/Crowd.C.wav")));
+    controller.selectedLayout = ChannelLayout::film51;
+    setOptions([](ProcessingOptions& options) { options.moveOriginalsInterleave = true; });
+    QStringList files{QStringLiteral("centre/Crowd.C.wav")};
+    for (const char* tag : {"L", "R", "Ls", "Rs", "LFE"}) {
+        files << QStringLiteral("Crowd.%1.wav").arg(QString::fromLatin1(tag));
+    }
+    scan(files);
+    run();
+    EXPECT_TRUE(QFile::exists(output("Interleaved/Crowd.wav")));
+    EXPECT_TRUE(QFile::exists(output("Originals/Crowd.C.wav")));
+    EXPECT_TRUE(QFile::exists(output("Originals/Crowd.L.wav")));
+    EXPECT_FALSE(QFile::exists(output("centre/Originals")));
 }
 
 TEST_F(AppViewModelTest, CancelDuringAScanLeavesTheListsAsTheyWere) {

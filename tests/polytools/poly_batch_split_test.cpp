@@ -250,6 +250,7 @@ TEST_F(BatchSplit, AnUnreadableDepthIsSixteenAndAnUnreadableRateSkipsTheFile) {
     EXPECT_TRUE(scan.files.empty());
     EXPECT_EQ(lines, QStringList{QStringLiteral(
                          "⚠️ [scanForPolyFiles] Failed to analyze A.wav: Failed to parse sample rate")});
+    EXPECT_EQ(scan.remarks, QStringList{QStringLiteral("Failed to analyze A.wav: Failed to parse sample rate")});
 }
 
 TEST_F(BatchSplit, StoppingEndsTheBatchAheadOfTheNextFile) {

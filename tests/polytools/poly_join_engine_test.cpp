@@ -3,6 +3,7 @@
 
 #include "platform/paths.h"
 #include "poly_fixture.h"
+#include "polytools/records/poly_names.h"
 
 #include <gtest/gtest.h>
 
@@ -246,9 +247,31 @@ TEST_F(PolyBatchJoin, TwoGroupsOfOneNameNeverReplaceEachOther) {
     options.overwriteExisting = true;
     auto second = group(QStringLiteral("1"), QStringLiteral("1"), 3);
     const BatchJoinResult result = run({group(QStringLiteral("1"), QStringLiteral("1")), second}, options);
+    EXPECT_EQ(result.successCount, 2);
+    EXPECT_EQ(testing::namesIn(folder()),
+              (QStringList{QStringLiteral("1-T1_poly.wav"), QStringLiteral("1-T1_poly_2.wav")}));
+    EXPECT_EQ(result.groupResults[1].outputName, QStringLiteral("1-T1_poly_2"));
+    EXPECT_TRUE(
+        entryWith(result.logMessages, QStringLiteral("The name 1-T1_poly.wav is taken, using 1-T1_poly_2.wav")));
+    // A second run finds both where the first put them.
+    const BatchJoinResult again = run({group(QStringLiteral("1"), QStringLiteral("1")), second});
+    EXPECT_EQ(again.skipCount, 2);
+    EXPECT_EQ(testing::namesIn(folder()).size(), 2);
+}
+
+TEST_F(PolyBatchJoin, AGroupWithTheNameOfItsFirstIsoIsJoinedBesideIt) {
+    ISOGroupCandidate beside = group(QString(), QString());
+    beside.groupingMethod = GroupingMethod::timestampDuration;
+    const QString isos = paths::parent(beside.isoFiles[0].url);
+    const QStringList before = testing::fingerprint(isos);
+    JoinOptions options;
+    options.keepOriginalName = true;
+    const QString own = groupOutputName(beside, true);
+    ASSERT_EQ(own + QStringLiteral(".wav"), beside.isoFiles[0].fileName);
+    const BatchJoinResult result = batchJoin({beside}, isos, options, tools_, {});
     EXPECT_EQ(result.successCount, 1);
-    EXPECT_EQ(result.errorCount, 1);
-    EXPECT_TRUE(entryWith(result.logMessages, QStringLiteral("Another item of this run already wrote 1-T1_poly.wav")));
+    EXPECT_TRUE(QFile::exists(isos + u'/' + own + QStringLiteral("_2.wav")));
+    for (const QString& file : before) EXPECT_TRUE(testing::fingerprint(isos).contains(file)) << file.toStdString();
 }
 
 class PolyJoinWithMetadata : public PolyJoin {

@@ -134,7 +134,8 @@ TEST_F(EditFace, ABatchIsEditedIntoTheFolderWithItsReport) {
         EXPECT_TRUE(entry(line)) << line;
     }
     const QString csv = QString::fromUtf8(testing::readAll(controller_->reportPath.value()));
-    EXPECT_TRUE(csv.contains(QStringLiteral("# Edits Applied: Channel removal (channels: 2) + Track rename (1)")))
+    EXPECT_TRUE(
+        csv.contains(QStringLiteral("# Edits Applied: Channel removal (keeping: all but 2) + Track rename (1)")))
         << csv.toStdString();
     EXPECT_TRUE(csv.contains(QStringLiteral("# Mode: New File")) && csv.contains(QStringLiteral(",3ch,2ch,")));
     EXPECT_TRUE(csv.endsWith(QStringLiteral("# Total Files: 3\n# Success: 2\n# Errors: 1\n# Skipped: 0")));

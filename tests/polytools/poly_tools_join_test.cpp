@@ -201,6 +201,13 @@ TEST_F(JoinFace, AManifestBesideTheFilesOrdersThem) {
     controller_->join().analyzeISOFiles(urls);
     ASSERT_TRUE(settled());
     EXPECT_TRUE(entry("Manifest has no track list - using selection order"));
+    controller_->autoOrderChannels = true; // and it means what it says
+    controller_->join().analyzeISOFiles(
+        {iso(QStringLiteral("isos/T1_Boom.wav")).url, iso(QStringLiteral("isos/T1_MixL.wav")).url});
+    ASSERT_TRUE(settled());
+    EXPECT_EQ(controller_->isoOrderingMethod.value(), IsoOrdering::selection);
+    EXPECT_EQ(namesOf(controller_->isoFiles.rows()), QStringLiteral("T1_Boom.wav T1_MixL.wav"));
+    controller_->autoOrderChannels = false;
     manifest.ixml->trackList = {{1, QStringLiteral("b"), {}, 0}, {2, QStringLiteral("a"), {}, 1}};
     folder_.write(QStringLiteral("T1.metadata.json"), manifest.toJson());
     controller_->join().analyzeISOFiles(urls);

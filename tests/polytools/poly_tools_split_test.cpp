@@ -43,6 +43,7 @@ TEST_F(SplitFace, OnePolyTurnsBatchModeOffInSplitAndOnInEdit) {
     controller_->applyIntelligentModeDetection({file}, PolyMode::editPoly);
     EXPECT_TRUE(controller_->batchMode.value());
     EXPECT_EQ(*controller_->selectedFiles.value(), QStringList{file});
+    EXPECT_TRUE(entry("Selected 1 poly file"));
     EXPECT_EQ(controller_->splitOutputFolder.value(), folder_.path());
     ASSERT_TRUE(settled());
     EXPECT_EQ(controller_->batchPolyMetadata.size(), 1u);

@@ -138,7 +138,7 @@ TEST_F(RunSnapshot, AnEdit) {
     EXPECT_EQ(controller_->successCount.value(), 1) << log().toStdString();
     const QString csv = report();
     expectLine(csv, QStringLiteral("# Mode: New File"));
-    expectLine(csv, QStringLiteral("# Edits Applied: Channel removal (channels: 2)"));
+    expectLine(csv, QStringLiteral("# Edits Applied: Channel removal (keeping: 1, 3)"));
     expectLine(csv, QStringLiteral("# Output Folder: ") + path("out"));
 }
 

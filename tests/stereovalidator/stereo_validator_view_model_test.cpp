@@ -1,4 +1,5 @@
 #include "foundation/logs/csv_report_generator.h"
+#include "platform/files/standard_folders.h"
 #include "platform/paths.h"
 #include "stereovalidator/stereo_reference.h"
 #include "stereovalidator/stereo_validator_view_model.h"
@@ -188,6 +189,7 @@ TEST_F(ValidatorTest, ScansAFolderWithSubfoldersAndHiddenFiles) {
     writeDualMono(QStringLiteral("T2.wav"));
     writeDualMono(QStringLiteral(".hidden.wav"));
     writeDualMono(QStringLiteral("Day 2/T1.aif"));
+    folder_.write(QStringLiteral("._T2.wav"), "attributes of a Mac, no recording");
     folder_.write(QStringLiteral("notes.txt"), "text");
     analyze({folder_.path()});
     EXPECT_EQ(names(), (QStringList{QStringLiteral(".hidden.wav DUAL_MONO"), QStringLiteral("T1.aif DUAL_MONO"),
@@ -195,6 +197,13 @@ TEST_F(ValidatorTest, ScansAFolderWithSubfoldersAndHiddenFiles) {
     controller_.recursiveScan = false;
     analyzeSelection();
     EXPECT_EQ(controller_.analysisResults.size(), 3u);
+}
+
+TEST_F(ValidatorTest, KeepsASecondCopyOfItsDebugLog) {
+    const QString copy = paths::append(paths::parent(cacheFolder()), QStringLiteral("ostrel_debug.log"));
+    QFile::remove(copy);
+    analyze({writeDualMono(QStringLiteral("a.wav"))});
+    EXPECT_TRUE(testing::readAll(copy).contains("] [StereoValidatorEngine] Starting NATIVE analysis: 1 files\n"));
 }
 
 TEST_F(ValidatorTest, TellsOfAFolderThatIsGone) {

@@ -1,13 +1,20 @@
 #include "foundation/logs/debug_log.h"
 
+#include "platform/diagnostics.h"
 #include "platform/text/text.h"
 
 #include <QDateTime>
 #include <QFile>
+#include <algorithm>
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace ostrel {
+namespace {
+
+const QString kSharedLog = QStringLiteral("/tmp/ostrel_debug.log");
+
+} // namespace
 
 QString debugLogLine(const QString& tag, const QString& message) {
     QString line = QStringLiteral("[%1] [%2] %3").arg(mediumTime(QDateTime::currentDateTime()), tag, message);
@@ -27,8 +34,16 @@ bool appendToLog(const QString& path, const QString& line) {
 
 bool appendToDebugLog(const QString& tag, const QString& message, const QString& fallback) {
     const QString line = debugLogLine(tag, message);
-    return appendToLog(QStringLiteral("/tmp/ostrel_debug.log"), line) ||
-           (!fallback.isEmpty() && appendToLog(fallback, line));
+    return appendToLog(kSharedLog, line) || (!fallback.isEmpty() && appendToLog(fallback, line));
+}
+
+void writeToFirst(const QStringList& logs, const QString& line) {
+    const auto takes = [&](const QString& log) { return !log.isEmpty() && appendToLog(log, line); };
+    if (std::none_of(logs.begin(), logs.end(), takes)) printDiagnostic(line);
+}
+
+void writeDebugLine(const QString& tag, const QString& message, const QString& fallback) {
+    writeToFirst({kSharedLog, fallback}, debugLogLine(tag, message));
 }
 
 } // namespace ostrel

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 namespace ostrel {
 
@@ -11,6 +12,12 @@ QString debugLogLine(const QString& tag, const QString& message);
 // Appends that line. Never throws and never follows a link (the folder is shared with other people). If the log can't
 // be written, the line goes to `fallback`, a path of the user's own, if there is one. False if it was written nowhere.
 bool appendToDebugLog(const QString& tag, const QString& message, const QString& fallback = QString());
+
+// The same, and where it can be written nowhere the line goes to standard output.
+void writeDebugLine(const QString& tag, const QString& message, const QString& fallback = QString());
+
+// A line to the first of these logs that takes it, an empty path being none; to standard output where none does.
+void writeToFirst(const QStringList& logs, const QString& line);
 
 // The same to a log of another name, without a fallback.
 bool appendToLog(const QString& path, const QString& line);

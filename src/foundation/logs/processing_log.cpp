@@ -3,6 +3,12 @@
 #include <QStringList>
 
 namespace ostrel {
+namespace {
+
+// File names may hold line breaks; an entry is one line all the same.
+QString onOneLine(QString text) { return text.replace(u'\n', u' ').replace(u'\r', u' '); }
+
+} // namespace
 
 LogLevel levelOf(ProofFinding finding) {
     switch (finding) {
@@ -36,7 +42,8 @@ QString rawText(LogCategory category) {
 
 QString ProcessingLogEntry::formattedEntry() const {
     return QStringLiteral("[%1] [%2] [%3] %4")
-        .arg(timestamp.toLocalTime().toString(QStringLiteral("HH:mm:ss")), rawText(level), rawText(category), message);
+        .arg(timestamp.toLocalTime().toString(QStringLiteral("HH:mm:ss")), rawText(level), rawText(category),
+             onOneLine(message));
 }
 
 ProcessingLogEntry logEntry(LogLevel level, LogCategory category, const QString& message, const QString& baseName) {

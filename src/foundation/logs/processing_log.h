@@ -32,7 +32,7 @@ struct ProcessingLogEntry {
 
     bool operator==(const ProcessingLogEntry&) const = default;
 
-    // "[14:03:59] [OK] [PROCESS] Created: Take1.wav", local time.
+    // "[14:03:59] [OK] [PROCESS] Created: Take1.wav", local time; one line, whatever the names in it hold.
     QString formattedEntry() const;
 };
 

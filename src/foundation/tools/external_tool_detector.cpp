@@ -16,7 +16,8 @@ QStringList ExternalToolDetector::systemPaths(const QString& tool) {
 }
 
 ExternalToolDetector::ExternalToolDetector(const QString& folder, SystemPaths places)
-    : resourceFolder_(folder.isEmpty() ? resourceFolder() : folder), places_(std::move(places)) {
+    : resourceFolder_(folder.isEmpty() ? resourceFolder() : folder),
+      dataFolders_(folder.isEmpty() ? dataFolders() : QStringList()), places_(std::move(places)) {
     detectTools();
 }
 
@@ -35,6 +36,10 @@ QString ExternalToolDetector::findTool(const QString& name, const QStringList& s
         printDiagnostic(QStringLiteral("✅ Found bundled %1: %2").arg(name, bundled));
         return bundled;
     }
+    if (const QString found = lookUpResource(name); !found.isEmpty()) {
+        printDiagnostic(QStringLiteral("✅ Found bundled %1 via forResource: %2").arg(name, found));
+        return found;
+    }
     if (const QString found = runWhich(name); !found.isEmpty()) {
         printDiagnostic(QStringLiteral("✅ Found %1 via which: %2").arg(name, found));
         return found;
@@ -52,6 +57,16 @@ QString ExternalToolDetector::findBundled(const QString& name) const {
     for (const char* folder : {"Resources/bin/", "bin/"}) {
         const QString path = paths::append(resourceFolder_, QString::fromLatin1(folder) + name);
         if (paths::isExecutableFile(path)) return path;
+    }
+    return QString();
+}
+
+QString ExternalToolDetector::lookUpResource(const QString& name) const {
+    for (const QString& data : dataFolders_) {
+        for (const char* folder : {"Resources/bin/", "bin/"}) {
+            const QString path = paths::append(data, QString::fromLatin1(folder) + name);
+            if (paths::isExecutableFile(path)) return path;
+        }
     }
     return QString();
 }

@@ -30,14 +30,17 @@ public:
 
     void detectTools();
 
-    // The first executable of that name: in the resource folder, by `which`, in the list. Empty if there is none.
+    // The first executable of that name: in the resource folder, in `dataFolders`, by `which`, in the list. Empty if
+    // there is none.
     QString findTool(const QString& name, const QStringList& searchPaths) const;
 
 private:
     QString findBundled(const QString& name) const;
+    QString lookUpResource(const QString& name) const;
     static QString runWhich(const QString& name);
 
     QString resourceFolder_;
+    const QStringList dataFolders_; // none beside a resource folder that was chosen
     SystemPaths places_;
 };
 

@@ -82,4 +82,6 @@ QString fileNameKey(const QString& name) {
     return decomposed(decomposed(name).toCaseFolded());
 }
 
+QString composedName(const QString& name) { return name.normalized(QString::NormalizationForm_C); }
+
 } // namespace ostrel

@@ -24,5 +24,7 @@ QString fittedText(const QString& text, qsizetype mostBytes);
 
 // Equal for two names that some file system takes for one: by letter case, or by composed and decomposed letters.
 QString fileNameKey(const QString& name);
+// Equal for two names that differ by composed and decomposed letters alone.
+QString composedName(const QString& name);
 
 } // namespace ostrel

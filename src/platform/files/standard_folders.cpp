@@ -14,6 +14,15 @@ QString resourceFolder() {
     return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../libexec/ostrel"));
 }
 
+QStringList dataFolders() {
+    if (qEnvironmentVariableIsSet("OSTREL_RESOURCE_FOLDER")) return {};
+    QStringList folders;
+    for (const QString& data : QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation)) {
+        if (data.startsWith(u'/')) folders << paths::append(data, QStringLiteral("ostrel"));
+    }
+    return folders;
+}
+
 QString cacheFolder() {
     return paths::append(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation),
                          QStringLiteral("Ostrel"));

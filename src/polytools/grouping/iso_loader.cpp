@@ -65,22 +65,20 @@ private:
         if (allHaveMetadata && !files.empty()) {
             files = orderedByChannelIndex(std::move(files));
             loaded.ordering = IsoOrdering::metadata;
-        } else if (orderByManifest(files)) {
-            loaded.ordering = IsoOrdering::manifest;
+        } else if (const auto manifest = findManifest(files)) {
+            if (orderByManifest(files, *manifest)) loaded.ordering = IsoOrdering::manifest;
         } else if (autoOrder) {
             files = autoOrdered(files, trackNames(files));
             loaded.ordering = IsoOrdering::autoOrder;
         }
     }
 
-    bool orderByManifest(std::vector<ISOFile>& files) {
-        const std::optional<MetadataManifest> manifest = findManifest(files);
-        if (!manifest) return false;
-        if (!manifest->ixml || manifest->ixml->trackList.empty()) {
+    bool orderByManifest(std::vector<ISOFile>& files, const MetadataManifest& manifest) {
+        if (!manifest.ixml || manifest.ixml->trackList.empty()) {
             log_.warning(kScan, QStringLiteral("Manifest has no track list - using selection order"));
             return false;
         }
-        files = orderedByManifest(files, *manifest->ixml);
+        files = orderedByManifest(files, *manifest.ixml);
         QStringList names;
         for (const ISOFile& file : files) names << file.fileName;
         log_.info(kScan, QStringLiteral("Sorted order: ") + names.join(QStringLiteral(", ")));

@@ -17,7 +17,8 @@ struct LoadedISOs {
 };
 
 // A file that can't be probed is told of in the log and left out. By the channel numbers of the files' own iXML if all
-// of them have one, else by a manifest beside them, else by track name if wanted, else as selected.
+// of them have one, else by a manifest beside them (by one without a track list as selected), else by track name if
+// wanted, else as selected.
 LoadedISOs loadISOs(const QStringList& urls, bool autoOrder, const PolyEngineTools& tools,
                     const PolyEngineHooks& hooks);
 

@@ -2,6 +2,7 @@
 
 #include "foundation/run/run_ledger.h"
 #include "platform/paths.h"
+#include "polytools/join/join_names.h"
 #include "polytools/join/poly_join_engine.h"
 #include "polytools/records/poly_names.h"
 
@@ -23,8 +24,9 @@ public:
             progress({index, static_cast<int>(groups.size()), group, result_.totalPolysCreated, result_.successCount,
                       result_.errorCount, result_.skipCount});
         };
+        const auto names = joinNames(groups, outputFolder_, options_.keepOriginalName, *hooks_.ledger);
         for (std::size_t i = 0; i < groups.size() && !hooks_.stopped(); ++i) {
-            const QString name = groupOutputName(groups[i], options_.keepOriginalName);
+            const QString& name = names[i];
             report(static_cast<int>(i) + 1, name);
             joinOne(groups[i], name);
             append(result_.logMessages, log_.take());
@@ -60,6 +62,9 @@ private:
             row.outcome.message = QStringLiteral("need at least 2 files");
             row.outcome.status = ProcessingStatus::failed(row.outcome.message);
         } else {
+            const QString own = groupOutputName(group, options_.keepOriginalName);
+            if (own != name)
+                log_.info(kProcess, QStringLiteral("The name %1.wav is taken, using %2.wav").arg(own, name));
             join(isos, row);
         }
         count(row.outcome);
@@ -105,7 +110,9 @@ private:
             row.outcome.message = QStringLiteral("exists");
             row.outcome.status = ProcessingStatus::skipped(row.outcome.message);
         } else if (!permission.isGranted()) {
-            log_.debug(QStringLiteral("❌ [BatchJoin] Output exists for '%1', overwrite disabled").arg(name));
+            log_.debug(permission.kind == WritePermission::Kind::overwriteOff
+                           ? QStringLiteral("❌ [BatchJoin] Output exists for '%1', overwrite disabled").arg(name)
+                           : QStringLiteral("❌ [BatchJoin] ") + permission.reason);
             log_.error(kProcess, permission.reason);
             row.outcome.message = permission.reason;
             row.outcome.status = ProcessingStatus::failed(permission.reason);

@@ -13,9 +13,14 @@
 #include "platform/processes/child_process.h"
 #include "platform/processes/ffmpeg_fault.h"
 
+#include <QStandardPaths>
+
 namespace ostrel {
 
-void EngineLog::debug(const QString& message) const { appendToDebugLog(tag_, message); }
+void EngineLog::debug(const QString& message) const {
+    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+    writeDebugLine(tag_, message, paths::append(desktop, QStringLiteral("ostrel_debug.log")));
+}
 
 void EngineLog::add(LogLevel level, LogCategory category, const QString& message) {
     ProcessingLogEntry entry = logEntry(level, category, message, baseName_);

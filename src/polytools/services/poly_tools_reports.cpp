@@ -106,16 +106,30 @@ QString writeJoin(const ReportSource& source, const JoinOptions& options, const 
                                         rows, summary, outputFolder);
 }
 
-// "Channel removal (channels 2, 4) + Track rename (1)", or "None".
-QString editsApplied(const BatchEditOptions& options) {
+// The channels that stay, where all polys have equally many; else those that go.
+QString keptChannels(const std::set<int>& removed, const std::vector<PolyFileResult>& polys) {
+    const bool isUniform = !polys.empty() && std::ranges::all_of(polys, [&](const PolyFileResult& poly) {
+        return poly.channelCount == polys.front().channelCount;
+    });
+    std::set<int> kept;
+    for (int channel = 1; isUniform && channel <= polys.front().channelCount; ++channel) {
+        if (!removed.contains(channel)) kept.insert(channel);
+    }
+    return kept.empty() ? QStringLiteral("all but ") + joinedNumbers(removed) : joinedNumbers(kept);
+}
+
+// "Channel removal (keeping: 1, 3) + Track rename (1)", or "None".
+QString editsApplied(const BatchEditOptions& options, const std::vector<PolyFileResult>& polys) {
     QStringList parts;
     const ChannelFilterOptions& filter = options.filter;
     if (options.inPlace) {
         // only the names are changed
     } else if (!filter.selectedChannelIndices.empty()) {
-        parts << QStringLiteral("Channel removal (channels: %1)").arg(joinedNumbers(filter.selectedChannelIndices));
+        parts
+            << QStringLiteral("Channel removal (keeping: %1)").arg(keptChannels(filter.selectedChannelIndices, polys));
     } else if (!filter.nameContainsFilter.isEmpty()) {
-        parts << QStringLiteral("Channel removal (tracks containing: %1)").arg(filter.nameContainsFilter);
+        parts
+            << QStringLiteral("Channel removal (keeping: all but tracks containing %1)").arg(filter.nameContainsFilter);
     }
     if (options.reorder) {
         parts << QStringLiteral("Channel reorder (%1)").arg(numbersOf(*options.reorder).join(QStringLiteral(", ")));
@@ -236,7 +250,7 @@ QString writeEditReport(const ReportSource& source, const BatchEditOptions& opti
     const bool besideSources = options.inPlace || options.outputFolder.isEmpty();
     const Pairs metadata{
         {QStringLiteral("Mode"), options.inPlace ? QStringLiteral("In-Place") : QStringLiteral("New File")},
-        {QStringLiteral("Edits Applied"), editsApplied(options)},
+        {QStringLiteral("Edits Applied"), editsApplied(options, results.fileResults)},
         sourceOf(source),
         {QStringLiteral("Output Folder"),
          besideSources ? QStringLiteral("Same as source (in-place)") : options.outputFolder},

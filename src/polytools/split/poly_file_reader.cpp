@@ -43,8 +43,10 @@ PolyFileReader::Scan PolyFileReader::scan(const QString& folder, bool recursive)
             const int channels = channelCount(url);
             if (channels > 1) result.files.push_back(read(url, channels));
         } catch (const std::exception& error) {
-            debug_(QStringLiteral("⚠️ [scanForPolyFiles] Failed to analyze %1: %2")
-                       .arg(paths::lastComponent(url), describe(error)));
+            const QString why =
+                QStringLiteral("Failed to analyze %1: %2").arg(paths::lastComponent(url), describe(error));
+            debug_(QStringLiteral("⚠️ [scanForPolyFiles] ") + why);
+            result.remarks << why;
         }
     }
     std::stable_sort(result.files.begin(), result.files.end(),

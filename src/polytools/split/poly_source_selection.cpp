@@ -35,7 +35,8 @@ void PolySourceSelection::selectSeveralFiles(const QStringList& files) {
     }
     source_.selectedFiles = files;
     source_.sourceFolder = QString();
-    services_.info(kScan, QStringLiteral("Selected %1 poly file(s)").arg(files.size()));
+    services_.info(kScan, files.size() == 1 ? QStringLiteral("Selected 1 poly file")
+                                            : QStringLiteral("Selected %1 poly file(s)").arg(files.size()));
     if (isEditing()) defaultOutputFolder(paths::parent(files.first()), QStringLiteral("✅ Auto-set output folder to: "));
     populateBatchPolyMetadata(files);
 }
