@@ -328,13 +328,39 @@ void AppViewModel::toggleAllDeinterleave(bool include) {
 void AppViewModel::applyAppearance() { desktop_.applyAppearance(appearance.value()); }
 
 void AppViewModel::startProcessing() {
-    if (!canRun()) return;
+    if (canRun()) start(makeRun());
+}
+
+void AppViewModel::retry(const QList<int>& rows) {
+    if (isScanning.value() || isProcessing.value() || !hasEngine()) return;
+    const auto run = makeRun();
+    const auto takeFailed = [&rows](auto& shown, auto& taken) {
+        bool isAny = false;
+        for (auto& record : taken) record.include = false;
+        for (const int row : rows) {
+            const auto at = static_cast<std::size_t>(row);
+            if (at >= taken.size() || taken[at].status.kind != ProcessingStatus::Kind::failed) continue;
+            isAny = true;
+            shown.update(at, [](auto& record) {
+                record.include = true;
+                record.status = ProcessingStatus::ready();
+                record.outcome = std::nullopt;
+            });
+            taken[at] = shown[at];
+        }
+        return isAny;
+    };
+    if (run->mode == AppMode::interleave ? takeFailed(interleaveGroups, run->groups)
+                                         : takeFailed(deinterleaveSources, run->sources))
+        start(run);
+}
+
+void AppViewModel::start(const std::shared_ptr<InterleaverRun>& run) {
     playbackManager_->stopAndClear();
     isProcessing = true;
     isCancelled = false;
     progress = 0;
     log(LogLevel::info, LogCategory::process, QStringLiteral("Starting processing..."));
-    const std::shared_ptr<InterleaverRun> run = makeRun();
     run->handle = tasks_.begin(Task::run);
     tasks_.run(runProcessing(run));
 }

@@ -70,6 +70,7 @@ public:
     ExternalToolDetector& toolDetector() { return *toolDetector_; }
     const ExternalToolDetector& toolDetector() const { return *toolDetector_; }
 
+    DesktopServices& desktop() { return desktop_; }
     PlaybackManager& playbackManager() { return *playbackManager_; }
 
     // Where the last report went; empty before there is one.
@@ -98,6 +99,8 @@ public:
     // Writes into each item what a run would refuse it for: two items with one output, an output that is a source.
     void foreseeCollisions();
     void startProcessing();
+    // Runs the failed ones among these rows of the current mode's list, and nothing else.
+    void retry(const QList<int>& rows);
     void stopProcessing();
     void confirmDelete();
     // Told when the window opens: steps of the journal that an earlier run began and did not end.
@@ -130,6 +133,7 @@ private:
     void setDefaultOutputs(std::vector<InterleaveGroup>& groups) const;
 
     std::shared_ptr<InterleaverRun> makeRun() const; // as things stand now
+    void start(const std::shared_ptr<InterleaverRun>& run);
     QCoro::Task<> runProcessing(std::shared_ptr<InterleaverRun> run);
     template <class Records>
     InterleaverRun::Hooks runHooks(Records& records, const std::shared_ptr<InterleaverRun>& run);

@@ -74,6 +74,7 @@ public:
     ActivityLog logEntries;
 
     PlaybackManager& playbackManager() { return *playbackManager_; }
+    DesktopServices& desktop() { return desktop_; }
     const ExternalToolDetector& toolDetector() const { return *toolDetector_; }
 
     // The counts of the last analysis, and where the last report went; empty before there is one.

@@ -33,6 +33,7 @@ QVariant InterleaveTableModel::data(const QModelIndex& index, int role) const {
     if (column == StatusColumn) return statusCell(group.status, group.foreseen, role);
     if (column == ProofColumn && role != Qt::TextAlignmentRole) return proofCell(group.outcome, role);
     if (role == Qt::TextAlignmentRole) return itemAlignment(column);
+    if (role == SortRole && column == DurationColumn) return group.duration.value_or(-1);
     if (role == Qt::DisplayRole) return text(group, column);
     if (role == ChannelChipsRole && column == ChannelsColumn) {
         const QStringList found = group.channelFiles.keys();

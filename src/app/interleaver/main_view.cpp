@@ -4,7 +4,6 @@
 #include "app/controls/layouts.h"
 #include "app/controls/ostrel_style.h"
 #include "app/controls/progress_line.h"
-#include "app/controls/record_table.h"
 #include "app/controls/scrolled_page.h"
 #include "app/controls/symbols.h"
 #include "app/interleaver/interleaver_options.h"
@@ -16,6 +15,7 @@
 #include "app/panels/playback_transport.h"
 #include "app/panels/selection_card.h"
 #include "app/panels/tab_header.h"
+#include "app/tables/record_table.h"
 #include "platform/paths.h"
 #include "preview/playback_manager.h"
 

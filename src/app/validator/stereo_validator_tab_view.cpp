@@ -7,15 +7,17 @@
 #include "app/controls/layouts.h"
 #include "app/controls/ostrel_style.h"
 #include "app/controls/progress_line.h"
-#include "app/controls/record_table.h"
 #include "app/controls/scrolled_page.h"
 #include "app/controls/symbols.h"
 #include "app/panels/activity_footer.h"
 #include "app/panels/first_steps.h"
 #include "app/panels/playback_transport.h"
 #include "app/panels/proof_dialog.h"
+#include "app/panels/row_menu.h"
 #include "app/panels/selection_card.h"
 #include "app/panels/tab_header.h"
+#include "app/tables/filter_bar.h"
+#include "app/tables/record_table.h"
 #include "app/validator/classification_badge.h"
 #include "app/validator/clean_export_dialog_view.h"
 #include "app/validator/validator_results_model.h"
@@ -29,6 +31,15 @@
 #include <QHeaderView>
 
 namespace ostrel {
+namespace {
+
+// Of the analysis, or of the last Clean & Export.
+QString errorOf(const StereoValidatorResult& result) {
+    if (!result.error.isEmpty() || !result.outcome || !result.outcome->status.isError()) return result.error;
+    return result.outcome->message.isEmpty() ? result.outcome->status.displayText() : result.outcome->message;
+}
+
+} // namespace
 
 StereoValidatorTabView::StereoValidatorTabView(StereoValidatorViewModel& viewModel, QProperty<Appearance>& appearance,
                                                QWidget* parent)
@@ -141,7 +152,21 @@ QWidget* StereoValidatorTabView::makeSummary() {
 QWidget* StereoValidatorTabView::makeResults() {
     auto* title = boldLabel(QStringLiteral("Detailed Results"));
     table_ = new RecordTable(QStringLiteral("Detailed Results"));
-    table_->setModel(results_);
+    const auto sources = [this](int record) { return QStringList(results_->record(record).filepath); };
+    table_->setRecords(*results_,
+                       {.filterColumns = {ValidatorResultsModel::FileColumn, ValidatorResultsModel::CodecColumn,
+                                          ValidatorResultsModel::ClassificationColumn},
+                        .headOf = {},
+                        .files = sources});
+    RowMenu menu;
+    menu.play = [this](int record) { audition(record); };
+    menu.sources = sources;
+    menu.outputs = [this](int record) {
+        const auto& outcome = results_->record(record).outcome;
+        return outcome ? outcome->outputs : QStringList();
+    };
+    menu.error = [this](int record) { return errorOf(results_->record(record)); };
+    addRowMenu(*table_, viewModel_.desktop(), std::move(menu));
     table_->setEmptyText(QStringLiteral("Analyze files to see what they really are."));
     table_->setItemDelegateForColumn(ValidatorResultsModel::ClassificationColumn, new StatusBadge(table_));
     table_->setItemDelegateForColumn(ValidatorResultsModel::CodecColumn,
@@ -156,17 +181,13 @@ QWidget* StereoValidatorTabView::makeResults() {
     table_->setColumnWidth(ValidatorResultsModel::FileColumn, 120);
     table_->setStretchColumns({ValidatorResultsModel::FileColumn, ValidatorResultsModel::ClassificationColumn});
     table_->setMinimumRows(4);
-    QHeaderView* header = table_->horizontalHeader();
-    header->setSectionsClickable(true);
-    header->setSortIndicatorShown(true);
-    connect(header, &QHeaderView::sectionClicked, this, &StereoValidatorTabView::chooseSortColumn);
-    header->setSortIndicator(ValidatorResultsModel::columnOf(results_->sortOrder()), Qt::AscendingOrder);
+    table_->horizontalHeader()->setSortIndicator(ValidatorResultsModel::FileColumn, Qt::AscendingOrder);
     showProofs(bindings_, viewModel_.proves, *table_, ValidatorResultsModel::ProofColumn,
                ValidatorResultsModel::FileColumn);
     connect(table_, &RecordTable::rowChosen, this, &StereoValidatorTabView::load);
-    connect(table_, &QTableView::clicked, this, [this](const QModelIndex& index) {
-        if (index.column() == ValidatorResultsModel::ProofColumn) return;
-        if (table_->selectionModel()->selectedRows().size() == 1) audition(index.row());
+    connect(table_, &RecordTable::cellClicked, this, [this](int record, int column) {
+        if (column == ValidatorResultsModel::ProofColumn) return;
+        if (table_->selectionModel()->selectedRows().size() == 1) audition(record);
     });
     connect(table_, &RecordTable::rowActivated, this, &StereoValidatorTabView::audition);
     firstSteps_ = new FirstSteps(
@@ -178,7 +199,7 @@ QWidget* StereoValidatorTabView::makeResults() {
     connect(firstSteps_, &FirstSteps::demoRequested, this, [this] { Q_EMIT demoRequested(DemoKind::stereo); });
     auto* column = columnLayout(5);
     column->addWidget(title);
-    column->addWidget(table_, 1);
+    column->addWidget(withFilter(*table_), 1);
     auto* results = new QWidget;
     results->setLayout(column);
     return results;
@@ -287,8 +308,8 @@ ProvenRun StereoValidatorTabView::provenRun() const {
 
 std::vector<StereoValidatorResult> StereoValidatorTabView::selectedResults() const {
     std::vector<StereoValidatorResult> selected;
-    const QModelIndexList rows = table_->selectionModel()->selectedRows();
-    for (const QModelIndex& row : rows) selected.push_back(results_->record(row.row()));
+    const QList<int> rows = table_->selectedRecords();
+    for (const int row : rows) selected.push_back(results_->record(row));
     return selected;
 }
 
@@ -302,24 +323,18 @@ void StereoValidatorTabView::clearSelection() {
     viewModel_.logEntries.add(LogLevel::info, LogCategory::system, QStringLiteral("Cleared source selection"));
 }
 
-void StereoValidatorTabView::chooseSortColumn(int column) {
-    if (const auto order = ValidatorResultsModel::sortOrderOf(column)) results_->chooseSortOrder(*order);
-    const Qt::SortOrder direction = results_->sortAscending() ? Qt::AscendingOrder : Qt::DescendingOrder;
-    table_->horizontalHeader()->setSortIndicator(ValidatorResultsModel::columnOf(results_->sortOrder()), direction);
-}
-
 // The arrow keys go from row to row: what is heard goes with them.
-void StereoValidatorTabView::load(int row) {
-    const StereoValidatorResult& result = results_->record(row);
+void StereoValidatorTabView::load(int record) {
+    const StereoValidatorResult& result = results_->record(record);
     if (result.filepath == currentlyPlayingFile.value()) return;
-    if (viewModel_.isAuditioning.value()) return audition(row);
+    if (viewModel_.isAuditioning.value()) return audition(record);
     currentlyPlayingFile = result.filepath;
     viewModel_.playbackManager().loadFile(result.filepath, result.sampleRate, result.bitDepth);
 }
 
-void StereoValidatorTabView::audition(int row) {
-    currentlyPlayingFile = results_->record(row).filepath;
-    viewModel_.audition(results_->record(row));
+void StereoValidatorTabView::audition(int record) {
+    currentlyPlayingFile = results_->record(record).filepath;
+    viewModel_.audition(results_->record(record));
 }
 
 void StereoValidatorTabView::rebuildBadges() {

@@ -67,9 +67,8 @@ private:
     QWidget* makeResults();
     void connectController();
     void clearSelection();
-    void chooseSortColumn(int column);
-    void load(int row);
-    void audition(int row);
+    void load(int record);
+    void audition(int record);
     void rebuildBadges();
     void toggleFilter(StereoClassification classification);
     void openDialog();

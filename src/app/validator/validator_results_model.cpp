@@ -71,6 +71,7 @@ QVariant ValidatorResultsModel::data(const QModelIndex& index, int role) const {
         if (index.column() == FileColumn) return result.filepath;
         if (index.column() != ClassificationColumn) return {};
         return result.error.isEmpty() ? result.smartDisplayName() : result.error;
+    case SortRole: return sortValue(result, index.column());
     case ElideMiddleRole: return index.column() == FileColumn;
     case BadgeRole: {
         Badge badge = badgeOf(result.classification);
@@ -103,48 +104,6 @@ void ValidatorResultsModel::setSelectedClassification(std::optional<StereoClassi
     rebuild();
 }
 
-void ValidatorResultsModel::chooseSortOrder(SortOrder order) {
-    sortAscending_ = order == sortOrder_ ? !sortAscending_ : true;
-    sortOrder_ = order;
-    // Selected rows stay with their records.
-    Q_EMIT layoutAboutToBeChanged({}, VerticalSortHint);
-    const std::vector<std::size_t> before = visible_;
-    sortRows();
-    std::vector<int> rowOf(results_.size(), -1);
-    for (std::size_t row = 0; row < visible_.size(); ++row) rowOf[visible_[row]] = static_cast<int>(row);
-    QModelIndexList from = persistentIndexList();
-    QModelIndexList to;
-    for (const QModelIndex& old : from) {
-        to << index(rowOf[before[static_cast<std::size_t>(old.row())]], old.column());
-    }
-    changePersistentIndexList(from, to);
-    Q_EMIT layoutChanged({}, VerticalSortHint);
-}
-
-std::optional<SortOrder> ValidatorResultsModel::sortOrderOf(int column) {
-    switch (column) {
-    case FileColumn: return SortOrder::filename;
-    case ClassificationColumn: return SortOrder::classification;
-    case CorrelationColumn: return SortOrder::correlation;
-    case ConfidenceColumn: return SortOrder::confidence;
-    default: return std::nullopt;
-    }
-}
-
-int ValidatorResultsModel::columnOf(SortOrder order) {
-    for (int column = 0; column < ColumnCount; ++column) {
-        if (sortOrderOf(column) == order) return column;
-    }
-    return FileColumn;
-}
-
-std::vector<StereoValidatorResult> ValidatorResultsModel::sortedAndFilteredResults() const {
-    std::vector<StereoValidatorResult> results;
-    results.reserve(visible_.size());
-    for (const std::size_t row : visible_) results.push_back(results_[row]);
-    return results;
-}
-
 std::vector<int> ValidatorResultsModel::classCounts() const {
     std::vector<int> counts(kAllStereoClassifications.size(), 0);
     for (const StereoValidatorResult& result : results_) ++counts[static_cast<std::size_t>(result.classification)];
@@ -160,31 +119,18 @@ void ValidatorResultsModel::rebuild() {
         names_.push_back(paths::lastComponent(results_[row].filepath));
         if (!filter_ || results_[row].classification == *filter_) visible_.push_back(row);
     }
-    sortRows();
     endResetModel();
 }
 
-void ValidatorResultsModel::sortRows() {
-    const auto sortBy = [this](auto less) {
-        std::stable_sort(visible_.begin(), visible_.end(),
-                         [&](std::size_t a, std::size_t b) { return sortAscending_ ? less(a, b) : less(b, a); });
-    };
-    switch (sortOrder_) {
-    case SortOrder::filename: return sortBy([this](auto a, auto b) { return names_[a] < names_[b]; });
-    case SortOrder::classification: {
-        // Raw texts are compared; each is made once.
-        std::vector<QString> words;
-        for (const StereoClassification classification : kAllStereoClassifications)
-            words.push_back(rawText(classification));
-        const auto word = [&](std::size_t row) -> const QString& {
-            return words[static_cast<std::size_t>(results_[row].classification)];
-        };
-        return sortBy([&](auto a, auto b) { return word(a) < word(b); });
-    }
-    case SortOrder::correlation:
-        return sortBy([this](auto a, auto b) { return results_[a].correlation < results_[b].correlation; });
-    case SortOrder::confidence:
-        return sortBy([this](auto a, auto b) { return results_[a].confidence < results_[b].confidence; });
+QVariant ValidatorResultsModel::sortValue(const StereoValidatorResult& result, int column) {
+    switch (column) {
+    case ClassificationColumn: return rawText(result.classification);
+    case CorrelationColumn: return result.correlation;
+    case ConfidenceColumn: return result.confidence;
+    case LagColumn: return result.lagMs;
+    case MidSideColumn: return result.midSideRatio;
+    case DurationColumn: return result.durationSeconds;
+    default: return {};
     }
 }
 

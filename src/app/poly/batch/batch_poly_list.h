@@ -32,7 +32,7 @@ private:
     void makeTable();
     void setAllExpanded(bool areExpanded);
     bool foldByKey(int key);
-    void play(int row);
+    void play(int record);
     void refresh();
 
     PolyToolsViewModel& viewModel_;

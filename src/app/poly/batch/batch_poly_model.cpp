@@ -182,6 +182,12 @@ ItemOutcome BatchPolyModel::outcomeOf(int index) const {
     return results_.value(poly(index).url, {ProcessingStatus::ready()});
 }
 
+QString BatchPolyModel::errorOf(int index) const {
+    const ItemOutcome outcome = outcomeOf(index);
+    if (!outcome.status.isError()) return {};
+    return outcome.message.isEmpty() ? outcome.status.displayText() : outcome.message;
+}
+
 QString BatchPolyModel::trackName(const Line& line) const {
     const auto& tracks = poly(line.poly).trackInfo;
     const auto at = static_cast<std::size_t>(line.channel);
@@ -223,6 +229,7 @@ QVariant BatchPolyModel::polyData(int index, int column, int role) const {
                          role);
     }
     if (role == ElideMiddleRole) return column == NameColumn;
+    if (role == SortRole && column == DurationColumn) return metadata.duration;
     if (role != Qt::DisplayRole) return {};
     switch (column) {
     case NameColumn: return metadata.baseName;

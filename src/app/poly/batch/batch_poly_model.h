@@ -46,6 +46,10 @@ public:
     void setExpanded(int poly, bool isExpanded);
     void setAllExpanded(bool areExpanded);
 
+    QString fileOf(int poly) const { return this->poly(poly).url; }
+    ItemOutcome outcomeOf(int poly) const;
+    QString errorOf(int poly) const; // of the last run; empty: none
+
 private:
     void connectController();
     void appendPolys(int first, int last);
@@ -62,7 +66,6 @@ private:
     QVariant polyData(int poly, int column, int role) const;
     QVariant channelData(const Line& line, int column, int role) const;
     QString trackName(const Line& line) const;
-    ItemOutcome outcomeOf(int poly) const;
 
     PolyToolsViewModel& viewModel_;
     Bindings bindings_;

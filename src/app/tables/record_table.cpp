@@ -1,11 +1,13 @@
-#include "app/controls/record_table.h"
+#include "app/tables/record_table.h"
 
 #include "app/controls/item_delegates.h"
 #include "app/controls/theme.h"
 
+#include <QActionGroup>
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QPainter>
 
 namespace ostrel {
@@ -31,7 +33,85 @@ RecordTable::RecordTable(const QString& accessibleName, QWidget* parent) : QTabl
     horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     horizontalHeader()->setAccessibleName(accessibleName + QStringLiteral(" columns"));
     verticalHeader()->setAccessibleName(accessibleName + QStringLiteral(" rows"));
+    connect(this, &QTableView::clicked, this,
+            [this](const QModelIndex& cell) { Q_EMIT cellClicked(recordOf(cell), cell.column()); });
 }
+
+void RecordTable::setRecords(QAbstractItemModel& records, ArrangedRows::Telling telling) {
+    const bool areDragged = static_cast<bool>(telling.files);
+    rows_ = new ArrangedRows(records, std::move(telling), this);
+    setModel(rows_);
+    if (areDragged) setDragEnabled(true);
+    horizontalHeader()->setSectionsClickable(true);
+    horizontalHeader()->setSortIndicatorClearable(true);
+    horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
+    setSortingEnabled(true); // sorts at once by what the header shows: nothing
+    horizontalHeader()->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(horizontalHeader(), &QWidget::customContextMenuRequested, this, [this](const QPoint& at) {
+        QMenu menu(this);
+        addSortMenu(menu);
+        menu.exec(horizontalHeader()->mapToGlobal(at));
+    });
+}
+
+QAbstractItemModel& RecordTable::records() const { return rows_ ? *rows_->sourceModel() : *model(); }
+
+int RecordTable::recordOf(const QModelIndex& shown) const {
+    if (!shown.isValid()) return -1;
+    return rows_ ? rows_->recordOf(shown.row()) : shown.row();
+}
+
+QModelIndex RecordTable::shownIndex(int record, int column) const {
+    return rows_ ? rows_->mapFromSource(records().index(record, column)) : model()->index(record, column);
+}
+
+QList<int> RecordTable::selectedRecords() const {
+    QModelIndexList rows = selectionModel()->selectedRows();
+    std::sort(rows.begin(), rows.end());
+    QList<int> records;
+    for (const QModelIndex& row : std::as_const(rows)) records << recordOf(row);
+    return records;
+}
+
+void RecordTable::addSortMenu(QMenu& menu) {
+    if (!rows_) return;
+    QMenu* orders = menu.addMenu(QStringLiteral("Sort By"));
+    auto* group = new QActionGroup(orders);
+    const auto add = [&](const QString& text, int column) {
+        QAction* action = orders->addAction(text, this, [this, column] {
+            const bool isAgain = column >= 0 && column == rows_->sortColumn();
+            const bool isUp = horizontalHeader()->sortIndicatorOrder() == Qt::AscendingOrder;
+            horizontalHeader()->setSortIndicator(column, isAgain && isUp ? Qt::DescendingOrder : Qt::AscendingOrder);
+        });
+        action->setCheckable(true);
+        action->setChecked(column == rows_->sortColumn());
+        group->addAction(action);
+    };
+    add(QStringLiteral("Order of the List"), -1);
+    orders->addSeparator();
+    for (int column = 0; column < rows_->columnCount(); ++column) {
+        QString text = rows_->headerData(column, Qt::Horizontal).toString();
+        if (text.isEmpty()) text = rows_->headerData(column, Qt::Horizontal, Qt::AccessibleTextRole).toString();
+        if (!isColumnHidden(column) && !text.isEmpty()) add(text, column);
+    }
+}
+
+// Ctrl+F in a table is the table's, wherever else in the window it would find another one.
+bool RecordTable::event(QEvent* event) {
+    const bool isShortcut = event->type() == QEvent::ShortcutOverride;
+    if (rows_ && (isShortcut || event->type() == QEvent::KeyPress)) {
+        auto* key = static_cast<QKeyEvent*>(event);
+        if (key->matches(QKeySequence::Find)) {
+            event->accept();
+            if (!isShortcut) Q_EMIT findRequested();
+            return true;
+        }
+    }
+    return QTableView::event(event);
+}
+
+// Whoever takes the files copies them: a drag must not be a way to lose a source.
+void RecordTable::startDrag(Qt::DropActions) { QTableView::startDrag(Qt::CopyAction); }
 
 void RecordTable::setColumnText(int column, const QString& typical, int extra) {
     setColumnWidth(column, fontMetrics().horizontalAdvance(typical) + 18 + extra);
@@ -71,13 +151,13 @@ void RecordTable::dataChanged(const QModelIndex& topLeft, const QModelIndex& bot
 
 void RecordTable::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
     QTableView::currentChanged(current, previous);
-    if (current.isValid() && current.row() != previous.row()) Q_EMIT rowChosen(current.row());
+    if (current.isValid() && current.row() != previous.row()) Q_EMIT rowChosen(recordOf(current));
 }
 
 void RecordTable::keyPressEvent(QKeyEvent* event) {
     const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (isEnter && event->modifiers() == Qt::NoModifier && currentIndex().isValid()) {
-        Q_EMIT rowActivated(currentIndex().row());
+        Q_EMIT rowActivated(currentRecord());
         return;
     }
     QTableView::keyPressEvent(event);
@@ -88,7 +168,7 @@ void RecordTable::contextMenuEvent(QContextMenuEvent* event) {
     const QModelIndex index = byKey ? currentIndex() : indexAt(viewport()->mapFromGlobal(event->globalPos()));
     if (!index.isValid()) return;
     const QPoint position = byKey ? viewport()->mapToGlobal(visualRect(index).bottomLeft()) : event->globalPos();
-    Q_EMIT menuRequested(index.row(), position);
+    Q_EMIT menuRequested(recordOf(index), position);
 }
 
 void RecordTable::paintEvent(QPaintEvent* event) {
@@ -96,7 +176,9 @@ void RecordTable::paintEvent(QPaintEvent* event) {
     if (emptyText_.isEmpty() || !model() || model()->rowCount() > 0) return;
     QPainter painter(viewport());
     painter.setPen(themeOf(palette()).secondaryText);
-    painter.drawText(viewport()->rect().adjusted(24, 8, -24, -8), Qt::AlignCenter | Qt::TextWordWrap, emptyText_);
+    const bool areHidden = rows_ && rows_->hiddenCount() > 0;
+    painter.drawText(viewport()->rect().adjusted(24, 8, -24, -8), Qt::AlignCenter | Qt::TextWordWrap,
+                     areHidden ? QStringLiteral("No row matches the filter.") : emptyText_);
 }
 
 void RecordTable::resizeEvent(QResizeEvent* event) {
