@@ -281,6 +281,14 @@ TEST_F(ValidatorTabTest, CleansAndExportsToTheEndWithItsAlert) {
     EXPECT_EQ(fingerprint(stereo_), before);
 }
 
+TEST_F(ValidatorTabTest, FilesOfOneNameShowTheirFolders) {
+    show(AppTab::stereoValidator);
+    validator_.analysisResults.assign({result("Day1/a.wav", StereoClassification::dualMono, 1, 100),
+                                       result("Day2/a.wav", StereoClassification::dualMono, 1, 100),
+                                       result("b.wav", StereoClassification::dualMono, 1, 100)});
+    EXPECT_EQ(files().join(u' '), QStringLiteral("b.wav Day1/a.wav Day2/a.wav"));
+}
+
 TEST_F(ValidatorTabTest, AFilterDoesNotNarrowAnExportOfAllResults) {
     analyzeSamples();
     int faulty = 0;

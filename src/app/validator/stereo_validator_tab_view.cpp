@@ -48,6 +48,10 @@ StereoValidatorTabView::StereoValidatorTabView(StereoValidatorViewModel& viewMod
     setAccessibleName(QStringLiteral("Stereo Validator"));
     feed_.clearLog = [this] { viewModel_.logEntries.clear(); };
     feed_.saveLog = [this] { viewModel_.saveLog(); };
+    feed_.outputs = [this] { return outputsOf(provenRun()); };
+    feed_.openFolder = [this](const QString& folder) { viewModel_.desktop().openFolder(folder); };
+    connect(&feed_, &ActivityFeed::changed, this,
+            [this] { Q_EMIT progressed(feed_.state() == ActivityState::running ? feed_.progress() : -1); });
     auto* content = columnLayout(7);
     content->setContentsMargins(kMargin, 6, kMargin, 4);
     content->addWidget(makeHeader(appearance));
@@ -113,7 +117,10 @@ QWidget* StereoValidatorTabView::makeActions() {
     status_ = new TruncatingText(Qt::ElideMiddle);
     progress_ = new ProgressLine(QStringLiteral("Analysis progress"));
     auto* row = rowLayout();
-    for (QPushButton* button : {analyze_, cleanExport_, clearResults_}) row->addWidget(button);
+    stop_ =
+        pushButton(QStringLiteral("Stop"), QStringLiteral("stop.fill"), QStringLiteral("Stop before the next file"));
+    connect(stop_, &QPushButton::clicked, this, [this] { viewModel_.stopAnalysis(); });
+    for (QPushButton* button : {analyze_, stop_, cleanExport_, clearResults_}) row->addWidget(button);
     row->addSpacing(6);
     row->addWidget(status_, 1);
     auto* column = columnLayout(5);
@@ -212,6 +219,8 @@ void StereoValidatorTabView::connectController() {
     const auto request = [refreshSoon] { refreshSoon->request(); };
     bindings_.watch(viewModel_.isAnalyzing, request);
     bindings_.watch(viewModel_.analysisProgress, request);
+    bindings_.watch(viewModel_.isExporting, request);
+    bindings_.watch(viewModel_.exportProgress, request);
     bindings_.watch(viewModel_.currentAnalysisFile, request);
     bindings_.watch(viewModel_.sourceFolder, request);
     bindings_.watch(viewModel_.selectedFiles, request);
@@ -219,6 +228,9 @@ void StereoValidatorTabView::connectController() {
     bindings_.bind(viewModel_.recursiveScan, [this] { recursive_->setChecked(viewModel_.recursiveScan.value()); });
     connect(&viewModel_.analysisResults, &RecordListSignals::reset, this, &StereoValidatorTabView::rebuildBadges);
     connect(&viewModel_, &StereoValidatorViewModel::analysisEnded, this, &TabPage::taskEnded);
+    bindings_.watch(viewModel_.isExporting, [this] {
+        if (!viewModel_.isExporting.value()) Q_EMIT taskEnded();
+    });
     bindings_.watch(viewModel_.showCleanExportDialog, [this] {
         if (viewModel_.showCleanExportDialog.value()) openDialog();
     });
@@ -292,9 +304,14 @@ void StereoValidatorTabView::leave() {
     viewModel_.playbackManager().engine().stop(); // which ends the controller's isAuditioning with it
 }
 
-bool StereoValidatorTabView::isRunningJob() const { return viewModel_.isAnalyzing.value(); }
+bool StereoValidatorTabView::isRunningJob() const {
+    return viewModel_.isAnalyzing.value() || viewModel_.isExporting.value();
+}
 
-void StereoValidatorTabView::stop() { viewModel_.stopAnalysis(); }
+void StereoValidatorTabView::stop() {
+    viewModel_.stopExport();
+    viewModel_.stopAnalysis();
+}
 
 QWidget* StereoValidatorTabView::firstFocus() { return &source_->button(); }
 
@@ -402,6 +419,7 @@ void StereoValidatorTabView::refresh() {
     sourceSection_->setEnabled(!isBusy);
     settings_->setEnabled(!isBusy);
     analyze_->setEnabled(viewModel_.canAnalyze());
+    stop_->setEnabled(isBusy);
     cleanExport_->setEnabled(hasResults && !isBusy);
     clearResults_->setEnabled(hasResults && !isBusy);
     status_->setText(isBusy ? viewModel_.currentAnalysisFile.value() : QString(), true);
@@ -413,7 +431,9 @@ void StereoValidatorTabView::refresh() {
     const ActivityState ended = hasErrors                                ? ActivityState::error
                                 : hasResults && !viewModel_.wasStopped() ? ActivityState::done
                                                                          : ActivityState::ready;
-    feed_.set(isBusy ? ActivityState::running : ended, viewModel_.analysisProgress.value());
+    const bool isExporting = viewModel_.isExporting.value();
+    feed_.set(isBusy || isExporting ? ActivityState::running : ended,
+              isExporting ? viewModel_.exportProgress.value() : viewModel_.analysisProgress.value());
     if (isBusy == wasBusy_) return;
     wasBusy_ = isBusy;
     const auto& entries = viewModel_.logEntries;

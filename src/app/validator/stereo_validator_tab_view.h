@@ -86,6 +86,7 @@ private:
     QWidget* sourceSection_ = nullptr;
     ValidatorSettings* settings_ = nullptr;
     QPushButton* analyze_ = nullptr;
+    QPushButton* stop_ = nullptr;
     QPushButton* cleanExport_ = nullptr;
     QPushButton* clearResults_ = nullptr;
     TruncatingText* status_ = nullptr;

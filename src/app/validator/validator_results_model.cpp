@@ -5,6 +5,8 @@
 #include "platform/paths.h"
 #include "platform/text/text.h"
 
+#include <algorithm>
+
 namespace ostrel {
 namespace {
 
@@ -42,7 +44,13 @@ ValidatorResultsModel::ValidatorResultsModel(const RecordList<StereoValidatorRes
         rebuild();
     });
     connect(&results, &RecordListSignals::rowsAppended, this, &ValidatorResultsModel::rebuild);
-    connect(&results, &RecordListSignals::rowChanged, this, &ValidatorResultsModel::rebuild);
+    // An outcome: the file and its class stay.
+    connect(&results, &RecordListSignals::rowChanged, this, [this](int changed) {
+        const auto at = std::ranges::lower_bound(visible_, static_cast<std::size_t>(changed));
+        if (at == visible_.end() || *at != static_cast<std::size_t>(changed)) return;
+        const int row = static_cast<int>(at - visible_.begin());
+        Q_EMIT dataChanged(index(row, 0), index(row, ColumnCount - 1));
+    });
     rebuild();
 }
 
@@ -64,7 +72,9 @@ QVariant ValidatorResultsModel::data(const QModelIndex& index, int role) const {
     const StereoValidatorResult& result = results_[row];
     if (index.column() == ProofColumn && role != Qt::TextAlignmentRole) return proofCell(result.outcome, role);
     switch (role) {
-    case Qt::DisplayRole: return textOf(result, names_[row], index.column());
+    case Qt::DisplayRole:
+        if (index.column() == FileColumn) return repeated_.shown(result.filepath, names_[row]);
+        return textOf(result, names_[row], index.column());
     case Qt::TextAlignmentRole:
         return QVariant((isNumber(index.column()) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
     case Qt::ToolTipRole:
@@ -113,10 +123,13 @@ std::vector<int> ValidatorResultsModel::classCounts() const {
 void ValidatorResultsModel::rebuild() {
     beginResetModel();
     names_.clear();
+    repeated_.clear();
     visible_.clear();
     names_.reserve(results_.size());
     for (std::size_t row = 0; row < results_.size(); ++row) {
-        names_.push_back(paths::lastComponent(results_[row].filepath));
+        const QString& path = results_[row].filepath;
+        names_.push_back(paths::lastComponent(path));
+        repeated_.add(path, names_.back(), static_cast<int>(row));
         if (!filter_ || results_[row].classification == *filter_) visible_.push_back(row);
     }
     endResetModel();

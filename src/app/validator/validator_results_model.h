@@ -1,6 +1,7 @@
 // The results of an analysis as a person looks at them: filtered by class, in the order of the analysis.
 #pragma once
 
+#include "app/tables/repeated_names.h"
 #include "foundation/records/record_list.h"
 #include "stereovalidator/stereo_validator_result.h"
 
@@ -43,7 +44,8 @@ private:
     static QVariant sortValue(const StereoValidatorResult& result, int column);
 
     const RecordList<StereoValidatorResult>& results_;
-    std::vector<QString> names_;       // of all results: the last path component
+    std::vector<QString> names_; // of all results: the last path component
+    RepeatedNames repeated_;
     std::vector<std::size_t> visible_; // rows of the list that the class lets through
     std::optional<StereoClassification> filter_;
 };
