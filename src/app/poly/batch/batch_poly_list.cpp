@@ -29,6 +29,7 @@ BatchPolyList::BatchPolyList(PolyToolsViewModel& viewModel, QWidget* parent)
     bindings_.watch(viewModel.isScanningBatchFiles, request);
     bindings_.watch(viewModel.isProcessing, request);
     bindings_.watch(viewModel.sourceFolder, request);
+    bindings_.watch(viewModel.batchResults, request);
     bindings_.watch(viewModel.expandedBatchPolyIndices, request);
     connect(&viewModel, &PolyToolsViewModel::taskEnded, refreshSoon, &Coalesced::request);
     refresh();
@@ -50,6 +51,10 @@ QWidget* BatchPolyList::makeHeading() {
     row->addWidget(expandAll_);
     row->addWidget(collapseAll_);
     row->addStretch();
+    retryFailed_ = pushButton(QStringLiteral("Retry Failed"), QString(),
+                              QStringLiteral("Try the files that failed once more, and no other"));
+    connect(retryFailed_, &QPushButton::clicked, this, [this] { retry(failed()); });
+    row->addWidget(retryFailed_);
     row->addWidget(loadAll_);
     auto* heading = new QWidget;
     heading->setLayout(row);
@@ -67,6 +72,9 @@ void BatchPolyList::makeTable() {
     menu.sources = sources;
     menu.outputs = [this](int record) { return model_->outcomeOf(model_->lineAt(record).poly).outputs; };
     menu.error = [this](int record) { return model_->errorOf(model_->lineAt(record).poly); };
+    menu.isFree = [this] { return !viewModel_.isProcessing.value(); };
+    menu.canRetry = [this](int record) { return model_->outcomeOf(model_->lineAt(record).poly).failed(); };
+    menu.retry = [this](const QList<int>& records) { retry(records); };
     addRowMenu(*table_, viewModel_.desktop(), std::move(menu));
     table_->setItemDelegateForColumn(Model::ExpanderColumn, new ExpanderDelegate(table_));
     table_->setItemDelegateForColumn(Model::StatusColumn, new StatusBadge(table_));
@@ -78,6 +86,7 @@ void BatchPolyList::makeTable() {
     table_->setColumnText(Model::SampleRateColumn, QStringLiteral("Sample Rate "));
     table_->setColumnText(Model::DurationColumn, QStringLiteral("Duration "));
     table_->setColumnText(Model::PreviewColumn, QStringLiteral("Not loaded"), 24);
+    table_->setColumnText(Model::ResultColumn, QStringLiteral("88 created, 8 failed"));
     table_->setColumnWidth(Model::NameColumn, 160);
     table_->setStretchColumns({Model::NameColumn});
     table_->setMinimumRows(4);
@@ -127,6 +136,21 @@ void BatchPolyList::play(int record) {
                   : viewModel_.preview().batch().playBatchChannel(line.poly, line.channel);
 }
 
+void BatchPolyList::retry(const QList<int>& records) {
+    QStringList files;
+    for (const int record : records) files << model_->fileOf(model_->lineAt(record).poly);
+    files.removeDuplicates();
+    viewModel_.mode.value() == PolyMode::editPoly ? viewModel_.edit().retry(files) : viewModel_.split().retry(files);
+}
+
+QList<int> BatchPolyList::failed() const {
+    QList<int> records;
+    for (int poly = 0; poly < model_->polyCount(); ++poly) {
+        if (model_->outcomeOf(poly).failed()) records << model_->rowOf(poly);
+    }
+    return records;
+}
+
 void BatchPolyList::refresh() {
     const auto& polys = viewModel_.batchPolyMetadata;
     const bool isReading = viewModel_.isScanningBatchFiles.value() ||
@@ -138,6 +162,8 @@ void BatchPolyList::refresh() {
     table_->setEmptyText(isReading ? QStringLiteral("Scanning for poly files...")
                                    : QStringLiteral("Select poly files or folders to see them here"));
     table_->viewport()->update();
+    const auto& results = viewModel_.batchResults.value();
+    retryFailed_->setVisible(results && results->errorCount > 0 && !viewModel_.isProcessing.value());
     const auto expanded = viewModel_.expandedBatchPolyIndices.value().size();
     expandAll_->setEnabled(expanded < polys.size());
     collapseAll_->setEnabled(expanded > 0 && !polys.empty());

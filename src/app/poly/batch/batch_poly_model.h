@@ -3,6 +3,7 @@
 #pragma once
 
 #include "app/controls/bindings.h"
+#include "app/tables/repeated_names.h"
 #include "polytools/poly_tools_view_model.h"
 
 #include <QAbstractTableModel>
@@ -21,6 +22,7 @@ public:
         SampleRateColumn,
         DurationColumn,
         PreviewColumn,
+        ResultColumn,
         ProofColumn,
         ColumnCount,
     };
@@ -51,10 +53,17 @@ public:
     QString errorOf(int poly) const; // of the last run; empty: none
 
 private:
+    struct Ended {
+        ItemOutcome outcome{ProcessingStatus::ready()};
+        OutputCounts counts;
+    };
     void connectController();
     void appendPolys(int first, int last);
     void rebuild();
     void takeExpanded();
+    int addName(int poly);
+    void announceRows(int first, int last, int column);
+    QVariant resultCell(int poly, int role) const;
     void insertOrRemove(int poly, bool isExpanded);
     void announcePoly(int poly);
     void takeResults();
@@ -69,13 +78,13 @@ private:
 
     PolyToolsViewModel& viewModel_;
     Bindings bindings_;
-    std::vector<bool> expanded_;          // one a poly, as the views have been told
-    std::vector<int> firstRow_{0};        // of each poly, and at the end the number of rows
-    QHash<QString, ItemOutcome> results_; // of the last run, by path
-    QHash<QString, int> polyNamed_;       // where the run under way is looked up
+    std::vector<bool> expanded_;    // one a poly, as the views have been told
+    std::vector<int> firstRow_{0};  // of each poly, and at the end the number of rows
+    QHash<QString, Ended> results_; // of the last run, by path
+    QHash<QString, int> polyAt_;    // by path
+    RepeatedNames names_;
     int running_ = -1;
-    int failures_ = 0; // of the run so far
-    int heard_ = -1;   // the poly in the mixer
+    int heard_ = -1; // the poly in the mixer
 };
 
 } // namespace ostrel
