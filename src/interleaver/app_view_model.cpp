@@ -178,6 +178,7 @@ void AppViewModel::scan() {
     selectedFiles = files;
     playbackManager_->stopAndClear();
     isScanning = true;
+    scanProgress = -1;
     statusMessage = QStringLiteral("Scanning...");
     const QString name = paths::lastComponent(files.first());
     const QString message = files.size() > 1 ? QStringLiteral("Starting scan of %1 items...").arg(files.size())
@@ -240,7 +241,7 @@ InterleaverScan::Hooks AppViewModel::scanHooks() {
     return {[this](LogLevel level, const QString& message, const QString& item) {
                 log(level, LogCategory::scan, message, item);
             },
-            [this](const QString& text) { statusMessage = text; }};
+            [this](const QString& text) { statusMessage = text; }, [this](double share) { scanProgress = share; }};
 }
 
 void AppViewModel::setDefaultOutputs(std::vector<InterleaveGroup>& groups) const {

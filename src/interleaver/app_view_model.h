@@ -59,7 +59,8 @@ public:
     QProperty<bool> isProcessing{false};
     QProperty<bool> isCancelled{false};
     QProperty<bool> isAuditioning{false};
-    QProperty<double> progress{0}; // 0 to 1
+    QProperty<double> progress{0};      // 0 to 1
+    QProperty<double> scanProgress{-1}; // of the files that a scan found, how many were read; below 0: it still looks
     QProperty<QString> currentItemName;
     QProperty<QString> statusMessage;
     ActivityLog logEntries{ActivityLog::Telling{.level = LogLevel::info, .showsFolder = false}};

@@ -163,7 +163,7 @@ protected:
             }
             menu->close();
         });
-        QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint());
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(), QPoint());
         QApplication::sendEvent(table_, &event);
         return isChosen;
     }

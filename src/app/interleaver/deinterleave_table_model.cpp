@@ -65,6 +65,7 @@ QVariant DeinterleaveTableModel::text(const MultiChannelSource& source, int colu
 }
 
 QStringList DeinterleaveTableModel::outputs(const MultiChannelSource& source) const {
+    if (source.outcome && !source.outcome->outputs.isEmpty()) return source.outcome->outputs;
     const ProcessingOptions& options = viewModel_.options.value();
     const QString folder = viewModel_.useCustomOutput.value() ? viewModel_.outputURL.value() : QString();
     return source.outputURLs(rawText(options.channelSeparator), folder, source.outputFormat(options.outputFormatPolicy))

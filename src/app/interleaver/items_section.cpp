@@ -47,6 +47,9 @@ QWidget* ItemsSection::makeHeading() {
     deselectAll_ = pushButton(QStringLiteral("Deselect All"));
     clear_ = pushButton(QStringLiteral("Clear Items"), QString(),
                         QStringLiteral("Clear all items and results (allows re-scanning different folder)"));
+    retryFailed_ = pushButton(QStringLiteral("Retry Failed"), QString(),
+                              QStringLiteral("Try the items that failed once more, and no other"));
+    connect(retryFailed_, &QPushButton::clicked, this, [this] { viewModel_.retry(failed()); });
     const auto include = [this](bool isOn) {
         viewModel_.currentMode.value() == AppMode::interleave ? viewModel_.toggleAllInterleave(isOn)
                                                               : viewModel_.toggleAllDeinterleave(isOn);
@@ -65,6 +68,7 @@ QWidget* ItemsSection::makeHeading() {
     row->addWidget(selectAll_);
     row->addWidget(deselectAll_);
     row->addWidget(clear_);
+    row->addWidget(retryFailed_);
     row->addStretch();
     for (StatusCounter* counter : {ready_, done_, skipped_, errors_}) row->addWidget(counter);
     auto* heading = new QWidget;
@@ -164,6 +168,18 @@ RowMenu ItemsSection::menuOf(bool merges) {
     return menu;
 }
 
+QList<int> ItemsSection::failed() const {
+    const auto rows = [](const auto& records) {
+        QList<int> failed;
+        for (std::size_t row = 0; row < records.size(); ++row) {
+            if (records[row].status.kind == ProcessingStatus::Kind::failed) failed << static_cast<int>(row);
+        }
+        return failed;
+    };
+    return viewModel_.currentMode.value() == AppMode::interleave ? rows(viewModel_.interleaveGroups)
+                                                                 : rows(viewModel_.deinterleaveSources);
+}
+
 // What the pointer does on chips and proof, for the keyboard.
 void ItemsSection::addChips(QMenu& menu, int record) {
     const QAbstractItemModel& model = table().records();
@@ -188,6 +204,7 @@ void ItemsSection::refresh() {
     const bool isBusy = viewModel_.isProcessing.value() || viewModel_.isScanning.value();
     heading_->setText(QStringLiteral("ITEMS (%1)").arg(total));
     for (QPushButton* button : {selectAll_, deselectAll_, clear_}) button->setEnabled(total > 0 && !isBusy);
+    retryFailed_->setVisible(!isBusy && !failed().isEmpty());
     ready_->setCount(viewModel_.readyCount());
     done_->setCount(viewModel_.completedCount());
     skipped_->setCount(viewModel_.skippedCount());

@@ -40,6 +40,7 @@ private:
     void toggleInclude(int record);
     QStringList sourcesOf(bool merges, int record) const;
     RowMenu menuOf(bool merges);
+    QList<int> failed() const;
     void addChips(QMenu& menu, int record);
     void refresh();
 
@@ -54,6 +55,7 @@ private:
     QPushButton* selectAll_;
     QPushButton* deselectAll_;
     QPushButton* clear_;
+    QPushButton* retryFailed_;
     StatusCounter* ready_;
     StatusCounter* done_;
     StatusCounter* skipped_;

@@ -19,6 +19,7 @@ FilterBar::FilterBar(RecordTable& table, QWidget* parent)
       count_(new SecondaryLabel) {
     field_->setPlaceholderText(QStringLiteral("Filter by name, status or class"));
     field_->setClearButtonEnabled(true);
+    field_->setTextMargins(4, 0, 0, 0);
     field_->installEventFilter(this);
     auto* done = new SymbolButton(QStringLiteral("xmark"), QStringLiteral("Close filter"),
                                   QStringLiteral("Clear the filter and close it (Escape)"));

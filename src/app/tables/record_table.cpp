@@ -160,6 +160,10 @@ void RecordTable::keyPressEvent(QKeyEvent* event) {
         Q_EMIT rowActivated(currentRecord());
         return;
     }
+    if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) { // Qt knows the Menu key alone
+        QContextMenuEvent request(QContextMenuEvent::Keyboard, QPoint(), QPoint());
+        return contextMenuEvent(&request);
+    }
     QTableView::keyPressEvent(event);
 }
 
