@@ -75,7 +75,7 @@ void StereoValidatorViewModel::watchOptions() {
 }
 
 bool StereoValidatorViewModel::canAnalyze() const {
-    return (!sourceFolder.value().isEmpty() || selectedFiles.value()) && !isAnalyzing.value();
+    return (!sourceFolder.value().isEmpty() || selectedFiles.value()) && !isAnalyzing.value() && !isExporting.value();
 }
 
 StereoValidatorOptions StereoValidatorViewModel::options() const {

@@ -274,7 +274,7 @@ void StereoValidatorTabView::run() {
 
 // A single folder is taken as it is; of anything else the WAV files are.
 void StereoValidatorTabView::acceptDrop(const QStringList& urls) {
-    if (viewModel_.isAnalyzing.value()) return;
+    if (isRunningJob()) return;
     if (urls.size() == 1 && paths::isFolder(urls.first())) {
         viewModel_.selectedFiles = std::nullopt;
         viewModel_.sourceFolder = urls.first();
