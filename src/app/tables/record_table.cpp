@@ -114,7 +114,11 @@ bool RecordTable::event(QEvent* event) {
 void RecordTable::startDrag(Qt::DropActions) { QTableView::startDrag(Qt::CopyAction); }
 
 void RecordTable::setColumnText(int column, const QString& typical, int extra) {
-    setColumnWidth(column, fontMetrics().horizontalAdvance(typical) + 18 + extra);
+    const int text = fontMetrics().horizontalAdvance(typical) + 18 + extra;
+    if (!rows_) return setColumnWidth(column, text);
+    constexpr int kOrderMark = 14; // beside the heading of the column that is sorted by
+    const QString heading = rows_->headerData(column, Qt::Horizontal).toString();
+    setColumnWidth(column, std::max(text, fontMetrics().horizontalAdvance(heading) + 18 + kOrderMark));
 }
 
 void RecordTable::setStretchColumns(const QList<int>& columns) {
