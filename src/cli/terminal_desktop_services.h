@@ -12,6 +12,7 @@ public:
     int showAlert(const AlertRequest& request) override;
     void setPasteboardText(const QString&) override {}
     void openFolder(const QString&) override {}
+    void revealFiles(const QStringList&) override {}
     void openWebPage(const QString&) override {}
     void applyAppearance(Appearance) override {}
 };

@@ -178,6 +178,7 @@ void AppViewModel::scan() {
     selectedFiles = files;
     playbackManager_->stopAndClear();
     isScanning = true;
+    scanProgress = -1;
     statusMessage = QStringLiteral("Scanning...");
     const QString name = paths::lastComponent(files.first());
     const QString message = files.size() > 1 ? QStringLiteral("Starting scan of %1 items...").arg(files.size())
@@ -240,7 +241,7 @@ InterleaverScan::Hooks AppViewModel::scanHooks() {
     return {[this](LogLevel level, const QString& message, const QString& item) {
                 log(level, LogCategory::scan, message, item);
             },
-            [this](const QString& text) { statusMessage = text; }};
+            [this](const QString& text) { statusMessage = text; }, [this](double share) { scanProgress = share; }};
 }
 
 void AppViewModel::setDefaultOutputs(std::vector<InterleaveGroup>& groups) const {
@@ -328,13 +329,39 @@ void AppViewModel::toggleAllDeinterleave(bool include) {
 void AppViewModel::applyAppearance() { desktop_.applyAppearance(appearance.value()); }
 
 void AppViewModel::startProcessing() {
-    if (!canRun()) return;
+    if (canRun()) start(makeRun());
+}
+
+void AppViewModel::retry(const QList<int>& rows) {
+    if (isScanning.value() || isProcessing.value() || !hasEngine()) return;
+    const auto run = makeRun();
+    const auto takeFailed = [&rows](auto& shown, auto& taken) {
+        bool isAny = false;
+        for (auto& record : taken) record.include = false;
+        for (const int row : rows) {
+            const auto at = static_cast<std::size_t>(row);
+            if (at >= taken.size() || taken[at].status.kind != ProcessingStatus::Kind::failed) continue;
+            isAny = true;
+            shown.update(at, [](auto& record) {
+                record.include = true;
+                record.status = ProcessingStatus::ready();
+                record.outcome = std::nullopt;
+            });
+            taken[at] = shown[at];
+        }
+        return isAny;
+    };
+    if (run->mode == AppMode::interleave ? takeFailed(interleaveGroups, run->groups)
+                                         : takeFailed(deinterleaveSources, run->sources))
+        start(run);
+}
+
+void AppViewModel::start(const std::shared_ptr<InterleaverRun>& run) {
     playbackManager_->stopAndClear();
     isProcessing = true;
     isCancelled = false;
     progress = 0;
     log(LogLevel::info, LogCategory::process, QStringLiteral("Starting processing..."));
-    const std::shared_ptr<InterleaverRun> run = makeRun();
     run->handle = tasks_.begin(Task::run);
     tasks_.run(runProcessing(run));
 }

@@ -59,7 +59,8 @@ public:
     QProperty<bool> isProcessing{false};
     QProperty<bool> isCancelled{false};
     QProperty<bool> isAuditioning{false};
-    QProperty<double> progress{0}; // 0 to 1
+    QProperty<double> progress{0};      // 0 to 1
+    QProperty<double> scanProgress{-1}; // of the files that a scan found, how many were read; below 0: it still looks
     QProperty<QString> currentItemName;
     QProperty<QString> statusMessage;
     ActivityLog logEntries{ActivityLog::Telling{.level = LogLevel::info, .showsFolder = false}};
@@ -70,6 +71,7 @@ public:
     ExternalToolDetector& toolDetector() { return *toolDetector_; }
     const ExternalToolDetector& toolDetector() const { return *toolDetector_; }
 
+    DesktopServices& desktop() { return desktop_; }
     PlaybackManager& playbackManager() { return *playbackManager_; }
 
     // Where the last report went; empty before there is one.
@@ -98,6 +100,8 @@ public:
     // Writes into each item what a run would refuse it for: two items with one output, an output that is a source.
     void foreseeCollisions();
     void startProcessing();
+    // Runs the failed ones among these rows of the current mode's list, and nothing else.
+    void retry(const QList<int>& rows);
     void stopProcessing();
     void confirmDelete();
     // Told when the window opens: steps of the journal that an earlier run began and did not end.
@@ -130,6 +134,7 @@ private:
     void setDefaultOutputs(std::vector<InterleaveGroup>& groups) const;
 
     std::shared_ptr<InterleaverRun> makeRun() const; // as things stand now
+    void start(const std::shared_ptr<InterleaverRun>& run);
     QCoro::Task<> runProcessing(std::shared_ptr<InterleaverRun> run);
     template <class Records>
     InterleaverRun::Hooks runHooks(Records& records, const std::shared_ptr<InterleaverRun>& run);

@@ -126,6 +126,11 @@ ScanRequest InterleaverScan::scanRequest() const {
             if (!handle.isCancelled()) tell(text);
         });
     };
+    request.share = [hop, handle = handle_, tell = hooks_.share](double share) {
+        hop([handle, tell, share] {
+            if (!handle.isCancelled()) tell(share);
+        });
+    };
     request.warn = [hop, tell = hooks_.log](const QString& text) {
         hop([tell, text] { tell(LogLevel::warning, text, QString()); });
     };

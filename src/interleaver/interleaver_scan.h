@@ -28,6 +28,7 @@ public:
     struct Hooks {
         std::function<void(LogLevel level, const QString& message, const QString& item)> log;
         std::function<void(const QString& text)> status;
+        std::function<void(double share)> share; // of the files found, how many were read, 0 to 1
     };
 
     // `owner` is the controller: nothing is called once it is gone. A scan that was stopped gives what it has.

@@ -8,6 +8,8 @@
 #include "platform/parallel.h"
 #include "platform/paths.h"
 
+#include <atomic>
+
 namespace ostrel {
 namespace {
 
@@ -198,7 +200,7 @@ std::vector<MultiChannelSource> LibraryScanner::scanForDeinterleave(const ScanRe
     const QStringList audioFiles = collectAudioFiles(request, false);
     say(request.progress, QStringLiteral("Found %1 audio files, checking channel counts...").arg(audioFiles.size()));
     std::vector<std::optional<MultiChannelSource>> found(static_cast<std::size_t>(audioFiles.size()));
-    forEachFile(found.size(),
+    forEachFile(request, found.size(),
                 [&](std::size_t i) { found[i] = sourceOf(audioFiles[static_cast<int>(i)], request, layout); });
     std::vector<MultiChannelSource> sources;
     for (std::optional<MultiChannelSource>& source : found) {
@@ -248,11 +250,20 @@ void LibraryScanner::validateAll(std::vector<InterleaveGroup>& groups, const Sca
         group = validated(std::move(group));
         say(request.progress, QStringLiteral("Validated: ") + group.baseName);
     };
-    forEachFile(groups.size(), [&](std::size_t i) { validate(groups[i]); });
+    forEachFile(request, groups.size(), [&](std::size_t i) { validate(groups[i]); });
 }
 
-void LibraryScanner::forEachFile(std::size_t count, const std::function<void(std::size_t)>& work) const {
-    forEachInParallel(count, work, engine_ == EngineChoice::direct ? parallelWidth() : 1);
+// Tells of whole percents, so that a long list costs no more than a short one.
+void LibraryScanner::forEachFile(const ScanRequest& request, std::size_t count,
+                                 const std::function<void(std::size_t)>& work) const {
+    std::atomic<std::size_t> done{0};
+    const auto counted = [&](std::size_t i) {
+        work(i);
+        const std::size_t now = ++done;
+        if (request.share && now * 100 / count != (now - 1) * 100 / count)
+            request.share(static_cast<double>(now) / static_cast<double>(count));
+    };
+    forEachInParallel(count, counted, engine_ == EngineChoice::direct ? parallelWidth() : 1);
 }
 
 InterleaveGroup LibraryScanner::validatedLRPair(InterleaveGroup group) const {

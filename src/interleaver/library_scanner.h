@@ -36,9 +36,10 @@ struct ScanRequest {
     std::function<void(const QString& text)> progress; // called on the scanner's threads; may be empty
     std::function<void(const QString& text)> warn;     // files and folders that could not be looked at; may be empty
     std::function<bool()> isCancelled;                 // looked at between files; may be empty
+    std::function<void(double)> share;                 // of the files found, how many were read, 0 to 1; as `progress`
 
     static ScanRequest folder(const QString& path, bool includeSubfolders = true) {
-        return {path, {path}, includeSubfolders, {}, {}, {}};
+        return {path, {path}, includeSubfolders, {}, {}, {}, {}};
     }
 };
 
@@ -74,7 +75,7 @@ private:
     std::optional<MultiChannelSource> sourceOf(const QString& file, const ScanRequest& request,
                                                const ChannelLayout& layout) const;
     // Headers are read side by side; tools are asked one after the other.
-    void forEachFile(std::size_t count, const std::function<void(std::size_t)>& work) const;
+    void forEachFile(const ScanRequest& request, std::size_t count, const std::function<void(std::size_t)>& work) const;
 
     EngineChoice engine_;
     FFProbeParser parser_;

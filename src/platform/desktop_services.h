@@ -48,6 +48,8 @@ public:
     // Clears the pasteboard and puts the text there.
     virtual void setPasteboardText(const QString& text) = 0;
     virtual void openFolder(const QString& path) = 0;
+    // Shows these files in the file manager, selected; where it can't, the folder of the first.
+    virtual void revealFiles(const QStringList& paths) = 0;
     virtual void openWebPage(const QString& address) = 0;
     // From now on; `system` follows the desktop's own setting.
     virtual void applyAppearance(Appearance appearance) = 0;

@@ -89,7 +89,7 @@ void PolyToolsViewModel::stopProcessing() {
     services_.warning(LogCategory::process, QStringLiteral("Operation cancelled by user"));
 }
 
-void PolyToolsViewModel::revealInFinder(const QString& url) { services_.desktop().openFolder(paths::parent(url)); }
+void PolyToolsViewModel::revealInFinder(const QString& url) { services_.desktop().revealFiles({url}); }
 
 QString PolyToolsViewModel::exportLogs() const { return logEntries.lines(); }
 

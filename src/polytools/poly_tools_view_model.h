@@ -72,7 +72,8 @@ public:
     QString editPolyHelperText() const;
 
     void stopProcessing();
-    void revealInFinder(const QString& url); // the folder that a file is in
+    void revealInFinder(const QString& url);
+    DesktopServices& desktop() { return services_.desktop(); }
     void addLog(const QString& message, LogLevel level, LogCategory category) {
         services_.log(level, category, message);
     }

@@ -1,6 +1,6 @@
 // One Clean & Export: which results it takes, what it makes of each, and what it would refuse.
 //
-// Blocks as it converts, deliberately on the thread that calls it.
+// Blocks as it converts.
 #pragma once
 
 #include "platform/desktop_services.h"

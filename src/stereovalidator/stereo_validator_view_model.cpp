@@ -7,8 +7,11 @@
 #include "stereovalidator/validator_words.h"
 
 #include <QDateTime>
+#include <QEventLoop>
+#include <QScopeGuard>
 #include <QTimer>
 #include <chrono>
+#include <future>
 
 namespace ostrel {
 namespace {
@@ -72,7 +75,7 @@ void StereoValidatorViewModel::watchOptions() {
 }
 
 bool StereoValidatorViewModel::canAnalyze() const {
-    return (!sourceFolder.value().isEmpty() || selectedFiles.value()) && !isAnalyzing.value();
+    return (!sourceFolder.value().isEmpty() || selectedFiles.value()) && !isAnalyzing.value() && !isExporting.value();
 }
 
 StereoValidatorOptions StereoValidatorViewModel::options() const {
@@ -221,6 +224,7 @@ bool StereoValidatorViewModel::reportFound(const FoundRecordings& found) {
 }
 
 void StereoValidatorViewModel::cleanAndExport(const std::vector<StereoValidatorResult>& selectedResults) {
+    if (isExporting.value()) return;
     writeValidatorDebugLine(QStringLiteral("🧹 Clean & Export initiated"));
     exportTask_ = TaskHandle();
     const auto scope = resultsInScope(selectedResults);
@@ -237,6 +241,8 @@ void StereoValidatorViewModel::cleanAndExport(const std::vector<StereoValidatorR
 
     tellUnfinishedSteps();
     playbackManager_->stopAndClear(); // it may hold a file that is about to be replaced
+    isExporting = true;
+    const auto ends = qScopeGuard([this] { isExporting = false; });
     const CleanCounts counts = convertAll(kept);
     const QString outcome = counts.sentence(kept.size());
     writeValidatorDebugLine((counts.stopped ? QStringLiteral("⚠️ ") : QStringLiteral("✅ ")) + outcome);
@@ -303,20 +309,41 @@ CleanCounts StereoValidatorViewModel::convertAll(const std::vector<StereoValidat
     }
     CleanRun run(results, bystanders, cleanOptions(), toolDetector_->ffmpegPath.value());
     CleanCounts counts;
+    double done = 0;
+    exportProgress = 0;
     for (StereoValidatorResult result : results) {
         if (exportTask_.isCancelled()) {
             counts.stopped = true;
             break;
         }
-        result.outcome = run.convert(result);
+        currentExportFile = paths::lastComponent(result.filepath);
+        result.outcome = convertAside(run, result);
         count(result, counts);
         const std::size_t row = rows.value(result.id);
         if (row < analysisResults.size() && analysisResults[row].id == result.id) {
             analysisResults.update(row, [&](StereoValidatorResult& record) { record.outcome = result.outcome; });
         }
+        exportProgress = ++done / static_cast<double>(results.size());
         Q_EMIT fileConverted(result);
     }
+    currentExportFile = QString();
     return counts;
+}
+
+// On another thread, so that the window shows how far it is and takes a stop. Should the program end meanwhile, the
+// file is finished first.
+ItemOutcome StereoValidatorViewModel::convertAside(CleanRun& run, const StereoValidatorResult& result) {
+    const auto loop = std::make_shared<QEventLoop>();
+    const auto work = std::make_shared<std::packaged_task<ItemOutcome()>>([&] { return run.convert(result); });
+    std::future<ItemOutcome> outcome = work->get_future();
+    backgroundPool().start([work, waiting = std::weak_ptr(loop)] {
+        (*work)();
+        postToMainThread([waiting] {
+            if (const auto still = waiting.lock()) still->quit();
+        });
+    });
+    loop->exec();
+    return outcome.get();
 }
 
 void StereoValidatorViewModel::count(const StereoValidatorResult& result, CleanCounts& counts) {

@@ -68,12 +68,16 @@ public:
     QProperty<EngineChoice> engine{EngineChoice::ffmpeg};
     QProperty<bool> proves{false}; // every result is read back and compared with the channel it was made of
     QProperty<bool> generateCSV{false};
+    QProperty<bool> isExporting{false};
+    QProperty<double> exportProgress{0}; // 0 to 1
+    QProperty<QString> currentExportFile;
 
     QProperty<bool> isAuditioning{false}; // a result is playing
 
     ActivityLog logEntries;
 
     PlaybackManager& playbackManager() { return *playbackManager_; }
+    DesktopServices& desktop() { return desktop_; }
     const ExternalToolDetector& toolDetector() const { return *toolDetector_; }
 
     // The counts of the last analysis, and where the last report went; empty before there is one.
@@ -99,10 +103,11 @@ public:
     void startAnalysis();
     // Ends a running analysis before its next file; what was analysed so far becomes the result.
     void stopAnalysis();
+    // Returns when all is done, and meanwhile lets the events of this thread go on; a second call does nothing.
     void cleanAndExport(const std::vector<StereoValidatorResult>& selectedResults);
     // What a run would refuse as things stand: a sentence by the id of each such result. Changes nothing.
     QHash<QUuid, QString> foreseenRefusals(const std::vector<StereoValidatorResult>& selectedResults) const;
-    // Ends a running cleanAndExport before its next file. For slots of `fileConverted`.
+    // Ends a running cleanAndExport before its next file.
     void stopExport() { exportTask_.cancel(); }
     // Loads a result's file into the player and plays it.
     void audition(const StereoValidatorResult& result);
@@ -128,6 +133,7 @@ private:
     CleanOptions cleanOptions() const;
     void tellUnfinishedSteps();
     CleanCounts convertAll(const std::vector<StereoValidatorResult>& results);
+    ItemOutcome convertAside(CleanRun& run, const StereoValidatorResult& result);
     void count(const StereoValidatorResult& result, CleanCounts& counts);
     void autoGenerateCSVReport(const CleanCounts& counts);
 

@@ -2,7 +2,6 @@
 // sample can be read afterwards.
 #pragma once
 
-#include "app/controls/record_table.h"
 #include "app/panels/run_row.h"
 #include "app/poly/join/group_review_view.h"
 #include "app/poly/join/group_tree.h"
@@ -10,6 +9,7 @@
 #include "app/poly/join/iso_list_section.h"
 #include "app/poly/join/iso_table_model.h"
 #include "app/poly/join/poly_join_view.h"
+#include "app/tables/record_table.h"
 #include "app/window_test.h"
 #include "support/disk_output.h"
 #include "support/wave_file.h"

@@ -169,12 +169,12 @@ TEST_F(PolyJoinViewTest, ButtonsKeysAndDropsMoveARowAndTheReferenceStaysWithItsF
     EXPECT_EQ(levels(folder_.path(QStringLiteral("in/T1_poly.wav"))), (Levels{0.3, 0.1}));
 }
 
-TEST_F(PolyJoinViewTest, ARowShowsItsFolderInFiles) {
+TEST_F(PolyJoinViewTest, ARowIsShownInFiles) {
     loadThree();
     EXPECT_FALSE(button(QStringLiteral("Reveal in Files")).isEnabled());
     table().selectRow(1);
     click(QStringLiteral("Reveal in Files"));
-    EXPECT_EQ(desktop_.openedFolders, QStringList{folder_.path(QStringLiteral("in"))});
+    EXPECT_EQ(desktop_.revealed, QStringList{folder_.path(QStringLiteral("in/T1_b.wav"))});
 }
 
 TEST_F(PolyJoinViewTest, ASuggestedNameFollowsTheSuffixAndATypedOneStays) {

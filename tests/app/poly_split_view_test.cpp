@@ -273,21 +273,75 @@ TEST_F(PolySplitViewTest, SplitsABatchToTheEnd) {
     EXPECT_EQ(view().runRow().results().text(), QStringLiteral("Created: 28  Skipped: 0  Completed: 3"));
     for (int row = 0; row < 3; ++row)
         EXPECT_EQ(cell(polys(), row, Batch::StatusColumn), ProcessingStatus::completed().shortDisplayText());
+    EXPECT_EQ(cell(polys(), 0, Batch::ResultColumn), QStringLiteral("4 created"));
+    find<QAbstractButton>(*polyToolsView_, QStringLiteral("Open Output Folder"))->click();
+    EXPECT_EQ(desktop_.openedFolders, QStringList{out()});
+    EXPECT_FALSE(button("Retry Failed").isVisible());
+}
+
+TEST_F(PolySplitViewTest, WhatFailedIsTriedAgainAndNothingElse) {
+    openBatch();
+    const QString bad = polyTools_.batchPolyMetadata[1].url;
+    const QString name = paths::lastComponent(bad);
+    polyTools_.selectedFiles = QStringList{polyTools_.batchPolyMetadata[0].url, polyTools_.batchPolyMetadata[2].url};
+    click(QStringLiteral("Split All Files"));
+    ASSERT_TRUE(waitForPolyTools());
+    BatchSplitResult result = *polyTools_.batchResults.value();
+    ASSERT_EQ(result.fileResults.size(), 2U);
+    PolyFileResult failed;
+    failed.sourceURL = bad;
+    failed.fileName = name;
+    failed.outcome = ItemOutcome::failure(QStringLiteral("unreadable"), {bad});
+    result.fileResults.push_back(failed);
+    result.errorCount = 1;
+    polyTools_.batchResults = result;
+    settle();
+    ASSERT_TRUE(button("Retry Failed").isVisible());
+    const auto first = fingerprint(out());
+    click(QStringLiteral("Retry Failed"));
+    ASSERT_TRUE(waitForPolyTools());
+    const auto& now = polyTools_.batchResults.value()->fileResults;
+    ASSERT_EQ(now.size(), 3U);
+    EXPECT_TRUE(std::ranges::none_of(now, [](const PolyFileResult& file) { return file.outcome.failed(); }));
+    EXPECT_EQ(polyTools_.errorCount.value(), 0);
+    EXPECT_EQ(filesBelow(out()).size(), 28);
+    EXPECT_TRUE(fingerprint(out()).join(u'\n').contains(first.first())) << "the others' files were left alone";
+    EXPECT_FALSE(button("Retry Failed").isVisible());
 }
 
 TEST_F(PolySplitViewTest, ABatchTellsWhichPolyIsUnderWayAndWhatCameOfTheOthers) {
     show(AppTab::polyTools);
     polyTools_.batchMode = true;
-    for (const char* name : {"A", "B", "C"}) {
+    const QStringList urls{QStringLiteral("/takes/Day1/A.wav"), QStringLiteral("/takes/Day2/A.wav"),
+                           QStringLiteral("/takes/Day2/C.wav")};
+    for (const QString& url : urls) {
         BatchPolyMetadata row;
-        row.baseName = QString::fromLatin1(name);
-        row.url = QStringLiteral("/takes/%1.wav").arg(row.baseName);
+        row.baseName = paths::stem(url);
+        row.url = url;
         polyTools_.batchPolyMetadata.append(row);
     }
+    EXPECT_EQ(cell(polys(), 0, Batch::NameColumn), QStringLiteral("Day1/A"));
+    EXPECT_EQ(cell(polys(), 1, Batch::NameColumn), QStringLiteral("Day2/A"));
+    EXPECT_EQ(cell(polys(), 2, Batch::NameColumn), QStringLiteral("C"));
     polyTools_.isBatchProcessing = true;
-    polyTools_.batchProgress = BatchProgress{1, 3, QStringLiteral("A")};
-    polyTools_.batchProgress = BatchProgress{2, 3, QStringLiteral("B"), 4, 1};
-    polyTools_.batchProgress = BatchProgress{3, 3, QStringLiteral("C"), 4, 1, 1};
+    BatchProgress step;
+    step.totalFiles = 3;
+    const ItemOutcome ends[] = {{ProcessingStatus::completed()}, {ProcessingStatus::failed(QStringLiteral("full"))}};
+    const OutputCounts counts[] = {{3, 1, 0}, {1, 0, 3}};
+    for (int at = 0; at < 3; ++at) {
+        step.currentIndex = at + 1;
+        step.currentURL = urls[at];
+        step.currentFile = paths::stem(urls[at]);
+        if (at > 0) {
+            step.endedURL = urls[at - 1];
+            step.ended = ends[at - 1];
+            step.endedCounts = counts[at - 1];
+        }
+        polyTools_.batchProgress = step;
+    }
+    EXPECT_EQ(cell(polys(), 0, Batch::ResultColumn), QStringLiteral("3 created, 1 skipped"));
+    EXPECT_EQ(cell(polys(), 1, Batch::ResultColumn), QStringLiteral("1 created, 3 failed"));
+    EXPECT_EQ(cell(polys(), 2, Batch::ResultColumn), QString());
     const auto status = [this](int row) { return cell(polys(), row, Batch::StatusColumn); };
     EXPECT_EQ(status(0), ProcessingStatus::completed().shortDisplayText());
     EXPECT_EQ(status(1), ProcessingStatus::failed({}).shortDisplayText());
@@ -417,6 +471,7 @@ TEST_F(PolySplitViewTest, TwentyThousandPolysAreFilledUnfoldedScrolledAndRun) {
         progress.currentIndex = step;
         progress.totalFiles = 20'000;
         progress.currentFile = QStringLiteral("Take %1").arg(step);
+        progress.currentURL = polyTools_.batchPolyMetadata[static_cast<std::size_t>(step)].url;
         polyTools_.batchProgress = progress;
         if (step % 20 == 0) QCoreApplication::processEvents();
     }

@@ -1,11 +1,11 @@
 // The whole window over real controllers, with a scripted desktop and recordings made by `ostrel-cli samples`.
 #pragma once
 
-#include "app/controls/record_table.h"
 #include "app/interleaver/main_view.h"
 #include "app/poly/poly_tools_tab_view.h"
 #include "app/shell/main_tab_view.h"
 #include "app/shell/updater.h"
+#include "app/tables/record_table.h"
 #include "app/validator/stereo_validator_tab_view.h"
 #include "platform/paths.h"
 #include "preview/playback_manager.h"

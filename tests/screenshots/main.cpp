@@ -2,7 +2,6 @@
 // SAMPLES is a folder made by `ostrel-cli samples`, which the jobs that are shown write into.
 #include "app/controls/alert_dialog.h"
 #include "app/controls/item_roles.h"
-#include "app/controls/record_table.h"
 #include "app/desktop/open_panel.h"
 #include "app/interleaver/items_section.h"
 #include "app/panels/activity_footer.h"
@@ -22,6 +21,7 @@
 #include "app/poly/split/poly_split_view.h"
 #include "app/shell/main_tab_view.h"
 #include "app/shell/ostrel_app.h"
+#include "app/tables/record_table.h"
 #include "app/validator/clean_export_dialog_view.h"
 #include "app/validator/stereo_validator_tab_view.h"
 #include "app/validator/validator_settings.h"

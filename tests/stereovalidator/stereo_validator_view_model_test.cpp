@@ -12,6 +12,7 @@
 
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QTimer>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -598,6 +599,25 @@ TEST_F(ValidatorTest, StopsAnExportBeforeTheNextFile) {
     controller_.cleanAndExport({});
     EXPECT_EQ(lastLine(),
               QStringLiteral("WARN PROCESS Clean & Export stopped after 1 of 2 files: 1 successful, 0 errors"));
+}
+
+TEST_F(ValidatorTest, AnExportLetsEventsGoOnAndTellsHowFarItIs) {
+    analyze({writeDualMono(QStringLiteral("a.wav")), writeDualMono(QStringLiteral("b.wav"))});
+    int turns = 0;
+    QTimer each;
+    QObject::connect(&each, &QTimer::timeout, &controller_, [&] {
+        turns += controller_.isExporting.value() ? 1 : 0;
+        controller_.cleanAndExport({}); // is under way: does nothing
+    });
+    each.start(0);
+    std::vector<double> shares;
+    QObject::connect(&controller_, &StereoValidatorViewModel::fileConverted, &controller_,
+                     [&] { shares.push_back(controller_.exportProgress.value()); });
+    controller_.cleanAndExport({});
+    each.stop();
+    EXPECT_GT(turns, 0);
+    EXPECT_EQ(shares, (std::vector<double>{0.5, 1}));
+    EXPECT_FALSE(controller_.isExporting.value());
 }
 
 // Audition

@@ -22,6 +22,7 @@ public:
     std::vector<AlertRequest> alerts;
     QStringList pasteboard;
     QStringList openedFolders;
+    QStringList revealed;
     QStringList openedPages;
     std::vector<Appearance> appearances;
 
@@ -40,6 +41,7 @@ public:
     }
     void setPasteboardText(const QString& text) override { pasteboard << text; }
     void openFolder(const QString& path) override { openedFolders << path; }
+    void revealFiles(const QStringList& paths) override { revealed << paths; }
     void openWebPage(const QString& address) override { openedPages << address; }
     void applyAppearance(Appearance appearance) override { appearances.push_back(appearance); }
 };

@@ -25,8 +25,9 @@ struct ChannelChips {
 };
 
 // ExpandedRole is a Boolean in rows that expand, and nothing in others.
+// SortRole: what a cell is sorted by where that is not its text, a number mostly.
 // ProvenRole: the ItemOutcome of a row whose outputs were proven.
-enum ItemRole { BadgeRole = Qt::UserRole + 1, ChannelChipsRole, ElideMiddleRole, ExpandedRole, ProvenRole };
+enum ItemRole { BadgeRole = Qt::UserRole + 1, ChannelChipsRole, ElideMiddleRole, ExpandedRole, ProvenRole, SortRole };
 
 // The columns that the Interleaver's two tables share, in their order.
 enum ItemColumn {

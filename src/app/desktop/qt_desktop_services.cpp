@@ -7,6 +7,9 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDesktopServices>
 #include <QFileDialog>
 #include <QUrl>
@@ -66,6 +69,23 @@ int QtDesktopServices::showAlert(const AlertRequest& request) {
 void QtDesktopServices::setPasteboardText(const QString& text) { QApplication::clipboard()->setText(text); }
 
 void QtDesktopServices::openFolder(const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); }
+
+// The file manager that the desktop names answers at this address; one that isn't there gets the folder opened.
+void QtDesktopServices::revealFiles(const QStringList& paths) {
+    if (paths.isEmpty()) return;
+    QStringList addresses;
+    for (const QString& path : paths) addresses << QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded);
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    call << addresses << QString();
+    const QString folder = paths::parent(paths.first());
+    auto* answer = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, folder] {
+        if (answer->isError()) openFolder(folder);
+        answer->deleteLater();
+    });
+}
 
 void QtDesktopServices::openWebPage(const QString& address) {
     QDesktopServices::openUrl(QUrl(address, QUrl::StrictMode));

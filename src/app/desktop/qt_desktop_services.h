@@ -22,6 +22,7 @@ public:
     int showAlert(const AlertRequest& request) override;
     void setPasteboardText(const QString& text) override;
     void openFolder(const QString& path) override;
+    void revealFiles(const QStringList& paths) override;
     void openWebPage(const QString& address) override;
     void applyAppearance(Appearance appearance) override;
 

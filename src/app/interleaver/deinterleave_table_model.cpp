@@ -33,6 +33,7 @@ QVariant DeinterleaveTableModel::data(const QModelIndex& index, int role) const 
     if (column == StatusColumn) return statusCell(source.status, source.foreseen, role);
     if (column == ProofColumn && role != Qt::TextAlignmentRole) return proofCell(source.outcome, role);
     if (role == Qt::TextAlignmentRole) return itemAlignment(column);
+    if (role == SortRole && column == DurationColumn) return source.duration;
     if (role == Qt::DisplayRole) return text(source, column);
     if (role == ChannelChipsRole && column == ChannelsColumn) {
         return QVariant::fromValue(ChannelChips{source.layout.channelTags, source.selectedChannels, true});
@@ -64,6 +65,7 @@ QVariant DeinterleaveTableModel::text(const MultiChannelSource& source, int colu
 }
 
 QStringList DeinterleaveTableModel::outputs(const MultiChannelSource& source) const {
+    if (source.outcome && !source.outcome->outputs.isEmpty()) return source.outcome->outputs;
     const ProcessingOptions& options = viewModel_.options.value();
     const QString folder = viewModel_.useCustomOutput.value() ? viewModel_.outputURL.value() : QString();
     return source.outputURLs(rawText(options.channelSeparator), folder, source.outputFormat(options.outputFormatPolicy))

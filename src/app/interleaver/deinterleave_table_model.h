@@ -2,7 +2,7 @@
 #pragma once
 
 #include "app/controls/bindings.h"
-#include "app/controls/record_table_model.h"
+#include "app/tables/record_table_model.h"
 #include "interleaver/app_view_model.h"
 
 namespace ostrel {

@@ -1,6 +1,7 @@
 #include "app/interleaver/interleave_table_model.h"
 
 #include "app/controls/item_cells.h"
+#include "interleaver/interleave_engine.h"
 #include "platform/paths.h"
 
 namespace ostrel {
@@ -33,6 +34,7 @@ QVariant InterleaveTableModel::data(const QModelIndex& index, int role) const {
     if (column == StatusColumn) return statusCell(group.status, group.foreseen, role);
     if (column == ProofColumn && role != Qt::TextAlignmentRole) return proofCell(group.outcome, role);
     if (role == Qt::TextAlignmentRole) return itemAlignment(column);
+    if (role == SortRole && column == DurationColumn) return group.duration.value_or(-1);
     if (role == Qt::DisplayRole) return text(group, column);
     if (role == ChannelChipsRole && column == ChannelsColumn) {
         const QStringList found = group.channelFiles.keys();
@@ -65,13 +67,15 @@ QVariant InterleaveTableModel::text(const InterleaveGroup& group, int column) co
     }
 }
 
-// Where the file will be, or is by now.
+// Where the file will be, or is by now; nothing for a group of which none will be made.
 QString InterleaveTableModel::output(const InterleaveGroup& group) const {
+    if (group.outcome && !group.outcome->outputs.isEmpty()) return group.outcome->outputs.first();
     const bool isCustom = viewModel_.useCustomOutput.value() && !viewModel_.outputURL.value().isEmpty();
     if (isCustom && group.status.isProcessable()) {
         return paths::append(viewModel_.outputURL.value(), group.baseName + QStringLiteral(".wav"));
     }
-    return group.outputURL;
+    if (group.status.isProcessable()) return InterleaveEngine::generateOutputURL(group, viewModel_.options.value());
+    return group.status.isError() ? QString() : group.outputURL;
 }
 
 Qt::ItemFlags InterleaveTableModel::flags(const QModelIndex& index) const {

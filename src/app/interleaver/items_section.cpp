@@ -2,10 +2,13 @@
 
 #include "app/controls/item_delegates.h"
 #include "app/controls/layouts.h"
-#include "app/controls/record_table.h"
 #include "app/interleaver/deinterleave_table_model.h"
 #include "app/interleaver/interleave_table_model.h"
 #include "app/panels/proof_dialog.h"
+#include "app/panels/row_menu.h"
+#include "app/tables/filter_bar.h"
+#include "app/tables/record_table.h"
+#include "preview/playback_manager.h"
 
 #include <QMenu>
 #include <QStackedWidget>
@@ -20,8 +23,8 @@ ItemsSection::ItemsSection(AppViewModel& viewModel, QWidget* parent)
     interleaveTable_->setEmptyText(QStringLiteral("Scan a folder or files to see the sets that can be interleaved."));
     deinterleaveTable_ = makeTable(*sources_, QStringLiteral("Files to de-interleave"));
     deinterleaveTable_->setEmptyText(QStringLiteral("Scan a folder or files to see what can be de-interleaved."));
-    tables_->addWidget(interleaveTable_);
-    tables_->addWidget(deinterleaveTable_);
+    tables_->addWidget(withFilter(*interleaveTable_));
+    tables_->addWidget(withFilter(*deinterleaveTable_));
     auto* column = columnLayout(6);
     column->addWidget(makeHeading());
     column->addWidget(tables_, 1);
@@ -44,6 +47,9 @@ QWidget* ItemsSection::makeHeading() {
     deselectAll_ = pushButton(QStringLiteral("Deselect All"));
     clear_ = pushButton(QStringLiteral("Clear Items"), QString(),
                         QStringLiteral("Clear all items and results (allows re-scanning different folder)"));
+    retryFailed_ = pushButton(QStringLiteral("Retry Failed"), QString(),
+                              QStringLiteral("Try the items that failed once more, and no other"));
+    connect(retryFailed_, &QPushButton::clicked, this, [this] { viewModel_.retry(failed()); });
     const auto include = [this](bool isOn) {
         viewModel_.currentMode.value() == AppMode::interleave ? viewModel_.toggleAllInterleave(isOn)
                                                               : viewModel_.toggleAllDeinterleave(isOn);
@@ -62,6 +68,7 @@ QWidget* ItemsSection::makeHeading() {
     row->addWidget(selectAll_);
     row->addWidget(deselectAll_);
     row->addWidget(clear_);
+    row->addWidget(retryFailed_);
     row->addStretch();
     for (StatusCounter* counter : {ready_, done_, skipped_, errors_}) row->addWidget(counter);
     auto* heading = new QWidget;
@@ -71,7 +78,11 @@ QWidget* ItemsSection::makeHeading() {
 
 RecordTable* ItemsSection::makeTable(QAbstractItemModel& model, const QString& name) {
     auto* table = new RecordTable(name);
-    table->setModel(&model);
+    const bool merges = &model == groups_;
+    table->setRecords(model, {.filterColumns = {StatusColumn, TypeColumn, FormatColumn, NameColumn, ResultColumn},
+                              .headOf = {},
+                              .files = [this, merges](int record) { return sourcesOf(merges, record); }});
+    addRowMenu(*table, viewModel_.desktop(), menuOf(merges));
     table->setItemDelegateForColumn(StatusColumn, new StatusBadge(table));
     table->setItemDelegateForColumn(ChannelsColumn, new ChannelIndicators(table));
     table->setColumnWidth(IncludeColumn, 30);
@@ -88,7 +99,6 @@ RecordTable* ItemsSection::makeTable(QAbstractItemModel& model, const QString& n
     showProofs(bindings_, viewModel_.proves, *table, ProofColumn, NameColumn);
     connect(table, &RecordTable::rowChosen, this, &ItemsSection::choose);
     connect(table, &RecordTable::rowActivated, this, &ItemsSection::toggleInclude);
-    connect(table, &RecordTable::menuRequested, this, &ItemsSection::showMenu);
     return table;
 }
 
@@ -109,48 +119,84 @@ RecordTable& ItemsSection::table() const {
     return viewModel_.currentMode.value() == AppMode::interleave ? *interleaveTable_ : *deinterleaveTable_;
 }
 
-void ItemsSection::choose(int row) {
+void ItemsSection::choose(int record) {
     if (viewModel_.currentMode.value() == AppMode::interleave) {
-        selectedInterleaveID = groups_->record(row).id;
-        Q_EMIT groupChosen(groups_->record(row));
+        selectedInterleaveID = groups_->record(record).id;
+        Q_EMIT groupChosen(groups_->record(record));
     } else {
-        selectedDeinterleaveID = sources_->record(row).id;
-        Q_EMIT sourceChosen(sources_->record(row));
+        selectedDeinterleaveID = sources_->record(record).id;
+        Q_EMIT sourceChosen(sources_->record(record));
     }
 }
 
-void ItemsSection::toggleInclude(int row) {
-    QAbstractItemModel& model = *table().model();
-    const QModelIndex index = model.index(row, IncludeColumn);
+void ItemsSection::toggleInclude(int record) {
+    QAbstractItemModel& model = table().records();
+    const QModelIndex index = model.index(record, IncludeColumn);
     if (!index.flags().testFlag(Qt::ItemIsUserCheckable)) return;
     const bool isOn = index.data(Qt::CheckStateRole).toInt() == Qt::Checked;
     model.setData(index, isOn ? Qt::Unchecked : Qt::Checked, Qt::CheckStateRole);
 }
 
-// What the pointer does on check box, chips and proof, for the keyboard.
-void ItemsSection::showMenu(int row, const QPoint& position) {
-    const QAbstractItemModel& model = *table().model();
-    QMenu menu(this);
-    QAction* include = menu.addAction(QStringLiteral("Include"), this, [this, row] { toggleInclude(row); });
-    include->setCheckable(true);
-    include->setChecked(model.index(row, IncludeColumn).data(Qt::CheckStateRole).toInt() == Qt::Checked);
-    include->setEnabled(!viewModel_.isProcessing.value());
-    if (model.index(row, ProofColumn).data().isValid()) {
-        menu.addAction(QStringLiteral("Show Proof..."), this,
-                       [this, row] { openProof(table(), row, ProofColumn, NameColumn); });
-    }
-    const auto chips = model.index(row, ChannelsColumn).data(ChannelChipsRole).value<ChannelChips>();
-    if (chips.isSelector) {
-        menu.addSeparator();
-        for (const QString& tag : chips.tags) {
-            QAction* action = menu.addAction(QStringLiteral("Export %1").arg(tag), this,
-                                             [this, row, tag] { sources_->toggleChannel(row, tag); });
-            action->setCheckable(true);
-            action->setChecked(chips.active.contains(tag));
-            action->setEnabled(!viewModel_.isProcessing.value());
+QStringList ItemsSection::sourcesOf(bool merges, int record) const {
+    return merges ? groups_->record(record).channelFiles.values() : QStringList{sources_->record(record).sourceURL};
+}
+
+RowMenu ItemsSection::menuOf(bool merges) {
+    const auto outcomeOf = [this, merges](int record) -> const ProcessingStatus& {
+        return merges ? groups_->record(record).status : sources_->record(record).status;
+    };
+    RowMenu menu;
+    menu.play = [this](int record) {
+        choose(record);
+        viewModel_.playbackManager().engine().play();
+        viewModel_.isAuditioning = viewModel_.playbackManager().engine().isPlaying.value();
+    };
+    menu.sources = [this, merges](int record) { return sourcesOf(merges, record); };
+    menu.outputs = [this, merges](int record) {
+        const auto& outcome = merges ? groups_->record(record).outcome : sources_->record(record).outcome;
+        return outcome ? outcome->outputs : QStringList();
+    };
+    menu.error = [outcomeOf](int record) {
+        const ProcessingStatus& status = outcomeOf(record);
+        return status.kind == ProcessingStatus::Kind::failed ? status.displayText() : QString();
+    };
+    menu.includeColumn = IncludeColumn;
+    menu.isFree = [this] { return !viewModel_.isProcessing.value() && !viewModel_.isScanning.value(); };
+    menu.canRetry = [outcomeOf](int record) { return outcomeOf(record).kind == ProcessingStatus::Kind::failed; };
+    menu.retry = [this](const QList<int>& records) { viewModel_.retry(records); };
+    menu.more = [this](QMenu& to, int record) { addChips(to, record); };
+    return menu;
+}
+
+QList<int> ItemsSection::failed() const {
+    const auto rows = [](const auto& records) {
+        QList<int> failed;
+        for (std::size_t row = 0; row < records.size(); ++row) {
+            if (records[row].status.kind == ProcessingStatus::Kind::failed) failed << static_cast<int>(row);
         }
+        return failed;
+    };
+    return viewModel_.currentMode.value() == AppMode::interleave ? rows(viewModel_.interleaveGroups)
+                                                                 : rows(viewModel_.deinterleaveSources);
+}
+
+// What the pointer does on chips and proof, for the keyboard.
+void ItemsSection::addChips(QMenu& menu, int record) {
+    const QAbstractItemModel& model = table().records();
+    if (model.index(record, ProofColumn).data().isValid()) {
+        menu.addAction(QStringLiteral("Show Proof..."), this,
+                       [this, record] { openProof(table(), record, ProofColumn, NameColumn); });
     }
-    menu.exec(position);
+    const auto chips = model.index(record, ChannelsColumn).data(ChannelChipsRole).value<ChannelChips>();
+    if (!chips.isSelector) return;
+    menu.addSeparator();
+    for (const QString& tag : chips.tags) {
+        QAction* action = menu.addAction(QStringLiteral("Export %1").arg(tag), this,
+                                         [this, record, tag] { sources_->toggleChannel(record, tag); });
+        action->setCheckable(true);
+        action->setChecked(chips.active.contains(tag));
+        action->setEnabled(!viewModel_.isProcessing.value());
+    }
 }
 
 void ItemsSection::refresh() {
@@ -158,6 +204,7 @@ void ItemsSection::refresh() {
     const bool isBusy = viewModel_.isProcessing.value() || viewModel_.isScanning.value();
     heading_->setText(QStringLiteral("ITEMS (%1)").arg(total));
     for (QPushButton* button : {selectAll_, deselectAll_, clear_}) button->setEnabled(total > 0 && !isBusy);
+    retryFailed_->setVisible(!isBusy && !failed().isEmpty());
     ready_->setCount(viewModel_.readyCount());
     done_->setCount(viewModel_.completedCount());
     skipped_->setCount(viewModel_.skippedCount());

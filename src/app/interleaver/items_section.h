@@ -6,6 +6,7 @@
 #include "interleaver/app_view_model.h"
 
 class QAbstractItemModel;
+class QMenu;
 class QStackedWidget;
 
 namespace ostrel {
@@ -13,6 +14,7 @@ namespace ostrel {
 class DeinterleaveTableModel;
 class InterleaveTableModel;
 class RecordTable;
+struct RowMenu;
 
 class ItemsSection : public QWidget {
     Q_OBJECT
@@ -34,9 +36,12 @@ private:
     QWidget* makeHeading();
     RecordTable* makeTable(QAbstractItemModel& model, const QString& name);
     void fitChannels();
-    void choose(int row);
-    void toggleInclude(int row);
-    void showMenu(int row, const QPoint& position);
+    void choose(int record);
+    void toggleInclude(int record);
+    QStringList sourcesOf(bool merges, int record) const;
+    RowMenu menuOf(bool merges);
+    QList<int> failed() const;
+    void addChips(QMenu& menu, int record);
     void refresh();
 
     AppViewModel& viewModel_;
@@ -50,6 +55,7 @@ private:
     QPushButton* selectAll_;
     QPushButton* deselectAll_;
     QPushButton* clear_;
+    QPushButton* retryFailed_;
     StatusCounter* ready_;
     StatusCounter* done_;
     StatusCounter* skipped_;

@@ -4,7 +4,6 @@
 #include "app/controls/layouts.h"
 #include "app/controls/ostrel_style.h"
 #include "app/controls/progress_line.h"
-#include "app/controls/record_table.h"
 #include "app/controls/scrolled_page.h"
 #include "app/controls/symbols.h"
 #include "app/interleaver/interleaver_options.h"
@@ -16,6 +15,7 @@
 #include "app/panels/playback_transport.h"
 #include "app/panels/selection_card.h"
 #include "app/panels/tab_header.h"
+#include "app/tables/record_table.h"
 #include "platform/paths.h"
 #include "preview/playback_manager.h"
 
@@ -48,6 +48,10 @@ MainView::MainView(AppViewModel& viewModel, DesktopServices& desktop, QWidget* p
     setAccessibleName(QStringLiteral("Interleaver"));
     feed_.clearLog = [this] { viewModel_.logEntries.clear(); };
     feed_.saveLog = [this] { viewModel_.saveLogToFile(); };
+    feed_.outputs = [this] { return outputsOf(provenRun()); };
+    feed_.openFolder = [this](const QString& folder) { viewModel_.desktop().openFolder(folder); };
+    connect(&feed_, &ActivityFeed::changed, this,
+            [this] { Q_EMIT progressed(feed_.state() == ActivityState::running ? feed_.progress() : -1); });
     auto* content = columnLayout(6);
     content->setContentsMargins(kMargin, 6, kMargin, 4);
     content->addWidget(makeHeader());
@@ -77,6 +81,7 @@ MainView::MainView(AppViewModel& viewModel, DesktopServices& desktop, QWidget* p
     bindings_.watch(viewModel.isScanning, request);
     bindings_.watch(viewModel.isProcessing, request);
     bindings_.watch(viewModel.progress, request);
+    bindings_.watch(viewModel.scanProgress, request);
     bindings_.watch(viewModel.statusMessage, request);
     bindings_.watch(viewModel.sourceURL, request);
     bindings_.watch(viewModel.selectedFiles, request);
@@ -347,7 +352,9 @@ void MainView::refresh() {
     const bool hasEnded = !isBusy && viewModel_.progress.value() > 0;
     const QString status = hasEnded ? QString() : viewModel_.statusMessage.value();
     status_->setText(viewModel_.isScanning.value() && status.isEmpty() ? QStringLiteral("Scanning...") : status, true);
-    progress_->setProgress(viewModel_.isProcessing.value() ? viewModel_.progress.value() : -1);
+    progress_->setProgress(viewModel_.isProcessing.value() ? viewModel_.progress.value()
+                           : viewModel_.isScanning.value() ? viewModel_.scanProgress.value()
+                                                           : -1);
     feed_.set(activityState(), viewModel_.progress.value());
     if (isBusy != wasBusy_) {
         wasBusy_ = isBusy;

@@ -3,8 +3,10 @@
 #include "app/controls/bindings.h"
 #include "app/controls/layouts.h"
 #include "app/panels/log_popover_view.h"
+#include "platform/paths.h"
 
 #include <QPainter>
+#include <cmath>
 
 namespace ostrel {
 
@@ -29,6 +31,14 @@ ProcessingStatus::Color colorOf(ActivityState state) {
     case ActivityState::error: break;
     }
     return Color::red;
+}
+
+QString timeLeftText(qint64 elapsed, double share) {
+    if (elapsed < 5000 || share < 0.02 || share >= 1) return {};
+    const double seconds = static_cast<double>(elapsed) / 1000 * (1 - share) / share;
+    if (seconds < 60) return QStringLiteral("%1 s left").arg(static_cast<int>(std::ceil(seconds / 5)) * 5);
+    if (seconds < 3600) return QStringLiteral("%1 min left").arg(static_cast<int>(std::ceil(seconds / 60)));
+    return QStringLiteral("%1 h left").arg(seconds / 3600, 0, 'f', 1);
 }
 
 class ActivityFooter::StateIndicator : public QWidget {
@@ -64,7 +74,9 @@ private:
 
 ActivityFooter::ActivityFooter(ActivityFeed& feed, QWidget* parent)
     : QWidget(parent), feed_(feed), state_(new StateIndicator), progress_(new SecondaryLabel),
-      message_(new TruncatingText(Qt::ElideRight)),
+      left_(new SecondaryLabel), message_(new TruncatingText(Qt::ElideRight)),
+      open_(pushButton(QStringLiteral("Open Output Folder"), QString(),
+                       QStringLiteral("Open the folder that the last run wrote into"))),
       chevron_(new SymbolButton(QStringLiteral("chevron.up"), QStringLiteral("View full activity log"),
                                 QStringLiteral("View full activity log"))) {
     setAccessibleName(QStringLiteral("Activity"));
@@ -76,8 +88,12 @@ ActivityFooter::ActivityFooter(ActivityFeed& feed, QWidget* parent)
     row->addWidget(state_);
     row->addWidget(progress_);
     row->addWidget(message_, 1);
+    row->addWidget(left_);
+    row->addWidget(open_);
     row->addWidget(chevron_);
     setLayout(row);
+    open_->hide();
+    connect(open_, &QPushButton::clicked, this, &ActivityFooter::openOutputs);
     connect(chevron_, &QToolButton::clicked, this, &ActivityFooter::showLogPopover);
     auto* refreshSoon = new Coalesced(this, [this] { refresh(); });
     refreshSoon->follow(feed.logEntries);
@@ -89,13 +105,26 @@ void ActivityFooter::refresh() {
     state_->setState(feed_.state());
     const bool isBusy = feed_.state() == ActivityState::running || feed_.state() == ActivityState::scanning;
     const bool hasProgress = feed_.state() == ActivityState::running;
+    open_->setVisible(!isBusy && feed_.openFolder && feed_.outputs && !feed_.outputs().isEmpty());
     progress_->setText(isBusy && hasProgress ? QStringLiteral("%1%").arg(static_cast<int>(feed_.progress() * 100))
                                              : QString());
+    left_->setText(feed_.timeLeft());
     if (feed_.logEntries.empty()) {
         message_->setText(QStringLiteral("No activity"), true);
     } else {
         message_->setText(feed_.logEntries.rows().back().message);
     }
+}
+
+// The folder that holds all that the run made.
+void ActivityFooter::openOutputs() {
+    const QStringList outputs = feed_.outputs();
+    if (outputs.isEmpty()) return;
+    QString folder = paths::parent(outputs.first());
+    for (const QString& output : outputs) {
+        while (folder.size() > 1 && !output.startsWith(folder + u'/')) folder = paths::parent(folder);
+    }
+    feed_.openFolder(folder);
 }
 
 LogPopoverView* ActivityFooter::popover() const { return popover_; }

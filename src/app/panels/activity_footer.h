@@ -25,11 +25,14 @@ protected:
 private:
     class StateIndicator;
     void refresh();
+    void openOutputs();
 
     ActivityFeed& feed_;
     StateIndicator* state_;
     QLabel* progress_;
+    QLabel* left_;
     TruncatingText* message_;
+    QPushButton* open_;
     SymbolButton* chevron_;
     QPointer<LogPopoverView> popover_;
 };

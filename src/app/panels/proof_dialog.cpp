@@ -3,7 +3,7 @@
 #include "app/controls/controls.h"
 #include "app/controls/item_delegates.h"
 #include "app/controls/layouts.h"
-#include "app/controls/record_table.h"
+#include "app/tables/record_table.h"
 #include "platform/paths.h"
 
 #include <QAction>
@@ -85,11 +85,11 @@ ProofDialog::ProofDialog(const QString& name, const ItemOutcome& outcome, QWidge
     resize(820, 360);
 }
 
-void openProof(RecordTable& table, int row, int column, int nameColumn) {
-    const QAbstractItemModel& model = *table.model();
-    const QVariant proven = model.index(row, column).data(ProvenRole);
+void openProof(RecordTable& table, int record, int column, int nameColumn) {
+    const QAbstractItemModel& model = table.records();
+    const QVariant proven = model.index(record, column).data(ProvenRole);
     if (!proven.isValid()) return;
-    const QString name = model.index(row, nameColumn).data(Qt::DisplayRole).toString();
+    const QString name = model.index(record, nameColumn).data(Qt::DisplayRole).toString();
     ProofDialog(name, proven.value<ItemOutcome>(), &table).exec();
 }
 
@@ -100,14 +100,14 @@ void showProofs(Bindings& bindings, QProperty<bool>& proves, RecordTable& table,
         table.setColumnHidden(column, !proves.value());
         table.stretch();
     });
-    QObject::connect(&table, &QTableView::clicked, &table, [&table, column, nameColumn](const QModelIndex& index) {
-        if (index.column() == column) openProof(table, index.row(), column, nameColumn);
+    QObject::connect(&table, &RecordTable::cellClicked, &table, [&table, column, nameColumn](int record, int clicked) {
+        if (clicked == column) openProof(table, record, column, nameColumn);
     });
     auto* action = new QAction(QStringLiteral("Show Proof..."), &table);
     action->setShortcut(Qt::ALT | Qt::Key_Return);
     action->setShortcutContext(Qt::WidgetShortcut);
     QObject::connect(action, &QAction::triggered, &table, [&table, column, nameColumn] {
-        if (table.currentIndex().isValid()) openProof(table, table.currentIndex().row(), column, nameColumn);
+        if (table.currentRecord() >= 0) openProof(table, table.currentRecord(), column, nameColumn);
     });
     table.addAction(action);
 }

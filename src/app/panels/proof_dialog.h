@@ -21,7 +21,7 @@ public:
 // The table's column of proofs (item_cells.h): shown while they are asked for, and its rows open the dialog, by a click
 // on the cell or by Alt+Return. `nameColumn` tells what an item is called. `bindings` belong to the table's view.
 void showProofs(Bindings& bindings, QProperty<bool>& proves, RecordTable& table, int column, int nameColumn);
-// Of this row; nothing where it has none.
-void openProof(RecordTable& table, int row, int column, int nameColumn);
+// Of this record; nothing where it has none.
+void openProof(RecordTable& table, int record, int column, int nameColumn);
 
 } // namespace ostrel

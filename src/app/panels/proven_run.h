@@ -22,6 +22,12 @@ struct ProvenRun {
     }
 };
 
+inline QStringList outputsOf(const ProvenRun& run) {
+    QStringList outputs;
+    for (const auto& [name, outcome] : run.items) outputs << outcome.outputs;
+    return outputs;
+}
+
 // Where nothing was asked of a tool, none is named.
 inline QStringList usedTools(EngineChoice engine, const ExternalToolDetector& found) {
     if (engine == EngineChoice::direct) return {};

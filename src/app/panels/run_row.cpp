@@ -87,6 +87,7 @@ RunRow::RunRow(PolyToolsViewModel& viewModel, PolyMode mode, const Texts& texts,
     bindings_.watch(viewModel.joinProgress, request);
     bindings_.watch(viewModel.batchProgress, request);
     bindings_.watch(viewModel.batchJoinProgress, request);
+    bindings_.watch(viewModel.listingProgress, request);
     bindings_.watch(viewModel.mode, request);
     refresh();
 }
@@ -139,11 +140,13 @@ void RunRow::refresh() {
         status = QStringLiteral("Working on ") + viewModel_.currentProcessingItem.value();
     if (const auto count = completed(viewModel_); count && isRunning)
         status += QStringLiteral("   Complete: %1").arg(*count);
+    if (const double read = viewModel_.listingProgress.value(); !isRunning && read >= 0)
+        status = QStringLiteral("Reading files: %1%").arg(static_cast<int>(read * 100));
     status_->setText(status, true);
     const bool showsResults = hasRun_ && !viewModel_.isProcessing.value() && !entries_.isEmpty();
     results_->setResults(resultsTitle_, showsResults ? entries_ : QList<ResultsBanner::Entry>());
     outcome_->setCurrent(showsResults ? resultsPage : statusPage);
-    progress_->setProgress(isRunning ? runProgress(viewModel_) : -1);
+    progress_->setProgress(isRunning ? runProgress(viewModel_) : viewModel_.listingProgress.value());
 }
 
 // As wide as the longest text that it may get here, so that a job that starts moves nothing.

@@ -1,7 +1,7 @@
 // Small tables within a section of options: as high as their rows, up to a limit.
 #pragma once
 
-#include "app/controls/record_table.h"
+#include "app/tables/record_table.h"
 
 #include <QHeaderView>
 #include <algorithm>

@@ -43,6 +43,8 @@ Q_SIGNALS:
     void demoRequested(ostrel::DemoKind kind);
     // A tool that was missing may be there by now.
     void toolsRequested();
+    // How far the job is, 0 to 1; below 0: none.
+    void progressed(double progress);
     // `hasRunningTask` may have changed.
     void taskEnded();
 };

@@ -58,6 +58,10 @@ PolyToolsTabView::PolyToolsTabView(PolyToolsViewModel& viewModel, QProperty<Appe
     setAccessibleName(QStringLiteral("Poly Tools"));
     feed_.clearLog = [this] { viewModel_.clearLog(); };
     feed_.saveLog = [this] { viewModel_.saveLog(); };
+    feed_.outputs = [this] { return viewModel_.createdFiles.value(); };
+    feed_.openFolder = [this](const QString& folder) { viewModel_.desktop().openFolder(folder); };
+    connect(&feed_, &ActivityFeed::changed, this,
+            [this] { Q_EMIT progressed(feed_.state() == ActivityState::running ? feed_.progress() : -1); });
     auto* content = columnLayout(6);
     content->setContentsMargins(kMargin, 6, kMargin, 4);
     content->addWidget(makeHeader(appearance));

@@ -6,6 +6,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QVariantMap>
+#include <utility>
 
 namespace ostrel {
 
@@ -15,6 +16,20 @@ JobWatch::JobWatch(QWidget& window, const QDBusConnection& session, const QDBusC
 void JobWatch::watch(const QString& name, TabPage& page) {
     connect(&page, &TabPage::busyChanged, this,
             [this, name](bool isBusy, const QString& outcome) { pageChanged(name, isBusy, outcome); });
+    connect(&page, &TabPage::progressed, this, &JobWatch::showProgress);
+}
+
+// What docks and task bars listen to that know launchers by the names of their desktop entries.
+void JobWatch::showProgress(double progress) {
+    const int percent = progress < 0 ? -1 : static_cast<int>(progress * 100);
+    if (std::exchange(shownPercent_, percent) == percent || !session_.isConnected()) return;
+    QDBusMessage update =
+        QDBusMessage::createSignal(QStringLiteral("/com/canonical/unity/launcherentry/ostrel"),
+                                   QStringLiteral("com.canonical.Unity.LauncherEntry"), QStringLiteral("Update"));
+    update.setArguments({QStringLiteral("application://ostrel.desktop"),
+                         QVariantMap{{QStringLiteral("progress"), std::max(0, percent) / 100.0},
+                                     {QStringLiteral("progress-visible"), percent >= 0}}});
+    session_.send(update);
 }
 
 void JobWatch::pageChanged(const QString& name, bool isBusy, const QString& outcome) {

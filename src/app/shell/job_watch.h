@@ -31,6 +31,7 @@ Q_SIGNALS:
 
 private:
     void pageChanged(const QString& name, bool isBusy, const QString& outcome);
+    void showProgress(double progress);
     void inhibitSleep();
     void notify(const QString& title, const QString& text);
 
@@ -38,6 +39,7 @@ private:
     QDBusConnection session_;
     QDBusConnection system_;
     qint64 longJob_;
+    int shownPercent_ = -1;
     QSet<QString> busy_;
     QElapsedTimer since_;
     QDBusUnixFileDescriptor inhibitor_; // the computer may sleep again when it is closed

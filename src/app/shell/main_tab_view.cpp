@@ -260,7 +260,7 @@ void MainTabView::showStopping() {
 void MainTabView::closeEvent(QCloseEvent* event) { event->setAccepted(quit_->mayClose()); }
 
 void MainTabView::dragEnterEvent(QDragEnterEvent* event) {
-    if (!event->mimeData()->hasUrls()) return;
+    if (!event->mimeData()->hasUrls() || event->source()) return; // rows of our own are here already
     event->acceptProposedAction();
     isDragTargeted = true;
 }

@@ -3,10 +3,10 @@
 #include "app/controls/controls.h"
 #include "app/controls/layouts.h"
 #include "app/controls/ostrel_style.h"
+#include "app/controls/progress_line.h"
 #include "app/controls/proof_box.h"
 #include "platform/paths.h"
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 
@@ -35,12 +35,19 @@ CleanExportDialogView::CleanExportDialogView(StereoValidatorViewModel& viewModel
     column->addWidget(title);
     column->addWidget(new SecondaryLabel(QStringLiteral("Convert problematic files and export cleaned versions")));
     column->addSpacing(6);
-    column->addWidget(makeScope(selectedCount));
-    column->addSpacing(4);
-    addConversions(*column);
-    column->addSpacing(4);
-    addOutputOptions(*column);
-    column->addSpacing(6);
+    auto* options = columnLayout(7);
+    options->addWidget(makeScope(selectedCount));
+    options->addSpacing(4);
+    addConversions(*options);
+    options->addSpacing(4);
+    addOutputOptions(*options);
+    options_ = new QWidget;
+    options_->setLayout(options);
+    column->addWidget(options_);
+    status_ = new TruncatingText(Qt::ElideMiddle);
+    progress_ = new ProgressLine(QStringLiteral("Export progress"));
+    column->addWidget(status_);
+    column->addWidget(progress_);
     column->addWidget(makeButtons());
     column->setSizeConstraint(QLayout::SetFixedSize); // the longest line decides
     setLayout(column);
@@ -52,6 +59,9 @@ CleanExportDialogView::CleanExportDialogView(StereoValidatorViewModel& viewModel
     bindings_.watch(viewModel.processDualMono, again);
     bindings_.watch(viewModel.processOneSided, again);
     bindings_.watch(viewModel.processBroken, again);
+    bindings_.watch(viewModel.currentExportFile, [this] { followExport(); });
+    bindings_.watch(viewModel.exportProgress, [this] { followExport(); });
+    bindings_.watch(viewModel.isExporting, [this] { followExport(); });
     bindings_.watch(viewModel.showCleanExportDialog, [this] {
         if (!viewModel_.showCleanExportDialog.value()) done(Accepted);
     });
@@ -191,12 +201,24 @@ void CleanExportDialogView::tellRefusals() {
 }
 
 void CleanExportDialogView::run() {
-    QApplication::setOverrideCursor(Qt::WaitCursor); // the loop runs on this thread to its end
-    viewModel_.cleanAndExport(selected_());
-    QApplication::restoreOverrideCursor();
+    viewModel_.cleanAndExport(selected_()); // lets events go on; it may close this dialog
 }
 
+void CleanExportDialogView::followExport() {
+    const bool isBusy = viewModel_.isExporting.value();
+    const QString file = viewModel_.currentExportFile.value();
+    if (isBusy && run_->isEnabled()) cancel_->setFocus(); // what has the focus is about to go off
+    options_->setEnabled(!isBusy);
+    run_->setEnabled(!isBusy);
+    cancel_->setText(isBusy ? QStringLiteral("Stop") : QStringLiteral("Cancel"));
+    cancel_->setAccessibleName(cancel_->text());
+    status_->setText(isBusy && !file.isEmpty() ? QStringLiteral("Working on ") + file : QString(), true);
+    progress_->setProgress(isBusy ? viewModel_.exportProgress.value() : -1);
+}
+
+// While files are converted Escape stops, ahead of the next one; the run then closes the dialog.
 void CleanExportDialogView::reject() {
+    if (viewModel_.isExporting.value()) return viewModel_.stopExport();
     QDialog::reject();
     viewModel_.showCleanExportDialog = false;
 }

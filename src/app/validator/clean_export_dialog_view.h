@@ -13,7 +13,9 @@ class QVBoxLayout;
 
 namespace ostrel {
 
+class ProgressLine;
 class ToneLabel;
+class TruncatingText;
 
 class CleanExportDialogView : public QDialog {
     Q_OBJECT
@@ -39,6 +41,7 @@ private:
     void refresh();
     void tellRefusals();
     void run();
+    void followExport();
 
     StereoValidatorViewModel& viewModel_;
     Rows selected_;
@@ -48,6 +51,10 @@ private:
     ToneLabel* refusals_ = nullptr;
     QPushButton* cancel_ = nullptr;
     QPushButton* run_ = nullptr;
+    QPushButton* cancel_ = nullptr;
+    QWidget* options_ = nullptr;
+    TruncatingText* status_ = nullptr;
+    ProgressLine* progress_ = nullptr;
 };
 
 } // namespace ostrel

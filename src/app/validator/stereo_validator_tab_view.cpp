@@ -7,15 +7,17 @@
 #include "app/controls/layouts.h"
 #include "app/controls/ostrel_style.h"
 #include "app/controls/progress_line.h"
-#include "app/controls/record_table.h"
 #include "app/controls/scrolled_page.h"
 #include "app/controls/symbols.h"
 #include "app/panels/activity_footer.h"
 #include "app/panels/first_steps.h"
 #include "app/panels/playback_transport.h"
 #include "app/panels/proof_dialog.h"
+#include "app/panels/row_menu.h"
 #include "app/panels/selection_card.h"
 #include "app/panels/tab_header.h"
+#include "app/tables/filter_bar.h"
+#include "app/tables/record_table.h"
 #include "app/validator/classification_badge.h"
 #include "app/validator/clean_export_dialog_view.h"
 #include "app/validator/validator_results_model.h"
@@ -29,6 +31,15 @@
 #include <QHeaderView>
 
 namespace ostrel {
+namespace {
+
+// Of the analysis, or of the last Clean & Export.
+QString errorOf(const StereoValidatorResult& result) {
+    if (!result.error.isEmpty() || !result.outcome || !result.outcome->status.isError()) return result.error;
+    return result.outcome->message.isEmpty() ? result.outcome->status.displayText() : result.outcome->message;
+}
+
+} // namespace
 
 StereoValidatorTabView::StereoValidatorTabView(StereoValidatorViewModel& viewModel, QProperty<Appearance>& appearance,
                                                QWidget* parent)
@@ -37,6 +48,10 @@ StereoValidatorTabView::StereoValidatorTabView(StereoValidatorViewModel& viewMod
     setAccessibleName(QStringLiteral("Stereo Validator"));
     feed_.clearLog = [this] { viewModel_.logEntries.clear(); };
     feed_.saveLog = [this] { viewModel_.saveLog(); };
+    feed_.outputs = [this] { return outputsOf(provenRun()); };
+    feed_.openFolder = [this](const QString& folder) { viewModel_.desktop().openFolder(folder); };
+    connect(&feed_, &ActivityFeed::changed, this,
+            [this] { Q_EMIT progressed(feed_.state() == ActivityState::running ? feed_.progress() : -1); });
     auto* content = columnLayout(7);
     content->setContentsMargins(kMargin, 6, kMargin, 4);
     content->addWidget(makeHeader(appearance));
@@ -102,7 +117,10 @@ QWidget* StereoValidatorTabView::makeActions() {
     status_ = new TruncatingText(Qt::ElideMiddle);
     progress_ = new ProgressLine(QStringLiteral("Analysis progress"));
     auto* row = rowLayout();
-    for (QPushButton* button : {analyze_, cleanExport_, clearResults_}) row->addWidget(button);
+    stop_ =
+        pushButton(QStringLiteral("Stop"), QStringLiteral("stop.fill"), QStringLiteral("Stop before the next file"));
+    connect(stop_, &QPushButton::clicked, this, [this] { viewModel_.stopAnalysis(); });
+    for (QPushButton* button : {analyze_, stop_, cleanExport_, clearResults_}) row->addWidget(button);
     row->addSpacing(6);
     row->addWidget(status_, 1);
     auto* column = columnLayout(5);
@@ -141,7 +159,21 @@ QWidget* StereoValidatorTabView::makeSummary() {
 QWidget* StereoValidatorTabView::makeResults() {
     auto* title = boldLabel(QStringLiteral("Detailed Results"));
     table_ = new RecordTable(QStringLiteral("Detailed Results"));
-    table_->setModel(results_);
+    const auto sources = [this](int record) { return QStringList(results_->record(record).filepath); };
+    table_->setRecords(*results_,
+                       {.filterColumns = {ValidatorResultsModel::FileColumn, ValidatorResultsModel::CodecColumn,
+                                          ValidatorResultsModel::ClassificationColumn},
+                        .headOf = {},
+                        .files = sources});
+    RowMenu menu;
+    menu.play = [this](int record) { audition(record); };
+    menu.sources = sources;
+    menu.outputs = [this](int record) {
+        const auto& outcome = results_->record(record).outcome;
+        return outcome ? outcome->outputs : QStringList();
+    };
+    menu.error = [this](int record) { return errorOf(results_->record(record)); };
+    addRowMenu(*table_, viewModel_.desktop(), std::move(menu));
     table_->setEmptyText(QStringLiteral("Analyze files to see what they really are."));
     table_->setItemDelegateForColumn(ValidatorResultsModel::ClassificationColumn, new StatusBadge(table_));
     table_->setItemDelegateForColumn(ValidatorResultsModel::CodecColumn,
@@ -156,17 +188,13 @@ QWidget* StereoValidatorTabView::makeResults() {
     table_->setColumnWidth(ValidatorResultsModel::FileColumn, 120);
     table_->setStretchColumns({ValidatorResultsModel::FileColumn, ValidatorResultsModel::ClassificationColumn});
     table_->setMinimumRows(4);
-    QHeaderView* header = table_->horizontalHeader();
-    header->setSectionsClickable(true);
-    header->setSortIndicatorShown(true);
-    connect(header, &QHeaderView::sectionClicked, this, &StereoValidatorTabView::chooseSortColumn);
-    header->setSortIndicator(ValidatorResultsModel::columnOf(results_->sortOrder()), Qt::AscendingOrder);
+    table_->horizontalHeader()->setSortIndicator(ValidatorResultsModel::FileColumn, Qt::AscendingOrder);
     showProofs(bindings_, viewModel_.proves, *table_, ValidatorResultsModel::ProofColumn,
                ValidatorResultsModel::FileColumn);
     connect(table_, &RecordTable::rowChosen, this, &StereoValidatorTabView::load);
-    connect(table_, &QTableView::clicked, this, [this](const QModelIndex& index) {
-        if (index.column() == ValidatorResultsModel::ProofColumn) return;
-        if (table_->selectionModel()->selectedRows().size() == 1) audition(index.row());
+    connect(table_, &RecordTable::cellClicked, this, [this](int record, int column) {
+        if (column == ValidatorResultsModel::ProofColumn) return;
+        if (table_->selectionModel()->selectedRows().size() == 1) audition(record);
     });
     connect(table_, &RecordTable::rowActivated, this, &StereoValidatorTabView::audition);
     firstSteps_ = new FirstSteps(
@@ -178,7 +206,7 @@ QWidget* StereoValidatorTabView::makeResults() {
     connect(firstSteps_, &FirstSteps::demoRequested, this, [this] { Q_EMIT demoRequested(DemoKind::stereo); });
     auto* column = columnLayout(5);
     column->addWidget(title);
-    column->addWidget(table_, 1);
+    column->addWidget(withFilter(*table_), 1);
     auto* results = new QWidget;
     results->setLayout(column);
     return results;
@@ -191,6 +219,8 @@ void StereoValidatorTabView::connectController() {
     const auto request = [refreshSoon] { refreshSoon->request(); };
     bindings_.watch(viewModel_.isAnalyzing, request);
     bindings_.watch(viewModel_.analysisProgress, request);
+    bindings_.watch(viewModel_.isExporting, request);
+    bindings_.watch(viewModel_.exportProgress, request);
     bindings_.watch(viewModel_.currentAnalysisFile, request);
     bindings_.watch(viewModel_.sourceFolder, request);
     bindings_.watch(viewModel_.selectedFiles, request);
@@ -198,6 +228,9 @@ void StereoValidatorTabView::connectController() {
     bindings_.bind(viewModel_.recursiveScan, [this] { recursive_->setChecked(viewModel_.recursiveScan.value()); });
     connect(&viewModel_.analysisResults, &RecordListSignals::reset, this, &StereoValidatorTabView::rebuildBadges);
     connect(&viewModel_, &StereoValidatorViewModel::analysisEnded, this, &TabPage::taskEnded);
+    bindings_.watch(viewModel_.isExporting, [this] {
+        if (!viewModel_.isExporting.value()) Q_EMIT taskEnded();
+    });
     bindings_.watch(viewModel_.showCleanExportDialog, [this] {
         if (viewModel_.showCleanExportDialog.value()) openDialog();
     });
@@ -241,7 +274,7 @@ void StereoValidatorTabView::run() {
 
 // A single folder is taken as it is; of anything else the WAV files are.
 void StereoValidatorTabView::acceptDrop(const QStringList& urls) {
-    if (viewModel_.isAnalyzing.value()) return;
+    if (isRunningJob()) return;
     if (urls.size() == 1 && paths::isFolder(urls.first())) {
         viewModel_.selectedFiles = std::nullopt;
         viewModel_.sourceFolder = urls.first();
@@ -271,9 +304,14 @@ void StereoValidatorTabView::leave() {
     viewModel_.playbackManager().engine().stop(); // which ends the controller's isAuditioning with it
 }
 
-bool StereoValidatorTabView::isRunningJob() const { return viewModel_.isAnalyzing.value(); }
+bool StereoValidatorTabView::isRunningJob() const {
+    return viewModel_.isAnalyzing.value() || viewModel_.isExporting.value();
+}
 
-void StereoValidatorTabView::stop() { viewModel_.stopAnalysis(); }
+void StereoValidatorTabView::stop() {
+    viewModel_.stopExport();
+    viewModel_.stopAnalysis();
+}
 
 QWidget* StereoValidatorTabView::firstFocus() { return &source_->button(); }
 
@@ -287,8 +325,8 @@ ProvenRun StereoValidatorTabView::provenRun() const {
 
 std::vector<StereoValidatorResult> StereoValidatorTabView::selectedResults() const {
     std::vector<StereoValidatorResult> selected;
-    const QModelIndexList rows = table_->selectionModel()->selectedRows();
-    for (const QModelIndex& row : rows) selected.push_back(results_->record(row.row()));
+    const QList<int> rows = table_->selectedRecords();
+    for (const int row : rows) selected.push_back(results_->record(row));
     return selected;
 }
 
@@ -302,24 +340,18 @@ void StereoValidatorTabView::clearSelection() {
     viewModel_.logEntries.add(LogLevel::info, LogCategory::system, QStringLiteral("Cleared source selection"));
 }
 
-void StereoValidatorTabView::chooseSortColumn(int column) {
-    if (const auto order = ValidatorResultsModel::sortOrderOf(column)) results_->chooseSortOrder(*order);
-    const Qt::SortOrder direction = results_->sortAscending() ? Qt::AscendingOrder : Qt::DescendingOrder;
-    table_->horizontalHeader()->setSortIndicator(ValidatorResultsModel::columnOf(results_->sortOrder()), direction);
-}
-
 // The arrow keys go from row to row: what is heard goes with them.
-void StereoValidatorTabView::load(int row) {
-    const StereoValidatorResult& result = results_->record(row);
+void StereoValidatorTabView::load(int record) {
+    const StereoValidatorResult& result = results_->record(record);
     if (result.filepath == currentlyPlayingFile.value()) return;
-    if (viewModel_.isAuditioning.value()) return audition(row);
+    if (viewModel_.isAuditioning.value()) return audition(record);
     currentlyPlayingFile = result.filepath;
     viewModel_.playbackManager().loadFile(result.filepath, result.sampleRate, result.bitDepth);
 }
 
-void StereoValidatorTabView::audition(int row) {
-    currentlyPlayingFile = results_->record(row).filepath;
-    viewModel_.audition(results_->record(row));
+void StereoValidatorTabView::audition(int record) {
+    currentlyPlayingFile = results_->record(record).filepath;
+    viewModel_.audition(results_->record(record));
 }
 
 void StereoValidatorTabView::rebuildBadges() {
@@ -387,6 +419,7 @@ void StereoValidatorTabView::refresh() {
     sourceSection_->setEnabled(!isBusy);
     settings_->setEnabled(!isBusy);
     analyze_->setEnabled(viewModel_.canAnalyze());
+    stop_->setEnabled(isBusy);
     cleanExport_->setEnabled(hasResults && !isBusy);
     clearResults_->setEnabled(hasResults && !isBusy);
     status_->setText(isBusy ? viewModel_.currentAnalysisFile.value() : QString(), true);
@@ -398,7 +431,9 @@ void StereoValidatorTabView::refresh() {
     const ActivityState ended = hasErrors                                ? ActivityState::error
                                 : hasResults && !viewModel_.wasStopped() ? ActivityState::done
                                                                          : ActivityState::ready;
-    feed_.set(isBusy ? ActivityState::running : ended, viewModel_.analysisProgress.value());
+    const bool isExporting = viewModel_.isExporting.value();
+    feed_.set(isBusy || isExporting ? ActivityState::running : ended,
+              isExporting ? viewModel_.exportProgress.value() : viewModel_.analysisProgress.value());
     if (isBusy == wasBusy_) return;
     wasBusy_ = isBusy;
     const auto& entries = viewModel_.logEntries;

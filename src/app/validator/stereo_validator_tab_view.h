@@ -67,9 +67,8 @@ private:
     QWidget* makeResults();
     void connectController();
     void clearSelection();
-    void chooseSortColumn(int column);
-    void load(int row);
-    void audition(int row);
+    void load(int record);
+    void audition(int record);
     void rebuildBadges();
     void toggleFilter(StereoClassification classification);
     void openDialog();
@@ -87,6 +86,7 @@ private:
     QWidget* sourceSection_ = nullptr;
     ValidatorSettings* settings_ = nullptr;
     QPushButton* analyze_ = nullptr;
+    QPushButton* stop_ = nullptr;
     QPushButton* cleanExport_ = nullptr;
     QPushButton* clearResults_ = nullptr;
     TruncatingText* status_ = nullptr;

@@ -5,6 +5,8 @@
 #include "platform/paths.h"
 #include "platform/text/text.h"
 
+#include <algorithm>
+
 namespace ostrel {
 namespace {
 
@@ -42,7 +44,13 @@ ValidatorResultsModel::ValidatorResultsModel(const RecordList<StereoValidatorRes
         rebuild();
     });
     connect(&results, &RecordListSignals::rowsAppended, this, &ValidatorResultsModel::rebuild);
-    connect(&results, &RecordListSignals::rowChanged, this, &ValidatorResultsModel::rebuild);
+    // An outcome: the file and its class stay.
+    connect(&results, &RecordListSignals::rowChanged, this, [this](int changed) {
+        const auto at = std::ranges::lower_bound(visible_, static_cast<std::size_t>(changed));
+        if (at == visible_.end() || *at != static_cast<std::size_t>(changed)) return;
+        const int row = static_cast<int>(at - visible_.begin());
+        Q_EMIT dataChanged(index(row, 0), index(row, ColumnCount - 1));
+    });
     rebuild();
 }
 
@@ -64,13 +72,16 @@ QVariant ValidatorResultsModel::data(const QModelIndex& index, int role) const {
     const StereoValidatorResult& result = results_[row];
     if (index.column() == ProofColumn && role != Qt::TextAlignmentRole) return proofCell(result.outcome, role);
     switch (role) {
-    case Qt::DisplayRole: return textOf(result, names_[row], index.column());
+    case Qt::DisplayRole:
+        if (index.column() == FileColumn) return repeated_.shown(result.filepath, names_[row]);
+        return textOf(result, names_[row], index.column());
     case Qt::TextAlignmentRole:
         return QVariant((isNumber(index.column()) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
     case Qt::ToolTipRole:
         if (index.column() == FileColumn) return result.filepath;
         if (index.column() != ClassificationColumn) return {};
         return result.error.isEmpty() ? result.smartDisplayName() : result.error;
+    case SortRole: return sortValue(result, index.column());
     case ElideMiddleRole: return index.column() == FileColumn;
     case BadgeRole: {
         Badge badge = badgeOf(result.classification);
@@ -103,48 +114,6 @@ void ValidatorResultsModel::setSelectedClassification(std::optional<StereoClassi
     rebuild();
 }
 
-void ValidatorResultsModel::chooseSortOrder(SortOrder order) {
-    sortAscending_ = order == sortOrder_ ? !sortAscending_ : true;
-    sortOrder_ = order;
-    // Selected rows stay with their records.
-    Q_EMIT layoutAboutToBeChanged({}, VerticalSortHint);
-    const std::vector<std::size_t> before = visible_;
-    sortRows();
-    std::vector<int> rowOf(results_.size(), -1);
-    for (std::size_t row = 0; row < visible_.size(); ++row) rowOf[visible_[row]] = static_cast<int>(row);
-    QModelIndexList from = persistentIndexList();
-    QModelIndexList to;
-    for (const QModelIndex& old : from) {
-        to << index(rowOf[before[static_cast<std::size_t>(old.row())]], old.column());
-    }
-    changePersistentIndexList(from, to);
-    Q_EMIT layoutChanged({}, VerticalSortHint);
-}
-
-std::optional<SortOrder> ValidatorResultsModel::sortOrderOf(int column) {
-    switch (column) {
-    case FileColumn: return SortOrder::filename;
-    case ClassificationColumn: return SortOrder::classification;
-    case CorrelationColumn: return SortOrder::correlation;
-    case ConfidenceColumn: return SortOrder::confidence;
-    default: return std::nullopt;
-    }
-}
-
-int ValidatorResultsModel::columnOf(SortOrder order) {
-    for (int column = 0; column < ColumnCount; ++column) {
-        if (sortOrderOf(column) == order) return column;
-    }
-    return FileColumn;
-}
-
-std::vector<StereoValidatorResult> ValidatorResultsModel::sortedAndFilteredResults() const {
-    std::vector<StereoValidatorResult> results;
-    results.reserve(visible_.size());
-    for (const std::size_t row : visible_) results.push_back(results_[row]);
-    return results;
-}
-
 std::vector<int> ValidatorResultsModel::classCounts() const {
     std::vector<int> counts(kAllStereoClassifications.size(), 0);
     for (const StereoValidatorResult& result : results_) ++counts[static_cast<std::size_t>(result.classification)];
@@ -154,37 +123,27 @@ std::vector<int> ValidatorResultsModel::classCounts() const {
 void ValidatorResultsModel::rebuild() {
     beginResetModel();
     names_.clear();
+    repeated_.clear();
     visible_.clear();
     names_.reserve(results_.size());
     for (std::size_t row = 0; row < results_.size(); ++row) {
-        names_.push_back(paths::lastComponent(results_[row].filepath));
+        const QString& path = results_[row].filepath;
+        names_.push_back(paths::lastComponent(path));
+        repeated_.add(path, names_.back(), static_cast<int>(row));
         if (!filter_ || results_[row].classification == *filter_) visible_.push_back(row);
     }
-    sortRows();
     endResetModel();
 }
 
-void ValidatorResultsModel::sortRows() {
-    const auto sortBy = [this](auto less) {
-        std::stable_sort(visible_.begin(), visible_.end(),
-                         [&](std::size_t a, std::size_t b) { return sortAscending_ ? less(a, b) : less(b, a); });
-    };
-    switch (sortOrder_) {
-    case SortOrder::filename: return sortBy([this](auto a, auto b) { return names_[a] < names_[b]; });
-    case SortOrder::classification: {
-        // Raw texts are compared; each is made once.
-        std::vector<QString> words;
-        for (const StereoClassification classification : kAllStereoClassifications)
-            words.push_back(rawText(classification));
-        const auto word = [&](std::size_t row) -> const QString& {
-            return words[static_cast<std::size_t>(results_[row].classification)];
-        };
-        return sortBy([&](auto a, auto b) { return word(a) < word(b); });
-    }
-    case SortOrder::correlation:
-        return sortBy([this](auto a, auto b) { return results_[a].correlation < results_[b].correlation; });
-    case SortOrder::confidence:
-        return sortBy([this](auto a, auto b) { return results_[a].confidence < results_[b].confidence; });
+QVariant ValidatorResultsModel::sortValue(const StereoValidatorResult& result, int column) {
+    switch (column) {
+    case ClassificationColumn: return rawText(result.classification);
+    case CorrelationColumn: return result.correlation;
+    case ConfidenceColumn: return result.confidence;
+    case LagColumn: return result.lagMs;
+    case MidSideColumn: return result.midSideRatio;
+    case DurationColumn: return result.durationSeconds;
+    default: return {};
     }
 }
 

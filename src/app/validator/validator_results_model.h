@@ -1,6 +1,7 @@
-// The results of an analysis as a person looks at them: filtered by class, sorted by a column.
+// The results of an analysis as a person looks at them: filtered by class, in the order of the analysis.
 #pragma once
 
+#include "app/tables/repeated_names.h"
 #include "foundation/records/record_list.h"
 #include "stereovalidator/stereo_validator_result.h"
 
@@ -9,8 +10,6 @@
 #include <vector>
 
 namespace ostrel {
-
-enum class SortOrder { filename, classification, correlation, confidence };
 
 class ValidatorResultsModel : public QAbstractTableModel {
 public:
@@ -37,27 +36,18 @@ public:
     std::optional<StereoClassification> selectedClassification() const { return filter_; }
     void setSelectedClassification(std::optional<StereoClassification> classification);
 
-    SortOrder sortOrder() const { return sortOrder_; }
-    bool sortAscending() const { return sortAscending_; }
-    // The same order again turns its direction round.
-    void chooseSortOrder(SortOrder order);
-    static std::optional<SortOrder> sortOrderOf(int column);
-    static int columnOf(SortOrder order);
-
     const StereoValidatorResult& record(int row) const;
-    std::vector<StereoValidatorResult> sortedAndFilteredResults() const;
     std::vector<int> classCounts() const; // in the order of the enumeration
 
 private:
     void rebuild();
-    void sortRows();
+    static QVariant sortValue(const StereoValidatorResult& result, int column);
 
     const RecordList<StereoValidatorResult>& results_;
-    std::vector<QString> names_;       // of all results: the last path component
-    std::vector<std::size_t> visible_; // rows of the list, in the order that is shown
+    std::vector<QString> names_; // of all results: the last path component
+    RepeatedNames repeated_;
+    std::vector<std::size_t> visible_; // rows of the list that the class lets through
     std::optional<StereoClassification> filter_;
-    SortOrder sortOrder_ = SortOrder::filename;
-    bool sortAscending_ = true;
 };
 
 } // namespace ostrel

@@ -21,16 +21,17 @@ public:
 
     BatchSplitResult run(const std::function<void(const BatchProgress&)>& progress) {
         const int total = static_cast<int>(options_.files.size());
-        const auto report = [&](int index, const QString& file) {
+        const auto report = [&](int index, const QString& file, const QString& url) {
+            const PolyFileResult ended = result_.fileResults.empty() ? PolyFileResult() : result_.fileResults.back();
             progress({index, total, file, result_.totalISOsCreated, result_.successCount, result_.errorCount,
-                      result_.skipCount});
+                      result_.skipCount, url, ended.sourceURL, ended.outcome, ended.counts});
         };
         for (int i = 0; i < total && !hooks_.stopped(); ++i) {
-            report(i + 1, paths::stem(options_.files[i]));
+            report(i + 1, paths::stem(options_.files[i]), options_.files[i]);
             editOne(options_.files[i]);
             ++result_.processedFiles;
         }
-        report(total, QStringLiteral("Complete"));
+        report(total, QStringLiteral("Complete"), QString());
         result_.logMessages = log_.take();
         return std::move(result_);
     }
@@ -84,6 +85,7 @@ private:
         row.outcome = edited.outcome;
         row.resultChannels = edited.channelCount;
         row.trackNames = edited.trackNames;
+        row.outcome.skipped() ? row.counts.skipped = 1 : row.counts.created = 1;
         row.outcome.skipped() ? ++result_.skipCount : ++result_.successCount;
         result_.fileResults.push_back(std::move(row));
     }
@@ -93,6 +95,7 @@ private:
         const std::optional<ProofRecord> proof = row.outcome.proof;
         row.outcome = ItemOutcome::failure(reason, {row.sourceURL});
         row.outcome.proof = proof;
+        row.counts.failed = 1;
         result_.fileResults.push_back(std::move(row));
     }
 

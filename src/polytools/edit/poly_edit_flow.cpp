@@ -6,6 +6,7 @@
 #include "platform/text/text.h"
 #include "polytools/preview/poly_preview.h"
 #include "polytools/records/poly_names.h"
+#include "polytools/records/retried.h"
 
 #include <numeric>
 
@@ -102,8 +103,23 @@ void PolyEditFlow::startBatchChannelRemoval() {
     }
     const QString folder = source_.selectedFiles.value() ? QString() : source_.sourceFolder.value();
     const ReportSource source{folder, options.files};
-    services_.run(
-        runOver({std::move(options), source, {0, state_.generateCSV.value()}, services_.begin(Task::channelFilter)}));
+    services_.run(runOver(
+        {std::move(options), source, {0, state_.generateCSV.value()}, services_.begin(Task::channelFilter), {}}));
+}
+
+void PolyEditFlow::retry(const QStringList& urls) {
+    const auto& before = source_.batchResults.value();
+    if (urls.isEmpty() || !before || state_.isProcessing.value()) return;
+    if (!mayRun(QStringLiteral("No edits configured — enable channel removal or rename first"),
+                QStringLiteral("Output folder required"))) {
+        return;
+    }
+    BatchEditOptions options = makeOptions();
+    options.files = urls;
+    if (before->fileResults.size() > 1) options.customName.clear(); // the name of one is no name in a batch
+    const ReportSource source{{}, urls};
+    services_.run(runOver(
+        {std::move(options), source, {0, state_.generateCSV.value()}, services_.begin(Task::channelFilter), before}));
 }
 
 BatchEditOptions PolyEditFlow::makeOptions() const {
@@ -134,7 +150,7 @@ QCoro::Task<> PolyEditFlow::runOver(Run run) {
     source_.isBatchProcessing = true;
     state_.isProcessing = true;
     source_.batchProgress = std::nullopt;
-    source_.batchResults = std::nullopt;
+    if (!run.before) source_.batchResults = std::nullopt;
     logRun(run.options);
     co_await edit(run);
 }
@@ -203,13 +219,14 @@ void PolyEditFlow::showResults(const BatchSplitResult& result, const Run& run) {
 }
 
 void PolyEditFlow::countResults(const BatchSplitResult& result, const Run& run) {
-    source_.batchResults = result;
-    state_.count(result, result.fileResults);
+    const BatchSplitResult whole = run.before ? withRetried(*run.before, result) : result;
+    source_.batchResults = whole;
+    state_.count(whole, whole.fileResults);
     if (!run.run.writesReport) return;
     const BatchEditOptions& options = run.options;
     const QString folder =
         options.inPlace || options.outputFolder.isEmpty() ? paths::parent(options.files.first()) : options.outputFolder;
-    services_.noteReport(writeEditReport(run.source, options, result, folder));
+    services_.noteReport(writeEditReport(run.source, options, whole, folder));
 }
 
 void PolyEditFlow::clear() {

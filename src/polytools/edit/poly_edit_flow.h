@@ -31,6 +31,8 @@ public:
 
     void run();
     void startBatchChannelRemoval();
+    // Edits these files of the last batch once more; what became of the others stays.
+    void retry(const QStringList& urls);
     void clear();
 
 private:
@@ -40,6 +42,7 @@ private:
         ReportSource source;
         PolyRun run;
         TaskHandle handle;
+        std::optional<BatchSplitResult> before; // of which files are tried again
     };
 
     bool mayRun(const QString& missingEdits, const QString& missingFolder);

@@ -43,6 +43,15 @@ struct BatchSplitOptions {
     bool proves = false;
 };
 
+// What became of the files that an item was to have.
+struct OutputCounts {
+    int created = 0;
+    int skipped = 0; // were there already
+    int failed = 0;
+
+    bool operator==(const OutputCounts&) const = default;
+};
+
 struct BatchProgress {
     int currentIndex = 0; // 1-based
     int totalFiles = 0;
@@ -51,6 +60,11 @@ struct BatchProgress {
     int successCount = 0;
     int errorCount = 0;
     int skipCount = 0;
+    QString currentURL; // of the file under way; empty: none
+    // The file that ended last, and how; empty ahead of the first end.
+    QString endedURL;
+    ItemOutcome ended;
+    OutputCounts endedCounts;
 
     bool operator==(const BatchProgress&) const = default;
 };
@@ -65,6 +79,7 @@ struct PolyFileResult {
     PolyFile poly;
     QStringList trackNames;
     int resultChannels = 0; // of an edit
+    OutputCounts counts;
 };
 
 struct BatchSplitResult {

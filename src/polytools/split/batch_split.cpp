@@ -34,13 +34,14 @@ public:
         if (polys.empty()) throw batchError(2, "No valid poly files found");
         log_.debug(QStringLiteral("✅ [BatchSplit] Found %1 poly files").arg(polys.size()));
 
-        const auto report = [&](int index, const QString& file) {
+        const auto report = [&](int index, const QString& file, const QString& url) {
             if (!progress) return;
+            const PolyFileResult ended = result_.fileResults.empty() ? PolyFileResult() : result_.fileResults.back();
             progress({index, static_cast<int>(polys.size()), file, result_.totalISOsCreated, result_.successCount,
-                      result_.errorCount, result_.skipCount});
+                      result_.errorCount, result_.skipCount, url, ended.sourceURL, ended.outcome, ended.counts});
         };
         for (std::size_t i = 0; i < polys.size() && !hooks_.stopped(); ++i) {
-            report(static_cast<int>(i) + 1, paths::stem(polys[i].url));
+            report(static_cast<int>(i) + 1, paths::stem(polys[i].url), polys[i].url);
             log_.debug(QStringLiteral("🔵 [BatchSplit] Processing %1/%2: %3")
                            .arg(i + 1)
                            .arg(polys.size())
@@ -48,7 +49,7 @@ public:
             splitOne(polys[i]);
             ++result_.processedFiles;
         }
-        report(static_cast<int>(polys.size()), QStringLiteral("Complete"));
+        report(static_cast<int>(polys.size()), QStringLiteral("Complete"), QString());
         log_.debug(QStringLiteral("✅ [BatchSplit] Batch complete: %1 files, %2 ISOs created, %3 errors")
                        .arg(polys.size())
                        .arg(result_.totalISOsCreated)
@@ -138,6 +139,7 @@ private:
     void count(PolyFileResult& row, const SplitResult& split) {
         result_.totalISOsCreated += split.createdCount;
         result_.skipCount += split.skippedCount;
+        row.counts = {split.createdCount, split.skippedCount, split.errorCount};
         if (!split.outcome.failed()) {
             ++result_.successCount;
             row.outcome.status = ProcessingStatus::completed();
@@ -154,6 +156,7 @@ private:
         row.isosCreated = 0;
         row.outputFolder.clear();
         row.outcome = ItemOutcome::failure(reason, {row.sourceURL});
+        row.counts = {0, 0, row.channelCount};
     }
 
     std::optional<MetadataManifest> loadOrCreateManifest(const PolyFile& poly) const {

@@ -210,6 +210,7 @@ void PolySourceSelection::populateBatchPolyMetadata(const QStringList& urls) {
     }
     preview_.batch().cleanupBatchPreviewTempFiles();
     source_.batchPolyMetadata.clear();
+    source_.listingProgress = -1;
     services_.run(populate(urls, services_.begin(Task::listing)));
 }
 
@@ -234,6 +235,7 @@ QCoro::Task<> PolySourceSelection::populate(QStringList urls, TaskHandle handle)
         };
         const auto [rows, failures] = co_await inBackground(services_.owner(), work);
         if (handle.isCancelled()) co_return;
+        source_.listingProgress = static_cast<double>(first + some.size()) / static_cast<double>(urls.size());
         for (std::size_t i = 0; i < rows.size(); ++i) {
             if (rows[i]) {
                 source_.batchPolyMetadata.append(*rows[i]);
@@ -242,6 +244,7 @@ QCoro::Task<> PolySourceSelection::populate(QStringList urls, TaskHandle handle)
             }
         }
     }
+    if (!handle.isCancelled()) source_.listingProgress = -1;
 }
 
 void PolySourceSelection::selectOutputFolder() {
@@ -290,6 +293,7 @@ QString PolySourceSelection::batchProcessHelperText() const {
 void PolySourceSelection::clear() {
     services_.cancel(Task::analysis);
     services_.cancel(Task::listing);
+    source_.listingProgress = -1;
     state_.isAnalyzing = false;
     source_.isScanningBatchFiles = false;
     source_.polyFile = std::nullopt;

@@ -3,6 +3,7 @@
 #include "platform/files/files.h"
 #include "platform/paths.h"
 #include "platform/text/text.h"
+#include "polytools/records/retried.h"
 #include "polytools/services/poly_tools_reports.h"
 #include "polytools/split/batch_split.h"
 #include "polytools/split/iso_output_folder.h"
@@ -178,9 +179,15 @@ void PolySplitFlow::showSplit(const SplitResult& result, Run run, const QString&
     services_.noteReport(writeSplitReport(run.poly, run.channels, run.options, result, folder));
 }
 
-void PolySplitFlow::runBatch() {
+void PolySplitFlow::runBatch() { startBatch(source_.selectedFiles.value(), std::nullopt); }
+
+void PolySplitFlow::retry(const QStringList& urls) {
+    if (urls.isEmpty() || !canRunBatch() || !source_.batchResults.value()) return;
+    startBatch(urls, source_.batchResults.value());
+}
+
+void PolySplitFlow::startBatch(const std::optional<QStringList>& selected, std::optional<BatchSplitResult> before) {
     const QString folder = source_.splitOutputFolder.value();
-    const auto& selected = source_.selectedFiles.value();
     if (folder.isEmpty()) return services_.error(kProcess, QStringLiteral("Output folder required"));
     if (source_.sourceFolder.value().isEmpty() && !selected) {
         return services_.error(kProcess, QStringLiteral("Select files or folder to process"));
@@ -189,7 +196,7 @@ void PolySplitFlow::runBatch() {
     const PolyRun begun = beginRun();
     source_.isBatchProcessing = true;
     source_.batchProgress = std::nullopt;
-    source_.batchResults = std::nullopt;
+    if (!before) source_.batchResults = std::nullopt;
 
     BatchSplitOptions options;
     options.sourceFolder = source_.sourceFolder.value();
@@ -210,7 +217,7 @@ void PolySplitFlow::runBatch() {
     services_.info(kProcess, QStringLiteral("Output folder: ") + paths::lastComponent(folder));
     services_.info(kProcess, QStringLiteral("Folder organization: ") + rawText(options.folderOrganization));
     if (!selected) services_.info(kProcess, QStringLiteral("Recursive scan: ") + trueOrFalse(options.recursive));
-    services_.run(batchSplit({options, begun, services_.begin(Task::batchSplit)}));
+    services_.run(batchSplit({options, begun, services_.begin(Task::batchSplit), std::move(before)}));
 }
 
 QCoro::Task<> PolySplitFlow::batchSplit(BatchRun run) {
@@ -243,9 +250,10 @@ void PolySplitFlow::showBatch(const BatchSplitResult& result, const BatchRun& ru
 }
 
 void PolySplitFlow::countBatch(const BatchSplitResult& result, const BatchRun& run) {
-    source_.batchResults = result;
-    state_.count(result, result.fileResults);
-    if (run.run.writesReport) services_.noteReport(writeBatchSplitReport(run.options, result));
+    const BatchSplitResult whole = run.before ? withRetried(*run.before, result) : result;
+    source_.batchResults = whole;
+    state_.count(whole, whole.fileResults);
+    if (run.run.writesReport) services_.noteReport(writeBatchSplitReport(run.options, whole));
 }
 
 } // namespace ostrel

@@ -20,6 +20,8 @@ public:
     bool canRunBatch() const;
     void run(); // the loaded file
     void runBatch();
+    // Splits these files of the last batch once more; what became of the others stays.
+    void retry(const QStringList& urls);
 
 private:
     // What a run over one file needs from its start to its report.
@@ -36,8 +38,10 @@ private:
         BatchSplitOptions options;
         PolyRun run;
         TaskHandle handle;
+        std::optional<BatchSplitResult> before; // of which files are tried again
     };
 
+    void startBatch(const std::optional<QStringList>& selected, std::optional<BatchSplitResult> before);
     PolyRun beginRun();
     SplitOptions splitOptions() const;
     PolySplitEngine::Progress channelProgress(const TaskHandle& handle) const;

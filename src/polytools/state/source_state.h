@@ -31,6 +31,7 @@ struct SourceState {
     QProperty<std::optional<QStringList>> selectedFiles;
     QProperty<bool> recursiveScan{true};
     QProperty<bool> isScanningBatchFiles{false};
+    QProperty<double> listingProgress{-1}; // 0 to 1 while the polys that were found are read; below 0: none are
     RecordList<BatchPolyMetadata> batchPolyMetadata;
     QProperty<std::set<int>> expandedBatchPolyIndices;
 

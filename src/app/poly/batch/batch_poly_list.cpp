@@ -3,9 +3,11 @@
 #include "app/controls/controls.h"
 #include "app/controls/item_delegates.h"
 #include "app/controls/layouts.h"
-#include "app/controls/record_table.h"
 #include "app/panels/proof_dialog.h"
+#include "app/panels/row_menu.h"
 #include "app/poly/batch/batch_poly_model.h"
+#include "app/tables/filter_bar.h"
+#include "app/tables/record_table.h"
 
 #include <QKeyEvent>
 
@@ -18,7 +20,7 @@ BatchPolyList::BatchPolyList(PolyToolsViewModel& viewModel, QWidget* parent)
     makeTable();
     auto* column = columnLayout(6);
     column->addWidget(makeHeading());
-    column->addWidget(table_, 1);
+    column->addWidget(withFilter(*table_), 1);
     setLayout(column);
     auto* refreshSoon = new Coalesced(this, [this] { refresh(); });
     refreshSoon->follow(viewModel.batchPolyMetadata);
@@ -27,6 +29,7 @@ BatchPolyList::BatchPolyList(PolyToolsViewModel& viewModel, QWidget* parent)
     bindings_.watch(viewModel.isScanningBatchFiles, request);
     bindings_.watch(viewModel.isProcessing, request);
     bindings_.watch(viewModel.sourceFolder, request);
+    bindings_.watch(viewModel.batchResults, request);
     bindings_.watch(viewModel.expandedBatchPolyIndices, request);
     connect(&viewModel, &PolyToolsViewModel::taskEnded, refreshSoon, &Coalesced::request);
     refresh();
@@ -48,6 +51,10 @@ QWidget* BatchPolyList::makeHeading() {
     row->addWidget(expandAll_);
     row->addWidget(collapseAll_);
     row->addStretch();
+    retryFailed_ = pushButton(QStringLiteral("Retry Failed"), QString(),
+                              QStringLiteral("Try the files that failed once more, and no other"));
+    connect(retryFailed_, &QPushButton::clicked, this, [this] { retry(failed()); });
+    row->addWidget(retryFailed_);
     row->addWidget(loadAll_);
     auto* heading = new QWidget;
     heading->setLayout(row);
@@ -56,7 +63,19 @@ QWidget* BatchPolyList::makeHeading() {
 
 void BatchPolyList::makeTable() {
     using Model = BatchPolyModel;
-    table_->setModel(model_);
+    const auto sources = [this](int record) { return QStringList(model_->fileOf(model_->lineAt(record).poly)); };
+    table_->setRecords(*model_, {.filterColumns = {Model::StatusColumn, Model::NameColumn},
+                                 .headOf = [this](int record) { return model_->rowOf(model_->lineAt(record).poly); },
+                                 .files = sources});
+    RowMenu menu;
+    menu.play = [this](int record) { play(record); };
+    menu.sources = sources;
+    menu.outputs = [this](int record) { return model_->outcomeOf(model_->lineAt(record).poly).outputs; };
+    menu.error = [this](int record) { return model_->errorOf(model_->lineAt(record).poly); };
+    menu.isFree = [this] { return !viewModel_.isProcessing.value(); };
+    menu.canRetry = [this](int record) { return model_->outcomeOf(model_->lineAt(record).poly).failed(); };
+    menu.retry = [this](const QList<int>& records) { retry(records); };
+    addRowMenu(*table_, viewModel_.desktop(), std::move(menu));
     table_->setItemDelegateForColumn(Model::ExpanderColumn, new ExpanderDelegate(table_));
     table_->setItemDelegateForColumn(Model::StatusColumn, new StatusBadge(table_));
     table_->setItemDelegateForColumn(Model::PreviewColumn, new StatusBadge(table_));
@@ -67,26 +86,27 @@ void BatchPolyList::makeTable() {
     table_->setColumnText(Model::SampleRateColumn, QStringLiteral("Sample Rate "));
     table_->setColumnText(Model::DurationColumn, QStringLiteral("Duration "));
     table_->setColumnText(Model::PreviewColumn, QStringLiteral("Not loaded"), 24);
+    table_->setColumnText(Model::ResultColumn, QStringLiteral("88 created, 8 failed"));
     table_->setColumnWidth(Model::NameColumn, 160);
     table_->setStretchColumns({Model::NameColumn});
     table_->setMinimumRows(4);
     table_->installEventFilter(this);
-    connect(table_, &QTableView::clicked, this, [this](const QModelIndex& index) {
-        const BatchPolyModel::Line line = model_->lineAt(index.row());
-        if (line.isPoly() && index.column() == Model::ExpanderColumn)
+    connect(table_, &RecordTable::cellClicked, this, [this](int record, int column) {
+        const BatchPolyModel::Line line = model_->lineAt(record);
+        if (line.isPoly() && column == Model::ExpanderColumn)
             return model_->setExpanded(line.poly, !model_->isExpanded(line.poly));
-        if (index.column() != Model::ProofColumn) play(index.row());
+        if (column != Model::ProofColumn) play(record);
     });
     connect(table_, &RecordTable::rowActivated, this, &BatchPolyList::play);
 }
 
 // The line that a person is at keeps its place.
 void BatchPolyList::setAllExpanded(bool areExpanded) {
-    const QModelIndex current = table_->currentIndex();
-    const int poly = current.isValid() ? model_->lineAt(current.row()).poly : -1;
+    const int current = table_->currentRecord();
+    const int poly = current >= 0 ? model_->lineAt(current).poly : -1;
     model_->setAllExpanded(areExpanded);
     if (poly < 0) return;
-    const QModelIndex index = model_->index(model_->rowOf(poly), BatchPolyModel::NameColumn);
+    const QModelIndex index = table_->shownIndex(model_->rowOf(poly), BatchPolyModel::NameColumn);
     table_->setCurrentIndex(index);
     table_->scrollTo(index, QAbstractItemView::PositionAtCenter);
 }
@@ -101,19 +121,34 @@ bool BatchPolyList::eventFilter(QObject* object, QEvent* event) {
 
 // As in a tree: right unfolds, left folds, from a channel's line too.
 bool BatchPolyList::foldByKey(int key) {
-    const QModelIndex current = table_->currentIndex();
-    if ((key != Qt::Key_Left && key != Qt::Key_Right) || !current.isValid()) return false;
-    const BatchPolyModel::Line line = model_->lineAt(current.row());
+    const int current = table_->currentRecord();
+    if ((key != Qt::Key_Left && key != Qt::Key_Right) || current < 0) return false;
+    const BatchPolyModel::Line line = model_->lineAt(current);
     if (key == Qt::Key_Left && !line.isPoly())
-        table_->setCurrentIndex(model_->index(model_->rowOf(line.poly), BatchPolyModel::NameColumn));
+        table_->setCurrentIndex(table_->shownIndex(model_->rowOf(line.poly), BatchPolyModel::NameColumn));
     if (line.isPoly() || key == Qt::Key_Left) model_->setExpanded(line.poly, key == Qt::Key_Right);
     return true;
 }
 
-void BatchPolyList::play(int row) {
-    const BatchPolyModel::Line line = model_->lineAt(row);
+void BatchPolyList::play(int record) {
+    const BatchPolyModel::Line line = model_->lineAt(record);
     line.isPoly() ? viewModel_.preview().batch().playBatchPoly(line.poly)
                   : viewModel_.preview().batch().playBatchChannel(line.poly, line.channel);
+}
+
+void BatchPolyList::retry(const QList<int>& records) {
+    QStringList files;
+    for (const int record : records) files << model_->fileOf(model_->lineAt(record).poly);
+    files.removeDuplicates();
+    viewModel_.mode.value() == PolyMode::editPoly ? viewModel_.edit().retry(files) : viewModel_.split().retry(files);
+}
+
+QList<int> BatchPolyList::failed() const {
+    QList<int> records;
+    for (int poly = 0; poly < model_->polyCount(); ++poly) {
+        if (model_->outcomeOf(poly).failed()) records << model_->rowOf(poly);
+    }
+    return records;
 }
 
 void BatchPolyList::refresh() {
@@ -127,6 +162,8 @@ void BatchPolyList::refresh() {
     table_->setEmptyText(isReading ? QStringLiteral("Scanning for poly files...")
                                    : QStringLiteral("Select poly files or folders to see them here"));
     table_->viewport()->update();
+    const auto& results = viewModel_.batchResults.value();
+    retryFailed_->setVisible(results && results->errorCount > 0 && !viewModel_.isProcessing.value());
     const auto expanded = viewModel_.expandedBatchPolyIndices.value().size();
     expandAll_->setEnabled(expanded < polys.size());
     collapseAll_->setEnabled(expanded > 0 && !polys.empty());

@@ -32,7 +32,9 @@ private:
     void makeTable();
     void setAllExpanded(bool areExpanded);
     bool foldByKey(int key);
-    void play(int row);
+    void play(int record);
+    void retry(const QList<int>& records);
+    QList<int> failed() const;
     void refresh();
 
     PolyToolsViewModel& viewModel_;
@@ -43,6 +45,7 @@ private:
     QPushButton* expandAll_ = nullptr;
     QPushButton* collapseAll_ = nullptr;
     QPushButton* loadAll_ = nullptr;
+    QPushButton* retryFailed_ = nullptr;
 };
 
 } // namespace ostrel

@@ -82,9 +82,23 @@ void BatchPolyModel::appendPolys(int first, int last) {
         const bool isExpanded = indices.contains(index);
         expanded_.push_back(isExpanded);
         firstRow_.push_back(firstRow_.back() + 1 + (isExpanded ? poly(index).channelCount : 0));
-        if (!polyNamed_.contains(poly(index).baseName)) polyNamed_.insert(poly(index).baseName, index);
     }
+    std::vector<int> renamed;
+    for (int index = first; index <= last; ++index) renamed.push_back(addName(index));
     endInsertRows();
+    if (std::ranges::count(renamed, RepeatedNames::kAny) > 0) return announceRows(0, rowCount() - 1, NameColumn);
+    for (const int index : renamed) {
+        if (index >= 0) announceRows(rowOf(index), rowOf(index), NameColumn);
+    }
+}
+
+int BatchPolyModel::addName(int index) {
+    polyAt_.insert(poly(index).url, index);
+    return names_.add(poly(index).url, poly(index).baseName, index);
+}
+
+void BatchPolyModel::announceRows(int first, int last, int column) {
+    if (last >= first) Q_EMIT dataChanged(index(first, column), index(last, column));
 }
 
 void BatchPolyModel::rebuild() {
@@ -94,12 +108,13 @@ void BatchPolyModel::rebuild() {
     expanded_.assign(count, false);
     firstRow_.assign(1, 0);
     firstRow_.reserve(count + 1);
-    polyNamed_.clear();
+    polyAt_.clear();
+    names_.clear();
     for (int index = 0; index < static_cast<int>(count); ++index) {
         const bool isExpanded = indices.contains(index);
         expanded_[static_cast<std::size_t>(index)] = isExpanded;
         firstRow_.push_back(firstRow_.back() + 1 + (isExpanded ? poly(index).channelCount : 0));
-        if (!polyNamed_.contains(poly(index).baseName)) polyNamed_.insert(poly(index).baseName, index);
+        addName(index);
     }
     running_ = -1;
     heard_ = viewModel_.selectedBatchPreviewIndex.value().value_or(-1);
@@ -147,25 +162,21 @@ void BatchPolyModel::announcePoly(int index) {
 void BatchPolyModel::takeResults() {
     results_.clear();
     if (const auto& results = viewModel_.batchResults.value()) {
-        for (const PolyFileResult& file : results->fileResults) results_.insert(file.sourceURL, file.outcome);
+        for (const PolyFileResult& file : results->fileResults)
+            results_.insert(file.sourceURL, {file.outcome, file.counts});
     }
-    for (const int column : {StatusColumn, ProofColumn}) {
-        if (rowCount() > 0) Q_EMIT dataChanged(index(0, column), index(rowCount() - 1, column));
-    }
+    for (const int column : {StatusColumn, ResultColumn, ProofColumn}) announceRows(0, rowCount() - 1, column);
 }
 
 void BatchPolyModel::followRun() {
     const int before = running_;
     const auto& step = viewModel_.batchProgress.value();
-    running_ = step && viewModel_.isBatchProcessing.value() ? polyNamed_.value(step->currentFile, -1) : -1;
+    running_ = step && viewModel_.isBatchProcessing.value() ? polyAt_.value(step->currentURL, -1) : -1;
     if (before == running_) return;
-    // What each came to is told at the end; until then the count of errors tells.
-    if (before >= 0 && before < polyCount() && step && !viewModel_.batchResults.value()) {
-        const bool hasFailed = step->errorCount > failures_;
-        results_.insert(poly(before).url, {hasFailed ? ProcessingStatus::failed({}) : ProcessingStatus::completed()});
-    }
-    failures_ = step ? step->errorCount : 0;
-    for (const int index : {before, running_}) {
+    const int ended = step ? polyAt_.value(step->endedURL, -1) : -1;
+    if (ended >= 0 && viewModel_.isBatchProcessing.value())
+        results_.insert(step->endedURL, {step->ended, step->endedCounts});
+    for (const int index : {before, running_, ended}) {
         if (index >= 0 && index < polyCount()) announcePoly(index);
     }
 }
@@ -179,7 +190,28 @@ void BatchPolyModel::followPreview() {
 
 ItemOutcome BatchPolyModel::outcomeOf(int index) const {
     if (index == running_) return {ProcessingStatus::processing()};
-    return results_.value(poly(index).url, {ProcessingStatus::ready()});
+    return results_.value(poly(index).url).outcome;
+}
+
+// "4 created, 2 skipped", of what has ended.
+QVariant BatchPolyModel::resultCell(int index, int role) const {
+    const Ended ended = results_.value(poly(index).url);
+    if (role == Qt::ToolTipRole) return ended.outcome.outputs.join(u'\n');
+    if (role == SortRole) return ended.counts.created;
+    if (role != Qt::DisplayRole || index == running_) return {};
+    QStringList parts;
+    for (const auto& [count, word] : {std::pair{ended.counts.created, "%1 created"},
+                                      {ended.counts.skipped, "%1 skipped"},
+                                      {ended.counts.failed, "%1 failed"}}) {
+        if (count > 0) parts << QString::fromLatin1(word).arg(count);
+    }
+    return parts.join(QStringLiteral(", "));
+}
+
+QString BatchPolyModel::errorOf(int index) const {
+    const ItemOutcome outcome = outcomeOf(index);
+    if (!outcome.status.isError()) return {};
+    return outcome.message.isEmpty() ? outcome.status.displayText() : outcome.message;
 }
 
 QString BatchPolyModel::trackName(const Line& line) const {
@@ -211,6 +243,7 @@ QVariant BatchPolyModel::polyData(int index, int column, int role) const {
         return statusCell(outcomeOf(index).status, viewModel_.foreseenRefusals.value().value(metadata.id), role);
     }
     if (column == ProofColumn) return proofCell(outcomeOf(index), role);
+    if (column == ResultColumn) return resultCell(index, role);
     if (role == Qt::ToolTipRole) {
         if (column == NameColumn) return metadata.url;
         return metadata.isPreviewReady ? QStringLiteral("Preview loaded - click row to play poly")
@@ -223,9 +256,10 @@ QVariant BatchPolyModel::polyData(int index, int column, int role) const {
                          role);
     }
     if (role == ElideMiddleRole) return column == NameColumn;
+    if (role == SortRole && column == DurationColumn) return metadata.duration;
     if (role != Qt::DisplayRole) return {};
     switch (column) {
-    case NameColumn: return metadata.baseName;
+    case NameColumn: return names_.shown(metadata.url, metadata.baseName);
     case ChannelsColumn: return metadata.channelCount;
     case SampleRateColumn: return sampleRateText(metadata.sampleRate);
     case DurationColumn: return clockText(metadata.duration);
@@ -235,7 +269,7 @@ QVariant BatchPolyModel::polyData(int index, int column, int role) const {
 
 QVariant BatchPolyModel::channelData(const Line& line, int column, int role) const {
     const bool isHeard = line.poly == heard_ && viewModel_.selectedBatchChannelForPlayback.value() == line.channel;
-    if (column == ProofColumn) return {};
+    if (column == ProofColumn || column == ResultColumn) return {};
     if (role == Qt::ToolTipRole) return QStringLiteral("Click to preview this channel");
     if (column == PreviewColumn && isHeard)
         return badgeCell({QStringLiteral("speaker"), QStringLiteral("T%1").arg(line.channel + 1), Color::cyan}, role);
@@ -261,6 +295,7 @@ QVariant BatchPolyModel::headerData(int section, Qt::Orientation orientation, in
     case SampleRateColumn: return QStringLiteral("Sample Rate");
     case DurationColumn: return QStringLiteral("Duration");
     case PreviewColumn: return QStringLiteral("Preview");
+    case ResultColumn: return QStringLiteral("Result");
     case ProofColumn: return QStringLiteral("Proof");
     default: return {};
     }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "app/controls/bindings.h"
+#include "app/tables/repeated_names.h"
 #include "polytools/poly_tools_view_model.h"
 
 #include <QAbstractTableModel>
@@ -21,6 +22,7 @@ public:
         SampleRateColumn,
         DurationColumn,
         PreviewColumn,
+        ResultColumn,
         ProofColumn,
         ColumnCount,
     };
@@ -46,11 +48,22 @@ public:
     void setExpanded(int poly, bool isExpanded);
     void setAllExpanded(bool areExpanded);
 
+    QString fileOf(int poly) const { return this->poly(poly).url; }
+    ItemOutcome outcomeOf(int poly) const;
+    QString errorOf(int poly) const; // of the last run; empty: none
+
 private:
+    struct Ended {
+        ItemOutcome outcome{ProcessingStatus::ready()};
+        OutputCounts counts;
+    };
     void connectController();
     void appendPolys(int first, int last);
     void rebuild();
     void takeExpanded();
+    int addName(int poly);
+    void announceRows(int first, int last, int column);
+    QVariant resultCell(int poly, int role) const;
     void insertOrRemove(int poly, bool isExpanded);
     void announcePoly(int poly);
     void takeResults();
@@ -62,17 +75,16 @@ private:
     QVariant polyData(int poly, int column, int role) const;
     QVariant channelData(const Line& line, int column, int role) const;
     QString trackName(const Line& line) const;
-    ItemOutcome outcomeOf(int poly) const;
 
     PolyToolsViewModel& viewModel_;
     Bindings bindings_;
-    std::vector<bool> expanded_;          // one a poly, as the views have been told
-    std::vector<int> firstRow_{0};        // of each poly, and at the end the number of rows
-    QHash<QString, ItemOutcome> results_; // of the last run, by path
-    QHash<QString, int> polyNamed_;       // where the run under way is looked up
+    std::vector<bool> expanded_;    // one a poly, as the views have been told
+    std::vector<int> firstRow_{0};  // of each poly, and at the end the number of rows
+    QHash<QString, Ended> results_; // of the last run, by path
+    QHash<QString, int> polyAt_;    // by path
+    RepeatedNames names_;
     int running_ = -1;
-    int failures_ = 0; // of the run so far
-    int heard_ = -1;   // the poly in the mixer
+    int heard_ = -1; // the poly in the mixer
 };
 
 } // namespace ostrel

@@ -1,7 +1,7 @@
 // A table whose last column is fields: a click or a key opens one, Return and Tab go on to the next.
 #pragma once
 
-#include "app/controls/record_table.h"
+#include "app/tables/record_table.h"
 
 namespace ostrel {
 

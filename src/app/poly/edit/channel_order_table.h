@@ -1,7 +1,7 @@
 // A table whose rows a person moves: by dragging, or with Alt and the arrow keys. It only asks for the move.
 #pragma once
 
-#include "app/controls/record_table.h"
+#include "app/tables/record_table.h"
 
 #include <QTimer>
 #include <optional>

@@ -6,7 +6,6 @@
 #include "app/controls/overwrite_box.h"
 #include "app/controls/page_stack.h"
 #include "app/controls/proof_box.h"
-#include "app/controls/record_table.h"
 #include "app/controls/scrolled_page.h"
 #include "app/panels/run_row.h"
 #include "app/panels/selection_card.h"
@@ -16,6 +15,7 @@
 #include "app/poly/edit/channel_removal_section.h"
 #include "app/poly/edit/channel_rename_section.h"
 #include "app/poly/edit/channel_reorder_section.h"
+#include "app/tables/record_table.h"
 
 #include <QCheckBox>
 

@@ -1,12 +1,14 @@
 #include "app/poly/join/group_review_view.h"
 
 #include "app/controls/layouts.h"
-#include "app/controls/record_table.h"
+#include "app/panels/row_menu.h"
 #include "app/poly/join/group_card_view.h"
 #include "app/poly/join/group_picker.h"
 #include "app/poly/join/group_tree.h"
 #include "app/poly/join/group_tree_model.h"
 #include "app/poly/join/ungrouped_table_model.h"
+#include "app/tables/filter_bar.h"
+#include "app/tables/record_table.h"
 
 #include <QMenu>
 #include <QSplitter>
@@ -42,7 +44,10 @@ GroupReviewView::GroupReviewView(PolyToolsViewModel& viewModel, QWidget* parent)
     });
     connect(tree_, &GroupTree::deletePressed, this, &GroupReviewView::deleteSelected);
     connect(tree_, &GroupTree::menuRequested, this, &GroupReviewView::showMenu);
-    connect(ungrouped_, &RecordTable::menuRequested, this, [this](int, const QPoint& at) { showMenu(at); });
+    RowMenu menu;
+    menu.sources = [this](int record) { return QStringList(ungroupedFiles_->record(record).url); };
+    menu.more = [this](QMenu& to, int) { addMoves(to); };
+    addRowMenu(*ungrouped_, viewModel_.desktop(), std::move(menu));
     // Files are picked in one of the two lists at a time.
     connect(tree_->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
         if (tree_->selectionModel()->hasSelection()) ungrouped_->clearSelection();
@@ -113,7 +118,8 @@ QWidget* GroupReviewView::makeActions() {
 
 QWidget* GroupReviewView::makeUngrouped() {
     ungrouped_ = new RecordTable(QStringLiteral("Ungrouped Files"));
-    ungrouped_->setModel(ungroupedFiles_);
+    const auto sources = [this](int record) { return QStringList(ungroupedFiles_->record(record).url); };
+    ungrouped_->setRecords(*ungroupedFiles_, {.filterColumns = {}, .headOf = {}, .files = sources});
     ungrouped_->setColumnWidth(UngroupedTableModel::FileColumn, 160);
     ungrouped_->setColumnText(UngroupedTableModel::SampleRateColumn, QStringLiteral("Sample Rate"));
     ungrouped_->setColumnText(UngroupedTableModel::BitDepthColumn, QStringLiteral("Bit Depth"));
@@ -121,7 +127,6 @@ QWidget* GroupReviewView::makeUngrouped() {
     ungrouped_->setStretchColumns({UngroupedTableModel::FileColumn});
     ungrouped_->setMinimumRows(2);
     ungrouped_->setDragDropMode(QAbstractItemView::DragDrop);
-    ungrouped_->setDefaultDropAction(Qt::MoveAction);
     ungroupedNote_ = new SecondaryLabel;
     auto* head = rowLayout(12);
     head->addWidget(boldLabel(QStringLiteral("Ungrouped Files")));
@@ -129,7 +134,7 @@ QWidget* GroupReviewView::makeUngrouped() {
     head->addStretch();
     auto* column = columnLayout(5);
     column->addLayout(head);
-    column->addWidget(ungrouped_, 1);
+    column->addWidget(withFilter(*ungrouped_), 1);
     ungroupedSection_ = new QWidget;
     ungroupedSection_->setLayout(column);
     return ungroupedSection_;
@@ -141,8 +146,8 @@ QSet<QUuid> GroupReviewView::selectedIsos() const {
     for (const QModelIndex& row : rows) {
         if (groups_->isIso(row)) isos << groups_->iso(row).id;
     }
-    const QModelIndexList files = ungrouped_->selectionModel()->selectedRows();
-    for (const QModelIndex& file : files) isos << ungroupedFiles_->record(file.row()).id;
+    const QList<int> files = ungrouped_->selectedRecords();
+    for (const int file : files) isos << ungroupedFiles_->record(file).id;
     return isos;
 }
 
@@ -211,10 +216,14 @@ void GroupReviewView::deleteSelected() {
 // The buttons' actions at the pointer, as far as they are possible now.
 void GroupReviewView::showMenu(const QPoint& position) {
     QMenu menu(this);
+    addMoves(menu);
+    if (!menu.isEmpty()) menu.exec(position);
+}
+
+void GroupReviewView::addMoves(QMenu& menu) {
     for (QPushButton* button : {load_, play_, move_, newGroup_, ungroup_, delete_}) {
         if (button->isEnabled()) menu.addAction(button->text(), button, &QPushButton::click);
     }
-    if (!menu.isEmpty()) menu.exec(position);
 }
 
 void GroupReviewView::refresh() {

@@ -8,6 +8,8 @@
 
 #include <QPointer>
 
+class QMenu;
+
 namespace ostrel {
 
 class GroupCardView;
@@ -44,6 +46,7 @@ private:
     void deleteGroups();
     void deleteSelected();
     void showMenu(const QPoint& position);
+    void addMoves(QMenu& menu);
     QSet<QUuid> selectedIsos() const;
     QSet<QUuid> selectedGroups() const;
     std::optional<QModelIndex> currentGroup() const;

@@ -2,8 +2,11 @@
 
 #include "app/controls/item_delegates.h"
 #include "app/controls/layouts.h"
-#include "app/controls/record_table.h"
+#include "app/panels/row_menu.h"
 #include "app/poly/join/iso_table_model.h"
+#include "app/tables/filter_bar.h"
+#include "app/tables/record_table.h"
+#include "polytools/records/iso_ordering.h"
 
 #include <QMenu>
 #include <QShortcut>
@@ -18,7 +21,7 @@ IsoListSection::IsoListSection(PolyToolsViewModel& viewModel, QWidget* parent)
     auto* column = columnLayout(6);
     column->addWidget(makeHeading());
     column->addWidget(makeActions());
-    column->addWidget(table_, 1);
+    column->addWidget(withFilter(*table_), 1);
     setLayout(column);
     auto* refreshSoon = new Coalesced(this, [this] { refresh(); });
     refreshSoon->follow(viewModel.isoFiles);
@@ -60,7 +63,7 @@ QWidget* IsoListSection::makeActions() {
     moveDown_ =
         action(QStringLiteral("Move Down"), QStringLiteral("To the channel behind (Alt+Down)"), [this] { move(1); });
     reveal_ = action(QStringLiteral("Reveal in Files"), QStringLiteral("Open the folder that the file is in"),
-                     [this] { viewModel_.revealInFinder(model_->record(currentRow()).url); });
+                     [this] { viewModel_.revealInFinder(model_->record(table_->currentRecord()).url); });
     playAll_ =
         action(QStringLiteral("Play All"), QStringLiteral("Play all ISOs as interleaved poly (ground truth preview)"),
                [this] { viewModel_.preview().join().playJoinPolySource(); });
@@ -81,7 +84,19 @@ QWidget* IsoListSection::makeActions() {
 
 void IsoListSection::makeTable() {
     using Model = IsoTableModel;
-    table_->setModel(model_);
+    const auto sources = [this](int record) { return QStringList(model_->record(record).url); };
+    table_->setRecords(
+        *model_,
+        {.filterColumns = {Model::FileColumn, Model::TrackColumn, Model::MarksColumn}, .headOf = {}, .files = sources});
+    RowMenu menu;
+    menu.play = [this](int record) { viewModel_.preview().join().selectISOForPlayback(record); };
+    menu.sources = sources;
+    menu.error = [this](int record) { return isoMarks(model_->record(record), model_->record(0)).join(u'\n'); };
+    menu.includeColumn = Model::IncludeColumn;
+    menu.isFree = [this] { return !viewModel_.isProcessing.value(); };
+    menu.more = [this](QMenu& to, int record) { addMoves(to, record); };
+    addRowMenu(*table_, viewModel_.desktop(), std::move(menu));
+    connect(table_->rows(), &ArrangedRows::arranged, this, &IsoListSection::refreshMoves);
     table_->setEmptyText(QStringLiteral("Add ISO files to join into a poly file"));
     for (const int column : {Model::SoloColumn, Model::MarksColumn})
         table_->setItemDelegateForColumn(column, new StatusBadge(table_));
@@ -96,12 +111,11 @@ void IsoListSection::makeTable() {
     table_->setColumnText(Model::MarksColumn, QStringLiteral("Not a mono file (2 channels)"), 20);
     table_->setStretchColumns({Model::FileColumn, Model::MarksColumn});
     table_->setMinimumRows(4);
-    table_->setDragDropMode(QAbstractItemView::InternalMove);
+    table_->setDragDropMode(QAbstractItemView::DragDrop);
     table_->setDragDropOverwriteMode(false);
-    connect(table_, &QTableView::clicked, this, &IsoListSection::onClicked);
+    connect(table_, &RecordTable::cellClicked, this, &IsoListSection::onClicked);
     connect(table_, &RecordTable::rowActivated, this,
             [this](int row) { viewModel_.preview().join().selectISOForPlayback(row); });
-    connect(table_, &RecordTable::menuRequested, this, &IsoListSection::showMenu);
     connect(table_->selectionModel(), &QItemSelectionModel::currentRowChanged, this, &IsoListSection::refreshMoves);
     for (const int step : {-1, 1}) {
         auto* shortcut = new QShortcut(QKeySequence(step < 0 ? QStringLiteral("Alt+Up") : QStringLiteral("Alt+Down")),
@@ -110,12 +124,11 @@ void IsoListSection::makeTable() {
     }
 }
 
-int IsoListSection::currentRow() const { return table_->currentIndex().isValid() ? table_->currentIndex().row() : -1; }
-
 void IsoListSection::move(int step) {
-    const int row = currentRow();
+    const int row = table_->currentRecord();
     const int to = row + step;
-    if (row < 0 || to < 0 || to >= model_->rowCount() || viewModel_.isProcessing.value()) return;
+    if (row < 0 || !table_->rows()->isPlain() || to < 0 || to >= model_->rowCount() || viewModel_.isProcessing.value())
+        return;
     viewModel_.join().moveISO(row, to);
     table_->selectRow(to);
 }
@@ -125,31 +138,19 @@ void IsoListSection::previewAll() {
     viewModel_.preview().join().playJoinPolySource();
 }
 
-void IsoListSection::onClicked(const QModelIndex& index) {
-    if (index.column() == IsoTableModel::IncludeColumn) return;
-    if (index.column() == IsoTableModel::SoloColumn) return viewModel_.preview().join().toggleISOSolo(index.row());
-    if (table_->selectionModel()->selectedRows().size() == 1)
-        viewModel_.preview().join().selectISOForPlayback(index.row());
+void IsoListSection::onClicked(int record, int column) {
+    if (column == IsoTableModel::IncludeColumn) return;
+    if (column == IsoTableModel::SoloColumn) return viewModel_.preview().join().toggleISOSolo(record);
+    if (table_->selectionModel()->selectedRows().size() == 1) viewModel_.preview().join().selectISOForPlayback(record);
 }
 
 // What the pointer does in the row, for the keyboard.
-void IsoListSection::showMenu(int row, const QPoint& position) {
-    table_->selectRow(row);
-    QMenu menu(this);
-    menu.addAction(QStringLiteral("Preview"), this,
-                   [this, row] { viewModel_.preview().join().selectISOForPlayback(row); });
-    menu.addAction(QStringLiteral("Solo this track"), this,
-                   [this, row] { viewModel_.preview().join().toggleISOSolo(row); });
+void IsoListSection::addMoves(QMenu& menu, int record) {
     menu.addSeparator();
-    QAction* include = menu.addAction(QStringLiteral("Include"));
-    include->setCheckable(true);
-    include->setChecked(model_->record(row).isSelected);
-    include->setEnabled(!viewModel_.isProcessing.value());
-    connect(include, &QAction::toggled, this, [this, row](bool isOn) { viewModel_.join().setSelected(row, isOn); });
-    for (QPushButton* button : {moveUp_, moveDown_, reveal_}) {
+    menu.addAction(QStringLiteral("Solo this track"), this,
+                   [this, record] { viewModel_.preview().join().toggleISOSolo(record); });
+    for (QPushButton* button : {moveUp_, moveDown_})
         menu.addAction(button->text(), button, &QPushButton::click)->setEnabled(button->isEnabled());
-    }
-    menu.exec(position);
 }
 
 void IsoListSection::refresh() {
@@ -172,8 +173,8 @@ void IsoListSection::refresh() {
 }
 
 void IsoListSection::refreshMoves() {
-    const int row = currentRow();
-    const bool isFree = row >= 0 && !viewModel_.isProcessing.value();
+    const int row = table_->currentRecord();
+    const bool isFree = row >= 0 && !viewModel_.isProcessing.value() && table_->rows()->isPlain();
     moveUp_->setEnabled(isFree && row > 0);
     moveDown_->setEnabled(isFree && row + 1 < model_->rowCount());
     reveal_->setEnabled(row >= 0);

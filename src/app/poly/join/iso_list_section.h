@@ -5,6 +5,8 @@
 #include "app/controls/controls.h"
 #include "polytools/poly_tools_view_model.h"
 
+class QMenu;
+
 namespace ostrel {
 
 class IsoTableModel;
@@ -24,11 +26,10 @@ private:
     QWidget* makeActions();
     void makeTable();
     QPushButton* action(const QString& text, const QString& help, std::function<void()> perform);
-    int currentRow() const;
     void move(int step);
     void previewAll();
-    void onClicked(const QModelIndex& index);
-    void showMenu(int row, const QPoint& position);
+    void onClicked(int record, int column);
+    void addMoves(QMenu& menu, int record);
     void refresh();
     void refreshMoves();
 

@@ -65,6 +65,7 @@ QVariant IsoTableModel::data(const QModelIndex& index, int role) const {
         return QVariant((isNumberColumn(column) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
     if (role == ElideMiddleRole) return column == FileColumn;
     if (role == Qt::ToolTipRole) return QStringLiteral("Click to preview this ISO");
+    if (role == SortRole && column == DurationColumn) return iso.duration;
     return role == Qt::DisplayRole ? text(iso, column) : QVariant();
 }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "app/controls/bindings.h"
-#include "app/controls/record_table_model.h"
+#include "app/tables/record_table_model.h"
 #include "polytools/poly_tools_view_model.h"
 
 namespace ostrel {
@@ -30,7 +30,7 @@ public:
     Qt::ItemFlags flags(const QModelIndex& index) const override;
     bool setData(const QModelIndex& index, const QVariant& value, int role) override;
 
-    Qt::DropActions supportedDropActions() const override { return Qt::MoveAction; }
+    Qt::DropActions supportedDropActions() const override { return Qt::CopyAction | Qt::MoveAction; }
     QStringList mimeTypes() const override;
     QMimeData* mimeData(const QModelIndexList& indexes) const override;
     bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,

@@ -5,7 +5,6 @@
 #include "app/controls/layouts.h"
 #include "app/controls/overwrite_box.h"
 #include "app/controls/proof_box.h"
-#include "app/controls/record_table.h"
 #include "app/controls/symbols.h"
 #include "app/panels/run_row.h"
 #include "app/panels/selection_card.h"
@@ -14,6 +13,7 @@
 #include "app/poly/join/group_tree.h"
 #include "app/poly/join/iso_list_section.h"
 #include "app/poly/join/iso_table_model.h"
+#include "app/tables/record_table.h"
 
 #include <QCheckBox>
 #include <QComboBox>

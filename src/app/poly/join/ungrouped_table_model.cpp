@@ -35,6 +35,7 @@ QVariant UngroupedTableModel::data(const QModelIndex& index, int role) const {
         return QVariant((index.column() == FileColumn ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter);
     if (role == ElideMiddleRole) return index.column() == FileColumn;
     if (role == Qt::ToolTipRole) return iso.url;
+    if (role == SortRole && index.column() == UngroupedTableModel::DurationColumn) return iso.duration;
     if (role != Qt::DisplayRole) return {};
     switch (index.column()) {
     case FileColumn: return iso.fileName;

@@ -1,7 +1,7 @@
 // The files that are in no group, one a row. Files can be dragged from here into a group and back.
 #pragma once
 
-#include "app/controls/record_table_model.h"
+#include "app/tables/record_table_model.h"
 #include "polytools/join/poly_join_review.h"
 #include "polytools/state/join_state.h"
 
@@ -18,7 +18,7 @@ public:
     QVariant data(const QModelIndex& index, int role) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
 
-    Qt::DropActions supportedDropActions() const override { return Qt::MoveAction; }
+    Qt::DropActions supportedDropActions() const override { return Qt::CopyAction | Qt::MoveAction; }
     QStringList mimeTypes() const override;
     QMimeData* mimeData(const QModelIndexList& indexes) const override;
     bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,

@@ -6,12 +6,14 @@
 #include "app/controls/item_delegates.h"
 #include "app/controls/layouts.h"
 #include "app/controls/page_stack.h"
-#include "app/controls/record_table.h"
+#include "app/panels/row_menu.h"
 #include "app/panels/run_row.h"
 #include "app/panels/selection_card.h"
 #include "app/poly/batch/batch_poly_list.h"
 #include "app/poly/split/split_channels_model.h"
 #include "app/poly/split/split_options.h"
+#include "app/tables/filter_bar.h"
+#include "app/tables/record_table.h"
 #include "platform/text/text.h"
 
 #include <QCheckBox>
@@ -93,7 +95,12 @@ QWidget* PolySplitView::makeChannels() {
     head->addWidget(preparing_);
     head->addWidget(playPoly_);
     channels_ = new RecordTable(QStringLiteral("Channels"));
-    channels_->setModel(new Model(viewModel_, viewModel_, this));
+    const auto sources = [this](int) {
+        const auto& poly = viewModel_.polyFile.value();
+        return poly ? QStringList(poly->url) : QStringList();
+    };
+    channels_->setRecords(*new Model(viewModel_, viewModel_, this),
+                          {.filterColumns = {}, .headOf = {}, .files = sources});
     channels_->setItemDelegateForColumn(Model::ChannelColumn, new StatusBadge(channels_));
     channels_->setItemDelegateForColumn(Model::StatusColumn, new StatusBadge(channels_));
     channels_->setColumnText(Model::ChannelColumn, QStringLiteral("Channel "));
@@ -102,12 +109,16 @@ QWidget* PolySplitView::makeChannels() {
     channels_->setColumnWidth(Model::OutputColumn, 200);
     channels_->setStretchColumns({Model::TrackColumn, Model::OutputColumn});
     channels_->setMinimumRows(4);
-    const auto play = [this](int row) { viewModel_.preview().channels().selectChannelForPlayback(row); };
-    connect(channels_, &QTableView::clicked, this, [play](const QModelIndex& index) { play(index.row()); });
+    const auto play = [this](int record) { viewModel_.preview().channels().selectChannelForPlayback(record); };
+    connect(channels_, &RecordTable::cellClicked, this, [play](int record, int) { play(record); });
+    RowMenu menu;
+    menu.play = play;
+    menu.sources = sources;
+    addRowMenu(*channels_, viewModel_.desktop(), std::move(menu));
     connect(channels_, &RecordTable::rowActivated, this, play);
     auto* column = columnLayout(6);
     column->addLayout(head);
-    column->addWidget(channels_, 1);
+    column->addWidget(withFilter(*channels_), 1);
     auto* page = new QWidget;
     page->setLayout(column);
     return page;

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "app/controls/bindings.h"
-#include "app/controls/record_table_model.h"
+#include "app/tables/record_table_model.h"
 #include "polytools/state/preview_state.h"
 #include "polytools/state/source_state.h"
 
