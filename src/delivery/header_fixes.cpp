@@ -1,6 +1,6 @@
 #include "delivery/header_fixes.h"
 
-#include "delivery/description_lines.h"
+#include "delivery/facts/description_lines.h"
 #include "delivery/rules/file_rules.h"
 #include "foundation/chunks/chunk_bytes.h"
 #include "foundation/proof/unexplained_bytes.h"

@@ -1,5 +1,5 @@
 #include "delivery/delivery_check.h"
-#include "delivery/description_lines.h"
+#include "delivery/facts/description_lines.h"
 #include "delivery/header_fixes.h"
 #include "platform/files/files.h"
 #include "support/own_state.h"

@@ -4,7 +4,7 @@
 // Pure over what was read of the files (`readRecordingFacts`).
 #pragma once
 
-#include "delivery/recording_facts.h"
+#include "delivery/facts/recording_facts.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,7 +1,7 @@
 // The rules that look at one file. Each function tells what it finds in its subject; pure over what was read.
 #pragma once
 
-#include "delivery/recording_facts.h"
+#include "delivery/facts/recording_facts.h"
 #include "delivery/rules/rule.h"
 
 namespace ostrel {

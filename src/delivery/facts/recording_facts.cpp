@@ -1,4 +1,4 @@
-#include "delivery/recording_facts.h"
+#include "delivery/facts/recording_facts.h"
 
 #include "foundation/chunks/chunk_bytes.h"
 #include "platform/paths.h"

@@ -1,7 +1,7 @@
 // What one recording says of itself, read once from its headers: the ground of checks and reports.
 #pragma once
 
-#include "delivery/ixml_facts.h"
+#include "delivery/facts/ixml_facts.h"
 #include "foundation/records/timecode.h"
 #include "metadata/bext_identity.h"
 #include "wave/wave_layout.h"

@@ -1,7 +1,7 @@
 // check: what other people's programs will make of recordings, by a table of rules.
 #include "cli/command.h"
 #include "cli/commands.h"
-#include "cli/fix_run.h"
+#include "cli/delivery/fix_run.h"
 #include "custody/seal_run.h"
 #include "delivery/delivery_check.h"
 #include "foundation/run/recording_list.h"

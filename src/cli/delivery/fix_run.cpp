@@ -1,4 +1,4 @@
-#include "cli/fix_run.h"
+#include "cli/delivery/fix_run.h"
 
 #include "delivery/header_fixes.h"
 #include "platform/files/files.h"

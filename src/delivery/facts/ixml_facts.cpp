@@ -1,4 +1,4 @@
-#include "delivery/ixml_facts.h"
+#include "delivery/facts/ixml_facts.h"
 
 #include "metadata/ixml_fitting.h"
 

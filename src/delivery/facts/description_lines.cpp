@@ -1,4 +1,4 @@
-#include "delivery/description_lines.h"
+#include "delivery/facts/description_lines.h"
 
 namespace ostrel {
 namespace {
