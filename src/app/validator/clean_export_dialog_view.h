@@ -38,6 +38,7 @@ private:
     QWidget* makeButtons();
     void refresh();
     void tellRefusals();
+    void tellNotSure();
     void run();
 
     StereoValidatorViewModel& viewModel_;
@@ -47,6 +48,7 @@ private:
     ToneLabel* destructive_ = nullptr;
     ToneLabel* refusals_ = nullptr;
     QPushButton* cancel_ = nullptr;
+    QCheckBox* sureOnly_ = nullptr;
     QPushButton* run_ = nullptr;
 };
 

@@ -23,6 +23,8 @@ public:
         LagColumn,
         MidSideColumn,
         DurationColumn,
+        TrustColumn,
+        WhyColumn,
         ProofColumn,
         ColumnCount,
     };
