@@ -30,9 +30,11 @@ QString makeStereo(const QTemporaryDir& folder, const QString& ffmpeg, int minut
     return path;
 }
 
-Side analysis(const QString& file) {
-    return {QStringLiteral("analyze"), [file] {
-                const auto result = NativeStereoAnalyzer().analyzeFile(file, StereoValidatorOptions());
+Side analysis(const QString& file, bool gathersEvidence = false) {
+    return {gathersEvidence ? QStringLiteral("evidence") : QStringLiteral("analyze"), [=] {
+                StereoValidatorOptions options;
+                options.gathersEvidence = gathersEvidence;
+                const auto result = NativeStereoAnalyzer().analyzeFile(file, options);
                 if (result.classification != StereoClassification::trueStereo) ::_Exit(1);
             }};
 }
@@ -68,6 +70,10 @@ int main(int argc, char** argv) {
     bench::compare(QStringLiteral("24-bit stereo, 10 min : libsndfile alone"), 1.30, analysis(tenMinutes),
                    decoding(tenMinutes), 9);
     bench::compare(QStringLiteral("24-bit stereo, 60 min : sox -n stats"), 0.40, ours,
+                   tool(sox, {hour, QStringLiteral("-n"), QStringLiteral("stats")}), 3);
+    const Side judged = analysis(hour, true);
+    bench::compare(QStringLiteral("with evidence, 60 min : libsndfile alone"), 2.00, judged, decoding(hour), 9);
+    bench::compare(QStringLiteral("with evidence, 60 min : sox -n stats"), 0.55, judged,
                    tool(sox, {hour, QStringLiteral("-n"), QStringLiteral("stats")}), 3);
     bench::compare(QStringLiteral("24-bit stereo, 60 min : ffmpeg -af astats"), 0.05, ours,
                    tool(tools.ffmpegPath.value(), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"),

@@ -16,12 +16,14 @@ namespace {
 struct ValidatorOptions : JobOptions {
     std::string preset = "recommended";
     bool skipMono = false;
+    bool evidence = false;
 };
 
 struct CleanOptions : ValidatorOptions {
     std::string side = "auto";
     bool noSuffix = false;
     bool dryRun = false;
+    bool sureOnly = false;
 };
 
 const std::map<std::string, AnalysisPreset> kPresets{{"recommended", AnalysisPreset::recommended},
@@ -54,6 +56,7 @@ protected:
         controller_.skipMonoFiles = options_.skipMono;
         controller_.recursiveScan = !options_.noSubfolders;
         controller_.generateCSV = options_.csv;
+        controller_.gathersEvidence = needsEvidence();
         // One folder is the tab's own kind of selection; several paths are taken together as the files that they hold.
         if (paths.size() == 1) {
             controller_.select(paths);
@@ -62,6 +65,8 @@ protected:
         }
         return {};
     }
+
+    virtual bool needsEvidence() const { return options_.evidence; }
 
     void work(const QStringList&) override {
         analyze();
@@ -72,7 +77,10 @@ protected:
 
     void fill(nlohmann::json& document) const override {
         nlohmann::json& results = document["results"] = nlohmann::json::array();
-        for (const StereoValidatorResult& result : controller_.analysisResults) results.push_back(result);
+        for (const StereoValidatorResult& result : controller_.analysisResults) {
+            results.push_back(result);
+            if (!options_.evidence) results.back().erase("evidence"); // was gathered for the conversion
+        }
     }
 
     JobCounts counts() const override {
@@ -145,6 +153,7 @@ protected:
         controller_.addMonoSuffix = !options_.noSuffix;
         controller_.engine = engineOf(options_);
         controller_.proves = options_.proof;
+        controller_.sureOnly = options_.sureOnly;
         controller_.allowOverwrite = options_.overwrite;
         return ValidatorRun::take(paths);
     }
@@ -154,6 +163,8 @@ protected:
         if (!terminal_.isJson()) showTable();
         options_.dryRun ? tellAllForeseen() : convert();
     }
+
+    bool needsEvidence() const override { return true; } // which channel is clean, and what may be replaced
 
     void printResult() override {} // the table stands above the log of the conversion
 
@@ -231,6 +242,8 @@ void addValidatorOptions(CLI::App& command, ValidatorOptions& options) {
         ->check(CLI::IsMember(presets))
         ->capture_default_str();
     command.add_flag("--skip-mono", options.skipMono, "Leave out files with fewer than two channels");
+    command.add_flag("--evidence", options.evidence,
+                     "Say how far each verdict can be trusted, and why; in JSON with the measures");
     addSubfoldersOption(command, options);
     command.add_flag("--csv", options.csv, "Write a CSV report into the output folder or that of the first file");
     addTerminalOptions(command, options.terminal);
@@ -265,6 +278,8 @@ void addCleanCommand(CLI::App& parser, ChosenCommand& chosen) {
     command->add_flag("--no-suffix", options->noSuffix, "Do not put \"_mono\" behind the names");
     command->add_flag("--overwrite", options->overwrite,
                       "Replace files that are there; with --no-suffix and no --output, the sources themselves");
+    command->add_flag("--sure-only", options->sureOnly,
+                      "Leave out files whose verdict is not sure; always so for the sources themselves");
     command->add_flag("--dry-run", options->dryRun, "Analyse and report; make and change nothing");
     command->callback([=, &chosen] { chosen.run = [=] { return CleanRun(*options).run(); }; });
 }

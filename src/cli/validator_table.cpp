@@ -33,6 +33,8 @@ QStringList validatorTable(const std::vector<StereoValidatorResult>& results) {
     for (const Row& row : rows) {
         for (std::size_t i = 0; i < kColumns; ++i) widths[i] = std::max(widths[i], row[i].size());
     }
+    const bool trusts = std::any_of(results.begin(), results.end(),
+                                    [](const StereoValidatorResult& result) { return result.trust.has_value(); });
     QStringList lines;
     for (std::size_t line = 0; line < rows.size(); ++line) {
         const QString error = line == 0 ? QString() : results[line - 1].error;
@@ -42,6 +44,10 @@ QStringList validatorTable(const std::vector<StereoValidatorResult>& results) {
                                        : rows[line][i].rightJustified(widths[i]));
         }
         if (!error.isEmpty()) cells << error;
+        if (line == 0 && trusts) cells << QStringLiteral("Trust ") << QStringLiteral("Why");
+        if (line > 0 && results[line - 1].trust) {
+            cells << results[line - 1].trustText().leftJustified(6) << results[line - 1].why.join(QStringLiteral("; "));
+        }
         lines << cells.join(QStringLiteral("  "));
     }
     return lines;

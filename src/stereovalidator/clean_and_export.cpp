@@ -1,5 +1,7 @@
 #include "stereovalidator/clean_and_export.h"
 
+#include "stereovalidator/trust_rules.h"
+
 namespace ostrel {
 
 QString rawText(ExportScope scope) {
@@ -26,9 +28,10 @@ bool isConverted(StereoClassification classification, const ConversionToggles& t
     }
 }
 
-bool keepsLeftChannel(StereoClassification classification, DualMonoSideSelection side) {
+bool keepsLeftChannel(StereoClassification classification, DualMonoSideSelection side, const StereoEvidence* evidence) {
     if (classification == StereoClassification::oneSidedL) return true;
     if (classification == StereoClassification::oneSidedR) return false;
+    if (side == DualMonoSideSelection::automatic && evidence) return isLeftTheCleanerChannel(*evidence);
     return side != DualMonoSideSelection::right;
 }
 

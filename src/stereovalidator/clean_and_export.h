@@ -1,6 +1,7 @@
 // What Clean & Export converts, and which channel it keeps. Pure rules.
 #pragma once
 
+#include "stereovalidator/evidence/stereo_evidence.h"
 #include "stereovalidator/stereo_classification.h"
 
 #include <QString>
@@ -26,8 +27,10 @@ struct ConversionToggles {
 // nearMono, trueStereo, silent, trueMono and unsupported are never converted.
 bool isConverted(StereoClassification classification, const ConversionToggles& toggles);
 
-// True: channel 0. The live channel of a one-sided file always, otherwise the chosen side. `automatic` is the left one
-// without a look at the levels, for a gain mismatch as well.
-bool keepsLeftChannel(StereoClassification classification, DualMonoSideSelection side);
+// True: channel 0. The live channel of a one-sided file always, otherwise the chosen side. `automatic` is the channel
+// without clipping and dropouts, where evidence tells the two apart, or else the left one without a look at the levels,
+// for a gain mismatch as well.
+bool keepsLeftChannel(StereoClassification classification, DualMonoSideSelection side,
+                      const StereoEvidence* evidence = nullptr);
 
 } // namespace ostrel

@@ -24,10 +24,19 @@ struct CleanOptions {
     bool addSuffix = true;
     EngineChoice engine = EngineChoice::ffmpeg;
     bool proves = false; // every result is read back and compared
+    // What is not sure stays as it is. Without it only copies are made of such files: a source gives way to what was
+    // made of it only where the verdict is sure.
+    bool sureOnly = false;
 };
 
 std::vector<StereoValidatorResult> convertible(const std::vector<StereoValidatorResult>& results,
                                                const ConversionToggles& toggles);
+
+// Why a run leaves a file that it could convert as it is; empty: it doesn't.
+QString leftOutReason(const StereoValidatorResult& result, const CleanOptions& options);
+
+// How many of them a run leaves out for that.
+int countLeftOut(const std::vector<StereoValidatorResult>& results, const CleanOptions& options);
 
 // As things stand: a sentence by the id of each result that a run would refuse. Changes nothing.
 QHash<QUuid, QString> foreseenRefusals(const std::vector<StereoValidatorResult>& results, const CleanOptions& options);
@@ -51,6 +60,7 @@ private:
 struct CleanCounts {
     int successes = 0;
     int errors = 0;
+    int leftOut = 0; // because their verdicts are not sure
     QSet<QUuid> converted;
     bool stopped = false; // ahead of some of them
 

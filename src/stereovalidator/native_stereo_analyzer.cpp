@@ -4,9 +4,9 @@
 #include "platform/audio/audio_file.h"
 #include "platform/paths.h"
 #include "platform/text/text.h"
-#include "stereovalidator/inter_channel_lag.h"
-#include "stereovalidator/stereo_accumulator.h"
-#include "stereovalidator/stereo_rules.h"
+#include "stereovalidator/evidence/evidence_gatherer.h"
+#include "stereovalidator/measures/inter_channel_lag.h"
+#include "stereovalidator/measures/stereo_accumulator.h"
 
 #include <new>
 
@@ -14,7 +14,6 @@ namespace ostrel {
 namespace {
 
 constexpr std::size_t kReadFrames = 16'384; // 128 KiB of stereo: stays in the second-level cache
-constexpr int kBitDepthAsRead = 32;         // whatever the file's own depth
 
 AnalyzerError notFinite(double seconds) {
     return AnalyzerError::unsupportedFormat(
@@ -28,8 +27,7 @@ ChannelAnalysis measuresOf(const StereoAccumulator& accumulator, int sampleRate,
     return measures;
 }
 
-ChannelAnalysis measure(AudioFile& file, const StereoValidatorOptions& options) {
-    StereoAccumulator accumulator(file.sampleRate());
+void readInto(AudioFile& file, StereoAccumulator& accumulator) {
     std::vector<float> block(2 * kReadFrames);
     while (const int frames = file.readInterleaved(block)) {
         accumulator.addInterleaved(std::span(block).first(2 * static_cast<std::size_t>(frames)));
@@ -37,18 +35,30 @@ ChannelAnalysis measure(AudioFile& file, const StereoValidatorOptions& options) 
             throw notFinite(static_cast<double>(file.position() - frames) / file.sampleRate());
         }
     }
-    return measuresOf(accumulator, file.sampleRate(), options);
 }
 
-void classifyInto(StereoValidatorResult& result, const ChannelAnalysis& measures,
-                  const StereoValidatorOptions& options) {
-    result.classification = classify(measures, options);
-    result.correlation = measures.correlation;
-    result.rmsDiff = measures.rmsDiff;
-    result.midSideRatio = measures.msRatio;
-    result.lagMs = measures.lagMs;
-    result.confidence =
-        calculateConfidence(result.classification, measures.correlation, measures.msRatio, measures.lagMs, options);
+// Once more, with the channels set against each other by the lag that the first pass found.
+void readAligned(AudioFile& file, EvidenceGatherer& gatherer) {
+    file.seek(0);
+    WindowRow row(file.sampleRate());
+    StereoAccumulator accumulator(file.sampleRate(), &row);
+    ChannelAligner aligner(gatherer.lagFrames());
+    std::vector<float> block(2 * kReadFrames);
+    while (const int frames = file.readInterleaved(block)) {
+        accumulator.addInterleaved(aligner.align(std::span(block).first(2 * static_cast<std::size_t>(frames))));
+    }
+    row.end(accumulator.unfinished());
+    gatherer.takeAligned(row);
+}
+
+void measureWithEvidence(AudioFile& file, const StereoValidatorOptions& options, MeasuredFile& into) {
+    EvidenceGatherer gatherer(file.sampleRate());
+    StereoAccumulator accumulator(file.sampleRate(), &gatherer);
+    readInto(file, accumulator);
+    gatherer.end(accumulator.unfinished());
+    if (gatherer.lagFrames() != 0) readAligned(file, gatherer);
+    into.measures = measuresOf(accumulator, file.sampleRate(), options);
+    into.evidence = std::make_shared<const StereoEvidence>(gatherer.evidence());
 }
 
 StereoValidatorResult failed(const QString& file, const QString& error) {
@@ -89,6 +99,7 @@ AnalysisResult NativeStereoAnalyzer::analyzeFiles(const QStringList& files, cons
                                                   const ProgressHandler& progressHandler,
                                                   const StopRequest& stop) const {
     const int count = static_cast<int>(files.size());
+    MeasureCache cache(cachePath_);
     const auto report = [&](const AnalysisProgress& progress) {
         if (progressHandler) progressHandler(progress);
     };
@@ -97,7 +108,7 @@ AnalysisResult NativeStereoAnalyzer::analyzeFiles(const QStringList& files, cons
         entry(LogLevel::info, QStringLiteral("Starting native analysis of %1 file(s)").arg(count)));
     for (int i = 0; i < count && !(stop && stop()); ++i) {
         report({i + 1, count, paths::lastComponent(files[i]), static_cast<double>(i) / count});
-        batch.results.push_back(recordOf(files[i], options));
+        batch.results.push_back(recordOf(files[i], options, cache));
         tally(batch, batch.results.back());
         for (const QString& warning : unexplainedBytesWarnings({files[i]})) {
             batch.logEntries.push_back(entry(LogLevel::warning, warning));
@@ -117,10 +128,22 @@ AnalysisResult NativeStereoAnalyzer::analyzeFiles(const QStringList& files, cons
     return batch;
 }
 
-StereoValidatorResult NativeStereoAnalyzer::recordOf(const QString& file, const StereoValidatorOptions& options) const {
+// Of a file that changes while it is read nothing is kept.
+MeasuredFile NativeStereoAnalyzer::measuredAt(const QString& file, const std::optional<FileStamp>& stamp,
+                                              const StereoValidatorOptions& options, MeasureCache& cache) const {
+    if (!stamp) return measureFile(file, options);
+    if (auto known = cache.find(file, *stamp, options.gathersEvidence)) return std::move(*known);
+    MeasuredFile measured = measureFile(file, options);
+    const std::optional<FileStamp> after = FileStamp::of(file);
+    if (after == stamp && after->changed == stamp->changed) cache.keep(file, *stamp, measured);
+    return measured;
+}
+
+StereoValidatorResult NativeStereoAnalyzer::recordOf(const QString& file, const StereoValidatorOptions& options,
+                                                     MeasureCache& cache) const {
     try {
         const std::optional<FileStamp> stamp = FileStamp::of(file);
-        StereoValidatorResult result = analyzeFile(file, options);
+        StereoValidatorResult result = resultOf(file, measuredAt(file, stamp, options, cache), options);
         result.stamp = stamp;
         return result;
     } catch (const AudioFileError& error) {
@@ -134,23 +157,24 @@ StereoValidatorResult NativeStereoAnalyzer::recordOf(const QString& file, const 
 
 StereoValidatorResult NativeStereoAnalyzer::analyzeFile(const QString& path,
                                                         const StereoValidatorOptions& options) const {
+    return resultOf(path, measureFile(path, options), options);
+}
+
+MeasuredFile NativeStereoAnalyzer::measureFile(const QString& path, const StereoValidatorOptions& options) const {
     AudioFile file(path, ffmpegPath_);
-    StereoValidatorResult result;
-    result.filepath = path;
-    result.durationSeconds = file.duration();
-    result.sampleRate = file.sampleRate();
-    result.bitDepth = kBitDepthAsRead;
-    if (file.channelCount() == 1) {
-        result.classification = StereoClassification::trueMono;
-        result.confidence = 100.0;
-    } else if (file.channelCount() != 2) {
-        result.error = QStringLiteral("Unsupported format (channels: %1)").arg(file.channelCount());
-    } else if (file.lengthInFrames() == 0) {
-        throw AnalyzerError::unsupportedFormat(QStringLiteral("the file holds no audio"));
+    MeasuredFile measured{
+        .durationSeconds = file.duration(), .sampleRate = file.sampleRate(), .channels = file.channelCount()};
+    if (measured.channels != 2) return measured;
+    if (file.lengthInFrames() == 0) throw AnalyzerError::unsupportedFormat(QStringLiteral("the file holds no audio"));
+    if (options.gathersEvidence) {
+        measured.pair = readRecordedPair(path);
+        measureWithEvidence(file, options, measured);
     } else {
-        classifyInto(result, measure(file, options), options);
+        StereoAccumulator accumulator(file.sampleRate());
+        readInto(file, accumulator);
+        measured.measures = measuresOf(accumulator, file.sampleRate(), options);
     }
-    return result;
+    return measured;
 }
 
 ChannelAnalysis NativeStereoAnalyzer::analyzeChannels(std::span<const float> left, std::span<const float> right,

@@ -5,8 +5,7 @@
 #pragma once
 
 #include "stereovalidator/analysis_result.h"
-#include "stereovalidator/channel_analysis.h"
-#include "stereovalidator/stereo_validator_options.h"
+#include "stereovalidator/measure_cache.h"
 
 #include <QString>
 #include <QStringList>
@@ -45,7 +44,9 @@ public:
     using StopRequest = std::function<bool()>;
 
     // ffmpeg decodes what libsndfile can't (M4A, AAC, MP4); without it such files become records with an error.
-    explicit NativeStereoAnalyzer(const QString& ffmpegPath = QString()) : ffmpegPath_(ffmpegPath) {}
+    // `cachePath`: what was measured earlier, see MeasureCache; empty: every file is read.
+    explicit NativeStereoAnalyzer(const QString& ffmpegPath = QString(), const QString& cachePath = QString())
+        : ffmpegPath_(ffmpegPath), cachePath_(cachePath) {}
 
     // In the order given. Never fails as a whole: a failure of a file is its record. `stop` is asked before every file;
     // a stopped batch gives the records made so far. Both functions are called on the calling thread.
@@ -55,15 +56,22 @@ public:
     // Throws AudioFileError and AnalyzerError.
     StereoValidatorResult analyzeFile(const QString& file, const StereoValidatorOptions& options) const;
 
+    // What analyzeFile judges by, and throws the same. A file of one channel, or of more than two, is not read.
+    MeasuredFile measureFile(const QString& file, const StereoValidatorOptions& options) const;
+
     // The same measures of two channels in memory, of equal length. Throws AnalyzerError for samples that are infinite
     // or not numbers.
     static ChannelAnalysis analyzeChannels(std::span<const float> left, std::span<const float> right, int sampleRate,
                                            const StereoValidatorOptions& options);
 
 private:
-    StereoValidatorResult recordOf(const QString& file, const StereoValidatorOptions& options) const;
+    StereoValidatorResult recordOf(const QString& file, const StereoValidatorOptions& options,
+                                   MeasureCache& cache) const;
+    MeasuredFile measuredAt(const QString& file, const std::optional<FileStamp>& stamp,
+                            const StereoValidatorOptions& options, MeasureCache& cache) const;
 
     QString ffmpegPath_;
+    QString cachePath_;
 };
 
 } // namespace ostrel

@@ -1,7 +1,7 @@
 // From measures to a classification, and how far to trust it. Pure functions.
 #pragma once
 
-#include "stereovalidator/channel_analysis.h"
+#include "stereovalidator/measures/channel_analysis.h"
 #include "stereovalidator/stereo_classification.h"
 #include "stereovalidator/stereo_validator_options.h"
 

@@ -9,7 +9,8 @@ void writeToDebugLog(const QString& text) { writeValidatorDebugLine(text, QStrin
 
 } // namespace
 
-StereoValidatorEngine::StereoValidatorEngine(const QString& ffmpegPath) : nativeAnalyzer_(ffmpegPath) {
+StereoValidatorEngine::StereoValidatorEngine(const QString& ffmpegPath, const QString& cachePath)
+    : nativeAnalyzer_(ffmpegPath, cachePath) {
     writeToDebugLog(QStringLiteral("Using NATIVE in-process analyzer (no Python/libsndfile required)"));
 }
 

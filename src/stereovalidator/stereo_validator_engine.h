@@ -7,7 +7,7 @@ namespace ostrel {
 
 class StereoValidatorEngine {
 public:
-    explicit StereoValidatorEngine(const QString& ffmpegPath = QString());
+    explicit StereoValidatorEngine(const QString& ffmpegPath = QString(), const QString& cachePath = QString());
 
     // See NativeStereoAnalyzer.
     AnalysisResult analyzeFiles(const QStringList& files, const StereoValidatorOptions& options,

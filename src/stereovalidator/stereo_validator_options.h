@@ -15,6 +15,8 @@ struct StereoValidatorOptions {
     // Carried along with a run; no number depends on these two.
     bool includeMidSide = true;
     bool generateCSV = false;
+    // Beside the classification, and without a say in it: how far to trust it, and why.
+    bool gathersEvidence = false;
 
     bool operator==(const StereoValidatorOptions&) const = default;
 };

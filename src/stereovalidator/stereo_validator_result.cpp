@@ -1,6 +1,7 @@
 #include "stereovalidator/stereo_validator_result.h"
 
 #include "platform/text/text.h"
+#include "stereovalidator/evidence/evidence_document.h"
 
 #include <cmath>
 #include <nlohmann/json.hpp>
@@ -28,6 +29,8 @@ QString StereoValidatorResult::formattedMidSideRatio() const {
     return isAntiPhase(*this) ? QStringLiteral("Mid≈0 (Anti-Phase)") : fixed(midSideRatio, 4);
 }
 
+QString StereoValidatorResult::trustText() const { return trust ? displayName(*trust) : QString(); }
+
 QString StereoValidatorResult::smartDisplayName() const {
     if (classification == StereoClassification::broken && isAntiPhase(*this) && std::abs(lagMs) < 1.0) {
         return QStringLiteral("Broken: Polarity-Inverted Dual Mono (Will Null in Mono)");
@@ -49,6 +52,12 @@ void to_json(nlohmann::json& json, const StereoValidatorResult& result) {
         {"sampleRate", result.sampleRate},
         {"bitDepth", result.bitDepth},
     };
+    if (result.trust) {
+        json["trust"] = rawText(*result.trust).toStdString();
+        nlohmann::json& why = json["why"] = nlohmann::json::array();
+        for (const QString& sentence : result.why) why.push_back(sentence.toStdString());
+    }
+    if (result.evidence) json["evidence"] = *result.evidence;
     if (!result.error.isEmpty()) json["error"] = result.error.toStdString();
 }
 
@@ -70,6 +79,14 @@ void from_json(const nlohmann::json& json, StereoValidatorResult& result) {
     json.at("durationSeconds").get_to(result.durationSeconds);
     json.at("sampleRate").get_to(result.sampleRate);
     json.at("bitDepth").get_to(result.bitDepth);
+    result.trust = json.contains("trust") ? trustOf(textAt(json, "trust")) : std::nullopt;
+    result.why.clear();
+    for (const nlohmann::json& sentence : json.value("why", nlohmann::json::array())) {
+        result.why << QString::fromStdString(sentence.get<std::string>());
+    }
+    result.evidence = json.contains("evidence")
+                          ? std::make_shared<const StereoEvidence>(json.at("evidence").get<StereoEvidence>())
+                          : nullptr;
     result.error = json.contains("error") ? textAt(json, "error") : QString();
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/paths.h"
 #include "platform/text/text.h"
+#include "stereovalidator/measure_cache.h"
 #include "stereovalidator/stereo_validator_engine.h"
 #include "stereovalidator/validator_report.h"
 #include "stereovalidator/validator_words.h"
@@ -10,6 +11,7 @@
 #include <QEventLoop>
 #include <QScopeGuard>
 #include <QTimer>
+#include <algorithm>
 #include <chrono>
 #include <future>
 
@@ -87,6 +89,7 @@ StereoValidatorOptions StereoValidatorViewModel::options() const {
         .oneSidedDb = oneSidedDb.value(),
         .includeMidSide = includeMidSide.value(),
         .generateCSV = generateCSV.value(),
+        .gathersEvidence = gathersEvidence.value(),
     };
 }
 
@@ -185,7 +188,8 @@ QCoro::Task<> StereoValidatorViewModel::runAnalysis(TaskHandle handle) {
             };
             const auto analyze = [files = found.files, thresholds, ffmpegPath, showProgress, handle] {
                 const auto stop = [handle] { return handle.isCancelled(); };
-                return StereoValidatorEngine(ffmpegPath).analyzeFiles(files, thresholds, showProgress, stop);
+                return StereoValidatorEngine(ffmpegPath, MeasureCache::usualPath())
+                    .analyzeFiles(files, thresholds, showProgress, stop);
             };
             AnalysisResult batch = co_await inBackground(this, analyze);
             summary_ = batch.summary();
@@ -289,15 +293,29 @@ CleanOptions StereoValidatorViewModel::cleanOptions() const {
         .addSuffix = addMonoSuffix.value(),
         .engine = engine.value(),
         .proves = proves.value(),
+        .sureOnly = sureOnly.value(),
     };
+}
+
+std::vector<StereoValidatorResult>
+StereoValidatorViewModel::convertibleInScope(const std::vector<StereoValidatorResult>& selected) const {
+    return convertible(exportScope.value() == ExportScope::selected ? selected : analysisResults.rows(),
+                       cleanOptions().toggles);
+}
+
+int StereoValidatorViewModel::countOfLeftOut(const std::vector<StereoValidatorResult>& selectedResults) const {
+    return countLeftOut(convertibleInScope(selectedResults), cleanOptions());
+}
+
+int StereoValidatorViewModel::countOfNotSure(const std::vector<StereoValidatorResult>& selectedResults) const {
+    CleanOptions strict = cleanOptions();
+    strict.sureOnly = true;
+    return countLeftOut(convertibleInScope(selectedResults), strict);
 }
 
 QHash<QUuid, QString>
 StereoValidatorViewModel::foreseenRefusals(const std::vector<StereoValidatorResult>& selectedResults) const {
-    const bool selected = exportScope.value() == ExportScope::selected;
-    const CleanOptions chosen = cleanOptions();
-    return ostrel::foreseenRefusals(convertible(selected ? selectedResults : analysisResults.rows(), chosen.toggles),
-                                    chosen);
+    return ostrel::foreseenRefusals(convertibleInScope(selectedResults), cleanOptions());
 }
 
 CleanCounts StereoValidatorViewModel::convertAll(const std::vector<StereoValidatorResult>& results) {
@@ -358,6 +376,10 @@ void StereoValidatorViewModel::count(const StereoValidatorResult& result, CleanC
         log(LogLevel::success, LogCategory::process, outcome.message);
         ++counts.successes;
         counts.converted << result.id;
+    } else if (!outcome.failed()) {
+        writeValidatorDebugLine(QStringLiteral("  ⚠️ Left out: ") + name);
+        log(LogLevel::warning, LogCategory::process, outcome.message);
+        ++counts.leftOut;
     } else {
         writeValidatorDebugLine(QStringLiteral("  ❌ Failed to process %1: %2").arg(name, outcome.message));
         log(LogLevel::error, LogCategory::process,
@@ -386,6 +408,8 @@ void StereoValidatorViewModel::autoGenerateCSVReport(const CleanCounts& counts) 
         .totalFiles = wasStopped_ ? totalFiles_ : static_cast<int>(analysisResults.size()),
         .source = source.isEmpty() ? QStringLiteral("Multiple files") : source,
         .output = outputFolder.value().isEmpty() ? QStringLiteral("Same as source") : outputFolder.value(),
+        .trusts = std::any_of(analysisResults.begin(), analysisResults.end(),
+                              [](const StereoValidatorResult& result) { return result.trust.has_value(); }),
         .proves = proves.value(),
     };
     reportPath_ = writeValidatorReport(report, folder);

@@ -51,6 +51,7 @@ public:
     QProperty<double> bigLagMs{StereoValidatorOptions().bigLagMs};
     QProperty<double> oneSidedDb{StereoValidatorOptions().oneSidedDb};
     QProperty<bool> includeMidSide{true};
+    QProperty<bool> gathersEvidence{true}; // how far to trust each verdict, and why
     RecordList<StereoValidatorResult> analysisResults;
     QProperty<bool> isAnalyzing{false};
     QProperty<double> analysisProgress{0}; // 0 to 1
@@ -65,6 +66,7 @@ public:
     QProperty<DualMonoSideSelection> dualMonoSideSelection{DualMonoSideSelection::automatic};
     QProperty<bool> addMonoSuffix{true};
     QProperty<bool> allowOverwrite{false};
+    QProperty<bool> sureOnly{false}; // leave out what is not sure; always so where sources are replaced
     QProperty<EngineChoice> engine{EngineChoice::ffmpeg};
     QProperty<bool> proves{false}; // every result is read back and compared with the channel it was made of
     QProperty<bool> generateCSV{false};
@@ -107,6 +109,9 @@ public:
     void cleanAndExport(const std::vector<StereoValidatorResult>& selectedResults);
     // What a run would refuse as things stand: a sentence by the id of each such result. Changes nothing.
     QHash<QUuid, QString> foreseenRefusals(const std::vector<StereoValidatorResult>& selectedResults) const;
+    // How many files a run would leave out as not sure, and how many of what it could take are not sure.
+    int countOfLeftOut(const std::vector<StereoValidatorResult>& selectedResults) const;
+    int countOfNotSure(const std::vector<StereoValidatorResult>& selectedResults) const;
     // Ends a running cleanAndExport before its next file.
     void stopExport() { exportTask_.cancel(); }
     // Loads a result's file into the player and plays it.
@@ -131,6 +136,7 @@ private:
     std::optional<std::vector<StereoValidatorResult>>
     resultsInScope(const std::vector<StereoValidatorResult>& selectedResults);
     CleanOptions cleanOptions() const;
+    std::vector<StereoValidatorResult> convertibleInScope(const std::vector<StereoValidatorResult>& selected) const;
     void tellUnfinishedSteps();
     CleanCounts convertAll(const std::vector<StereoValidatorResult>& results);
     ItemOutcome convertAside(CleanRun& run, const StereoValidatorResult& result);

@@ -69,9 +69,12 @@ QString writeValidatorReport(const ValidatorReport& report, const QString& folde
     QVector<QStringList> rows;
     for (const StereoValidatorResult& result : report.results) {
         rows << row(result, report.converted.contains(result.id));
+        if (report.trusts) rows.last() << result.trustText() << result.why.join(QStringLiteral("; "));
         if (report.proves) rows.last() << (result.outcome ? result.outcome->proofText() : QString());
     }
-    const QStringList columns = report.proves ? headers() + QStringList(QStringLiteral("Proof")) : headers();
+    QStringList columns = headers();
+    if (report.trusts) columns << QStringLiteral("Trust") << QStringLiteral("Why");
+    if (report.proves) columns << QStringLiteral("Proof");
     return CSVReportGenerator::generate(QStringLiteral("StereoValidator"), metadata, columns, rows, summary, folder);
 }
 

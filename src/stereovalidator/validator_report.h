@@ -19,6 +19,7 @@ struct ValidatorReport {
     int totalFiles = 0;  // more than there are results after an analysis that was stopped
     QString source;      // where the files came from, for the report's head
     QString output;      // where the results went, for the report's head
+    bool trusts = false; // with the columns Trust and Why, behind the usual ones
     bool proves = false; // with a column of what was proved, behind all others
 };
 

@@ -216,12 +216,15 @@ TEST_F(ValidatorTabTest, CellsShowTheRecordsTexts) {
     inverted.midSideRatio = 5000;
     inverted.lagMs = 0.25;
     inverted.durationSeconds = 65.9;
+    inverted.trust = Trust::unsure;
+    inverted.why = {QStringLiteral("Opposite only below 80 Hz"), QStringLiteral("Left channel clipped")};
     validator_.analysisResults.assign({inverted});
     QStringList row;
     for (int column = 0; column < Model::ProofColumn; ++column) row << model().index(0, column).data().toString();
     EXPECT_EQ(row.join(u'|'),
               QStringLiteral("x.flac|FLAC|Broken: Polarity-Inverted Dual Mono (Will Null in Mono)|-1.000|"
-                             "100.0%|0.25 ms|Mid≈0 (Anti-Phase)|1:05"));
+                             "100.0%|0.25 ms|Mid≈0 (Anti-Phase)|1:05|Unsure|Opposite only below 80 Hz; "
+                             "Left channel clipped"));
 }
 
 TEST_F(ValidatorTabTest, AClickAuditionsAndArrowsGoOn) {

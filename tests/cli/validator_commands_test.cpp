@@ -13,7 +13,7 @@ namespace {
 using namespace testing;
 
 // 24-bit stereo, two seconds at 8 kHz: noise on the left, and on the right what `gain` makes of it.
-QString writeStereo(const TestFolder& folder, const QString& name, int gain) {
+QString writeStereo(const TestFolder& folder, const QString& name, double gain) {
     WaveSpec spec{.channels = 2, .sampleRate = 8000, .frames = 16000};
     spec.signal = [gain](int channel, int frame) { return noise(0, frame, 23) * (channel == 0 ? 1 : gain); };
     return folder.write(name, waveBytes(spec));
@@ -213,6 +213,44 @@ TEST(Clean, ReplacesTheSourceOnlyWhenAskedTwiceOver) {
         EXPECT_EQ(item["fates"][0]["fate"], "replaced");
         QFile::remove(file);
     }
+}
+
+TEST(Clean, ReplacesNoSourceWhoseVerdictIsNotSure) {
+    const TestFolder folder;
+    const QString file = writeStereo(folder, QStringLiteral("a.wav"), -0.794);
+    const QString before = fingerprintOf(file);
+    const CliRun inPlace = run(QStringLiteral("clean"), {QStringLiteral("--no-suffix"), QStringLiteral("--overwrite"),
+                                                         QStringLiteral("--json"), file});
+    EXPECT_EQ(inPlace.exitStatus, 0);
+    EXPECT_EQ(fingerprintOf(file), before);
+    const nlohmann::json json = inPlace.json();
+    EXPECT_EQ(json["results"][0]["trust"], "unsure");
+    EXPECT_EQ(json["items"][0]["status"], "skipped");
+    EXPECT_EQ(json["items"][0]["fates"][0]["fate"], "kept");
+    EXPECT_TRUE(text(json["items"][0]["message"]).startsWith(QStringLiteral("Original kept: a.wav is not sure to be")));
+    EXPECT_EQ(json["summary"], (nlohmann::json{{"success", 0}, {"skipped", 1}, {"errors", 0}}));
+
+    EXPECT_EQ(run(QStringLiteral("clean"), {QStringLiteral("--sure-only"), file}).exitStatus, 0);
+    EXPECT_EQ(namesIn(folder.path()), QStringList{QStringLiteral("a.wav")});
+    EXPECT_EQ(run(QStringLiteral("clean"), {file}).exitStatus, 0); // a copy may be made of it
+    EXPECT_EQ(namesIn(folder.path()).size(), 2);
+}
+
+TEST(Validate, TellsHowFarToTrustAVerdictWhereAsked) {
+    const TestFolder folder;
+    const QString file = writeStereo(folder, QStringLiteral("a.wav"), -0.794);
+    const nlohmann::json bare = run(QStringLiteral("validate"), {QStringLiteral("--json"), file}).json()["results"][0];
+    EXPECT_FALSE(bare.contains("trust") || bare.contains("why") || bare.contains("evidence"));
+    const nlohmann::json judged =
+        run(QStringLiteral("validate"), {QStringLiteral("--evidence"), QStringLiteral("--json"), file})
+            .json()["results"][0];
+    EXPECT_EQ(judged["classification"], bare["classification"]);
+    EXPECT_EQ(judged["trust"], "unsure");
+    EXPECT_EQ(text(judged["why"][0]), QStringLiteral("Same signal, inverted and 2.0 dB lower on the right"));
+    EXPECT_NEAR(judged["evidence"]["balanceDb"].get<double>(), -2.0, 0.05);
+    EXPECT_EQ(judged["evidence"]["strip"]["left"].size(), judged["evidence"]["strip"]["residual"].size());
+    const QString shown = run(QStringLiteral("validate"), {QStringLiteral("--evidence"), file}).out;
+    EXPECT_TRUE(shown.contains(QStringLiteral("Unsure  Same signal, inverted and 2.0 dB lower on the right")));
 }
 
 TEST(Clean, ReplacesNothingForWantOfASuffixAlone) {

@@ -1,6 +1,6 @@
-#include "stereovalidator/inter_channel_lag.h"
+#include "stereovalidator/measures/inter_channel_lag.h"
+#include "stereovalidator/measures/stereo_accumulator.h"
 #include "stereovalidator/native_stereo_analyzer.h"
-#include "stereovalidator/stereo_accumulator.h"
 #include "stereovalidator/stereo_reference.h"
 #include "support/test_folder.h"
 

@@ -86,7 +86,9 @@ protected:
 TEST_F(ValidatorTest, BeginsWithItsDefaults) {
     EXPECT_EQ(newLog(), QStringList{QStringLiteral(
                             "INFO SYSTEM Using native in-process analyzer - no external dependencies required")});
-    EXPECT_EQ(controller_.options(), StereoValidatorOptions());
+    StereoValidatorOptions defaults;
+    defaults.gathersEvidence = true;
+    EXPECT_EQ(controller_.options(), defaults);
     EXPECT_FALSE(controller_.canAnalyze());
     EXPECT_TRUE(controller_.recursiveScan.value());
     EXPECT_FALSE(controller_.skipMonoFiles.value());
@@ -141,6 +143,7 @@ TEST_F(ValidatorTest, SelectsTheOutputFolder) {
 
 TEST_F(ValidatorTest, AppliesAPresetToTheFiveThresholdsAlone) {
     controller_.includeMidSide = false;
+    controller_.gathersEvidence = false;
     controller_.applyPreset(AnalysisPreset::strict);
     EXPECT_EQ(controller_.options(), (StereoValidatorOptions{0.998, 0.97, 0.5, 3.0, 60.0, false, false}));
 }
@@ -669,14 +672,14 @@ TEST_F(ValidatorTest, WritesOneReportRowForEveryResult) {
                            QStringLiteral("# Files Analyzed: 3"), QStringLiteral("# Converted: 1"),
                            QStringLiteral("# Errors: 0"), QStringLiteral("# Skipped: 2"), QStringLiteral("#")}));
     EXPECT_EQ(lines[9], QStringLiteral("File,Classification,Action,Correlation,Confidence,Lag (ms),Mid/Side Ratio,RMS "
-                                       "Diff,Duration,Sample Rate,Bit Depth,Metadata"));
+                                       "Diff,Duration,Sample Rate,Bit Depth,Metadata,Trust,Why"));
     EXPECT_EQ(lines[10], QStringLiteral("\"dual, mono.wav\",Dual Mono,Converted to Mono,1.000,100.0%,0.00,0.0000,"
-                                        "0.000000,0:02,8000,32,"));
+                                        "0.000000,0:02,8000,32,,Sure,"));
     // (1 - 0.97) / (1 + 0.97), and 0.5 * sqrt(1 - 0.97)
     EXPECT_EQ(lines[11], QStringLiteral("near.wav,Near Mono,Skipped (Near Mono),0.970,60.0%,0.00,0.0152,0.086603,0:02,"
-                                        "8000,32,"));
+                                        "8000,32,,Sure,"));
     EXPECT_EQ(lines[12], QStringLiteral("text.wav,Unsupported,Skipped (Unsupported),0.000,0.0%,0.00,0.0000,0.000000,"
-                                        "0:00,0,0,"));
+                                        "0:00,0,0,,,"));
     EXPECT_EQ(lines.mid(13), (QStringList{QString(), QStringLiteral("# Total Files: 3"),
                                           QStringLiteral("# Converted: 1"), QStringLiteral("# Errors: 0")}));
 }

@@ -40,6 +40,15 @@ Badge badgeOf(StereoClassification classification) {
     return {QString::fromUtf16(look.symbol), QString::fromUtf16(look.label), look.color};
 }
 
+Badge badgeOf(Trust trust) {
+    switch (trust) {
+    case Trust::sure: return {QStringLiteral("checkmark.circle.fill"), displayName(trust), Color::green};
+    case Trust::likely: return {QStringLiteral("exclamationmark.circle"), displayName(trust), Color::yellow};
+    case Trust::unsure: break;
+    }
+    return {QStringLiteral("exclamationmark.triangle"), displayName(trust), Color::orange};
+}
+
 ClassificationBadge::ClassificationBadge(StereoClassification classification, int count, QWidget* parent)
     : QAbstractButton(parent), classification_(classification), count_(count) {
     setCheckable(true);

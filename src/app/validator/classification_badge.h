@@ -3,6 +3,7 @@
 
 #include "app/controls/item_roles.h"
 #include "stereovalidator/stereo_classification.h"
+#include "stereovalidator/trust_rules.h"
 
 #include <QAbstractButton>
 
@@ -10,6 +11,7 @@ namespace ostrel {
 
 // Symbol, short label ("One-Sided") and colour.
 Badge badgeOf(StereoClassification classification);
+Badge badgeOf(Trust trust);
 
 class ClassificationBadge : public QAbstractButton {
     Q_OBJECT

@@ -59,6 +59,7 @@ CleanExportDialogView::CleanExportDialogView(StereoValidatorViewModel& viewModel
     bindings_.watch(viewModel.processDualMono, again);
     bindings_.watch(viewModel.processOneSided, again);
     bindings_.watch(viewModel.processBroken, again);
+    bindings_.watch(viewModel.sureOnly, again);
     bindings_.watch(viewModel.currentExportFile, [this] { followExport(); });
     bindings_.watch(viewModel.exportProgress, [this] { followExport(); });
     bindings_.watch(viewModel.isExporting, [this] { followExport(); });
@@ -123,6 +124,13 @@ void CleanExportDialogView::addConversions(QVBoxLayout& column) {
     column.addWidget(remark(QStringLiteral("Auto: Uses Left for true dual mono. For gain mismatch, automatically uses "
                                            "Louder channel")));
     column.addWidget(remark(QStringLiteral("For broken (anti-phase) files: Extracts selected channel to mono")));
+    const QString words = QStringLiteral("Leave out files that are not sure");
+    sureOnly_ =
+        named(new QCheckBox(words), words,
+              QStringLiteral("The reasons stand in the table's column Why. Originals are replaced only where the "
+                             "verdict is sure"));
+    connect(sureOnly_, &QCheckBox::clicked, this, [this](bool isOn) { viewModel_.sureOnly = isOn; });
+    column.addWidget(sureOnly_);
 }
 
 void CleanExportDialogView::addOutputOptions(QVBoxLayout& column) {
@@ -181,7 +189,17 @@ void CleanExportDialogView::refresh() {
     run_->setAccessibleName(isDestructive ? words : QStringLiteral("Clean & Export"));
     makeDestructive(*run_, isDestructive);
     setDefaultButton(*this, isDestructive ? *cancel_ : *run_);
+    tellNotSure();
     tellRefusals();
+}
+
+// Where originals would be replaced the box stands as on, whatever was chosen for copies.
+void CleanExportDialogView::tellNotSure() {
+    const bool isDestructive = isDestructiveOverwrite();
+    sureOnly_->setEnabled(!isDestructive);
+    sureOnly_->setChecked(isDestructive || viewModel_.sureOnly.value());
+    sureOnly_->setText(
+        QStringLiteral("Leave out files that are not sure (%1)").arg(viewModel_.countOfNotSure(selected_())));
 }
 
 // Ahead of the run, as things stand; the whole sentences are in the log behind it.

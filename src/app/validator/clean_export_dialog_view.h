@@ -40,6 +40,7 @@ private:
     QWidget* makeButtons();
     void refresh();
     void tellRefusals();
+    void tellNotSure();
     void run();
     void followExport();
 
@@ -50,6 +51,7 @@ private:
     ToneLabel* destructive_ = nullptr;
     ToneLabel* refusals_ = nullptr;
     QPushButton* cancel_ = nullptr;
+    QCheckBox* sureOnly_ = nullptr;
     QPushButton* run_ = nullptr;
     QPushButton* cancel_ = nullptr;
     QWidget* options_ = nullptr;

@@ -176,6 +176,7 @@ QWidget* StereoValidatorTabView::makeResults() {
     addRowMenu(*table_, viewModel_.desktop(), std::move(menu));
     table_->setEmptyText(QStringLiteral("Analyze files to see what they really are."));
     table_->setItemDelegateForColumn(ValidatorResultsModel::ClassificationColumn, new StatusBadge(table_));
+    table_->setItemDelegateForColumn(ValidatorResultsModel::TrustColumn, new StatusBadge(table_));
     table_->setItemDelegateForColumn(ValidatorResultsModel::CodecColumn,
                                      new ChannelIndicators(table_)); // CodecBadgeView
     table_->setColumnText(ValidatorResultsModel::CodecColumn, QStringLiteral("Format"), 4);
@@ -185,6 +186,8 @@ QWidget* StereoValidatorTabView::makeResults() {
     table_->setColumnText(ValidatorResultsModel::LagColumn, QStringLiteral("-888.88 ms"));
     table_->setColumnText(ValidatorResultsModel::MidSideColumn, QStringLiteral("Mid≈0 (Anti-Phase)"));
     table_->setColumnText(ValidatorResultsModel::DurationColumn, QStringLiteral("Duration "));
+    table_->setColumnText(ValidatorResultsModel::TrustColumn, QStringLiteral("Unsure"), 18);
+    table_->setColumnText(ValidatorResultsModel::WhyColumn, QStringLiteral("Looks dual mono, but differs"), 18);
     table_->setColumnWidth(ValidatorResultsModel::FileColumn, 120);
     table_->setStretchColumns({ValidatorResultsModel::FileColumn, ValidatorResultsModel::ClassificationColumn});
     table_->setMinimumRows(4);

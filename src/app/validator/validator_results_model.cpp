@@ -12,7 +12,8 @@ namespace {
 
 bool isNumber(int column) {
     return column != ValidatorResultsModel::FileColumn && column != ValidatorResultsModel::CodecColumn &&
-           column != ValidatorResultsModel::ClassificationColumn && column != ValidatorResultsModel::ProofColumn;
+           column != ValidatorResultsModel::ClassificationColumn && column != ValidatorResultsModel::ProofColumn &&
+           column != ValidatorResultsModel::TrustColumn && column != ValidatorResultsModel::WhyColumn;
 }
 
 // Without the sign of a number that rounds to nothing.
@@ -31,6 +32,8 @@ QString textOf(const StereoValidatorResult& result, const QString& name, int col
     case ValidatorResultsModel::LagColumn: return signedText(result.lagMs, 2) + QStringLiteral(" ms");
     case ValidatorResultsModel::MidSideColumn: return result.formattedMidSideRatio();
     case ValidatorResultsModel::DurationColumn: return result.formattedDuration();
+    case ValidatorResultsModel::TrustColumn: return result.trustText();
+    case ValidatorResultsModel::WhyColumn: return result.why.join(QStringLiteral("; "));
     default: return QString();
     }
 }
@@ -79,11 +82,14 @@ QVariant ValidatorResultsModel::data(const QModelIndex& index, int role) const {
         return QVariant((isNumber(index.column()) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
     case Qt::ToolTipRole:
         if (index.column() == FileColumn) return result.filepath;
+        if (index.column() == TrustColumn || index.column() == WhyColumn) return result.why.join(QLatin1Char('\n'));
         if (index.column() != ClassificationColumn) return {};
         return result.error.isEmpty() ? result.smartDisplayName() : result.error;
     case SortRole: return sortValue(result, index.column());
     case ElideMiddleRole: return index.column() == FileColumn;
     case BadgeRole: {
+        if (index.column() == TrustColumn)
+            return result.trust ? QVariant::fromValue(badgeOf(*result.trust)) : QVariant();
         Badge badge = badgeOf(result.classification);
         badge.word = result.smartDisplayName();
         return QVariant::fromValue(badge);
@@ -104,7 +110,8 @@ QVariant ValidatorResultsModel::headerData(int section, Qt::Orientation orientat
     static const QStringList titles{
         QStringLiteral("File"),        QStringLiteral("Format"),     QStringLiteral("Classification"),
         QStringLiteral("Correlation"), QStringLiteral("Confidence"), QStringLiteral("Lag"),
-        QStringLiteral("Mid/Side"),    QStringLiteral("Duration"),   QStringLiteral("Proof")};
+        QStringLiteral("Mid/Side"),    QStringLiteral("Duration"),   QStringLiteral("Trust"),
+        QStringLiteral("Why"),         QStringLiteral("Proof")};
     return titles.value(section);
 }
 

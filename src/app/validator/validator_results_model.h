@@ -22,6 +22,8 @@ public:
         LagColumn,
         MidSideColumn,
         DurationColumn,
+        TrustColumn,
+        WhyColumn,
         ProofColumn,
         ColumnCount,
     };

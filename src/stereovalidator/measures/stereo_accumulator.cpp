@@ -1,4 +1,4 @@
-#include "stereovalidator/stereo_accumulator.h"
+#include "stereovalidator/measures/stereo_accumulator.h"
 
 #include <algorithm>
 #include <cmath>
@@ -23,7 +23,7 @@ double dbfs(double rms) { return rms > kDigitalSilence ? 20 * std::log10(rms) : 
 
 } // namespace
 
-StereoAccumulator::StereoAccumulator(int sampleRate) {
+StereoAccumulator::StereoAccumulator(int sampleRate, HopObserver* observer) : observer_(observer) {
     const bool windowed = sampleRate >= 2;
     hopFrames_ = windowed ? static_cast<std::size_t>(sampleRate) / 2 : std::numeric_limits<std::size_t>::max();
     headFrames_ = windowed ? static_cast<std::size_t>(sampleRate) % 2 : 0;
@@ -38,6 +38,7 @@ void StereoAccumulator::addInterleaved(std::span<const float> samples) {
         const std::size_t frames = std::min(framesToNextEdge(), samples.size() / 2);
         const StereoSums stretch = StereoSums::ofInterleaved(samples.first(2 * frames));
         finite_ = finite_ && stretch.isFinite();
+        if (observer_) observer_->takeSamples(samples.first(2 * frames));
         current_.add(stretch);
         filled_ += frames;
         samples = samples.subspan(2 * frames);
@@ -55,6 +56,7 @@ void StereoAccumulator::finishHop() {
     older_ = newer_;
     newer_ = std::exchange(current_, {});
     filled_ = 0;
+    if (observer_) observer_->endHop(newer_);
     finishedHops_ = std::min(finishedHops_ + 1, 2);
     if (headFrames_ == 0) closeWindow();
 }

@@ -5,8 +5,8 @@
 // also takes the first frame of the hop that follows, which is therefore summed apart from its rest.
 #pragma once
 
-#include "stereovalidator/channel_analysis.h"
-#include "stereovalidator/stereo_sums.h"
+#include "stereovalidator/measures/channel_analysis.h"
+#include "stereovalidator/measures/stereo_sums.h"
 
 #include <cstddef>
 #include <span>
@@ -14,10 +14,18 @@
 
 namespace ostrel {
 
+// Sees what is measured half second by half second, from the same pass.
+class HopObserver {
+public:
+    virtual ~HopObserver() = default;
+    virtual void takeSamples(std::span<const float>) {} // of one half second, left and right in turn
+    virtual void endHop(const StereoSums& sums) = 0;    // that half second has ended
+};
+
 class StereoAccumulator {
 public:
     // Hz. Below 2 Hz there are no windows.
-    explicit StereoAccumulator(int sampleRate);
+    explicit StereoAccumulator(int sampleRate, HopObserver* observer = nullptr);
 
     // Whole frames as left, right, left, right. Any block size.
     void addInterleaved(std::span<const float> samples);
@@ -28,6 +36,9 @@ public:
     // False as soon as a sample was infinite or not a number; the measures are of no use then.
     bool isFinite() const { return finite_; }
 
+    // Of the half second that has not ended.
+    const StereoSums& unfinished() const { return current_; }
+
     // What came so far. The lag is not measured here.
     ChannelAnalysis measures() const;
 
@@ -36,6 +47,7 @@ private:
     void finishHop();
     void closeWindow();
 
+    HopObserver* observer_;
     std::size_t hopFrames_;
     std::size_t headFrames_; // of a hop, that belong to the window before as well: 0 or 1
     std::size_t filled_ = 0; // frames of the hop in progress

@@ -1,6 +1,6 @@
-#include "stereovalidator/inter_channel_lag.h"
+#include "stereovalidator/measures/inter_channel_lag.h"
 
-#include "stereovalidator/stereo_sums.h"
+#include "stereovalidator/measures/stereo_sums.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "stereovalidator/stereo_sums.h"
+#include "stereovalidator/measures/stereo_sums.h"
 
 #include <cmath>
 
