@@ -94,6 +94,7 @@ MainView::MainView(AppViewModel& viewModel, DesktopServices& desktop, QWidget* p
     const auto source = [this] { refreshSource(); };
     bindings_.watch(viewModel.selectedFiles, source);
     bindings_.watch(viewModel.sourceURL, source);
+    bindings_.watch(viewModel.sourceURL, [this] { Q_EMIT sourceChanged(); });
     bindings_.watch(viewModel.options, source);
     bindings_.watch(viewModel.useCustomOutput, source);
     bindings_.bind(viewModel.outputPath, source);
@@ -361,6 +362,10 @@ void MainView::refresh() {
         const auto& entries = viewModel_.logEntries;
         Q_EMIT busyChanged(isBusy, entries.empty() ? QString() : entries.rows().back().message);
     }
+}
+
+QString MainView::outputFolder() const {
+    return viewModel_.useCustomOutput.value() ? viewModel_.outputURL.value() : QString();
 }
 
 ProvenRun MainView::provenRun() const {

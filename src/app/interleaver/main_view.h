@@ -42,6 +42,8 @@ public:
     bool hasRunningTask() const override { return viewModel_.hasRunningTask(); }
     void stop() override { viewModel_.stopProcessing(); }
     ProvenRun provenRun() const override;
+    QString sourcePath() const override { return viewModel_.sourceURL.value(); }
+    QString outputFolder() const override;
     QWidget* firstFocus() override;
 
 private:

@@ -33,6 +33,9 @@ public:
 
     virtual ProvenRun provenRun() const { return {}; } // the last one, as far as it is still shown
 
+    virtual QString sourcePath() const { return {}; }   // that is chosen: a folder, or the first of several files
+    virtual QString outputFolder() const { return {}; } // empty: each file goes beside its source
+
     // The widget that a person works in first.
     virtual QWidget* firstFocus() { return this; }
 
@@ -45,6 +48,8 @@ Q_SIGNALS:
     void toolsRequested();
     // How far the job is, 0 to 1; below 0: none.
     void progressed(double progress);
+    // `sourcePath` may have changed.
+    void sourceChanged();
     // `hasRunningTask` may have changed.
     void taskEnded();
 };

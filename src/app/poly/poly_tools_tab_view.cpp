@@ -135,6 +135,15 @@ void PolyToolsTabView::connectController() {
     for (QProperty<int>* count : {&viewModel_.successCount, &viewModel_.skipCount, &viewModel_.errorCount})
         bindings_.watch(*count, request);
     bindings_.bind(viewModel_.mode, [this] { showMode(); });
+    auto* sourceSoon = new Coalesced(this, [this] { Q_EMIT sourceChanged(); });
+    const auto source = [sourceSoon] { sourceSoon->request(); };
+    bindings_.watch(viewModel_.mode, source);
+    bindings_.watch(viewModel_.polyFile, source);
+    bindings_.watch(viewModel_.batchMode, source);
+    bindings_.watch(viewModel_.sourceFolder, source);
+    bindings_.watch(viewModel_.selectedFiles, source);
+    bindings_.watch(viewModel_.joinSourceFolder, source);
+    bindings_.watch(viewModel_.selectedJoinFiles, source);
     connect(&viewModel_, &PolyToolsViewModel::taskEnded, this, &TabPage::taskEnded);
     refresh();
 }
@@ -244,6 +253,21 @@ bool PolyToolsTabView::hasRunningTask() const {
 void PolyToolsTabView::stop() { viewModel_.stopProcessing(); }
 
 QWidget* PolyToolsTabView::firstFocus() { return pages_->currentPage(); }
+
+QString PolyToolsTabView::sourcePath() const {
+    const bool joins = viewModel_.mode.value() == PolyMode::join;
+    const auto& poly = viewModel_.polyFile.value();
+    if (!joins && !viewModel_.batchMode.value()) return poly ? poly->url : QString();
+    // The files of a folder are listed beside it.
+    const QString folder = joins ? viewModel_.joinSourceFolder.value() : viewModel_.sourceFolder.value();
+    const auto& files = joins ? viewModel_.selectedJoinFiles.value() : viewModel_.selectedFiles.value();
+    return folder.isEmpty() && files && !files->isEmpty() ? files->first() : folder;
+}
+
+QString PolyToolsTabView::outputFolder() const {
+    return viewModel_.mode.value() == PolyMode::join ? viewModel_.joinOutputFolder.value()
+                                                     : viewModel_.splitOutputFolder.value();
+}
 
 ProvenRun PolyToolsTabView::provenRun() const {
     const PolyMode mode = viewModel_.mode.value();

@@ -37,6 +37,8 @@ public:
     bool hasRunningTask() const override;
     void stop() override;
     ProvenRun provenRun() const override;
+    QString sourcePath() const override;
+    QString outputFolder() const override;
     QWidget* firstFocus() override; // the mode's view names its first control as its focus proxy
 
     PolySplitView& splitView() { return *split_; }

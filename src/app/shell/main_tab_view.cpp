@@ -6,6 +6,7 @@
 #include "app/desktop/recent_folders.h"
 #include "app/panels/help_texts.h"
 #include "app/shell/check_for_updates.h"
+#include "app/shell/custody_banner.h"
 #include "app/shell/drop_overlay.h"
 #include "app/shell/keyboard_shortcuts.h"
 #include "app/shell/orderly_quit.h"
@@ -72,7 +73,7 @@ void MainTabView::makeTabs() {
         const int number = static_cast<int>(tab) + 1;
         tabs_->addSegment(rawText(tab), symbol(tab),
                           forThisDesktop(QStringLiteral("%1 (⌘%2)")).arg(rawText(tab)).arg(number));
-        stack_->addWidget(&page(tab));
+        stack_->addWidget(withCustody(page(tab)));
         connect(&page(tab), &TabPage::demoRequested, this, [this, tab](DemoKind kind) { openDemo(page(tab), kind); });
         connect(&page(tab), &TabPage::toolsRequested, this, [this] {
             if (recheckTools) recheckTools();
@@ -147,7 +148,22 @@ void MainTabView::makeCustodyMenu(QMenu& menu) {
     menu.addAction(QStringLiteral("Verify Folder..."), this, [this] { keepCustody(CustodyDialog::Work::verify); });
 }
 
-void MainTabView::keepCustody(CustodyDialog::Work work) {
+QWidget* MainTabView::withCustody(TabPage& page) {
+    auto* banner = new CustodyBanner(page);
+    banner->keep = [this](CustodyDialog::Work work, const QString& folder) { keepCustody(work, folder); };
+    auto* column = columnLayout(0);
+    column->addWidget(banner);
+    column->addWidget(&page, 1);
+    auto* place = new QWidget;
+    place->setLayout(column);
+    return place;
+}
+
+void MainTabView::keepCustody(CustodyDialog::Work work, const QString& folder) {
+    if (!folder.isEmpty()) {
+        CustodyDialog(work, folder, this).exec();
+        return;
+    }
     OpenPanelRequest request;
     request.canChooseFiles = false;
     request.canChooseFolders = true;
@@ -198,7 +214,7 @@ void MainTabView::showTab() {
     page(shownTab_).leave();
     shownTab_ = selectedTab.value();
     tabs_->setCurrent(static_cast<int>(shownTab_));
-    stack_->setCurrentWidget(&currentPage());
+    stack_->setCurrentIndex(static_cast<int>(shownTab_));
     currentPage().firstFocus()->setFocus();
 }
 

@@ -62,7 +62,9 @@ private:
     void makeMenus(Updater& updater, const ProductSettings& settings);
     void makeAppearanceMenu(QMenu& menu);
     void makeCustodyMenu(QMenu& menu);
-    void keepCustody(CustodyDialog::Work work);
+    // Of `folder`, or of one that a person chooses.
+    void keepCustody(CustodyDialog::Work work, const QString& folder = QString());
+    QWidget* withCustody(TabPage& page);
     void makeShortcuts();
     QWidget* makeStoppingBanner();
     void showStopping();

@@ -228,6 +228,10 @@ void StereoValidatorTabView::connectController() {
     bindings_.watch(viewModel_.sourceFolder, request);
     bindings_.watch(viewModel_.selectedFiles, request);
     bindings_.watch(viewModel_.outputFolder, request);
+    // Folder and files change one after the other.
+    auto* sourceSoon = new Coalesced(this, [this] { Q_EMIT sourceChanged(); });
+    bindings_.watch(viewModel_.sourceFolder, [sourceSoon] { sourceSoon->request(); });
+    bindings_.watch(viewModel_.selectedFiles, [sourceSoon] { sourceSoon->request(); });
     bindings_.bind(viewModel_.recursiveScan, [this] { recursive_->setChecked(viewModel_.recursiveScan.value()); });
     connect(&viewModel_.analysisResults, &RecordListSignals::reset, this, &StereoValidatorTabView::rebuildBadges);
     connect(&viewModel_, &StereoValidatorViewModel::analysisEnded, this, &TabPage::taskEnded);
@@ -317,6 +321,11 @@ void StereoValidatorTabView::stop() {
 }
 
 QWidget* StereoValidatorTabView::firstFocus() { return &source_->button(); }
+
+QString StereoValidatorTabView::sourcePath() const {
+    const auto& files = viewModel_.selectedFiles.value();
+    return files && !files->isEmpty() ? files->first() : viewModel_.sourceFolder.value();
+}
 
 ProvenRun StereoValidatorTabView::provenRun() const {
     ProvenRun run{QStringLiteral("clean"), {}, usedTools(viewModel_.engine.value(), viewModel_.toolDetector())};

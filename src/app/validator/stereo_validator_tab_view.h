@@ -46,6 +46,8 @@ public:
     bool hasRunningTask() const override { return isRunningJob(); }
     void stop() override;
     ProvenRun provenRun() const override;
+    QString sourcePath() const override;
+    QString outputFolder() const override { return viewModel_.outputFolder.value(); }
     QWidget* firstFocus() override;
 
     QProperty<bool> showAnalysisSummary{true};

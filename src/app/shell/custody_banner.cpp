@@ -1,0 +1,119 @@
+#include "app/shell/custody_banner.h"
+
+#include "app/controls/layouts.h"
+#include "app/panels/tab_page.h"
+#include "custody/seal_glance.h"
+#include "custody/seal_run.h"
+#include "platform/background.h"
+#include "platform/text/text.h"
+
+#include <QLabel>
+#include <QPushButton>
+
+namespace ostrel {
+namespace {
+
+QStringList madeFiles(const ProvenRun& run) {
+    QStringList files;
+    for (const auto& [name, outcome] : run.items) {
+        if (outcome.succeeded() && !outcome.wasThere) files << outcome.outputs;
+    }
+    return files;
+}
+
+} // namespace
+
+CustodyLine::CustodyLine(const QString& symbol, const QString& action, QWidget* parent)
+    : Card(parent), text_(boldLabel()), place_(new TruncatingText(Qt::ElideMiddle)),
+      button_(pushButton(action, symbol)) {
+    // Return as well as the space bar, as in a dialog.
+    button_->setAutoDefault(true);
+    connect(button_, &QPushButton::clicked, this, &CustodyLine::chosen);
+    auto* row = rowLayout(10);
+    row->setContentsMargins(12, 6, 8, 6);
+    row->addWidget(text_);
+    row->addWidget(place_, 1);
+    row->addWidget(button_);
+    setLayout(row);
+    hide();
+}
+
+void CustodyLine::appear(const QString& text, const QString& folder) {
+    folder_ = folder;
+    text_->setText(text);
+    place_->setText(folder, true);
+    setAccessibleName(text);
+    show();
+}
+
+QString CustodyLine::text() const { return text_->text(); }
+
+CustodyBanner::CustodyBanner(TabPage& page, QWidget* parent)
+    : QWidget(parent), page_(page),
+      sealed_(new CustodyLine(QStringLiteral("checkmark.seal.fill"), QStringLiteral("Verify"))),
+      offer_(new CustodyLine(QStringLiteral("checkmark.seal.fill"), QStringLiteral("Seal..."))) {
+    auto* column = columnLayout(6);
+    column->setContentsMargins(kMargin, 6, kMargin, 0);
+    column->addWidget(sealed_);
+    column->addWidget(offer_);
+    setLayout(column);
+    hide();
+    connect(&page, &TabPage::sourceChanged, this, [this] {
+        if (page_.sourcePath() == source_) return;
+        offer_->hide();
+        lookAtSource();
+    });
+    connect(&page, &TabPage::busyChanged, this, &CustodyBanner::runChanged);
+    connect(sealed_, &CustodyLine::chosen, this, [this] { act(CustodyDialog::Work::verify, sealed_->folder()); });
+    connect(offer_, &CustodyLine::chosen, this, [this] { act(CustodyDialog::Work::seal, offer_->folder()); });
+}
+
+QCoro::Task<> CustodyBanner::lookAtSource() {
+    source_ = page_.sourcePath();
+    sealed_->hide();
+    showLines();
+    if (source_.isEmpty()) co_return;
+    const QString source = source_;
+    const auto look = [source] { return glanceAtSeal(source); };
+    const std::optional<SealGlance> glance = co_await inBackground(this, look);
+    if (source != source_ || !glance) co_return; // another selection came meanwhile
+    sealed_->appear(glance->text(), glance->folder);
+    showLines();
+}
+
+void CustodyBanner::runChanged(bool isBusy) {
+    if (!isBusy) {
+        offerSeal();
+        return;
+    }
+    standing_ = madeFiles(page_.provenRun());
+    offer_->hide();
+    showLines();
+}
+
+QCoro::Task<> CustodyBanner::offerSeal() {
+    const QStringList made = madeFiles(page_.provenRun());
+    if (made.isEmpty() || made == standing_) co_return; // a scan ended
+    const QString source = source_;
+    const auto find = [made, output = page_.outputFolder()] { return foldersToSeal(made, output); };
+    const QStringList folders = co_await inBackground(this, find);
+    if (source != source_ || page_.isRunningJob()) co_return;
+    const QString text = QStringLiteral("%1 %2 written").arg(made.size()).arg(plural("file", made.size()));
+    if (folders.size() == 1) {
+        offer_->appear(text, folders.first());
+    } else {
+        offer_->appear(text + QStringLiteral(" in %1 folders").arg(folders.size()), QString());
+    }
+    showLines();
+}
+
+void CustodyBanner::act(CustodyDialog::Work work, const QString& folder) {
+    if (keep) keep(work, folder);
+    if (work == CustodyDialog::Work::verify) return;
+    offer_->hide();
+    lookAtSource(); // which may be sealed by now
+}
+
+void CustodyBanner::showLines() { setVisible(!sealed_->isHidden() || !offer_->isHidden()); }
+
+} // namespace ostrel

@@ -1,0 +1,173 @@
+// What stands above a tab of its source's seal, and of what a run made.
+#include "app/shell/custody_banner.h"
+
+#include "app/blank_page.h"
+#include "app/window_test.h"
+#include "custody/seal_folder.h"
+
+#include <QPushButton>
+
+namespace ostrel::testing {
+namespace {
+
+class ScriptedPage : public BlankPage {
+public:
+    QString sourcePath() const override { return source; }
+    QString outputFolder() const override { return output; }
+    ProvenRun provenRun() const override { return made; }
+
+    void choose(const QString& path) {
+        source = path;
+        Q_EMIT sourceChanged();
+    }
+    void endRun(const QStringList& files) {
+        ItemOutcome outcome{.status = ProcessingStatus::completed(), .outputs = files};
+        made.items.clear();
+        Q_EMIT busyChanged(true, QString());
+        made.items.emplace_back(QStringLiteral("p"), outcome);
+        Q_EMIT busyChanged(false, QString());
+    }
+
+    QString source;
+    QString output;
+    ProvenRun made;
+};
+
+class CustodyBannerTest : public ::testing::Test {
+protected:
+    CustodyBannerTest() {
+        banner.keep = [this](CustodyDialog::Work work, const QString& of) { kept.emplace_back(work, of); };
+        lines = banner.findChildren<CustodyLine*>();
+    }
+    QString path(const QString& relative) const { return folder.path(relative); }
+    CustodyLine& sealed() { return *lines.at(0); }
+    CustodyLine& offer() { return *lines.at(1); }
+    static bool appears(CustodyLine& line) {
+        return QTest::qWaitFor([&] { return !line.isHidden(); });
+    }
+
+    TestFolder folder;
+    ScriptedPage page;
+    CustodyBanner banner{page};
+    QList<CustodyLine*> lines;
+    std::vector<std::pair<CustodyDialog::Work, QString>> kept;
+};
+
+TEST_F(CustodyBannerTest, TellsOfASealedSource) {
+    folder.write(QStringLiteral("Day/a.wav"), "a");
+    folder.write(QStringLiteral("Day/Roll/b.wav"), "b");
+    sealFolder(path(QStringLiteral("Day")));
+    sealFolder(path(QStringLiteral("Day")));
+    page.choose(path(QStringLiteral("Day")));
+    ASSERT_TRUE(appears(sealed()));
+    EXPECT_FALSE(banner.isHidden());
+    EXPECT_EQ(sealed().text(), QStringLiteral("Sealed, 2 files, 2 generations"));
+    auto* button = sealed().findChild<QPushButton*>();
+    EXPECT_EQ(button->text(), QStringLiteral("Verify"));
+    QTest::keyClick(button, Qt::Key_Return);
+    ASSERT_EQ(kept.size(), 1U);
+    EXPECT_EQ(kept.front().first, CustodyDialog::Work::verify);
+    EXPECT_EQ(kept.front().second, path(QStringLiteral("Day")));
+
+    page.choose(path(QStringLiteral("Day/Roll"))); // below a sealed one
+    ASSERT_TRUE(appears(sealed()));
+    EXPECT_EQ(sealed().folder(), path(QStringLiteral("Day")));
+
+    page.choose(QString());
+    EXPECT_TRUE(sealed().isHidden());
+    EXPECT_TRUE(banner.isHidden());
+}
+
+TEST_F(CustodyBannerTest, SaysThatAHistoryIsDamaged) {
+    folder.write(QStringLiteral("Day/a.wav"), "a");
+    sealFolder(path(QStringLiteral("Day")));
+    folder.write(QStringLiteral("Day/ascmhl/ascmhl_chain.xml"), "<ascmhldirectory");
+    page.choose(path(QStringLiteral("Day")));
+    ASSERT_TRUE(appears(sealed()));
+    EXPECT_EQ(sealed().text(), QStringLiteral("Sealed, but its history is damaged"));
+}
+
+TEST_F(CustodyBannerTest, OffersASealOfWhatARunMade) {
+    page.output = path(QStringLiteral("out"));
+    page.endRun({folder.write(QStringLiteral("out/A/1.wav"), "1"), folder.write(QStringLiteral("out/2.wav"), "2")});
+    ASSERT_TRUE(appears(offer()));
+    EXPECT_EQ(offer().text(), QStringLiteral("2 files written"));
+    EXPECT_EQ(offer().folder(), page.output);
+    QTest::keyClick(offer().findChild<QPushButton*>(), Qt::Key_Return);
+    ASSERT_EQ(kept.size(), 1U);
+    EXPECT_EQ(kept.front().first, CustodyDialog::Work::seal);
+    EXPECT_EQ(kept.front().second, page.output);
+    EXPECT_TRUE(offer().isHidden());
+}
+
+TEST_F(CustodyBannerTest, OffersNothingForARunThatMadeNothing) {
+    folder.write(QStringLiteral("Day/a.wav"), "a");
+    sealFolder(path(QStringLiteral("Day")));
+    page.endRun({});
+    page.choose(path(QStringLiteral("Day")));
+    ASSERT_TRUE(appears(sealed())); // so whatever the end of the run began is over
+    EXPECT_TRUE(offer().isHidden());
+}
+
+TEST_F(CustodyBannerTest, WithdrawsTheOfferWithTheNextSelectionAndTheNextRun) {
+    const QString made = folder.write(QStringLiteral("1.wav"), "1");
+    page.endRun({made});
+    ASSERT_TRUE(appears(offer()));
+    Q_EMIT page.busyChanged(true, QString());
+    EXPECT_TRUE(offer().isHidden());
+    Q_EMIT page.busyChanged(false, QString()); // a scan, behind which the run's results still stand
+    EXPECT_FALSE(QTest::qWaitFor([this] { return !offer().isHidden(); }, 100));
+    page.endRun({made, folder.write(QStringLiteral("2.wav"), "2")});
+    ASSERT_TRUE(appears(offer()));
+    page.choose(path(QStringLiteral("elsewhere")));
+    EXPECT_TRUE(offer().isHidden());
+    EXPECT_TRUE(banner.isHidden());
+}
+
+class SealedDrop : public WindowTest {
+protected:
+    // Of the lines that are shown, the first.
+    CustodyLine* shown() {
+        for (CustodyLine* line : window_.findChildren<CustodyLine*>()) {
+            if (line->isVisible()) return line;
+        }
+        return nullptr;
+    }
+};
+
+TEST_F(SealedDrop, IsToldInEveryTab) {
+    const QString folder = samples() + QStringLiteral("/pairs");
+    sealFolder(folder);
+    for (const AppTab tab : kAllAppTabs) {
+        show(tab);
+        EXPECT_EQ(shown(), nullptr) << static_cast<int>(tab); // each tab has a source of its own
+        drop({folder});
+        ASSERT_TRUE(QTest::qWaitFor([this] { return shown() != nullptr; })) << static_cast<int>(tab);
+        EXPECT_TRUE(shown()->text().startsWith(QStringLiteral("Sealed, "))) << shown()->text().toStdString();
+        EXPECT_EQ(shown()->folder(), folder);
+        EXPECT_NE(shown()->findChild<QPushButton*>()->focusPolicy() & Qt::TabFocus, 0);
+    }
+    ASSERT_TRUE(waitForPolyTools());
+}
+
+TEST_F(SealedDrop, GoesToTheDialogAtReturn) {
+    const QString folder = samples() + QStringLiteral("/pairs");
+    sealFolder(folder);
+    show();
+    drop({folder});
+    ASSERT_TRUE(QTest::qWaitFor([this] { return shown() != nullptr; }));
+    QString verdict;
+    QTimer closer;
+    QObject::connect(&closer, &QTimer::timeout, [&] {
+        auto* dialog = qobject_cast<CustodyDialog*>(QApplication::activeModalWidget());
+        if (!dialog || dialog->isRunning()) return;
+        verdict = dialog->verdict();
+        QTest::keyClick(dialog, Qt::Key_Escape);
+    });
+    closer.start(20);
+    QTest::keyClick(shown()->findChild<QPushButton*>(), Qt::Key_Return);
+    EXPECT_EQ(verdict, QStringLiteral("✓ Everything is what it was"));
+}
+
+} // namespace
+} // namespace ostrel::testing
