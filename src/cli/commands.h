@@ -24,6 +24,7 @@ void addSealCommand(CLI::App& parser, ChosenCommand& chosen);
 void addVerifyCommand(CLI::App& parser, ChosenCommand& chosen);
 void addJournalCommand(CLI::App& parser, ChosenCommand& chosen);
 void addReportProofCommand(CLI::App& parser, ChosenCommand& chosen);
+void addRescueCommand(CLI::App& parser, ChosenCommand& chosen);
 void addHashCommand(CLI::App& parser, ChosenCommand& chosen);
 
 } // namespace ostrel::cli
