@@ -37,6 +37,7 @@ int runCommandLine(int argc, char** argv) {
     addValidateCommand(parser, chosen);
     addCleanCommand(parser, chosen);
     addWaveformCommand(parser, chosen);
+    addRescueCommand(parser, chosen);
     addHashCommand(parser, chosen);
     addReportProofCommand(parser, chosen);
     addCheckCommand(parser, chosen);
