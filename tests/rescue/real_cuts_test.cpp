@@ -98,7 +98,7 @@ TEST(RealCuts, AudioIsTheBeginningOfTheOriginalWhereverItIsCut) {
         for (const Sizes sizes : {Sizes::asTheyStand, Sizes::zero, Sizes::unknown, Sizes::large}) {
             if (sizes == Sizes::large && file.bytes.size() > 0x00FFFFFF) continue;
             const QString path = folder.write(QStringLiteral("cut.wav"), withSizes(file, sizes));
-            for (const quint64 cut : placesIn(file, isRecorder ? 200 : 12)) {
+            for (const quint64 cut : placesIn(file, isRecorder ? 50 : 12)) {
                 ASSERT_TRUE(QFile::resize(path, static_cast<qint64>(cut)));
                 const std::string fault = faultAt(file, diagnose(path.toStdString()), cut);
                 EXPECT_EQ(fault, "") << file.path.toStdString() << " at " << cut << ", sizes " << int(sizes);
@@ -117,6 +117,7 @@ TEST(RealCuts, AWholeFileWithoutItsSizesHasItsAudioBack) {
     int files = 0;
     for (const Healthy& file : healthySamples()) {
         if (!file.layout.fault().empty() || file.layout.format->blockAlign < 2) continue;
+        if (file.layout.audioBytes() < 64) continue; // half of a few zeros is nothing to find
         const bool isKnownTail =
             std::all_of(file.layout.chunks.begin(), file.layout.chunks.end(), [](const WaveChunk& chunk) {
                 return chunk.id == "LIST" || chunk.id == "bext" || chunk.id == "iXML" || chunk.id == "fmt " ||
@@ -144,15 +145,21 @@ TEST(RealCuts, HealthyRecordingsRaiseNoAlarm) {
         if (told.kind == Diagnosis::Kind::unclosed) alarms << path.section(u'/', -1);
         const bool isNoWave = told.reason.starts_with("no WAV file");
         if (told.kind == Diagnosis::Kind::refused && !isNoWave) {
-            alarms << path.section(u'/', -1) + QStringLiteral(": ") + QString::fromStdString(told.reason);
+            alarms << path.section(u'/', -1) + QStringLiteral(": refused");
         }
     }
     alarms.sort();
     const QStringList expected{
-        QStringLiteral("bext_rf64.wav"),                            // the first kilobytes of a long one
+        QStringLiteral("bext_rf64.wav"), // the first kilobytes of a long one
+        // Made to crash readers: their heads end in the middle.
+        QStringLiteral("crash-24728523ef4be15c838293b676f6853e73723bf4.wav: refused"),
+        QStringLiteral("crash-cbd757427cea12bd8a21f86cd8cf74d98ce56bee.wav: refused"),
+        QStringLiteral("crash-e5471f5b58397287b509db7d026e95f1724454f5.wav: refused"),
         QStringLiteral("ffmpeg-missing-chunksize.wav"),             // written into a pipe
         QStringLiteral("test-44100Hz-le-1ch-4bytes-early-eof.wav"), // cut after a kilobyte
-        QStringLiteral("zero-size-chunk.wav"),                      // a size of 0
+        QStringLiteral("test-44100Hz-le-1ch-4bytes-incomplete-chunk.wav: refused"),
+        QStringLiteral("wf-pcm-44khz-8bit-mono-chunk-size-larger-than-bytes-remaining.wav: refused"),
+        QStringLiteral("zero-size-chunk.wav"), // a size of 0
     };
     EXPECT_EQ(alarms, expected) << alarms.join(u'\n').toStdString();
 }

@@ -53,7 +53,6 @@ private:
     QPushButton* cancel_ = nullptr;
     QCheckBox* sureOnly_ = nullptr;
     QPushButton* run_ = nullptr;
-    QPushButton* cancel_ = nullptr;
     QWidget* options_ = nullptr;
     TruncatingText* status_ = nullptr;
     ProgressLine* progress_ = nullptr;
