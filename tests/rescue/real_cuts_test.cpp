@@ -134,7 +134,7 @@ TEST(RealCuts, AWholeFileWithoutItsSizesHasItsAudioBack) {
             ++files;
         }
     }
-    EXPECT_GT(files, 60);
+    EXPECT_GT(files, 40);
 }
 
 TEST(RealCuts, HealthyRecordingsRaiseNoAlarm) {
