@@ -165,7 +165,9 @@ TEST_F(SealedDrop, GoesToTheDialogAtReturn) {
         QTest::keyClick(dialog, Qt::Key_Escape);
     });
     closer.start(20);
-    QTest::keyClick(shown()->findChild<QPushButton*>(), Qt::Key_Return);
+    auto* verify = shown()->findChild<QPushButton*>();
+    verify->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(verify, Qt::Key_Return);
     EXPECT_EQ(verdict, QStringLiteral("✓ Everything is what it was"));
 }
 

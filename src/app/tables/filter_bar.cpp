@@ -19,6 +19,8 @@ FilterBar::FilterBar(RecordTable& table, QWidget* parent)
       count_(new SecondaryLabel) {
     field_->setPlaceholderText(QStringLiteral("Filter by name, status or class"));
     field_->setClearButtonEnabled(true);
+    for (auto* clear : field_->findChildren<QAbstractButton*>())
+        clear->setAccessibleName(QStringLiteral("Clear filter"));
     field_->setTextMargins(4, 0, 0, 0);
     field_->installEventFilter(this);
     auto* done = new SymbolButton(QStringLiteral("xmark"), QStringLiteral("Close filter"),

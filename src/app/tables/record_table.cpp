@@ -173,7 +173,9 @@ void RecordTable::keyPressEvent(QKeyEvent* event) {
 
 void RecordTable::contextMenuEvent(QContextMenuEvent* event) {
     const bool byKey = event->reason() == QContextMenuEvent::Keyboard;
-    const QModelIndex index = byKey ? currentIndex() : indexAt(viewport()->mapFromGlobal(event->globalPos()));
+    QModelIndex index = byKey ? currentIndex() : indexAt(viewport()->mapFromGlobal(event->globalPos()));
+    // Select All alone makes no row the current one.
+    if (byKey && !index.isValid()) index = selectionModel()->selectedRows().value(0);
     if (!index.isValid()) return;
     const QPoint position = byKey ? viewport()->mapToGlobal(visualRect(index).bottomLeft()) : event->globalPos();
     Q_EMIT menuRequested(recordOf(index), position);
