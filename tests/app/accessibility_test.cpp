@@ -6,7 +6,6 @@
 #include "app/validator/clean_export_dialog_view.h"
 
 #include <QAbstractSlider>
-#include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QScrollBar>
@@ -83,36 +82,6 @@ TEST_F(AccessibilityTest, EveryControlOfTheDialogsHasAName) {
     request.canCreateFolders = true;
     OpenPanel panel(request, {}, &window_);
     expectNames(panel);
-}
-
-// As a screen reader operates them: what it turns is turned, and not the mark alone.
-TEST_F(AccessibilityTest, ASwitchASegmentAndABadgeDoWhatTheyShowWhenTheyAreToggled) {
-    show();
-    const auto toggle = [](QWidget* widget) {
-        QAccessibleInterface* access = QAccessible::queryAccessibleInterface(widget);
-        ASSERT_NE(access, nullptr);
-        ASSERT_NE(access->actionInterface(), nullptr);
-        access->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
-        settle();
-    };
-    auto* mode = find<QAbstractButton>(*mainView_, QStringLiteral("De-interleave"));
-    EXPECT_EQ(QAccessible::queryAccessibleInterface(mode)->role(), QAccessible::RadioButton);
-    toggle(mode);
-    EXPECT_EQ(interleaver_.currentMode.value(), AppMode::deinterleave);
-    EXPECT_TRUE(QAccessible::queryAccessibleInterface(mode)->state().checked);
-    auto* report = find<QAbstractButton>(*mainView_, QStringLiteral("Generate CSV Report"));
-    EXPECT_EQ(QAccessible::queryAccessibleInterface(report)->role(), QAccessible::CheckBox);
-    EXPECT_EQ(QAccessible::queryAccessibleInterface(report)->text(QAccessible::Name),
-              QStringLiteral("Generate CSV Report"));
-    toggle(report);
-    EXPECT_TRUE(interleaver_.generateCSV.value());
-    desktop_.alertAnswer = 1;
-    for (QCheckBox* box : mainView_->findChildren<QCheckBox*>()) {
-        if (!box->isVisible() || box->text() != QStringLiteral("Delete originals after success")) continue;
-        toggle(box);
-        EXPECT_FALSE(box->isChecked()) << "it asks first";
-    }
-    EXPECT_EQ(desktop_.alerts.size(), 1U);
 }
 
 // From control to control by Tab: down the page, and round to the first again.

@@ -1,7 +1,6 @@
 #include "app/shell/ostrel_app.h"
 
 #include "app/controls/ostrel_style.h"
-#include "app/desktop/button_access.h"
 #include "app/interleaver/main_view.h"
 #include "app/poly/poly_tools_tab_view.h"
 #include "app/shell/job_watch.h"
@@ -19,7 +18,6 @@ namespace ostrel {
 
 void OstrelApp::prepare() {
     QApplication::setStyle(new OstrelStyle);
-    installButtonAccess();
     QApplication::setDesktopFileName(QStringLiteral("ostrel"));
     // Installed, the icon comes from the theme; the program brings its own for the build tree.
     const QString own = QStringLiteral(":/ostrel.svg");
