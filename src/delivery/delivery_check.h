@@ -25,7 +25,7 @@ struct DeliveryCheckOptions {
 
 class DeliveryCheck {
 public:
-    explicit DeliveryCheck(DeliveryCheckOptions options) : options_(std::move(options)) {}
+    explicit DeliveryCheck(DeliveryCheckOptions options) : options_(options) {}
 
     // What is found in this file alone. Blocks on the disk; from several threads at once.
     std::vector<Finding> look(const QString& path);

@@ -6,6 +6,7 @@
 #include "wave/opened_file.h"
 
 #include <algorithm>
+#include <cmath>
 #include <sys/stat.h>
 
 namespace ostrel {
@@ -194,8 +195,8 @@ Diagnosis unclosed(ByteSource& source, const std::optional<WaveLayout>& layout, 
 }
 
 std::string timeText(double seconds) {
-    if (seconds >= 120) return std::to_string(static_cast<std::uint64_t>(seconds / 60 + 0.5)) + " min";
-    const auto tenths = static_cast<std::uint64_t>(seconds * 10 + 0.5);
+    if (seconds >= 120) return std::to_string(std::llround(seconds / 60)) + " min";
+    const auto tenths = std::llround(seconds * 10);
     return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
 }
 

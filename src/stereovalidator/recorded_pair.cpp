@@ -143,7 +143,9 @@ RecordedPair readRecordedPair(const QString& path, int channels, int first, int 
     }
     if (const auto bext = chunks.bytes("bext"); bext && labels[0].name.isEmpty() && labels[1].name.isEmpty()) {
         const QByteArray field = bext->left(kDescriptionBytes);
-        const QString description = QString::fromLatin1(field.constData(), qstrnlen(field.constData(), field.size()));
+        const QString description = QString::fromLatin1(
+            field.constData(),
+            static_cast<qsizetype>(qstrnlen(field.constData(), static_cast<std::size_t>(field.size()))));
         for (std::size_t i = 0; i < 2; ++i) {
             labels[i].name = nameInDescription(description, static_cast<int>(places[i]) + 1);
         }

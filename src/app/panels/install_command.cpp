@@ -43,7 +43,7 @@ QString installCommand(const QString& package, const QString& osRelease) {
 QString installCommand(const QString& package) {
     for (const char* path : {"/etc/os-release", "/usr/lib/os-release"}) {
         QFile file(QString::fromLatin1(path));
-        if (file.open(QIODevice::ReadOnly)) return installCommand(package, QString::fromUtf8(file.read(64 * 1024)));
+        if (file.open(QIODevice::ReadOnly)) return installCommand(package, QString::fromUtf8(file.read(0x10000)));
     }
     return QString();
 }

@@ -42,7 +42,7 @@ std::optional<TimecodeRate> ofDecimal(double told, bool isDrop) {
 } // namespace
 
 qint64 TimecodeRate::framesPerDay() const {
-    constexpr qint64 kMinutes = 24 * 60;
+    constexpr qint64 kMinutes = qint64{24} * 60;
     return kMinutes * 60 * labelsPerSecond() - dropped(*this) * (kMinutes - kMinutes / 10);
 }
 
@@ -82,7 +82,7 @@ quint64 TimecodeOfDay::sampleOf(qint64 frame, quint32 sampleRate, const Timecode
 }
 
 QString TimecodeOfDay::labelOf(qint64 frame, const TimecodeRate& rate) {
-    const int labels = rate.labelsPerSecond();
+    const qint64 labels = rate.labelsPerSecond();
     if (const int left = dropped(rate); left > 0) {
         const qint64 inTen = 600 * labels - 9 * left;
         const qint64 inOne = 60 * labels - left;
