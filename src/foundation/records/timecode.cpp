@@ -84,7 +84,7 @@ quint64 TimecodeOfDay::sampleOf(qint64 frame, quint32 sampleRate, const Timecode
 QString TimecodeOfDay::labelOf(qint64 frame, const TimecodeRate& rate) {
     const qint64 labels = rate.labelsPerSecond();
     if (const int left = dropped(rate); left > 0) {
-        const qint64 inTen = 600 * labels - 9 * left;
+        const qint64 inTen = 600 * labels - qint64{9} * left;
         const qint64 inOne = 60 * labels - left;
         const qint64 rest = frame % inTen;
         const qint64 minutes = rest < 60 * labels ? 0 : 1 + (rest - 60 * labels) / inOne;
