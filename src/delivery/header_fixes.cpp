@@ -1,10 +1,10 @@
 #include "delivery/header_fixes.h"
 
-#include "delivery/facts/description_lines.h"
 #include "delivery/rules/file_rules.h"
 #include "foundation/chunks/chunk_bytes.h"
 #include "foundation/proof/unexplained_bytes.h"
 #include "foundation/run/in_place.h"
+#include "metadata/bext/description_lines.h"
 #include "platform/files/replacement.h"
 #include "platform/paths.h"
 #include "platform/text/text.h"

@@ -6,8 +6,11 @@
 // fields are copied by command first, and the chunk is completed from the source's bytes behind that.
 #pragma once
 
+#include "metadata/bext_description.h"
+
 #include <QByteArray>
 #include <QString>
+#include <vector>
 
 namespace ostrel {
 
@@ -15,19 +18,27 @@ namespace ostrel {
 // made of one source none does: two of one UMID would be a lie.
 enum class SourceUmid { kept, cleared };
 
+// How the Description of a new file is to read.
+struct DescriptionWish {
+    bool conforms = false; // as Avid reads it: each line ended by CR LF, no line of a track that the file has not got
+    std::vector<NamedChannel> channels; // of the file, for one that has no iXML to list them; asked for to conform
+};
+
 struct BextCompletion {
     bool isComplete = false; // the target's chunk is the source's now, but for a UMID that was to be cleared
     QString why;             // why not; empty also where one of them has no place for it: then nothing was done
 };
 
 // The source's bext chunk as it goes onto the target: the lines of its Description that tell tracks and file name speak
-// of the target's, which its iXML lists. `fileName` is what the target will be called; empty: that line stays.
-QByteArray bextFor(QByteArray sourceBext, const QByteArray& targetIxml, SourceUmid umid, const QString& fileName);
+// of the target's, which its iXML lists. `fileName` is what the target will be called; empty: that line stays. What
+// has no room to conform reads as it did.
+QByteArray bextFor(QByteArray sourceBext, const QByteArray& targetIxml, SourceUmid umid, const QString& fileName,
+                   const DescriptionWish& wish = {});
 
 // For WAV files with a bext chunk in the source; leaves others alone. Changes the target in place, so only for files
 // that can be made again. Blocks on the disk; for any thread.
 BextCompletion completeBext(const QString& source, const QString& target, SourceUmid umid,
-                            const QString& fileName = QString());
+                            const QString& fileName = QString(), const DescriptionWish& wish = {});
 
 // The same for a file that is no other's: its Description as its own iXML wants it. False where that can't be written.
 bool refitDescription(const QString& file);

@@ -1,5 +1,6 @@
 #include "metadata/bext_description.h"
 
+#include "metadata/bext/description_lines.h"
 #include "metadata/ixml/ixml_text.h"
 #include "metadata/ixml_fitting.h"
 #include "platform/text/text.h"
@@ -10,48 +11,12 @@
 namespace ostrel {
 namespace {
 
-constexpr qsizetype kFieldBytes = 256;
+struct Line : DescriptionLine {
+    explicit Line(DescriptionLine line) : DescriptionLine(std::move(line)), channel(track()) {}
 
-struct Line {
-    QByteArray key; // with the recorder's letter: "sTRK2"; empty: no "key=value"
-    QByteArray value;
-    QByteArray end;  // "\r\n", "\n", or nothing at the end of the text
-    int channel = 0; // that the key names; 0: none
+    int channel; // that the key names; 0: none
     bool isOurs = false;
-
-    QByteArray bytes() const { return key.isEmpty() ? value + end : key + '=' + value + end; }
 };
-
-// "TRK2" and "sTRK2" -> 2
-int channelOfKey(const QByteArray& key) {
-    const qsizetype letters = key.startsWith("TRK") ? 3 : key.size() > 1 && key[0] >= 'a' && key[0] <= 'z' ? 4 : 0;
-    if (letters == 0 || !key.first(std::min(letters, key.size())).endsWith("TRK")) return 0;
-    bool isNumber = false;
-    const int number = key.mid(letters).toInt(&isNumber);
-    return isNumber && number > 0 ? number : 0;
-}
-
-bool namesFile(const QByteArray& key) {
-    return key == "FILENAME" || (key.size() == 9 && key.endsWith("FILENAME") && key[0] >= 'a' && key[0] <= 'z');
-}
-
-std::vector<Line> linesOf(const QByteArray& text) {
-    std::vector<Line> lines;
-    for (qsizetype at = 0; at < text.size();) {
-        const qsizetype feed = text.indexOf('\n', at);
-        const qsizetype next = feed < 0 ? text.size() : feed + 1;
-        qsizetype contentEnd = feed < 0 ? next : feed;
-        if (contentEnd > at && text[contentEnd - 1] == '\r') --contentEnd;
-        const QByteArray content = text.mid(at, contentEnd - at);
-        const qsizetype equals = content.indexOf('=');
-        Line line{equals > 0 ? content.first(equals) : QByteArray(), equals > 0 ? content.mid(equals + 1) : content,
-                  text.mid(contentEnd, next - contentEnd)};
-        line.channel = channelOfKey(line.key);
-        lines.push_back(std::move(line));
-        at = next;
-    }
-    return lines;
-}
 
 // Recorders write ASCII, and some Latin-1 or UTF-8 beyond it: the new text takes the way of the old one.
 class Encoding {
@@ -101,7 +66,7 @@ void fitChannels(std::vector<Line>& lines, const std::vector<NamedChannel>& chan
             continue;
         }
         Line added = model;
-        added.key = model.key.first(model.key.indexOf("TRK") + 3) + QByteArray::number(channel.number);
+        added.key = "TRK" + QByteArray::number(channel.number);
         added.value = value;
         added.channel = channel.number;
         added.end = model.end.isEmpty() ? QByteArray("\r\n") : model.end;
@@ -147,10 +112,11 @@ QByteArray fittedDescription(const QByteArray& field, const std::vector<NamedCha
     const qsizetype end = field.indexOf('\0');
     const QByteArray text = end < 0 ? field : field.first(end);
     const Encoding encoding(text);
-    std::vector<Line> lines = linesOf(text);
+    std::vector<Line> lines;
+    for (DescriptionLine& line : descriptionLinesOf(text)) lines.emplace_back(std::move(line));
     fitChannels(lines, channels, encoding);
     for (Line& line : lines) {
-        if (namesFile(line.key) && !fileName.isEmpty()) setValue(line, encoding.encode(fileName));
+        if (line.key == "FILENAME" && !fileName.isEmpty()) setValue(line, encoding.encode(fileName));
     }
     const QByteArray fitted = joinedWithin(lines, field.size());
     return fitted == text ? field : fitted.leftJustified(field.size(), '\0');

@@ -80,12 +80,13 @@ void compareChunk(const ChunkOfKind& chunk, const WaveChunks& source, const Wave
 
 } // namespace
 
-MetadataRecord compareMetadata(const QString& source, const QString& target, SourceUmid umid, const QString& fileName) {
+MetadataRecord compareMetadata(const QString& source, const QString& target, SourceUmid umid, const QString& fileName,
+                               const DescriptionWish& wish) {
     MetadataRecord record;
     const WaveChunks was(source);
     const WaveChunks is(target);
     if (const auto bext = was.bytes("bext")) {
-        const QByteArray wanted = bextFor(*bext, is.bytes("iXML").value_or(QByteArray()), umid, fileName);
+        const QByteArray wanted = bextFor(*bext, is.bytes("iXML").value_or(QByteArray()), umid, fileName, wish);
         compareBext(*bext, is.bytes("bext").value_or(QByteArray()), wanted, record);
     }
     QSet<QByteArray> seen; // of several of a kind the first counts

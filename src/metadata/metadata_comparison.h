@@ -8,8 +8,9 @@
 namespace ostrel {
 
 // Empty for a source that is no WAV file. A target that is none has lost everything. A UMID that is gone is lost,
-// unless it was to be cleared; a Description that speaks of the target's tracks and `fileName` is renewed.
+// unless it was to be cleared; a Description that speaks of the target's tracks and `fileName`, and reads
+// as wished, is renewed.
 MetadataRecord compareMetadata(const QString& source, const QString& target, SourceUmid umid,
-                               const QString& fileName = QString());
+                               const QString& fileName = QString(), const DescriptionWish& wish = {});
 
 } // namespace ostrel

@@ -55,11 +55,11 @@ QString carryChunks(const QString& source, const QString& target) {
 } // namespace
 
 MetadataCompletion completeMetadata(const QString& source, const QString& target, SourceUmid umid,
-                                    const QString& fileName) {
+                                    const QString& fileName, const DescriptionWish& wish) {
     MetadataCompletion completion;
     if (!WaveChunks(target).isWave()) return completion;
     if (const QString said = carryChunks(source, target); !said.isEmpty()) completion.warnings << said;
-    completion.bext = completeBext(source, target, umid, fileName);
+    completion.bext = completeBext(source, target, umid, fileName, wish);
     if (!completion.bext.why.isEmpty()) completion.warnings << differingBextSentence(source, completion.bext);
     if (!renewMd5Chunk(target)) {
         completion.warnings << QStringLiteral("The MD5 chunk of the new file may not be that of its audio: %1")

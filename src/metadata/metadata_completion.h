@@ -18,6 +18,6 @@ struct MetadataCompletion {
 // warning. Blocks on the disk; reads the target's audio where it has an `MD5 ` chunk. For any thread.
 // `fileName` is what the target will be called, where a recorder wrote that into the Description.
 MetadataCompletion completeMetadata(const QString& source, const QString& target, SourceUmid umid,
-                                    const QString& fileName = QString());
+                                    const QString& fileName = QString(), const DescriptionWish& wish = {});
 
 } // namespace ostrel

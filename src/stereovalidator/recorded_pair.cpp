@@ -1,6 +1,7 @@
 #include "stereovalidator/recorded_pair.h"
 
 #include "foundation/chunks/chunk_bytes.h"
+#include "metadata/bext/description_lines.h"
 #include "metadata/ixml/ixml_text.h"
 #include "metadata/ixml_fitting.h"
 #include "platform/paths.h"
@@ -101,19 +102,6 @@ Kind kindOfNames(const QString& left, const QString& right, const QString& fileN
     return a.chopped(1) == b.chopped(1) ? Kind::unknown : Kind::separate;
 }
 
-// "sTRK1=Boom" and "TR1=Boom", of either letter ahead.
-QString nameInDescription(const QString& description, int number) {
-    for (QString line : description.split(QLatin1Char('\n'))) {
-        line = line.trimmed();
-        for (const char* key : {"TRK%1=", "TR%1="}) {
-            const QString wanted = QString::fromLatin1(key).arg(number);
-            const qsizetype at = line.indexOf(wanted);
-            if (at == 0 || at == 1) return line.mid(at + wanted.size()).trimmed();
-        }
-    }
-    return {};
-}
-
 } // namespace
 
 RecordedPair recordedPairOf(const std::array<TrackLabel, 2>& tracks, const QString& fileName) {
@@ -142,12 +130,10 @@ RecordedPair readRecordedPair(const QString& path, int channels, int first, int 
         }
     }
     if (const auto bext = chunks.bytes("bext"); bext && labels[0].name.isEmpty() && labels[1].name.isEmpty()) {
-        const QByteArray field = bext->left(kDescriptionBytes);
-        const QString description = QString::fromLatin1(
-            field.constData(),
-            static_cast<qsizetype>(qstrnlen(field.constData(), static_cast<std::size_t>(field.size()))));
+        const QMap<QString, QString> keys = descriptionKeys(bext->left(kDescriptionBytes));
         for (std::size_t i = 0; i < 2; ++i) {
-            labels[i].name = nameInDescription(description, static_cast<int>(places[i]) + 1);
+            const QString number = QString::number(places[i] + 1);
+            labels[i].name = keys.value(QStringLiteral("TRK") + number, keys.value(QStringLiteral("TR") + number));
         }
     }
     return recordedPairOf(labels, paths::lastComponent(path));

@@ -1,6 +1,6 @@
 #include "delivery/delivery_check.h"
-#include "delivery/facts/description_lines.h"
 #include "delivery/header_fixes.h"
+#include "metadata/bext/description_lines.h"
 #include "platform/files/files.h"
 #include "support/own_state.h"
 #include "support/test_folder.h"

@@ -1,9 +1,8 @@
 #include "delivery/facts/recording_facts.h"
 
 #include "foundation/chunks/chunk_bytes.h"
-#include "platform/paths.h"
+#include "metadata/bext/description_lines.h"
 #include "platform/text/regular_expression.h"
-#include "platform/text/text.h"
 
 #include <QFile>
 #include <QtEndian>
@@ -14,8 +13,6 @@ namespace {
 constexpr qsizetype kVersion = 346;
 constexpr qsizetype kUmid = 348;
 constexpr qsizetype kHistory = 602;
-
-QString textOf(const QByteArray& bytes) { return decodeUtf8(bytes).value_or(QString::fromLatin1(bytes)); }
 
 QByteArray upToNul(const QByteArray& bytes) {
     const qsizetype end = bytes.indexOf('\0');
@@ -55,19 +52,6 @@ std::optional<BextFacts> bextFactsOf(const std::optional<QByteArray>& chunk) {
 }
 
 } // namespace
-
-QMap<QString, QString> descriptionKeys(const QByteArray& description) {
-    static const RegularExpression kLine(QStringLiteral("^[a-z]?(SPEED|TAKE|UBITS|SCENE|TAPE|NOTE|CIRCLED|WILD|"
-                                                        "FILENAME|FRAMERATE|SWVER|USER|PROJECT|TRK?[0-9A-Z]+)=(.*)$"));
-    QMap<QString, QString> keys;
-    QString text = textOf(description);
-    text.replace(u'\r', u'\n');
-    for (const QString& line : text.split(u'\n', Qt::SkipEmptyParts)) {
-        const auto found = kLine.firstMatch(line);
-        if (found && !keys.contains(found->text(1))) keys.insert(found->text(1), found->text(2).trimmed());
-    }
-    return keys;
-}
 
 QString RecordingFacts::either(const char* element, const char* key) const {
     const QString told = ixml ? ixml->field(element) : QString();

@@ -48,9 +48,6 @@ private:
     QString either(const char* element, const char* key) const;
 };
 
-// The lines "sSCENE=12" of a Description; no letter, or one in lower case, ahead of the key.
-QMap<QString, QString> descriptionKeys(const QByteArray& description);
-
 // Never throws. Blocks on the disk; for any thread.
 RecordingFacts readRecordingFacts(const QString& path);
 

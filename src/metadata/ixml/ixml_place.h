@@ -8,15 +8,16 @@
 namespace ostrel {
 
 struct IxmlPlace {
-    QString fileName;   // of the new file, as it will stand
-    QString parentName; // of the file that it was made of; empty: not told
-    int number = 0;     // within the files made of one source, from 1
-    int total = 0;      // of those files; 0: the new file takes its source's place in the source's own set
+    QString fileName;        // of the new file, as it will stand
+    QString parentName;      // of the file that it was made of; empty: not told
+    int number = 0;          // within the files made of one source, from 1
+    int total = 0;           // of those files; 0: the new file takes its source's place in the source's own set
+    bool isNumbered = false; // a file alone too
 
     // The one file that was made of several.
     static IxmlPlace alone(const QString& fileName, const QString& parentName) { return {fileName, parentName, 1, 1}; }
-    // FILE_SET_INDEX, as recorders write it: "A" for a file alone, or else its number.
-    QString index() const { return total == 1 ? QStringLiteral("A") : QString::number(number); }
+    // FILE_SET_INDEX, as recorders write it: "A" for a file alone, or else its number, which all readers take.
+    QString index() const { return total == 1 && !isNumbered ? QStringLiteral("A") : QString::number(number); }
 };
 
 // The document with that place: TOTAL_FILES and FILE_SET_INDEX, PARENT_FILENAME, and CURRENT_FILENAME where it has one.
