@@ -17,6 +17,10 @@ void addTerminalOptions(CLI::App& command, TerminalOptions& options) {
     command.add_flag("--verbose", options.verbose, "Show the engines' diagnostic lines too");
 }
 
+void addSubfoldersOption(CLI::App& command, bool& noSubfolders) {
+    command.add_flag("--no-subfolders", noSubfolders, "Stay out of the folders' subfolders");
+}
+
 void addPaths(CLI::App& command, std::vector<std::string>& paths, const std::string& description) {
     command.add_option("PATH", paths, description)->required();
 }

@@ -36,6 +36,7 @@ std::vector<std::string> keysOf(const Words& words) {
 }
 
 void addTerminalOptions(CLI::App& command, TerminalOptions& options);
+void addSubfoldersOption(CLI::App& command, bool& noSubfolders);
 void addPaths(CLI::App& command, std::vector<std::string>& paths, const std::string& description);
 
 // Absolute, or nothing (and a message) if one of them is not there.

@@ -26,10 +26,6 @@ struct HashOptions {
     bool noSubfolders = false;
 };
 
-// What a folder is searched for; a file that is named is taken whatever it is called.
-const QStringList kHashedExtensions{QStringLiteral("wav"), QStringLiteral("wave"), QStringLiteral("bwf"),
-                                    QStringLiteral("rf64"), QStringLiteral("bw64")};
-
 struct HashedFile {
     enum class Embedded { notAsked, none, agrees, differs };
 
@@ -103,7 +99,7 @@ private:
                 selection << path;
                 continue;
             }
-            const CollectedRecordings found = collectRecordings({path}, !options_.noSubfolders, kHashedExtensions);
+            const CollectedRecordings found = collectRecordings({path}, !options_.noSubfolders, waveFileExtensions());
             for (const QString& sentence : found.remarks + found.unopened) terminal_.error(sentence);
             if (!found.unopened.isEmpty()) hasFailed_ = true;
             selection << found.files;
@@ -218,7 +214,7 @@ void addHashCommand(CLI::App& parser, ChosenCommand& chosen) {
                       "Write the digest into each file as its MD5 chunk; a chunk that tells another one stays, and "
                       "fails the file");
     command->add_flag("--overwrite", options->overwrite, "With --embed: replace a digest that differs");
-    command->add_flag("--no-subfolders", options->noSubfolders, "Stay out of the folders' subfolders");
+    addSubfoldersOption(*command, options->noSubfolders);
     addTerminalOptions(*command, options->terminal);
     command->callback([options, &chosen] { chosen.run = [options] { return HashRun(*options).run(); }; });
 }

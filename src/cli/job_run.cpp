@@ -5,9 +5,7 @@
 
 namespace ostrel::cli {
 
-void addSubfoldersOption(CLI::App& command, JobOptions& options) {
-    command.add_flag("--no-subfolders", options.noSubfolders, "Stay out of the folders' subfolders");
-}
+void addSubfoldersOption(CLI::App& command, JobOptions& options) { addSubfoldersOption(command, options.noSubfolders); }
 
 void addEngineOption(CLI::App& command, JobOptions& options) {
     command

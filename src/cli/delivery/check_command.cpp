@@ -29,8 +29,6 @@ struct CheckOptions {
     std::string output;
 };
 
-const QStringList kCheckedExtensions{QStringLiteral("wav"), QStringLiteral("wave"), QStringLiteral("bwf"),
-                                     QStringLiteral("rf64"), QStringLiteral("bw64")};
 constexpr std::array kReaders{Reader::avid, Reader::proTools, Reader::finalCut, Reader::archive};
 
 Reader readerNamed(const std::string& word) {
@@ -90,7 +88,7 @@ private:
     }
 
     void collect(const QStringList& paths) {
-        const CollectedRecordings found = collectRecordings(paths, !options_.noSubfolders, kCheckedExtensions);
+        const CollectedRecordings found = collectRecordings(paths, !options_.noSubfolders, waveFileExtensions());
         for (const QString& sentence : found.remarks + found.unopened) terminal_.error(sentence);
         hasFailed_ = !found.unopened.isEmpty();
         for (const QString& file : found.files) files_.push_back({.path = file});
@@ -226,7 +224,7 @@ void addCheckCommand(CLI::App& parser, ChosenCommand& chosen) {
     command->add_option("--rate", options->rate,
                         "The project's timecode rate (23.976, 25, 29.97-DF); default: that of most files");
     command->add_flag("--csv", options->csv, "A line of comma-separated values for each finding");
-    command->add_flag("--no-subfolders", options->noSubfolders, "Stay out of the folders' subfolders");
+    addSubfoldersOption(*command, options->noSubfolders);
     CLI::Option* rules =
         command->add_flag("--rules", options->rules, "Print all rules as a page of Markdown, and look at nothing");
     CLI::Option* fix = command->add_flag("--fix", options->fix,

@@ -26,9 +26,6 @@ struct ReportOptions {
     bool noSubfolders = false;
 };
 
-const QStringList kReportedExtensions{QStringLiteral("wav"), QStringLiteral("wave"), QStringLiteral("bwf"),
-                                      QStringLiteral("rf64"), QStringLiteral("bw64")};
-
 class ReportRun {
 public:
     explicit ReportRun(const ReportOptions& options) : options_(options), terminal_(options.terminal) {}
@@ -36,7 +33,7 @@ public:
     int run() {
         const std::optional<QStringList> paths = existingPaths(options_.paths, terminal_);
         if (!paths || !isOutputWellNamed()) return badUsage;
-        const CollectedRecordings found = collectRecordings(*paths, !options_.noSubfolders, kReportedExtensions);
+        const CollectedRecordings found = collectRecordings(*paths, !options_.noSubfolders, waveFileExtensions());
         for (const QString& sentence : found.remarks + found.unopened) terminal_.error(sentence);
         std::vector<RecordingFacts> files(static_cast<std::size_t>(found.files.size()));
         forEachInParallel(files.size(), [&](std::size_t i) {
@@ -161,7 +158,7 @@ void addReportCommand(CLI::App& parser, ChosenCommand& chosen) {
         ->allow_extra_args(false);
     command->add_option("--rate", options->rate, "With --ale: the takes of this timecode rate (25, 29.97-DF)");
     command->add_flag("--overwrite", options->overwrite, "Replace a report that is there already");
-    command->add_flag("--no-subfolders", options->noSubfolders, "Stay out of the folders' subfolders");
+    addSubfoldersOption(*command, options->noSubfolders);
     command->callback([options, &chosen] { chosen.run = [options] { return ReportRun(*options).run(); }; });
 }
 

@@ -21,9 +21,6 @@ struct RescueCommandOptions {
     bool dryRun = false;
 };
 
-const QStringList kRescuedExtensions{QStringLiteral("wav"),  QStringLiteral("wave"), QStringLiteral("bwf"),
-                                     QStringLiteral("rf64"), QStringLiteral("bw64"), QStringLiteral("sda")};
-
 constexpr std::array kRescueStatuses{RescueStatus::healthy, RescueStatus::rescued, RescueStatus::skipped,
                                      RescueStatus::refused};
 
@@ -84,7 +81,8 @@ private:
     }
 
     bool collect(const QStringList& paths) {
-        const CollectedRecordings found = collectRecordings(paths, true, kRescuedExtensions);
+        const CollectedRecordings found =
+            collectRecordings(paths, true, waveFileExtensions() + QStringList{QStringLiteral("sda")});
         for (const QString& sentence : found.remarks + found.unopened) terminal_.error(sentence);
         hasFailed_ = !found.unopened.isEmpty();
         selection_ = found.files;

@@ -71,6 +71,12 @@ QString clearOne(const QString& leftover, const std::vector<JournalStep>& unfini
 
 } // namespace
 
+const QStringList& waveFileExtensions() {
+    static const QStringList extensions{QStringLiteral("wav"), QStringLiteral("wave"), QStringLiteral("bwf"),
+                                        QStringLiteral("rf64"), QStringLiteral("bw64")};
+    return extensions;
+}
+
 std::optional<files::Listing> listRecordings(const QString& folder, bool recursive, const QStringList& extensions,
                                              files::HiddenEntries hidden) {
     std::optional<files::Listing> listing = files::list(folder, recursive, extensions, hidden);

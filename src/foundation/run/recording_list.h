@@ -9,6 +9,9 @@
 
 namespace ostrel {
 
+// How the names of WAV files end, in lower case; recorders and programs write RF64 and BW64 under any of them.
+const QStringList& waveFileExtensions();
+
 // As files::list. What earlier runs left under private names and nobody holds is removed or, where it may be the only
 // copy of a recording, put back; either is told among the unreadable. Blocks on the disk; for any thread.
 std::optional<files::Listing> listRecordings(const QString& folder, bool recursive, const QStringList& extensions,
