@@ -27,6 +27,7 @@ struct JobOptions {
     bool csv = false;
     bool proof = false;
     bool seal = false;
+    bool conformsHeaders = false;
     bool makesFiles = false; // and may be sealed
 };
 

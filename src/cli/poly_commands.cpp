@@ -15,7 +15,8 @@ struct SplitCommandOptions : JobOptions {
 
 const std::map<std::string, SplitNamingPattern> kPatterns{{"number", SplitNamingPattern::channelNumber},
                                                           {"letter", SplitNamingPattern::channelLetter},
-                                                          {"track", SplitNamingPattern::trackName}};
+                                                          {"track", SplitNamingPattern::trackName},
+                                                          {"take-number", SplitNamingPattern::takeNumber}};
 const std::map<std::string, FolderOrganization> kOrganizations{{"flat", FolderOrganization::flat},
                                                                {"scene-take", FolderOrganization::bySceneTake},
                                                                {"scene", FolderOrganization::byScene}};
@@ -109,6 +110,9 @@ protected:
         if (edit_.inPlace && (removes || !edit_.reorder.empty() || !edit_.output.empty() || !edit_.name.empty())) {
             return QStringLiteral("--in-place changes track names only: it goes with --rename alone");
         }
+        if (edit_.inPlace && edit_.conformsHeaders) {
+            return QStringLiteral("--conform-headers goes with new files, not with --in-place");
+        }
         if (!edit_.remove.empty() && parseChannelNumbers(QString::fromStdString(edit_.remove)).empty()) {
             return QStringLiteral("--remove names no channel: ") + QString::fromStdString(edit_.remove);
         }
@@ -123,7 +127,7 @@ protected:
         }
         const bool severalFiles = paths.size() > 1 || paths::isFolder(paths.first());
         if (!edit_.name.empty() && severalFiles) return QStringLiteral("--name goes with a single file");
-        return outputProblem();
+        return PolyRun::problem(paths);
     }
 
     bool requireTools() override {
@@ -176,8 +180,10 @@ void addSplitCommand(CLI::App& parser, ChosenCommand& chosen) {
     const auto options = std::make_shared<SplitCommandOptions>();
     addPolyOptions(*command, *options, "Poly files and folders; one file is split by itself, anything more as a batch");
     command
-        ->add_option("--naming", options->naming,
-                     "How the files are named (default: by track where the poly names its tracks)")
+        ->add_option(
+            "--naming", options->naming,
+            "How the files are named (default: by track where the poly names its tracks); take-number ends them "
+            "with _1, _2, which Avid's import takes for the track")
         ->check(CLI::IsMember(keysOf(kPatterns)));
     command->add_option("--folders", options->folders, "Folders below the output folder")
         ->check(CLI::IsMember(keysOf(kOrganizations)))

@@ -81,7 +81,7 @@ protected:
             return QStringLiteral("--single takes files, not folders");
         }
         if (join_.single && paths.size() < 2) return QStringLiteral("--single needs at least two files");
-        return outputProblem();
+        return PolyRun::problem(paths);
     }
 
     void work(const QStringList& paths) override {

@@ -7,6 +7,13 @@ namespace ostrel::cli {
 PolyRun::PolyRun(const JobOptions& options, PolyMode mode, const char* job)
     : JobRun(options, job), controller_(desktop_), mode_(mode) {}
 
+QString PolyRun::problem(const QStringList& paths) {
+    if (options_.conformsHeaders && engineOf(options_) != EngineChoice::direct) {
+        return QStringLiteral("--conform-headers goes with --engine direct");
+    }
+    return JobRun::problem(paths);
+}
+
 QString PolyRun::take(const QStringList&) {
     controller_.mode = mode_;
     controller_.skipIfExists = !options_.overwrite;
@@ -14,6 +21,7 @@ QString PolyRun::take(const QStringList&) {
     controller_.generateCSV = options_.csv;
     controller_.engine = engineOf(options_);
     controller_.proves = options_.proof;
+    controller_.conformsHeaders = options_.conformsHeaders;
     controller_.recursiveScan = !options_.noSubfolders;
     controller_.joinRecursiveScan = !options_.noSubfolders;
     followProgress();
@@ -88,6 +96,9 @@ void addPolyOptions(CLI::App& command, JobOptions& options, const std::string& p
     addEngineOption(command, options);
     addProofOption(command, options);
     addSealOption(command, options);
+    command.add_flag("--conform-headers", options.conformsHeaders,
+                     "With --engine direct: heads as editing systems read them: Description lines ended by CR LF, of "
+                     "the file's own tracks alone, and FILE_SET_INDEX a number");
     command.add_flag("--csv", options.csv, "Write a CSV report into the output folder");
     addTerminalOptions(command, options.terminal);
 }

@@ -13,6 +13,7 @@ protected:
     void stop() override { controller_.stopProcessing(); }
     const ExternalToolDetector& toolDetector() const override { return controller_.toolDetector(); }
     RecordList<ProcessingLogEntry>& log() override { return controller_.logEntries; }
+    QString problem(const QStringList& paths) override;
     QString take(const QStringList& paths) override;
     JobCounts counts() const override;
     std::vector<ItemOutcome> outcomes() const override;

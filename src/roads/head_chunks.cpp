@@ -1,6 +1,7 @@
 #include "roads/head_chunks.h"
 
 #include "foundation/chunks/chunk_bytes.h"
+#include "metadata/ixml/ixml_text.h"
 #include "metadata/ixml_fitting.h"
 #include "platform/paths.h"
 
@@ -45,10 +46,21 @@ void fitDescription(std::vector<WaveHeadChunk>& chunks, const HeadRecipe& recipe
     const std::string* ixml = payloadOf(chunks, "iXML");
     if (!bext) return;
     const QByteArray document = ixml ? QByteArray::fromStdString(*ixml) : QByteArray();
-    *bext = bextFor(QByteArray::fromStdString(*bext), document, recipe.umid, recipe.place.fileName).toStdString();
+    *bext = bextFor(QByteArray::fromStdString(*bext), document, recipe.umid, recipe.place.fileName,
+                    recipe.descriptionWish())
+                .toStdString();
 }
 
 } // namespace
+
+DescriptionWish HeadRecipe::descriptionWish() const {
+    DescriptionWish wish{.conforms = conforms};
+    for (std::size_t i = 0; conforms && i < tracks.size(); ++i) {
+        const int number = tracks[i].channelIndex > 0 ? tracks[i].channelIndex : static_cast<int>(i) + 1;
+        wish.channels.push_back({number, decodeXMLText(tracks[i].trackName)});
+    }
+    return wish;
+}
 
 std::vector<int> wholeSetOf(const PlannedOutput& output, int sourceChannels) {
     std::vector<int> positions(static_cast<std::size_t>(sourceChannels), -1);

@@ -20,6 +20,9 @@ struct HeadRecipe {
     IxmlPlace place;                  // what the new file will be called, and where it comes from
     // Channel mask; nothing: the source's where all its channels stay in order, otherwise none are named.
     std::optional<quint32> speakers;
+    bool conforms = false; // to what editing systems read, see DescriptionWish
+
+    DescriptionWish descriptionWish() const;
 };
 
 struct PlannedOutput {

@@ -25,6 +25,7 @@ TEST(IsoFileNames, PatternsAndTheirWords) {
     EXPECT_EQ(rawText(FolderOrganization::byScene), QStringLiteral("By Scene Only (e.g., 9C/)"));
     EXPECT_EQ(name(2, kNumber, "Boom"), QStringLiteral("T1_ch3.wav"));
     EXPECT_EQ(name(2, kTrack, "Boom"), QStringLiteral("T1_Boom.wav"));
+    EXPECT_EQ(name(2, SplitNamingPattern::takeNumber, "Boom"), QStringLiteral("T1_3.wav"));
 }
 
 TEST(IsoFileNames, LettersEndAtTwentySixAndNumbersGoOn) {

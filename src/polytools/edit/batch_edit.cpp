@@ -78,7 +78,7 @@ private:
         const QString name = options_.files.size() == 1 ? options_.customName : QString();
         return engine_.removeChannelsFromPoly(poly, options_.filter, folder, name, options_.renames, options_.reorder,
                                               existingOutputRule(options_.skipIfExists, options_.overwriteExisting),
-                                              options_.proves);
+                                              options_.proves, options_.conforms);
     }
 
     void succeed(PolyFileResult& row, const ChannelFilterResult& edited) {

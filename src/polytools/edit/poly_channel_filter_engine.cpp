@@ -38,9 +38,9 @@ QString numberAndName(int number, const QString& name) { return QStringLiteral("
 class Edit {
 public:
     Edit(const PolyChannelFilterEngine& engine, const PolyEngineTools& tools, const PolyEngineHooks& hooks,
-         const PolyFile& poly, const RenameMap& renames, const ReorderList& reorder, bool proves)
+         const PolyFile& poly, const RenameMap& renames, const ReorderList& reorder, bool proves, bool conforms)
         : engine_(engine), tools_(tools), poly_(poly), renames_(renames), reorder_(reorder),
-          reordered_(reorder && !reorder->empty()), ownLedger_(QStringList(poly.url)),
+          reordered_(reorder && !reorder->empty()), isToConform_(conforms), ownLedger_(QStringList(poly.url)),
           ledger_(hooks.ledger ? *hooks.ledger : ownLedger_),
           log_(hooks, QStringLiteral("PolyChannelFilterEngine"), paths::stem(poly.url)), proof_(proves) {}
 
@@ -220,6 +220,8 @@ private:
         log_.info(kProcess, QStringLiteral("💾 Output: ") + paths::lastComponent(output.path()));
         const Road road(tools_.engine(), {poly_.url}, poly_.channelCount, QStringLiteral("wav"));
         if (!road.detour().isEmpty()) log_.info(kProcess, road.detour());
+        conforms_ = isToConform_ && road.isDirect();
+        if (isToConform_ && !conforms_) warn(unconformedSentence(poly_.fileName));
         const auto byFFmpeg = [&] {
             build(output);
             restoreMetadata(output);
@@ -232,12 +234,14 @@ private:
                                        .arg(paths::lastComponent(output.path())));
         }
         if (road.isDirect() || tools_.universalEngine) {
-            metadata_ = completeMetadata(poly_.url, output, SourceUmid::kept, log_);
+            metadata_ = completeMetadata(poly_.url, output, SourceUmid::kept, log_,
+                                         plannedOutput(output).head.descriptionWish());
         }
     }
 
     PlannedOutput plannedOutput(const OutputFile& output) const {
-        PlannedOutput planned{output.unfinished(), {}, {.source = poly_.url, .place = placeOf(output)}};
+        PlannedOutput planned{
+            output.unfinished(), {}, {.source = poly_.url, .place = placeOf(output), .conforms = conforms_}};
         for (const FinalTrack& track : final_) {
             planned.channels.push_back({poly_.url, track.originalInterleaveIndex - 1});
             planned.head.tracks.push_back(documentTrack(track));
@@ -376,7 +380,9 @@ private:
     const RenameMap& renames_;
     const ReorderList& reorder_;
     const bool reordered_;
-    RunLedger ownLedger_; // of an edit by itself
+    const bool isToConform_;
+    bool conforms_ = false; // the head of this file
+    RunLedger ownLedger_;   // of an edit by itself
     RunLedger& ledger_;
     EngineLog log_;
     OutputProof proof_;
@@ -395,8 +401,8 @@ ChannelFilterResult
 PolyChannelFilterEngine::removeChannelsFromPoly(const PolyFile& polyFile, const ChannelFilterOptions& filter,
                                                 const QString& outputFolder, const QString& outputFileName,
                                                 const RenameMap& batchRenameMap, const ReorderList& channelReorderMap,
-                                                ExistingOutput rule, bool proves) const {
-    return Edit(*this, tools_, hooks_, polyFile, batchRenameMap, channelReorderMap, proves)
+                                                ExistingOutput rule, bool proves, bool conforms) const {
+    return Edit(*this, tools_, hooks_, polyFile, batchRenameMap, channelReorderMap, proves, conforms)
         .run(filter, outputFolder, outputFileName, rule);
 }
 

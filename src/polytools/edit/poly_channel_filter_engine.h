@@ -25,12 +25,12 @@ public:
     // poly is refused. Metadata is restored wherever the tools allow it. Throws
     // DomainError "ChannelFilter" 1 (nothing to do), 2 (no channel would stay), 3 (ffmpeg failed), 4 (the output is the
     // source), ProcessLaunchError, FileError and, where it `proves` the new poly, ProofError. Failed metadata is a log
-    // line.
+    // line. `conforms`: the head of the new poly, see HeadRecipe; by way of ffmpeg that is a warning.
     ChannelFilterResult removeChannelsFromPoly(const PolyFile& polyFile, const ChannelFilterOptions& filter,
                                                const QString& outputFolder, const QString& outputFileName,
                                                const RenameMap& batchRenameMap, const ReorderList& channelReorderMap,
-                                               ExistingOutput rule = ExistingOutput::replaced,
-                                               bool proves = false) const;
+                                               ExistingOutput rule = ExistingOutput::replaced, bool proves = false,
+                                               bool conforms = false) const;
 
     // The file's own track list by interleave index; numbered channels where it has none.
     std::vector<SourceTrack> extractTrackListFromPoly(const QString& polyURL, int channelCount,

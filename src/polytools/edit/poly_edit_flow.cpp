@@ -136,6 +136,7 @@ BatchEditOptions PolyEditFlow::makeOptions() const {
     options.skipIfExists = state_.skipIfExists.value();
     options.overwriteExisting = state_.overwriteExisting.value();
     options.proves = state_.proves.value();
+    options.conforms = state_.conforms();
     return options;
 }
 

@@ -49,6 +49,8 @@ private:
     bool make(const OutputFile& output) {
         const Road road(tools_.engine(), urls(), 1, QStringLiteral("wav")); // several of a file are mixed, by ffmpeg
         if (!road.detour().isEmpty()) log_.info(kProcess, road.detour());
+        conforms_ = options_.conforms && road.isDirect();
+        if (options_.conforms && !conforms_) warn(unconformedSentence(file_));
         bool isMade = true;
         try {
             const QStringList warnings = road.make(
@@ -66,13 +68,15 @@ private:
             return refused(output.namingFinal(error.description));
         }
         if (isMade && (road.isDirect() || tools_.universalEngine)) {
-            metadata_ = completeMetadata(isos_.front().url, output, SourceUmid::kept, log_);
+            metadata_ = completeMetadata(isos_.front().url, output, SourceUmid::kept, log_,
+                                         plannedOutput(output).head.descriptionWish());
         }
         return isMade;
     }
 
     PlannedOutput plannedOutput(const OutputFile& output) const {
-        PlannedOutput planned{output.unfinished(), {}, {.source = isos_.front().url, .place = place()}};
+        PlannedOutput planned{
+            output.unfinished(), {}, {.source = isos_.front().url, .place = place(), .conforms = conforms_}};
         for (std::size_t i = 0; i < isos_.size(); ++i) {
             planned.channels.push_back({isos_[i].url, 0});
             if (indices_.size() != isos_.size()) continue; // without them the document goes along as it is
@@ -81,7 +85,11 @@ private:
         return planned;
     }
 
-    IxmlPlace place() const { return IxmlPlace::alone(file_, paths::lastComponent(isos_.front().url)); }
+    IxmlPlace place() const {
+        IxmlPlace place = IxmlPlace::alone(file_, paths::lastComponent(isos_.front().url));
+        place.isNumbered = conforms_;
+        return place;
+    }
 
     void publish(OutputFile& output) {
         std::vector<ChannelPair> pairs;
@@ -299,6 +307,7 @@ private:
     RunLedger& ledger_;
     EngineLog log_;
     OutputProof proof_;
+    bool conforms_ = false; // the head of the poly
     ItemOutcome outcome_;
     std::optional<MetadataRecord> metadata_; // nothing: there was no tool to carry any
 };

@@ -164,6 +164,7 @@ JoinOptions PolyJoinFlow::joinOptions() const {
     options.strict = join_.joinStrict.value();
     options.downmix = join_.joinDownmix.value();
     options.proves = state_.proves.value();
+    options.conforms = state_.conforms();
     return options;
 }
 

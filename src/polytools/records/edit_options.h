@@ -19,7 +19,8 @@ struct BatchEditOptions {
     bool inPlace = false; // only the names are changed, in the files themselves
     bool skipIfExists = true;
     bool overwriteExisting = false;
-    bool proves = false; // every output is read back and compared, channel by channel
+    bool proves = false;   // every output is read back and compared, channel by channel
+    bool conforms = false; // heads as editing systems read them, on the direct road
 };
 
 } // namespace ostrel

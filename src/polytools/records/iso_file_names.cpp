@@ -36,6 +36,9 @@ QString trackFileName(const QString& baseName, const QString& track) {
 
 QString isoOutputName(const QString& baseName, int channelIndex, SplitNamingPattern pattern, const QString& trackName) {
     if (pattern == SplitNamingPattern::channelLetter) return fittedFileName(baseName, lettered(channelIndex));
+    // What Avid takes for the track's number when it imports a set of mono files.
+    if (pattern == SplitNamingPattern::takeNumber)
+        return fittedFileName(baseName, QStringLiteral("_%1.wav").arg(channelIndex + 1));
     if (pattern == SplitNamingPattern::trackName && isUsableTrackName(trackName)) {
         const QString name = sanitised(trackName);
         if (!name.isEmpty()) return trackFileName(baseName, name);

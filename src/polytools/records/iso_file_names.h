@@ -9,8 +9,9 @@
 
 namespace ostrel {
 
-// "{base}_ch3.wav", "{base}_C.wav", "{base}_Boom.wav". `channelIndex` is 0-based; the alphabet ends at 26, numbers go
-// on. Under `trackName` an unusable name falls back to the channel number. All fit a file system, see `fittedFileName`.
+// "{base}_ch3.wav", "{base}_C.wav", "{base}_Boom.wav", "{base}_3.wav". `channelIndex` is 0-based; the alphabet ends at
+// 26, numbers go on. Under `trackName` an unusable name falls back to the channel number. All fit a file system, see
+// `fittedFileName`.
 QString isoOutputName(const QString& baseName, int channelIndex, SplitNamingPattern pattern, const QString& trackName);
 
 // "{base}_{track}.wav", the track name as it stands. Where both together are too long, the track name gives way first,

@@ -29,6 +29,7 @@ struct JoinOptions {
     bool strict = false;           // refuses ISOs of unequal length or start instead of warning of them
     bool downmix = false;          // takes files of more than one channel, mixed to one
     bool proves = false;           // the poly is read back and compared, channel by channel
+    bool conforms = false;         // its head as editing systems read it, on the direct road
 };
 
 struct JoinResult {

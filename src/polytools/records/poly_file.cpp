@@ -6,6 +6,7 @@ QString rawText(SplitNamingPattern pattern) {
     switch (pattern) {
     case SplitNamingPattern::channelNumber: return QStringLiteral("Channel Number (ch1, ch2...)");
     case SplitNamingPattern::channelLetter: return QStringLiteral("Channel Letter (A, B, C...)");
+    case SplitNamingPattern::takeNumber: return QStringLiteral("Track Number (_1, _2..., for Avid)");
     case SplitNamingPattern::trackName: break;
     }
     return QStringLiteral("Track Name (from iXML)");

@@ -23,9 +23,10 @@ struct PolyFile {
 };
 
 // What the file name of an ISO tells behind the poly's own name.
-enum class SplitNamingPattern { channelNumber, channelLetter, trackName };
+enum class SplitNamingPattern { channelNumber, channelLetter, trackName, takeNumber };
 inline constexpr std::array kAllSplitNamingPatterns{SplitNamingPattern::channelNumber,
-                                                    SplitNamingPattern::channelLetter, SplitNamingPattern::trackName};
+                                                    SplitNamingPattern::channelLetter, SplitNamingPattern::trackName,
+                                                    SplitNamingPattern::takeNumber};
 QString rawText(SplitNamingPattern pattern);
 
 // Where a batch puts the ISOs of one poly.

@@ -19,6 +19,7 @@ struct SplitOptions {
     bool overwriteExisting = false;
     bool keepOriginalName = false; // ISOs are called after the poly alone, with numbers where they clash
     bool proves = false;           // every output is read back and compared, channel by channel
+    bool conforms = false;         // heads as editing systems read them, on the direct road
 };
 
 struct SplitResult {
@@ -41,6 +42,7 @@ struct BatchSplitOptions {
     bool overwriteExisting = false;
     bool keepOriginalName = false;
     bool proves = false;
+    bool conforms = false;
 };
 
 // What became of the files that an item was to have.

@@ -46,11 +46,16 @@ MetadataPreservationResult withoutIXML(MetadataPreservationResult capture) {
     return capture;
 }
 
-MetadataRecord completeMetadata(const QString& source, const OutputFile& output, SourceUmid umid, EngineLog& log) {
+MetadataRecord completeMetadata(const QString& source, const OutputFile& output, SourceUmid umid, EngineLog& log,
+                                const DescriptionWish& wish) {
     const QString fileName = paths::lastComponent(output.path());
-    const MetadataCompletion completion = completeMetadata(source, output.unfinished(), umid, fileName);
+    const MetadataCompletion completion = completeMetadata(source, output.unfinished(), umid, fileName, wish);
     for (const QString& warning : completion.warnings) log.warning(kMetadata, QStringLiteral("⚠️ ") + warning);
-    return compareMetadata(source, output.unfinished(), umid, fileName);
+    return compareMetadata(source, output.unfinished(), umid, fileName, wish);
+}
+
+QString unconformedSentence(const QString& fileName) {
+    return QStringLiteral("Headers are not conformed: %1 goes by way of ffmpeg").arg(fileName);
 }
 
 void tellPreservation(const QString& done, const QString& file, const MetadataRecord& record, EngineLog& log) {

@@ -80,7 +80,11 @@ MetadataPreservationResult withoutIXML(MetadataPreservationResult capture);
 
 // The last step of a new file's metadata, whatever a tool refused or rewrote ahead of it; and what the file then holds
 // of the source's, compared. What could not be done is a warning.
-MetadataRecord completeMetadata(const QString& source, const OutputFile& output, SourceUmid umid, EngineLog& log);
+MetadataRecord completeMetadata(const QString& source, const OutputFile& output, SourceUmid umid, EngineLog& log,
+                                const DescriptionWish& wish = {});
+
+// What is said of files that were to conform (HeadRecipe) and went by way of ffmpeg.
+QString unconformedSentence(const QString& fileName);
 
 // "All metadata preserved", or what is not as it was. Said of a file that stands, so behind its publishing.
 void tellPreservation(const QString& done, const QString& file, const MetadataRecord& record, EngineLog& log);

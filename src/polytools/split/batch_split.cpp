@@ -121,6 +121,7 @@ private:
         options.overwriteExisting = options_.overwriteExisting;
         options.keepOriginalName = options_.keepOriginalName;
         options.proves = options_.proves;
+        options.conforms = options_.conforms;
         SplitResult split = splitter_->split(poly, folder, options);
         if (manifest) copyManifest(poly, folder);
 

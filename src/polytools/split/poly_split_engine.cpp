@@ -59,6 +59,8 @@ public:
         const QStringList names = outputNames(tracks);
         const Road road(tools_.engine(), {poly_.url}, poly_.channelCount, QStringLiteral("wav"));
         if (!road.detour().isEmpty()) log_.info(kProcess, road.detour());
+        conforms_ = options_.conforms && road.isDirect();
+        if (options_.conforms && !conforms_) warn(unconformedSentence(poly_.fileName));
         const int atOnce =
             road.isDirect() ? poly_.channelCount : 1; // one pass makes them all, or each run of ffmpeg one
         for (int first = 0; first < poly_.channelCount && !hooks_.stopped(); first += atOnce) {
@@ -84,9 +86,13 @@ public:
 private:
     void prepare() {
         for (const QString& warning : ledger_.prepareFolder(outputFolder_) + unexplainedBytesWarnings({poly_.url})) {
-            log_.warning(kProcess, warning);
-            result_.outcome.warnings << warning;
+            warn(warning);
         }
+    }
+
+    void warn(const QString& warning) {
+        log_.warning(kProcess, warning);
+        result_.outcome.warnings << warning;
     }
 
     // The poly's outcome is that of its channels.
@@ -206,7 +212,8 @@ private:
                 {.source = poly_.url,
                  .umid = SourceUmid::cleared,
                  .tracks = {documentTrack(*iso.track)},
-                 .place = placeOf(*iso.output, iso.channel)}};
+                 .place = placeOf(*iso.output, iso.channel),
+                 .conforms = conforms_}};
     }
 
     // An ISO is always number 1 of 1, but it keeps its channel index: that is what a later join restores.
@@ -236,7 +243,8 @@ private:
     // What the ISO holds of the poly's; nothing where there was nothing to carry it with.
     std::optional<MetadataRecord> metadataOf(const Iso& iso, const Road& road, const PolyCapture& capture) {
         if (!road.isDirect() && (!tools_.universalEngine || !capture.preservation)) return std::nullopt;
-        return completeMetadata(poly_.url, *iso.output, SourceUmid::cleared, log_);
+        return completeMetadata(poly_.url, *iso.output, SourceUmid::cleared, log_,
+                                plannedOutput(iso).head.descriptionWish());
     }
 
     void publish(Iso& iso, const std::optional<MetadataRecord>& metadata) {
@@ -346,6 +354,7 @@ private:
     RunLedger& ledger_;
     EngineLog log_;
     OutputProof proof_;
+    bool conforms_ = false; // this run's heads
     SplitResult result_;
     std::map<int, ItemOutcome> channels_; // of those that were reached
 };

@@ -46,6 +46,7 @@ SplitOptions PolySplitFlow::splitOptions() const {
     options.overwriteExisting = state_.overwriteExisting.value();
     options.keepOriginalName = split_.splitKeepOriginalName.value();
     options.proves = state_.proves.value();
+    options.conforms = state_.conforms();
     return options;
 }
 
@@ -209,6 +210,7 @@ void PolySplitFlow::startBatch(const std::optional<QStringList>& selected, std::
     options.overwriteExisting = state_.overwriteExisting.value();
     options.keepOriginalName = split_.splitKeepOriginalName.value();
     options.proves = state_.proves.value();
+    options.conforms = state_.conforms();
 
     services_.info(kProcess,
                    selected

@@ -40,7 +40,8 @@ struct PolyToolsState {
     QProperty<bool> overwriteExisting{false};
     QProperty<bool> generateCSV{false};
     QProperty<bool> autoOrderChannels{false};
-    QProperty<bool> proves{false}; // a run reads its outputs back and compares them, channel by channel
+    QProperty<bool> proves{false};          // a run reads its outputs back and compares them, channel by channel
+    QProperty<bool> conformsHeaders{false}; // as editing systems read them; has an effect with the direct engine
 
     // What is under way
     QProperty<bool> isAnalyzing{false};
@@ -60,6 +61,8 @@ struct PolyToolsState {
 
     // ffmpeg is there, or the direct engine was chosen, which needs none for plain WAV files.
     bool hasEngine() const { return engine.value() == EngineChoice::direct || ffmpegAvailable.value(); }
+
+    bool conforms() const { return conformsHeaders.value() && engine.value() == EngineChoice::direct; }
 
     // The totals are the new run's from here on.
     PolyRun beginRun() {

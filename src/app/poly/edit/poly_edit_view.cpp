@@ -1,5 +1,6 @@
 #include "app/poly/edit/poly_edit_view.h"
 
+#include "app/controls/conform_box.h"
 #include "app/controls/engine_switch.h"
 #include "app/controls/flag_box.h"
 #include "app/controls/layouts.h"
@@ -102,6 +103,9 @@ QWidget* PolyEditView::makeOutputMode() {
     preserved->setText(QStringLiteral("All metadata preserved (iXML, BWF, SMED)"), true);
     rebuilt->addWidget(preserved, 1);
     rebuilt->addWidget(engineSwitch(bindings_, viewModel_.engine, QStringLiteral("polytools")));
+    rebuilt->addSpacing(8);
+    rebuilt->addWidget(
+        conformBox(bindings_, viewModel_.conformsHeaders, viewModel_.engine, QStringLiteral("polytools")));
     rebuilt->addSpacing(8);
     rebuilt->addWidget(proofBox(bindings_, viewModel_.proves, QStringLiteral("polytools")));
     rebuilt->addSpacing(8);

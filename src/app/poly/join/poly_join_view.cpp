@@ -1,5 +1,6 @@
 #include "app/poly/join/poly_join_view.h"
 
+#include "app/controls/conform_box.h"
 #include "app/controls/engine_switch.h"
 #include "app/controls/flag_box.h"
 #include "app/controls/layouts.h"
@@ -137,6 +138,9 @@ QWidget* PolyJoinView::makeCommonOptions() {
     second->addWidget(overwriteBox(bindings_, viewModel_));
     second->addSpacing(8);
     second->addWidget(engineSwitch(bindings_, viewModel_.engine, QStringLiteral("polytools")));
+    second->addSpacing(8);
+    second->addWidget(
+        conformBox(bindings_, viewModel_.conformsHeaders, viewModel_.engine, QStringLiteral("polytools")));
     second->addStretch();
     second->addWidget(preserved);
     auto* column = columnLayout(6);

@@ -1,5 +1,6 @@
 #include "app/poly/split/split_options.h"
 
+#include "app/controls/conform_box.h"
 #include "app/controls/engine_switch.h"
 #include "app/controls/flag_box.h"
 #include "app/controls/layouts.h"
@@ -126,6 +127,7 @@ QWidget* SplitOptionsCard::existingBlock() {
     block->add(flagBox(bindings_, viewModel_.skipIfExists, QStringLiteral("Skip if output exists")));
     block->add(flagBox(bindings_, viewModel_.overwriteExisting, QStringLiteral("Replace existing outputs")));
     block->add(proofBox(bindings_, viewModel_.proves, QStringLiteral("polytools")));
+    block->add(conformBox(bindings_, viewModel_.conformsHeaders, viewModel_.engine, QStringLiteral("polytools")));
     block->add(engineSwitch(bindings_, viewModel_.engine, QStringLiteral("polytools")));
     return block;
 }
