@@ -38,6 +38,7 @@ int runCommandLine(int argc, char** argv) {
     addCleanCommand(parser, chosen);
     addWaveformCommand(parser, chosen);
     addRescueCommand(parser, chosen);
+    addStitchCommand(parser, chosen);
     addHashCommand(parser, chosen);
     addReportProofCommand(parser, chosen);
     addCheckCommand(parser, chosen);

@@ -27,6 +27,7 @@ void addReportProofCommand(CLI::App& parser, ChosenCommand& chosen);
 void addCheckCommand(CLI::App& parser, ChosenCommand& chosen);
 void addReportCommand(CLI::App& parser, ChosenCommand& chosen);
 void addRescueCommand(CLI::App& parser, ChosenCommand& chosen);
+void addStitchCommand(CLI::App& parser, ChosenCommand& chosen);
 void addHashCommand(CLI::App& parser, ChosenCommand& chosen);
 
 } // namespace ostrel::cli

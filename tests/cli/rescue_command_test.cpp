@@ -38,6 +38,18 @@ TEST(RescueCommand, TellsEveryStatusAndLeavesTheRecordings) {
     EXPECT_EQ(fingerprint(folder.path(u"card"_s)), before);
 }
 
+TEST(RescueCommand, ADryRunTouchesNothing) {
+    const TestFolder folder;
+    folder.write(u"open.wav"_s, withDataSize(waveBytes({}), 0));
+    folder.write(u".ostrel-11111111-2222-3333-4444-555555555555.wav"_s, "left by an earlier run");
+    const QStringList before = fingerprint(folder.path());
+    EXPECT_EQ(runCli({u"rescue"_s, u"--dry-run"_s, folder.path()}).exitStatus, 0);
+    EXPECT_EQ(runCli({u"check"_s, folder.path()}).exitStatus, 1);
+    EXPECT_EQ(fingerprint(folder.path()), before);
+    EXPECT_EQ(runCli({u"rescue"_s, folder.path()}).exitStatus, 0);
+    EXPECT_EQ(namesIn(folder.path()), (QStringList{u"open.wav"_s, u"open_rescued.wav"_s}));
+}
+
 TEST(RescueCommand, WhatIsNoHealthyTakeIsBadUsage) {
     const TestFolder folder;
     const QString open = folder.write(u"open.wav"_s, withDataSize(waveBytes({}), 0));

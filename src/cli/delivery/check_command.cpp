@@ -88,7 +88,9 @@ private:
     }
 
     void collect(const QStringList& paths) {
-        const CollectedRecordings found = collectRecordings(paths, !options_.noSubfolders, waveFileExtensions());
+        const Leftovers leftovers = options_.fix && !options_.dryRun ? Leftovers::cleared : Leftovers::left;
+        const CollectedRecordings found = collectRecordings(paths, !options_.noSubfolders, waveFileExtensions(),
+                                                            files::HiddenEntries::leftOut, leftovers);
         for (const QString& sentence : found.remarks + found.unopened) terminal_.error(sentence);
         hasFailed_ = !found.unopened.isEmpty();
         for (const QString& file : found.files) files_.push_back({.path = file});

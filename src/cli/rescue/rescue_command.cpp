@@ -81,8 +81,10 @@ private:
     }
 
     bool collect(const QStringList& paths) {
+        const Leftovers leftovers = options_.dryRun ? Leftovers::left : Leftovers::cleared;
         const CollectedRecordings found =
-            collectRecordings(paths, true, waveFileExtensions() + QStringList{QStringLiteral("sda")});
+            collectRecordings(paths, true, waveFileExtensions() + QStringList{QStringLiteral("sda")},
+                              files::HiddenEntries::leftOut, leftovers);
         for (const QString& sentence : found.remarks + found.unopened) terminal_.error(sentence);
         hasFailed_ = !found.unopened.isEmpty();
         selection_ = found.files;

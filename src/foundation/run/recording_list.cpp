@@ -78,9 +78,9 @@ const QStringList& waveFileExtensions() {
 }
 
 std::optional<files::Listing> listRecordings(const QString& folder, bool recursive, const QStringList& extensions,
-                                             files::HiddenEntries hidden) {
+                                             files::HiddenEntries hidden, Leftovers leftovers) {
     std::optional<files::Listing> listing = files::list(folder, recursive, extensions, hidden);
-    if (!listing || listing->unfinished.isEmpty()) return listing;
+    if (!listing || listing->unfinished.isEmpty() || leftovers == Leftovers::left) return listing;
     const QStringList told = clearLeftovers(listing->unfinished);
     if (told.isEmpty()) return listing;
     listing = files::list(folder, recursive, extensions, hidden); // what was put back is a recording again
@@ -89,7 +89,7 @@ std::optional<files::Listing> listRecordings(const QString& folder, bool recursi
 }
 
 CollectedRecordings collectRecordings(const QStringList& selection, bool recursive, const QStringList& extensions,
-                                      files::HiddenEntries hidden) {
+                                      files::HiddenEntries hidden, Leftovers leftovers) {
     CollectedRecordings result;
     QStringList found;
     for (const QString& item : selection) {
@@ -98,7 +98,7 @@ CollectedRecordings collectRecordings(const QStringList& selection, bool recursi
             if (isWanted) found << item; // one that is gone by now, too: whoever opens it says so
             continue;
         }
-        const std::optional<files::Listing> listing = listRecordings(item, recursive, extensions, hidden);
+        const std::optional<files::Listing> listing = listRecordings(item, recursive, extensions, hidden, leftovers);
         if (!listing) {
             result.unopened << item;
             continue;
