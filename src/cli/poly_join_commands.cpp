@@ -38,6 +38,7 @@ nlohmann::json numberOrNull(const std::optional<int>& number) {
 
 nlohmann::json isoDocument(const ISOFile& iso) {
     return {{"file", jsonText(iso.url)},
+            {"parts", jsonList(iso.files())},
             {"sampleRate", iso.sampleRate},
             {"bitDepth", iso.bitDepth},
             {"duration", iso.duration},
@@ -60,12 +61,13 @@ nlohmann::json groupDocument(const ISOGroupCandidate& group) {
             {"take", jsonTextOrNull(group.take)},
             {"timecode", jsonTextOrNull(group.timecode)},
             {"duration", group.duration ? nlohmann::json(*group.duration) : nlohmann::json()},
+            {"parts", jsonTextOrNull(group.partsText())},
             {"isos", isoDocuments(group.sortedISOs())}};
 }
 
 QStringList urlsOf(const std::vector<ISOFile>& isos) {
     QStringList urls;
-    for (const ISOFile& iso : isos) urls << iso.url;
+    for (const ISOFile& iso : isos) urls << iso.files();
     return urls;
 }
 
@@ -172,12 +174,14 @@ private:
                            .arg(group.suggestedOutputName(), rawText(group.confidence), rawText(group.groupingMethod)));
         const QString why = controller_.foreseenRefusals.value().value(group.id);
         if (!why.isEmpty()) terminal_.line(QStringLiteral("  will be refused: ") + why);
+        if (!group.partsText().isEmpty()) terminal_.line(QStringLiteral("  ") + group.partsText());
         int position = 0;
         for (const ISOFile& iso : group.sortedISOs()) {
             QString line = QStringLiteral("  %1  %2").arg(++position, 3).arg(iso.url);
             if (iso.metadataChannelIndex)
                 line += QStringLiteral("  (channel %1, %2)").arg(*iso.metadataChannelIndex).arg(iso.metadataTrackName);
             terminal_.line(line);
+            for (const QString& part : iso.laterParts) terminal_.line(QStringLiteral("    +  ") + part);
         }
     }
 

@@ -93,7 +93,7 @@ std::vector<PolyForesight::Item> PolyForesight::joins() const {
     QStringList sources;
     for (const ISOGroupCandidate& group : join_.reviewedGroups) {
         Item item{group.id, {}, {}};
-        for (const ISOFile& iso : group.isoFiles) item.sources << iso.url;
+        item.sources << group.files();
         sources << item.sources;
         result.push_back(std::move(item));
     }

@@ -9,6 +9,7 @@
 #include "platform/text/text.h"
 #include "polytools/grouping/grouping_log.h"
 #include "polytools/grouping/iso_grouping_strategies.h"
+#include "polytools/grouping/iso_series.h"
 #include "polytools/records/iso_file_reader.h"
 
 #include <algorithm>
@@ -112,14 +113,14 @@ GroupingResult ISOGroupingEngine::groupISOFilesInFolder(const QString& folderURL
     Found found = scanForISOFiles({folderURL}, recursive);
     logGrouping(QStringLiteral("✅ [Grouping] Found %1 mono ISO files").arg(found.files.size()));
     GroupingResult result = processISOFiles(std::move(found.files));
-    result.remarks = found.remarks;
+    result.remarks = found.remarks + result.remarks;
     return result;
 }
 
 GroupingResult ISOGroupingEngine::groupISOFilesInFolders(const QStringList& folderURLs, bool recursive) const {
     Found found = scanForISOFiles(folderURLs, recursive);
     GroupingResult result = groupISOFilesFromList(found.files);
-    result.remarks = found.remarks;
+    result.remarks = found.remarks + result.remarks;
     return result;
 }
 
@@ -140,7 +141,7 @@ GroupingResult ISOGroupingEngine::groupISOFiles(const QStringList& urls) const {
     std::vector<ISOFile> files = readMonoFiles(unique.files, QStringLiteral("Grouping"));
     logGrouping(QStringLiteral("✅ [Grouping] Found %1 mono ISO files from selection").arg(files.size()));
     GroupingResult result = processISOFiles(std::move(files));
-    result.remarks = unique.repeats;
+    result.remarks = unique.repeats + result.remarks;
     return result;
 }
 
@@ -179,9 +180,20 @@ GroupingResult ISOGroupingEngine::processISOFiles(std::vector<ISOFile> isoFiles)
     std::vector<FileWithMetadata> files =
         readAll<FileWithMetadata>(isoFiles, [&](const ISOFile& file) { return std::optional(reader.read(file)); });
 
+    const std::vector<Part> parts =
+        readAll<Part>(files, [](const FileWithMetadata& file) { return std::optional(readPart(file.file.url)); });
+    if (parts.size() != files.size()) return {}; // stopped
+
     GroupingResult result;
     result.totalFiles = static_cast<int>(files.size());
+    const QHash<QString, IsoSpan> spans = putInSeries(files, parts);
     result.groups = runStrategies(files);
+    result.remarks = partBySpans(result.groups, spans);
+    for (const ISOGroupCandidate& group : result.groups) {
+        if (!group.partsText().isEmpty()) {
+            logGrouping(QStringLiteral("✅ [Grouping] %1: %2").arg(group.suggestedOutputName(), group.partsText()));
+        }
+    }
     for (const FileWithMetadata& file : files) result.ungroupedFiles.push_back(file.file);
     if (!files.empty()) {
         logGrouping(QStringLiteral("⚠️ [Grouping] %1 files could not be grouped").arg(files.size()));

@@ -44,9 +44,7 @@ private:
     // Every ISO of every group is a source: none becomes the poly of another group.
     static PolyEngineHooks withLedger(PolyEngineHooks hooks, const std::vector<ISOGroupCandidate>& groups) {
         QStringList sources;
-        for (const ISOGroupCandidate& group : groups) {
-            for (const ISOFile& iso : group.isoFiles) sources << iso.url;
-        }
+        for (const ISOGroupCandidate& group : groups) sources << group.files();
         if (!hooks.ledger) hooks.ledger = std::make_shared<RunLedger>(sources);
         return hooks;
     }
@@ -54,7 +52,7 @@ private:
     void joinOne(const ISOGroupCandidate& group, const QString& name) {
         const std::vector<ISOFile> isos = group.sortedISOs();
         GroupJoinResult row{group.id, name, static_cast<int>(isos.size())};
-        for (const ISOFile& iso : isos) row.outcome.sources.push_back({iso.url});
+        row.outcome.sources = ItemOutcome::allKept(group.files());
         if (isos.size() < 2) {
             log_.debug(QStringLiteral("⚠️ [BatchJoin] Group '%1' has <2 files, skipping").arg(name));
             log_.warning(kProcess,

@@ -3,29 +3,42 @@
 #include "platform/paths.h"
 #include "polytools/records/iso_ordering.h"
 
+#include <algorithm>
+
 namespace ostrel {
 namespace {
 
 using Task = PolyToolsServices::Task;
 
+void restoreParts(std::vector<ISOFile>& files, const std::vector<ISOFile>& known) {
+    for (ISOFile& file : files) {
+        const auto before = std::ranges::find(known, file.url, &ISOFile::url);
+        if (before == known.end() || before->laterParts.isEmpty()) continue;
+        file.laterParts = before->laterParts;
+        file.duration = before->duration;
+        file.fileSize = before->fileSize;
+    }
+}
+
 } // namespace
 
-void IsoLoading::start(const QStringList& urls) {
+void IsoLoading::start(const QStringList& urls, const std::vector<ISOFile>& known) {
     state_.isAnalyzing = true;
     if (!services_.requireFFprobe()) {
         state_.isAnalyzing = false;
         return;
     }
-    services_.run(load(services_.eachOnce(urls), services_.begin(Task::isoAnalysis)));
+    services_.run(load(services_.eachOnce(urls), known, services_.begin(Task::isoAnalysis)));
 }
 
-QCoro::Task<> IsoLoading::load(QStringList urls, TaskHandle handle) {
+QCoro::Task<> IsoLoading::load(QStringList urls, std::vector<ISOFile> known, TaskHandle handle) {
     const auto work = [urls, autoOrder = state_.autoOrderChannels.value(), tools = services_.engineTools(),
                        hooks = services_.hooks(handle)] { return loadISOs(urls, autoOrder, tools, hooks); };
-    const auto [loaded, failure] = co_await services_.attempt(work);
+    auto [loaded, failure] = co_await services_.attempt(work);
     if (handle.isCancelled()) co_return;
     state_.isAnalyzing = false;
     if (loaded) {
+        restoreParts(loaded->files, known);
         showLoaded(*loaded);
     } else {
         services_.error(kScan, QStringLiteral("Analysis failed: ") + failure);

@@ -19,13 +19,13 @@ public:
     IsoLoading(PolyToolsState& state, JoinState& join, PolyToolsServices& services, std::function<void()> onLoaded)
         : state_(state), join_(join), services_(services), onLoaded_(std::move(onLoaded)) {}
 
-    // Takes the place of a reading that is under way.
-    void start(const QStringList& urls);
+    // Takes the place of a reading that is under way. `known`: later parts of these go on belonging to them.
+    void start(const QStringList& urls, const std::vector<ISOFile>& known = {});
     // These, as they come; whoever asked knows them already.
     void publish(std::vector<ISOFile> files);
 
 private:
-    QCoro::Task<> load(QStringList urls, TaskHandle handle);
+    QCoro::Task<> load(QStringList urls, std::vector<ISOFile> known, TaskHandle handle);
     void showLoaded(const LoadedISOs& loaded);
     void logOrdering(const LoadedISOs& loaded);
     void validate();

@@ -83,6 +83,10 @@ void JoinGrouping::showGroups(const GroupingResult& result) {
     join_.batchJoinMode = !isClear;
     if (isClear) return onOneTake_(result.groups.front());
     services_.success(kScan, result.summary());
+    for (const ISOGroupCandidate& group : result.groups) {
+        const QString parts = group.partsText();
+        if (!parts.isEmpty()) services_.info(kScan, QStringLiteral("%1: %2").arg(group.suggestedOutputName(), parts));
+    }
     if (result.lowConfidenceCount > 0) {
         services_.warning(
             kScan, QStringLiteral("%1 groups have low confidence - please review").arg(result.lowConfidenceCount));

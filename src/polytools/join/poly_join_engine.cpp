@@ -9,6 +9,7 @@
 #include "platform/processes/child_process.h"
 #include "platform/processes/tool_limits.h"
 #include "polytools/join/iso_raggedness.h"
+#include "polytools/join/whole_tracks.h"
 #include "polytools/records/merge_graph.h"
 #include "roads/road.h"
 
@@ -19,16 +20,23 @@ namespace {
 
 constexpr qsizetype kJoinErrorLength = 300;
 
+QStringList allFiles(const std::vector<ISOFile>& isos) {
+    QStringList files;
+    for (const ISOFile& iso : isos) files << iso.files();
+    return files;
+}
+
 class Join {
 public:
     Join(const PolyEngineTools& tools, const PolyEngineHooks& hooks, const std::vector<ISOFile>& isoFiles,
          const QString& output, const JoinOptions& options, const PolyJoinEngine::Progress& progress)
         : tools_(tools), isos_(isoFiles), path_(output), file_(paths::lastComponent(output)), options_(options),
-          progress_(progress), ownLedger_(urls()), ledger_(hooks.ledger ? *hooks.ledger : ownLedger_),
-          log_(hooks, QStringLiteral("PolyJoinEngine"), paths::stem(output)), proof_(options.proves) {}
+          progress_(progress), ownLedger_(allFiles(isoFiles)), ledger_(hooks.ledger ? *hooks.ledger : ownLedger_),
+          isStopped_(hooks.isStopped), log_(hooks, QStringLiteral("PolyJoinEngine"), paths::stem(output)),
+          proof_(options.proves) {}
 
     JoinResult run() {
-        outcome_.sources = ItemOutcome::allKept(urls());
+        outcome_.sources = ItemOutcome::allKept(allFiles(isos_));
         perform();
         return {std::move(outcome_), log_.take()};
     }
@@ -40,10 +48,20 @@ private:
         OutputFile output(ledger_, path_, existingOutputRule(options_.skipIfExists, options_.overwriteExisting));
         if (!output.permission().isGranted()) return leave(output.permission());
         tell(0.1, "Validating files...");
+        if (!stitchTracks()) return;
         sortByInterleaveIndex();
         if (!agree()) return;
         tell(0.2, "Building poly file...");
         if (make(output)) publish(output);
+    }
+
+    bool stitchTracks() {
+        try {
+            for (const QString& warning : tracks_.make(isos_, path_, isStopped_)) warn(warning);
+            return true;
+        } catch (const FileError& error) {
+            return refused(error.description);
+        }
     }
 
     bool make(const OutputFile& output) {
@@ -86,7 +104,8 @@ private:
     }
 
     IxmlPlace place() const {
-        IxmlPlace place = IxmlPlace::alone(file_, paths::lastComponent(isos_.front().url));
+        const QString first = tracks_.originalOf(isos_.front().url);
+        IxmlPlace place = IxmlPlace::alone(file_, paths::lastComponent(first));
         place.isNumbered = conforms_;
         return place;
     }
@@ -128,7 +147,13 @@ private:
             const int channel = static_cast<int>(&iso - isos_.data());
             pairs.push_back({{iso.url, iso.channelCount > 1 ? kMixedChannels : 0}, {output.unfinished(), channel}});
         }
-        return proof_.of(pairs, {{output.unfinished(), path_}});
+        std::optional<ProofRecord> record = proof_.of(pairs, {{output.unfinished(), path_}});
+        if (!record) return record;
+        for (ChannelProof& channel : record->channels) {
+            channel.source = tracks_.originalOf(channel.source);
+            channel.reason = tracks_.named(channel.reason);
+        }
+        return record;
     }
 
     void leave(const WritePermission& permission) {
@@ -278,7 +303,8 @@ private:
         return result;
     }
 
-    void refuse(const QString& message) {
+    void refuse(const QString& said) {
+        const QString message = tracks_.named(said);
         log_.error(kProcess, message);
         outcome_.message = message;
         outcome_.status = ProcessingStatus::failed(message);
@@ -287,7 +313,8 @@ private:
         refuse(message);
         return false;
     }
-    void warn(const QString& warning) {
+    void warn(const QString& said) {
+        const QString warning = tracks_.named(said);
         log_.warning(kProcess, warning);
         outcome_.warnings << warning;
     }
@@ -298,6 +325,7 @@ private:
 
     const PolyEngineTools& tools_;
     std::vector<ISOFile> isos_;
+    WholeTracks tracks_;                // that came in several files
     std::vector<TrackIndices> indices_; // of each, once they are sorted
     const QString path_;
     const QString file_;
@@ -305,6 +333,7 @@ private:
     const PolyJoinEngine::Progress& progress_;
     RunLedger ownLedger_; // of a join by itself
     RunLedger& ledger_;
+    const std::function<bool()> isStopped_;
     EngineLog log_;
     OutputProof proof_;
     bool conforms_ = false; // the head of the poly

@@ -23,6 +23,13 @@ QStringList urlsOf(const RecordList<ISOFile>& files) {
     return urls;
 }
 
+// With all parts of each.
+QStringList filesOf(const RecordList<ISOFile>& isos) {
+    QStringList files;
+    for (const ISOFile& iso : isos) files << iso.files();
+    return files;
+}
+
 } // namespace
 
 void PolyJoinFlow::selectISOFiles() {
@@ -37,7 +44,7 @@ void PolyJoinFlow::selectISOFiles() {
     request.allowedExtensions = {QStringLiteral("wav")};
     const QStringList chosen = services_.desktop().showOpenPanel(request);
     if (chosen.isEmpty()) return;
-    analyzeISOFiles(urlsOf(join_.isoFiles) + chosen);
+    loading_.start(urlsOf(join_.isoFiles) + chosen, join_.isoFiles.rows());
 }
 
 void PolyJoinFlow::applyJoinModeDetection(const QStringList& folders, const QStringList& files) {
@@ -205,10 +212,8 @@ void PolyJoinFlow::run() {
 
 // Everything in the selection is protected, joined or not.
 PolyEngineHooks PolyJoinFlow::hooksOfRun(const TaskHandle& handle) const {
-    QStringList sources = urlsOf(join_.isoFiles) + urlsOf(join_.ungroupedFiles);
-    for (const ISOGroupCandidate& group : join_.reviewedGroups) {
-        for (const ISOFile& iso : group.isoFiles) sources << iso.url;
-    }
+    QStringList sources = filesOf(join_.isoFiles) + filesOf(join_.ungroupedFiles);
+    for (const ISOGroupCandidate& group : join_.reviewedGroups) sources << group.files();
     PolyEngineHooks hooks = services_.hooks(handle);
     hooks.ledger = std::make_shared<RunLedger>(sources);
     return hooks;
@@ -232,7 +237,7 @@ bool PolyJoinFlow::mayMix(const std::vector<ISOFile>& isos) {
     const QString why = QStringLiteral("A join takes mono files: ") + names.join(QStringLiteral(", "));
     services_.error(kProcess, why);
     state_.errorCount = 1;
-    state_.lastOutcome = ItemOutcome::failure(why, urlsOf(join_.isoFiles));
+    state_.lastOutcome = ItemOutcome::failure(why, filesOf(join_.isoFiles));
     return false;
 }
 
@@ -363,6 +368,7 @@ void PolyJoinFlow::takeShortcut(const ISOGroupCandidate& group) {
                              ? QStringLiteral("%1-T%2").arg(group.scene, group.take)
                              : group.suggestedOutputName();
     services_.success(kScan, QStringLiteral("✅ Detected 1 group: %1 (%2 ISOs)").arg(take).arg(group.isoFiles.size()));
+    if (!group.partsText().isEmpty()) services_.info(kScan, group.partsText());
     services_.info(kScan,
                    QStringLiteral("Tip: Click 'Show details' or enable 'Review groups before joining' to see full "
                                   "grouping info"));

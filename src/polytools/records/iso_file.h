@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <QUuid>
 #include <optional>
 
@@ -21,6 +22,11 @@ struct ISOFile {
     std::optional<int> metadataInterleaveIndex; // INTERLEAVE_INDEX, CHANNEL_INDEX and NAME of the file's own iXML
     std::optional<int> metadataChannelIndex;
     QString metadataTrackName; // optional
+    // Of the same track, in order: each begins at the sample where the one before it ends. Duration and size are those
+    // of all.
+    QStringList laterParts;
+
+    QStringList files() const { return QStringList(url) + laterParts; }
 
     bool operator==(const ISOFile&) const = default;
 };

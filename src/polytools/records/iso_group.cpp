@@ -1,6 +1,7 @@
 #include "polytools/records/iso_group.h"
 
 #include "platform/paths.h"
+#include "stitch/stitch_file.h"
 
 #include <QStringList>
 #include <algorithm>
@@ -74,6 +75,21 @@ std::vector<ISOFile> ISOGroupCandidate::sortedISOs() const {
     });
     std::ranges::move(sortISOsByTrackName(others), std::back_inserter(indexed));
     return indexed;
+}
+
+QStringList ISOGroupCandidate::files() const {
+    QStringList result;
+    for (const ISOFile& file : isoFiles) result << file.files();
+    return result;
+}
+
+QString ISOGroupCandidate::partsText() const {
+    if (std::ranges::all_of(isoFiles, [](const ISOFile& file) { return file.laterParts.isEmpty(); })) return {};
+    const auto parts = isoFiles.front().files().size();
+    const bool isEven =
+        std::ranges::all_of(isoFiles, [&](const ISOFile& file) { return file.files().size() == parts; });
+    if (isEven) return ostrel::partsText(isoFiles.size(), static_cast<std::size_t>(parts));
+    return QStringLiteral("%1 tracks in %2 files").arg(isoFiles.size()).arg(files().size());
 }
 
 std::vector<ISOFile> sortISOsByTrackName(const std::vector<ISOFile>& files) {

@@ -41,6 +41,11 @@ struct ISOGroupCandidate {
 
     // In channel order: those with a channel index by it, then the others by what their names tell.
     std::vector<ISOFile> sortedISOs() const;
+
+    // All parts of all ISOs.
+    QStringList files() const;
+    // "2 tracks, 2 parts each"; empty where each ISO is one file.
+    QString partsText() const;
 };
 
 inline size_t qHash(const ISOGroupCandidate& group, size_t seed = 0) { return qHash(group.id, seed); }

@@ -72,6 +72,7 @@ QString groupDetails(const ISOGroupCandidate& group) {
     QStringList parts{rawText(group.groupingMethod)};
     if (!group.timecode.isEmpty()) parts << QStringLiteral("Timecode: ") + group.timecode;
     parts << QString::number(group.isoFiles.size()) + QStringLiteral(" channels");
+    if (!group.partsText().isEmpty()) parts << group.partsText();
     if (group.duration) parts << clockText(*group.duration);
     return parts.join(QStringLiteral("   •   "));
 }

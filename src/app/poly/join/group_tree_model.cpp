@@ -189,6 +189,7 @@ QString GroupTreeModel::description(const QModelIndex& index) const {
     QStringList words{outputName(index), rawText(group.confidence), rawText(group.groupingMethod)};
     if (!group.timecode.isEmpty()) words << QStringLiteral("Timecode: ") + group.timecode;
     words << QString::number(group.isoFiles.size()) + QStringLiteral(" channels");
+    if (!group.partsText().isEmpty()) words << group.partsText();
     if (const GroupJoinResult* result = this->result(index)) {
         words << result->outcome.status.displayText();
         if (result->outcome.proof) words << result->outcome.proof->sentence();
