@@ -71,7 +71,7 @@ TEST(RealParts, AnyRecordingInAnyPartsIsWholeAgain) {
             EXPECT_EQ(channel.hash, hashes.channels[channel.outputChannel]);
         }
     }
-    EXPECT_GT(count, 100U);
+    EXPECT_GT(count, 90U);
 }
 
 TEST(RealParts, ASampleMoreOrLessIsRefused) {
@@ -81,6 +81,7 @@ TEST(RealParts, ASampleMoreOrLessIsRefused) {
         SCOPED_TRACE(sample.toStdString());
         const Recording whole = recordingAt(sample);
         const quint64 half = whole.layout.frames() / 2;
+        if (half < 2) continue; // where a sample is the whole part
         for (const int off : {-1, 1}) {
             const TestFolder folder;
             const QStringList paths{
