@@ -57,8 +57,9 @@ void AudioPlaybackEngine::opened(std::shared_ptr<AudioFile> file) {
     player_ = std::make_unique<AudioPlayer>(output_, std::move(file));
     player_->onFinish = [this](bool) { finished(); };
     player_->onDecodeError = [this](const QString& error) { decodeErrorOccurred(error); };
-    player_->prepareToPlay();
     duration = player_->duration();
+    player_->setTravel(travel.forPlayer(duration.value()));
+    player_->prepareToPlay();
     isLoaded = true;
     if (std::exchange(playsWhenLoaded_, false)) play();
 }
@@ -68,6 +69,7 @@ void AudioPlaybackEngine::unload() {
     stop();
     player_.reset();
     isLoading = false;
+    travel.forget();
     duration = 0;
     isLoaded = false;
     loadError = QString();
@@ -76,6 +78,8 @@ void AudioPlaybackEngine::unload() {
 void AudioPlaybackEngine::play() {
     playsWhenLoaded_ = isLoading.value();
     if (!player_) return;
+    loadError = QString(); // of a try before
+    enterLoop();
     player_->play();
     isPlaying = true;
     updateTimer_.start();
@@ -87,6 +91,7 @@ void AudioPlaybackEngine::pause() {
     player_->pause();
     isPlaying = false;
     updateTimer_.stop();
+    setSpeed(1);
 }
 
 void AudioPlaybackEngine::stop() {
@@ -96,6 +101,7 @@ void AudioPlaybackEngine::stop() {
     }
     playsWhenLoaded_ = false;
     isPlaying = false;
+    setSpeed(1);
     currentTime = 0;
     updateTimer_.stop();
 }
@@ -106,8 +112,44 @@ void AudioPlaybackEngine::seek(double seconds) {
     currentTime = player_->currentTime();
 }
 
+void AudioPlaybackEngine::select(const std::optional<TimeSpan>& span) {
+    if (span == travel.selection.value()) return;
+    travel.selection = span;
+    travelChanged();
+}
+
+void AudioPlaybackEngine::setLoops(bool loops) {
+    if (loops == travel.loops.value()) return;
+    travel.loops = loops;
+    travelChanged();
+}
+
+void AudioPlaybackEngine::shuttle(int direction) {
+    if (direction == 0 || !player_) return pause();
+    setSpeed(travel.shuttled(direction, isPlaying.value()));
+    if (!isPlaying.value()) play();
+}
+
+void AudioPlaybackEngine::setSpeed(int speed) {
+    if (speed == travel.speed.value()) return;
+    travel.speed = speed;
+    travelChanged();
+}
+
+void AudioPlaybackEngine::travelChanged() {
+    if (!player_) return;
+    player_->setTravel(travel.forPlayer(duration.value()));
+    if (isPlaying.value()) enterLoop();
+}
+
+void AudioPlaybackEngine::enterLoop() {
+    const auto loop = travel.loop(duration.value());
+    if (loop && !loop->holds(player_->currentTime())) seek(loop->from);
+}
+
 void AudioPlaybackEngine::finished() {
     isPlaying = false;
+    setSpeed(1);
     currentTime = 0;
     updateTimer_.stop();
     const auto report = onPlaybackFinished;
@@ -117,6 +159,7 @@ void AudioPlaybackEngine::finished() {
 void AudioPlaybackEngine::decodeErrorOccurred(const QString& error) {
     isPlaying = false;
     updateTimer_.stop();
+    setSpeed(1);
     loadError = error.isEmpty() ? QStringLiteral("Decode error") : error;
 }
 

@@ -7,6 +7,7 @@
 
 #include "platform/audio/audio_player.h"
 #include "platform/background.h"
+#include "preview/playback_travel.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
@@ -31,6 +32,7 @@ public:
     QProperty<bool> isLoaded{false};
     QProperty<bool> isLoading{false}; // still being decoded
     QProperty<QString> loadError;     // empty: none
+    PlaybackTravel travel;            // to be read; the methods below set it
 
     // Called at the end of the file, whether or not all of it could be decoded.
     std::function<void()> onPlaybackFinished;
@@ -45,6 +47,15 @@ public:
     void stop();
     void seek(double seconds); // held to 0 up to the duration
 
+    // A stretch that loops once `setLoops` says so; without one the whole file does. Where it plays outside of the
+    // stretch it goes on at its beginning.
+    void select(const std::optional<TimeSpan>& span);
+    void setLoops(bool loops);
+    // Plays backwards (-1) or forwards (1), faster with every further call; 0 pauses. A pause takes the speed back.
+    void shuttle(int direction);
+
+    AudioOutput& output() { return output_; }
+
 Q_SIGNALS:
     void changed(); // any of the fields
 
@@ -53,6 +64,9 @@ private:
     void opened(std::shared_ptr<AudioFile> file);
     void loadFailed(const QString& reason);
     void finished();
+    void setSpeed(int speed);
+    void travelChanged();
+    void enterLoop();
     void decodeErrorOccurred(const QString& error);
 
     AudioOutput& output_;

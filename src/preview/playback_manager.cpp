@@ -46,6 +46,12 @@ void PlaybackManager::debugLog(const QString& message) const {
     appendToDebugLog(tag, message, paths::append(paths::parent(cacheFolder()), QStringLiteral("ostrel_debug.log")));
 }
 
+QString PlaybackManager::recordingURL() const {
+    if (selected_.file) return selected_.file->sourceURL;
+    if (selected_.group) return selected_.group->channelFiles.value(selected_.defaultTag());
+    return currentFileURL.value();
+}
+
 void PlaybackManager::forgetSelection() {
     ++selection_;
     engine_.unload();

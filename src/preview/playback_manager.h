@@ -31,6 +31,9 @@ public:
     ~PlaybackManager() override; // removes the previews
 
     AudioPlaybackEngine& engine() { return engine_; }
+    QString ffmpegPath() const { return ffmpegPath_; }
+    // The recording that is heard or that a preview was made of; empty: none.
+    QString recordingURL() const;
 
     QProperty<QString> currentFileURL;  // what the player holds; empty: nothing
     QProperty<QString> currentFileName; // with a suffix such as " (C)"

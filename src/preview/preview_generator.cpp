@@ -1,13 +1,13 @@
 #include "preview/preview_generator.h"
 
 #include "platform/files/files.h"
-#include "platform/files/own_folder.h"
 #include "platform/files/standard_folders.h"
 #include "platform/paths.h"
 #include "platform/processes/child_process.h"
 #include "platform/processes/ffmpeg_fault.h"
 #include "platform/processes/tool_limits.h"
 #include "platform/text/text.h"
+#include "preview/preview_folders.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -19,8 +19,6 @@
 
 namespace ostrel {
 namespace {
-
-const QString kFolderName = QStringLiteral("Tessarine_Preview");
 
 // Tells inputs apart by path, size and time of change.
 QString identityOf(const QStringList& inputs) {
@@ -62,13 +60,13 @@ QString PreviewGenerator::findFFmpeg() {
 }
 
 QString PreviewGenerator::pathOf(const PreviewRecipe& recipe) const {
-    return pathBelow(ownTemporaryFolder(kFolderName), recipe);
+    return pathBelow(ownPreviewFolder(kPreviewFolder), recipe);
 }
 
 QString PreviewGenerator::generate(const QString& ffmpegPath, const PreviewRecipe& recipe) const {
     QString target;
     try {
-        target = pathBelow(makeOwnTemporaryFolder(kFolderName), recipe);
+        target = pathBelow(makeOwnPreviewFolder(kPreviewFolder), recipe);
         files::createFolder(paths::parent(target));
     } catch (const FileError& error) {
         throw PreviewError(QStringLiteral("Failed to create temp directory: %1").arg(error.description));
@@ -96,6 +94,7 @@ void PreviewGenerator::remove(const QStringList& previews) const {
         const QString folder = paths::parent(preview);
         QDir().rmdir(folder);
         QDir().rmdir(paths::parent(folder));
+        QDir().rmdir(paths::parent(paths::parent(folder)));
     }
 }
 

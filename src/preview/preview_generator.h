@@ -1,9 +1,9 @@
 // Makes preview files with ffmpeg and keeps them for as long as its owner wants to flip between them.
 //
 // An engine: `generate` blocks, and may be called from any thread. A preview lies under its file name in a folder of
-// `{temporary folder}/Tessarine_Preview` (see own_folder.h where that is another user's) that is named after its
-// inputs, as they are on disk: takes of one name in two folders are never heard for each other, nor an older version of
-// a file for the new one. It gets its name only when it is complete.
+// this process's own (see preview_folders.h) that is named after its inputs, as they are on disk: takes of one name in
+// two folders are never heard for each other, nor an older version of a file for the new one. It gets its name only
+// when it is complete.
 #pragma once
 
 #include "preview/preview_commands.h"

@@ -92,9 +92,10 @@ QCoro::Task<QString> PreviewMixer::openSources(TaskHandle task) {
         sources_[at].index = static_cast<int>(at);
         longest = std::max(longest, sources_[at].player->duration());
     }
-    if (!sources_.empty()) {
-        sources_.front().player->onFinish = [this](bool) { clockEnded_ = true; };
-    } else {
+    for (std::size_t at = 0; at < sources_.size(); ++at) {
+        sources_[at].player->onFinish = [this, at](bool) { sources_[at].hasEnded = true; };
+    }
+    if (sources_.empty()) {
         loadError = QStringLiteral("Cannot load: %1").arg(lastError);
     }
     loadedFileCount = static_cast<int>(sources_.size());
@@ -195,10 +196,9 @@ QCoro::Task<> PreviewMixer::openPolyAndJoin(QString url, TaskHandle task) {
 }
 
 void PreviewMixer::joinPoly() {
-    const auto running = std::find_if(sources_.begin(), sources_.end(),
-                                      [](const SourceState& source) { return source.player->isPlaying(); });
-    if (running != sources_.end()) {
-        polySourcePlayer_->playInStepWith(*running->player);
+    polySourcePlayer_->setTravel(travel.forPlayer(duration.value()));
+    if (const AudioPlayer* running = clock()) {
+        polySourcePlayer_->playInStepWith(*running);
     } else {
         polySourcePlayer_->setCurrentTime(currentTime.value());
         polySourcePlayer_->play();
@@ -208,13 +208,11 @@ void PreviewMixer::joinPoly() {
 void PreviewMixer::play() {
     playsWhenLoaded_ = isLoading.value() && !isLoaded.value();
     if (!isLoaded.value() || sources_.empty() || isPlaying.value()) return;
-    const double time = currentTime.value();
+    const double time = timeToStart();
     say(QStringLiteral("Starting playback from %1s").arg(fixed(time, 2)));
-    clockEnded_ = false;
-    forEachPlayer([time](AudioPlayer& player) {
-        player.setCurrentTime(time);
-        player.play();
-    });
+    loadError = QString(); // of a try before
+    moveTo(time);
+    forEachPlayer([](AudioPlayer& player) { player.play(); });
     isPlaying = true;
     updateTimer_.start();
 }
@@ -225,6 +223,7 @@ void PreviewMixer::pause() {
     updateTimer_.stop();
     forEachPlayer([](AudioPlayer& player) { player.pause(); });
     isPlaying = false;
+    setSpeed(1);
 }
 
 void PreviewMixer::stop() {
@@ -237,15 +236,60 @@ void PreviewMixer::stop() {
     });
     isPlaying = false;
     currentTime = 0;
+    setSpeed(1);
 }
 
 void PreviewMixer::seek(double seconds) {
     const double time = std::clamp(seconds, 0.0, duration.value());
     if (isPlaying.value()) forEachPlayer([](AudioPlayer& player) { player.pause(); });
-    clockEnded_ = false;
-    forEachPlayer([time](AudioPlayer& player) { player.setCurrentTime(time); });
-    currentTime = time;
+    moveTo(time);
     if (isPlaying.value()) forEachPlayer([](AudioPlayer& player) { player.play(); });
+}
+
+void PreviewMixer::moveTo(double seconds) {
+    forgetEnds();
+    const PlayerTravel way = travel.forPlayer(duration.value());
+    forEachPlayer([&](AudioPlayer& player) {
+        player.setTravel(way);
+        player.setCurrentTime(seconds);
+    });
+    currentTime = seconds;
+}
+
+double PreviewMixer::timeToStart() const {
+    const auto loop = travel.loop(duration.value());
+    return loop && !loop->holds(currentTime.value()) ? loop->from : currentTime.value();
+}
+
+void PreviewMixer::select(const std::optional<TimeSpan>& span) {
+    if (span == travel.selection.value()) return;
+    travel.selection = span;
+    travelChanged();
+}
+
+void PreviewMixer::setLoops(bool loops) {
+    if (loops == travel.loops.value()) return;
+    travel.loops = loops;
+    travelChanged();
+}
+
+void PreviewMixer::shuttle(int direction) {
+    if (direction == 0 || !isLoaded.value()) return pause();
+    setSpeed(travel.shuttled(direction, isPlaying.value()));
+    play();
+}
+
+void PreviewMixer::setSpeed(int speed) {
+    if (speed == travel.speed.value()) return;
+    travel.speed = speed;
+    travelChanged();
+}
+
+// All at once and from one position: a poly that is about to join has another one of its own.
+void PreviewMixer::travelChanged() {
+    if (!isPlaying.value()) return; // play() gives it to the players
+    if (const AudioPlayer* running = clock()) currentTime = running->currentTime();
+    seek(timeToStart());
 }
 
 bool PreviewMixer::anySolo() const {
@@ -328,16 +372,30 @@ void PreviewMixer::setIncluded(int index, bool isIncluded) {
     volumesChanged(QStringLiteral("setIncluded(%1)").arg(index));
 }
 
-// The first source is the clock. When it has ended and a longer one has not, the clock stands and the mix waits.
+// Of the sources that still play, which are in step, the longest: a short one stands at its end while a loop goes on.
+const AudioPlayer* PreviewMixer::clock() const {
+    const AudioPlayer* longest = nullptr;
+    for (const SourceState& source : sources_) {
+        if (!source.player->isPlaying()) continue;
+        if (!longest || source.player->duration() > longest->duration()) longest = source.player.get();
+    }
+    return longest;
+}
+
+void PreviewMixer::forgetEnds() {
+    for (SourceState& source : sources_) source.hasEnded = false;
+}
+
+bool PreviewMixer::haveAllEnded() const { return std::ranges::all_of(sources_, &SourceState::hasEnded); }
+
 void PreviewMixer::timerTick() {
     if (!isPlaying.value() || sources_.empty()) return;
-    const AudioPlayer& clock = *sources_.front().player;
-    if (clock.isPlaying()) {
-        currentTime = clock.currentTime();
-    } else if (clockEnded_) {
-        currentTime = clock.duration(); // a busy main thread may have missed the last moments
-    }
-    if (currentTime.value() < duration.value() - kEndMargin) return;
+    const AudioPlayer* running = clock();
+    if (running) currentTime = running->currentTime();
+    const bool isForwards = travel.speed.value() > 0;
+    const bool isOver =
+        isForwards && !travel.loop(duration.value()) && currentTime.value() >= duration.value() - kEndMargin;
+    if (!isOver && (running || !haveAllEnded())) return;
     stop();
     const auto report = onPlaybackFinished;
     if (report) report();
@@ -355,7 +413,7 @@ void PreviewMixer::playerFailed(const QString& error) {
     QMetaObject::invokeMethod(
         this,
         [this] {
-            if (isPlaying.value() && !clockEnded_ && !anyPlayerRuns()) pause();
+            if (isPlaying.value() && !haveAllEnded() && !anyPlayerRuns()) pause();
         },
         Qt::QueuedConnection);
 }
@@ -376,8 +434,8 @@ void PreviewMixer::cleanup() {
     sources_.clear();
     polySourcePlayer_.reset();
     polySourceURL_.clear();
-    clockEnded_ = false;
     isPlaying = false;
+    travel.forget();
     currentTime = 0;
     duration = 0;
     isLoaded = false;

@@ -9,6 +9,7 @@
 
 #include "platform/audio/audio_player.h"
 #include "platform/background.h"
+#include "preview/playback_travel.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
@@ -74,6 +75,13 @@ public:
     void stop();
     void seek(double seconds);
 
+    // As those of AudioPlaybackEngine.
+    void select(const std::optional<TimeSpan>& span);
+    void setLoops(bool loops);
+    void shuttle(int direction);
+    PlaybackTravel travel; // to be read; these three set it
+    AudioOutput& output() { return output_; }
+
     // Solo operations. An index out of range is ignored.
     void soloExclusive(int index); // a second time on the same source: back to how it began
     void toggleSolo(int index);
@@ -100,6 +108,7 @@ private:
         std::unique_ptr<AudioPlayer> player; // none while it is being decoded
         bool isIncluded = true;
         bool isSoloed = false;
+        bool hasEnded = false; // at its end since playback began there or was sought
         QString id;
         int index = 0;
         std::optional<int> channelNumber;
@@ -126,7 +135,14 @@ private:
     void clearSolos();
     void volumesChanged(const QString& operation);
     float gainOf(const SourceState& source) const;
+    void setSpeed(int speed);
+    void travelChanged();
+    void moveTo(double seconds);
+    double timeToStart() const;
     void timerTick();
+    const AudioPlayer* clock() const;
+    void forgetEnds();
+    bool haveAllEnded() const;
     void playerFailed(const QString& error);
     bool anyPlayerRuns() const;
     template <class Action>
@@ -141,7 +157,6 @@ private:
     QString waitingPolyURL_; // to be added when the mix has loaded
     bool playsWhenLoaded_ = false;
     QTimer updateTimer_;
-    bool clockEnded_ = false; // the first source came to its end
     QPropertyNotifier trimNotifier_;
 };
 

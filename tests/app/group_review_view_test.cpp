@@ -1,6 +1,7 @@
 // The review: groups as cards, what a person changes about them, what is heard on the way, and the polys at the end.
 #include "app/join_fixture.h"
 
+#include "app/hearing/iso_waveforms.h"
 #include "app/poly/join/group_card_view.h"
 #include "app/poly/join/group_picker.h"
 
@@ -235,6 +236,30 @@ TEST_F(GroupReviewViewTest, AClickOnAFileLoadsItsGroupAndPlaysIt) {
     EXPECT_EQ(heardNow(), std::pair(0.1, 0.2));
     key(tree(), Qt::Key_Delete);
     EXPECT_FALSE(model_.preview().mixer()->isLoaded.value()) << "a group that is gone is heard no more";
+}
+
+TEST_F(GroupReviewViewTest, TheIsosOfALoadedGroupStandOneAboveTheOtherWithTheirNames) {
+    review(kLong);
+    auto* waveforms = find<IsoWaveforms>(view_, QStringLiteral("Waveforms of the group"));
+    ASSERT_NE(waveforms, nullptr);
+    EXPECT_FALSE(waveforms->isVisible()) << "nothing is loaded";
+    clickSymbol(card("12A-T4_poly"), Action::load);
+    settle();
+    EXPECT_TRUE(waveforms->isVisible());
+    WaveformView& waveform = waveforms->waveform();
+    ASSERT_TRUE(waitUntil([&] { return waveform.laneCount() == 2; }));
+    EXPECT_TRUE(waveform.showsLanes());
+    EXPECT_EQ(waveform.tags(), (QStringList{QStringLiteral("T4_Boom.wav"), QStringLiteral("T4_Lav.wav")}));
+    QTest::mouseClick(&waveform, Qt::LeftButton, {}, waveform.rect().center());
+    EXPECT_NEAR(model_.preview().mixer()->currentTime.value(), 25, 0.2);
+    key(waveform, Qt::Key_Plus);
+    ASSERT_TRUE(waitUntil([&] { return waveform.showsDetail(); }));
+    clickSymbol(card("12A-T3_poly"), Action::load);
+    ASSERT_TRUE(waitUntil([&] { return waveform.tags().value(0) == QStringLiteral("T3_Boom.wav"); }));
+    tree().setCurrentIndex(card("12A-T3_poly"));
+    key(tree(), Qt::Key_Delete);
+    settle();
+    EXPECT_FALSE(waveforms->isVisible());
 }
 
 TEST_F(GroupReviewViewTest, WithoutGroupsItSaysSo) {

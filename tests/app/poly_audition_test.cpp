@@ -2,7 +2,7 @@
 #include "app/window_test.h"
 
 #include "app/blank_page.h"
-#include "app/panels/playback_transport.h"
+#include "app/hearing/playback_transport.h"
 #include "app/poly/batch/batch_poly_list.h"
 #include "app/poly/batch/batch_poly_model.h"
 #include "app/poly/split/poly_split_view.h"

@@ -1,5 +1,5 @@
-#include "app/panels/audio_preview_panel.h"
-#include "app/panels/playback_transport.h"
+#include "app/hearing/audio_preview_panel.h"
+#include "app/hearing/playback_transport.h"
 #include "app/window_test.h"
 #include "preview/preview_mixer.h"
 #include "support/sound.h"

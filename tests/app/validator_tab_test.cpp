@@ -1,7 +1,7 @@
 #include "app/window_test.h"
 
 #include "app/controls/controls.h"
-#include "app/panels/playback_transport.h"
+#include "app/hearing/playback_transport.h"
 #include "app/validator/classification_badge.h"
 #include "app/validator/clean_export_dialog_view.h"
 #include "app/validator/validator_results_model.h"

@@ -123,6 +123,49 @@ TEST_F(PlaybackEngineTest, AnnouncesEveryChange) {
     EXPECT_EQ(changes, 1);
 }
 
+TEST_F(PlaybackEngineTest, ALoopBeginsAtItsBeginningFromElsewhereAndEndsWithTheFile) {
+    engine.load(sound(QStringLiteral("a.wav"), 4'800'000));
+    engine.select(TimeSpan{20, 30});
+    engine.seek(5);
+    engine.play();
+    EXPECT_EQ(engine.currentTime.value(), 5.0) << "a selection by itself changes nothing";
+    engine.setLoops(true);
+    EXPECT_EQ(engine.currentTime.value(), 20.0);
+    engine.load(sound(QStringLiteral("b.wav"), 20'000));
+    EXPECT_FALSE(engine.travel.selection.value());
+    EXPECT_TRUE(engine.travel.loops.value());
+    int finished = 0;
+    engine.onPlaybackFinished = [&] { ++finished; };
+    engine.play();
+    ASSERT_TRUE(disk.waitForMore(100'000)) << "the whole file goes around";
+    EXPECT_EQ(finished, 0);
+    engine.setLoops(false);
+    EXPECT_TRUE(waitUntil([&] { return finished == 1; }));
+}
+
+TEST_F(PlaybackEngineTest, ShuttlingBackwardsEndsAtTheBeginning) {
+    int finished = 0;
+    engine.onPlaybackFinished = [&] { ++finished; };
+    engine.shuttle(1);
+    EXPECT_FALSE(engine.isPlaying.value()) << "nothing is loaded";
+    engine.load(sound(QStringLiteral("a.wav"), 480'000));
+    engine.seek(8);
+    engine.shuttle(-1);
+    engine.shuttle(-1);
+    EXPECT_EQ(engine.travel.speed.value(), -2);
+    ASSERT_TRUE(waitUntil([&] { return finished == 1; }));
+    EXPECT_EQ(engine.currentTime.value(), 0.0);
+    EXPECT_EQ(engine.travel.speed.value(), 1);
+    EXPECT_NEAR(static_cast<double>(disk.heard(0).size()), 192'000, 2);
+}
+
+TEST_F(PlaybackEngineTest, AnOldErrorIsForgottenWhenItPlaysAgain) {
+    engine.load(sound(QStringLiteral("a.wav"), 480'000));
+    engine.loadError = QStringLiteral("The sound device is gone");
+    engine.play();
+    EXPECT_TRUE(engine.loadError.value().isEmpty());
+}
+
 TEST(PlaybackEngine, WithoutASoundDeviceSaysSo) {
     const TestFolder folder;
     const QByteArray before = qgetenv("SDL_AUDIODRIVER");

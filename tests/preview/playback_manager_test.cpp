@@ -1,8 +1,10 @@
 #include "preview/playback_manager.h"
 
 #include "platform/audio/audio_file.h"
+#include "platform/files/process_folder.h"
 #include "platform/files/standard_folders.h"
 #include "platform/processes/child_process.h"
+#include "preview/preview_folders.h"
 #include "support/blocked_workers.h"
 #include "support/sound.h"
 #include "support/test_folder.h"
@@ -189,6 +191,22 @@ TEST_F(PlaybackManagerTest, CleaningUpLeavesWhatOthersPutBesideThePreviews) {
     manager.cleanupTempFiles();
     EXPECT_EQ(previews(), QStringList{QStringLiteral("channel.wav")});
     EXPECT_TRUE(QFile::exists(other));
+}
+
+TEST_F(PlaybackManagerTest, ASweepRemovesPreviewsOfRunsThatEndedAndLeavesThoseThatPlay) {
+    PlaybackManager manager(output);
+    manager.loadGroup(group({QStringLiteral("L"), QStringLiteral("R")}), ChannelLayout::stereo, AppMode::interleave,
+                      48000, 24);
+    ASSERT_TRUE(waitUntil([&] { return manager.previewMode.value() == postInterleave; }));
+    const QStringList own = processFolderName().split(u'-');
+    const QString ended = QStringLiteral("%1-%2-%3").arg(own[0], QString::number(own[1].toLongLong() - 1), own[2]);
+    const QString dead = temporary.write(QStringLiteral("Tessarine_Preview/%1/a/b.wav").arg(ended), "x");
+    const QString join = temporary.write(QStringLiteral("Tessarine_JoinPreview/%1/a/b.wav").arg(ended), "x");
+    sweepDeadPreviews();
+    EXPECT_FALSE(QFile::exists(dead));
+    EXPECT_FALSE(QFile::exists(temporary.path() + QStringLiteral("/Tessarine_JoinPreview"))) << join.toStdString();
+    EXPECT_TRUE(QFile::exists(manager.currentFileURL.value()));
+    EXPECT_EQ(previews().size(), 1);
 }
 
 TEST_F(PlaybackManagerTest, AFolderThatSomebodyElsePlantedIsLeftAlone) {

@@ -6,13 +6,13 @@
 #include "app/controls/progress_line.h"
 #include "app/controls/scrolled_page.h"
 #include "app/controls/symbols.h"
+#include "app/hearing/audio_preview_panel.h"
+#include "app/hearing/playback_transport.h"
 #include "app/interleaver/interleaver_options.h"
 #include "app/interleaver/items_section.h"
 #include "app/panels/activity_footer.h"
-#include "app/panels/audio_preview_panel.h"
 #include "app/panels/first_steps.h"
 #include "app/panels/help_texts.h"
-#include "app/panels/playback_transport.h"
 #include "app/panels/selection_card.h"
 #include "app/panels/tab_header.h"
 #include "app/tables/record_table.h"
@@ -274,6 +274,8 @@ void MainView::skipPreview(double seconds) {
     AudioPlaybackEngine& engine = viewModel_.playbackManager().engine();
     engine.seek(engine.currentTime.value() + seconds);
 }
+
+void MainView::shuttlePreview(int direction) { preview_->transport().shuttle(direction); }
 
 void MainView::leave() {
     viewModel_.playbackManager().engine().stop();

@@ -37,6 +37,7 @@ public:
     bool isPreviewReady() const override;
     void togglePreview() override;
     void skipPreview(double seconds) override;
+    void shuttlePreview(int direction) override;
     void leave() override;
     bool isRunningJob() const override { return isBusy(); }
     bool hasRunningTask() const override { return viewModel_.hasRunningTask(); }

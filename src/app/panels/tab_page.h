@@ -25,7 +25,8 @@ public:
     virtual bool isPreviewReady() const { return false; }
     virtual void togglePreview() {}
     virtual void skipPreview(double /*seconds*/) {}
-    virtual void leave() {} // another tab is shown from now on
+    virtual void shuttlePreview(int /*direction*/) {} // -1 backwards, 0 pause, 1 forwards
+    virtual void leave() {}                           // another tab is shown from now on
 
     virtual bool isRunningJob() const { return false; }   // or a scan
     virtual bool hasRunningTask() const { return false; } // a job, or the end of one that was stopped

@@ -4,10 +4,10 @@
 #include "app/controls/layouts.h"
 #include "app/controls/page_stack.h"
 #include "app/controls/scrolled_page.h"
+#include "app/hearing/playback_transport.h"
 #include "app/panels/activity_footer.h"
 #include "app/panels/first_steps.h"
 #include "app/panels/help_texts.h"
-#include "app/panels/playback_transport.h"
 #include "app/panels/run_row.h"
 #include "app/panels/tab_header.h"
 #include "app/poly/edit/poly_edit_view.h"
@@ -241,6 +241,10 @@ void PolyToolsTabView::skipPreview(double seconds) {
     if (PreviewMixer* mixer = viewModel_.preview().mixer()) mixer->seek(mixer->currentTime.value() + seconds);
 }
 
+void PolyToolsTabView::shuttlePreview(int direction) {
+    if (transport_) transport_->shuttle(direction);
+}
+
 bool PolyToolsTabView::isRunningJob() const {
     return viewModel_.isProcessing.value() || viewModel_.isScanningJoinISOs.value();
 }
@@ -346,6 +350,10 @@ void PolyToolsTabView::showWhatIsHeard() {
         label = preview.channels().playbackDisplayLabel();
         channel = preview.channels().activeChannelNumber();
     }
+    // The channels of a poly are heard as files that were made for that, and so is the poly of some ISOs.
+    QStringList recordings = mixer.sourceURLs();
+    if (mixer.hasPolySource()) recordings << mixer.polySourceURL();
+    transport_->setRecordings(recordings.isEmpty() ? recordings : QStringList{recordings.first(), recordings.last()});
     const QString error = mixer.loadError.value();
     transport_->setSource(error.isEmpty() ? label : error, channel,
                           mixer.isLoaded.value() && mixer.isPolySourceActive.value() && !channel);

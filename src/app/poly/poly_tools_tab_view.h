@@ -33,6 +33,7 @@ public:
     bool isPreviewReady() const override;
     void togglePreview() override;
     void skipPreview(double seconds) override;
+    void shuttlePreview(int direction) override;
     bool isRunningJob() const override;
     bool hasRunningTask() const override;
     void stop() override;

@@ -11,6 +11,7 @@
 #include "app/shell/keyboard_shortcuts.h"
 #include "app/shell/orderly_quit.h"
 #include "app/shell/save_certificate.h"
+#include "app/shell/shuttle_keys.h"
 #include "app/shell/spacebar_monitor.h"
 #include "app/shell/window_keys.h"
 #include "platform/background.h"
@@ -204,6 +205,8 @@ void MainTabView::makeShortcuts() {
     connect(keys, &KeyboardShortcutHandler::skip, this, [this](double seconds) { currentPage().skipPreview(seconds); });
     connect(keys, &KeyboardShortcutHandler::tabChosen, this,
             [this](int index) { selectedTab = static_cast<AppTab>(index); });
+    auto* shuttle = new ShuttleKeys(this, [this] { return currentPage().isPreviewReady(); });
+    connect(shuttle, &ShuttleKeys::shuttled, this, [this](int direction) { currentPage().shuttlePreview(direction); });
     auto* places = new WindowKeys(this);
     connect(places, &WindowKeys::tabChosen, keys, &KeyboardShortcutHandler::tabChosen);
     connect(places, &WindowKeys::appearanceChosen, this,

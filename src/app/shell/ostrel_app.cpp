@@ -9,7 +9,9 @@
 #include "app/shell/session_memory.h"
 #include "app/shell/window_memory.h"
 #include "app/validator/stereo_validator_tab_view.h"
+#include "platform/background.h"
 #include "platform/processes/stop_signals.h"
+#include "preview/preview_folders.h"
 
 #include <QApplication>
 #include <QFile>
@@ -54,6 +56,7 @@ void OstrelApp::show(std::optional<AppTab> tab, std::optional<int> mode, const Q
     if (tab) window_->selectedTab = *tab;
     if (mode) window_->currentPage().setModeIndex(*mode);
     window_->show();
+    backgroundPool().start([] { sweepDeadPreviews(); });
     appViewModel_.tellUnfinishedSteps();
     if (!paths.isEmpty()) window_->handleGlobalDrop(paths);
 }

@@ -1,14 +1,10 @@
 #include "app/shell/spacebar_monitor.h"
 
+#include "app/shell/text_focus.h"
 #include "platform/diagnostics.h"
 
-#include <QAbstractSpinBox>
 #include <QApplication>
-#include <QComboBox>
 #include <QKeyEvent>
-#include <QLineEdit>
-#include <QPlainTextEdit>
-#include <QTextEdit>
 
 namespace ostrel {
 namespace {
@@ -17,12 +13,6 @@ bool isPlainSpace(const QEvent& event) {
     if (event.type() != QEvent::KeyPress) return false;
     const auto& key = static_cast<const QKeyEvent&>(event);
     return key.key() == Qt::Key_Space && key.modifiers() == Qt::NoModifier && !key.isAutoRepeat();
-}
-
-bool takesText(const QWidget* widget) {
-    if (const auto* combo = qobject_cast<const QComboBox*>(widget)) return combo->isEditable();
-    return qobject_cast<const QLineEdit*>(widget) || qobject_cast<const QTextEdit*>(widget) ||
-           qobject_cast<const QPlainTextEdit*>(widget) || qobject_cast<const QAbstractSpinBox*>(widget);
 }
 
 } // namespace

@@ -9,9 +9,9 @@
 #include "app/controls/progress_line.h"
 #include "app/controls/scrolled_page.h"
 #include "app/controls/symbols.h"
+#include "app/hearing/playback_transport.h"
 #include "app/panels/activity_footer.h"
 #include "app/panels/first_steps.h"
-#include "app/panels/playback_transport.h"
 #include "app/panels/proof_dialog.h"
 #include "app/panels/row_menu.h"
 #include "app/panels/selection_card.h"
@@ -252,6 +252,10 @@ void StereoValidatorTabView::connectController() {
     };
     bindings_.watch(playback.engine().loadError, show);
     bindings_.bind(playback.currentFileName, show);
+    bindings_.watch(playback.currentFileURL, [this] {
+        const QString recording = viewModel_.playbackManager().recordingURL();
+        transport_->setRecordings(recording.isEmpty() ? QStringList() : QStringList(recording));
+    });
     rebuildBadges();
     refresh();
 }
@@ -306,6 +310,8 @@ void StereoValidatorTabView::skipPreview(double seconds) {
     AudioPlaybackEngine& engine = viewModel_.playbackManager().engine();
     engine.seek(engine.currentTime.value() + seconds);
 }
+
+void StereoValidatorTabView::shuttlePreview(int direction) { transport_->shuttle(direction); }
 
 void StereoValidatorTabView::leave() {
     viewModel_.playbackManager().engine().stop(); // which ends the controller's isAuditioning with it

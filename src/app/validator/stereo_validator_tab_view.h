@@ -41,6 +41,7 @@ public:
     bool isPreviewReady() const override;
     void togglePreview() override;
     void skipPreview(double seconds) override;
+    void shuttlePreview(int direction) override;
     void leave() override;
     bool isRunningJob() const override;
     bool hasRunningTask() const override { return isRunningJob(); }

@@ -1,5 +1,8 @@
 #include "platform/audio/audio_mix.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace ostrel {
 
 AudioMix::~AudioMix() { clear(); }
@@ -79,6 +82,24 @@ void AudioMix::render(float* interleaved, int frames) {
     takePublished();
     std::fill_n(interleaved, static_cast<std::ptrdiff_t>(frames) * channels_, 0.0F);
     if (!current_) return;
+    addRunning(interleaved, frames);
+    notePeaks(interleaved, frames);
+}
+
+void AudioMix::notePeaks(const float* interleaved, int frames) {
+    for (int channel = 0; channel < std::min(channels_, kMostChannels); ++channel) {
+        float greatest = 0.0F;
+        for (int frame = 0; frame < frames; ++frame) {
+            greatest = std::max(greatest, std::abs(interleaved[frame * channels_ + channel]));
+        }
+        std::atomic<float>& peak = peaks_[static_cast<std::size_t>(channel)];
+        float before = peak.load(std::memory_order_relaxed);
+        while (greatest > before && !peak.compare_exchange_weak(before, greatest)) {
+        }
+    }
+}
+
+void AudioMix::addRunning(float* interleaved, int frames) {
     for (int done = 0; done < frames;) {
         beginWaiting();
         const int segment = framesToNextStart(frames - done);

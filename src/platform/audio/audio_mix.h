@@ -10,6 +10,7 @@
 
 #include "platform/audio/audio_stream.h"
 
+#include <array>
 #include <atomic>
 #include <memory>
 #include <vector>
@@ -36,6 +37,8 @@ public:
     // Lets go of every stream. Only while the callback is not running.
     void clear();
     qint64 clock() const { return clock_.load(std::memory_order_acquire); }
+    // The greatest magnitude of a channel since it was asked last.
+    float takePeak(int channel) { return peaks_[static_cast<std::size_t>(channel)].exchange(0.0F); }
 
     // --- sound callback: overwrites `frames` frames, interleaved
     void render(float* interleaved, int frames);
@@ -47,13 +50,18 @@ private:
     };
 
     void takePublished();
+    void addRunning(float* interleaved, int frames);
+    void notePeaks(const float* interleaved, int frames);
     void retire(Snapshot* snapshot);
     void beginWaiting();
     int framesToNextStart(int most) const;
     bool allCanGive(int frames) const;
     static void freeList(Snapshot* list);
 
+    static constexpr int kMostChannels = 8; // OutputFormat's
+
     int channels_;
+    std::array<std::atomic<float>, kMostChannels> peaks_{};
     std::atomic<Snapshot*> published_{nullptr};
     std::atomic<Snapshot*> retired_{nullptr};
     std::atomic<qint64> clock_{0}; // frames since the start, those of a hold left out

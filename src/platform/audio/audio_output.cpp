@@ -108,6 +108,12 @@ void AudioOutput::open() {
     }
 }
 
+std::vector<float> AudioOutput::takePeaks() {
+    std::vector<float> peaks;
+    for (int channel = 0; mix_ && channel < format_.channels; ++channel) peaks.push_back(mix_->takePeak(channel));
+    return peaks;
+}
+
 void AudioOutput::add(AudioPlayer* player) { players_.push_back(player); }
 
 void AudioOutput::remove(AudioPlayer* player) {

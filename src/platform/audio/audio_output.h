@@ -44,6 +44,10 @@ public:
     void open();
     const OutputFormat& format() const { return format_; }
 
+    // For meters: the greatest magnitude of each channel that was sent to the device since this was asked last. Empty
+    // while there is no device.
+    std::vector<float> takePeaks();
+
 private:
     friend class AudioPlayer;
     class Device;

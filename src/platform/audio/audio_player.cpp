@@ -43,11 +43,32 @@ double AudioPlayer::duration() const { return file_->duration(); }
 
 double AudioPlayer::timeOf(qint64 frame) const { return static_cast<double>(frame) / file_->sampleRate(); }
 
-qint64 AudioPlayer::frameAt(double seconds) const {
+qint64 AudioPlayer::roundedFrame(double seconds) const {
+    constexpr double most = 1e15; // exact as a double
     const double frames = std::round(seconds * file_->sampleRate());
-    if (!(frames > 0)) return 0; // a time that is no number as well
-    return frames >= static_cast<double>(file_->lengthInFrames()) ? file_->lengthInFrames()
-                                                                  : static_cast<qint64>(frames);
+    return frames > 0 ? static_cast<qint64>(std::min(frames, most)) : 0; // a time that is no number as well
+}
+
+// Within a loop that is longer than the file there is a place behind the file's end.
+qint64 AudioPlayer::frameAt(double seconds) const {
+    const auto loop = streamTravel().loop;
+    return std::min(roundedFrame(seconds), std::max(file_->lengthInFrames(), loop ? loop->end : 0));
+}
+
+StreamTravel AudioPlayer::streamTravel() const {
+    StreamTravel travel{travel_.speed, std::nullopt};
+    if (!travel_.loop || travel_.speed != 1) return travel;
+    const StreamTravel::Loop loop{roundedFrame(travel_.loop->first), roundedFrame(travel_.loop->second)};
+    if (loop.end > loop.first) travel.loop = loop;
+    return travel;
+}
+
+void AudioPlayer::setTravel(const PlayerTravel& travel) {
+    if (travel == travel_) return;
+    const double time = stream_ ? stream_->currentTime() : timeOf(startFrame_);
+    travel_ = travel;
+    startFrame_ = frameAt(time);
+    if (stream_) startStreamAt(startFrame_);
 }
 
 double AudioPlayer::currentTime() const {
@@ -57,7 +78,7 @@ double AudioPlayer::currentTime() const {
 void AudioPlayer::startStreamAt(qint64 frame) {
     startFrame_ = frame;
     startClock_ = 0;
-    stream_ = std::make_shared<AudioStream>(file_, output_.format(), frame);
+    stream_ = std::make_shared<AudioStream>(file_, output_.format(), frame, streamTravel());
     output_.changed();
 }
 
@@ -80,8 +101,7 @@ void AudioPlayer::playInStepWith(const AudioPlayer& running) {
     }
     const qint64 clock = output_.clock() + std::llround(kJoinDelay * output_.format().sampleRate);
     const qint64 elapsed = clock - running.stream_->anchor.load(std::memory_order_acquire);
-    const double seconds = running.stream_->startTime() + static_cast<double>(elapsed) / output_.format().sampleRate;
-    startStreamAt(frameAt(seconds));
+    startStreamAt(frameAt(running.stream_->timeAfter(elapsed)));
     startClock_ = clock;
     isPlaying_ = true;
 }

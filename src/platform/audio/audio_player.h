@@ -8,6 +8,8 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <utility>
 
 namespace ostrel {
 
@@ -18,6 +20,14 @@ public:
 
 private:
     QString text_;
+};
+
+// How a player goes through its file: see StreamTravel.
+struct PlayerTravel {
+    int speed = 1;
+    std::optional<std::pair<double, double>> loop; // seconds; what ends where it begins is none
+
+    bool operator==(const PlayerTravel&) const = default;
 };
 
 class AudioPlayer {
@@ -49,6 +59,8 @@ public:
     double duration() const;             // seconds
     double currentTime() const;          // seconds
     void setCurrentTime(double seconds); // held to 0 up to the duration, rounded to a frame
+    // Takes effect where the player stands. Players that change it in one pass of the event loop stay in step.
+    void setTravel(const PlayerTravel& travel);
     float volume() const { return volume_; }
     void setVolume(float volume); // a factor; 1.0 leaves the samples as they are
 
@@ -61,6 +73,8 @@ private:
     void outputFormatChanged();
 
     qint64 frameAt(double seconds) const;
+    qint64 roundedFrame(double seconds) const;
+    StreamTravel streamTravel() const;
     double timeOf(qint64 frame) const;
     void startStreamAt(qint64 frame);
     bool reopenOutput();
@@ -72,6 +86,7 @@ private:
     qint64 startFrame_ = 0;               // the stream's, or where it will start
     qint64 startClock_ = 0;
     bool isPlaying_ = false;
+    PlayerTravel travel_;
     float volume_ = 1.0F;
     std::shared_ptr<int> life_ = std::make_shared<int>(0); // tells a queued call that the player is gone
 };

@@ -1,5 +1,9 @@
 #include "platform/audio/audio_stream.h"
 
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
 namespace ostrel {
 namespace {
 
@@ -11,17 +15,27 @@ int ringFrames(const OutputFormat& format) { return format.sampleRate > 48000 ? 
 
 } // namespace
 
-AudioStream::AudioStream(std::shared_ptr<AudioFile> file, const OutputFormat& format, qint64 startFrame)
-    : ring(format.channels, ringFrames(format)), file_(std::move(file)), format_(format),
-      startTime_(static_cast<double>(startFrame) / file_->sampleRate()), nextFrame_(startFrame),
+AudioStream::AudioStream(std::shared_ptr<AudioFile> file, const OutputFormat& format, qint64 startFrame,
+                         const StreamTravel& travel)
+    : ring(format.channels, ringFrames(format)), file_(std::move(file)), format_(format), travel_(travel),
+      startFrame_(startFrame), nextFrame_(startFrame),
       mixdown_(file_->channelCount(), file_->speakerPositions(), format.channels) {
-    if (file_->sampleRate() != format.sampleRate) {
-        resampler_.emplace(format.channels, file_->sampleRate(), format.sampleRate);
-    }
+    if (travel_.loop && (travel_.speed != 1 || startFrame >= travel_.loop->end)) travel_.loop.reset();
+    if (!travel_.loop) startFrame_ = nextFrame_ = std::min(startFrame, file_->lengthInFrames());
+    const int rate = file_->sampleRate() * std::abs(travel_.speed);
+    if (rate != format.sampleRate) resampler_.emplace(format.channels, rate, format.sampleRate);
 }
 
-double AudioStream::currentTime() const {
-    return startTime_ + static_cast<double>(consumed.load(std::memory_order_acquire)) / format_.sampleRate;
+double AudioStream::currentTime() const { return timeAfter(consumed.load(std::memory_order_acquire)); }
+
+double AudioStream::timeAfter(qint64 frames) const {
+    const auto rate = static_cast<double>(file_->sampleRate());
+    const double gone = static_cast<double>(frames) / format_.sampleRate * travel_.speed;
+    const double time = static_cast<double>(startFrame_) / rate + gone;
+    if (!travel_.loop) return std::max(0.0, time);
+    const double first = static_cast<double>(travel_.loop->first) / rate;
+    const double end = static_cast<double>(travel_.loop->end) / rate;
+    return time < end ? time : first + std::fmod(time - end, end - first);
 }
 
 bool AudioStream::wantsData() const {
@@ -36,11 +50,11 @@ void AudioStream::decodeSome() {
 }
 
 void AudioStream::decodeBlock() {
-    const auto fitting = static_cast<int>(static_cast<qint64>(ring.space()) * file_->sampleRate() / format_.sampleRate);
+    const int rate = file_->sampleRate() * std::abs(travel_.speed);
+    const auto fitting = static_cast<qint64>(ring.space()) * rate / format_.sampleRate;
+    const auto most = static_cast<int>(std::clamp<qint64>(fitting, 1, kDecodedBlock));
     try {
-        if (file_->position() != nextFrame_) file_->seek(nextFrame_);
-        nextFrame_ += file_->read(decoded_, std::clamp(fitting, 1, kDecodedBlock));
-        isLastBlock_ = nextFrame_ >= file_->lengthInFrames();
+        travel_.speed > 0 ? readForwards(most) : readBackwards(most);
     } catch (const AudioFileError& error) {
         decodeError_ = error.errorDescription();
         decoded_.resize(file_->channelCount(), 0);
@@ -49,6 +63,29 @@ void AudioStream::decodeBlock() {
     mixdown_.apply(decoded_, mixed_);
     if (resampler_) resampler_->process(mixed_, isLastBlock_, resampled_);
     stored_ = 0;
+}
+
+void AudioStream::readForwards(int most) {
+    const qint64 length = file_->lengthInFrames();
+    if (travel_.loop) most = static_cast<int>(std::min<qint64>(most, travel_.loop->end - nextFrame_));
+    if (travel_.loop && nextFrame_ >= length) {
+        decoded_.resize(file_->channelCount(), most);
+        for (int channel = 0; channel < decoded_.channels(); ++channel) std::ranges::fill(decoded_.channel(channel), 0);
+        nextFrame_ += most;
+    } else {
+        if (file_->position() != nextFrame_) file_->seek(nextFrame_);
+        nextFrame_ += file_->read(decoded_, most);
+    }
+    if (travel_.loop && nextFrame_ == travel_.loop->end) nextFrame_ = travel_.loop->first;
+    isLastBlock_ = !travel_.loop && nextFrame_ >= length;
+}
+
+void AudioStream::readBackwards(int most) {
+    const auto count = static_cast<int>(std::min<qint64>(most, nextFrame_));
+    file_->seek(nextFrame_ - count);
+    nextFrame_ -= file_->read(decoded_, count);
+    for (int channel = 0; channel < decoded_.channels(); ++channel) std::ranges::reverse(decoded_.channel(channel));
+    isLastBlock_ = nextFrame_ <= 0;
 }
 
 void AudioStream::storeSome() {

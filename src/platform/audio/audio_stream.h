@@ -23,14 +23,32 @@ struct OutputFormat {
     bool operator==(const OutputFormat&) const = default;
 };
 
+// How a stream goes through its file.
+struct StreamTravel {
+    // Times as fast as the file was recorded, below 0 backwards. Pitch goes along. Not 0.
+    int speed = 1;
+    // Forwards at speed 1 alone: whoever reaches the second frame goes on at the first, without a gap. Where the loop
+    // is longer than the file there is silence up to its end, so that files of unequal length stay in step.
+    struct Loop {
+        qint64 first = 0;
+        qint64 end = 0; // beyond `first`
+        bool operator==(const Loop&) const = default;
+    };
+    std::optional<Loop> loop;
+
+    bool operator==(const StreamTravel&) const = default;
+};
+
 class AudioStream {
 public:
     // Streams of one player share the file; only the decoding thread reads from it.
-    AudioStream(std::shared_ptr<AudioFile> file, const OutputFormat& format, qint64 startFrame);
+    AudioStream(std::shared_ptr<AudioFile> file, const OutputFormat& format, qint64 startFrame,
+                const StreamTravel& travel = StreamTravel());
 
     // --- main thread
-    double startTime() const { return startTime_; } // seconds in the file
     double currentTime() const;
+    // Seconds in the file when so many frames of the output have been heard.
+    double timeAfter(qint64 frames) const;
     bool isFinished() const { return finished.load(std::memory_order_acquire); }
     // Why decoding ended before the end of the file; empty if it did not. Asked once the stream is finished.
     QString decodeError() const { return decodeError_; }
@@ -63,13 +81,16 @@ private:
     static constexpr int kPrimedFrames = 8192;
 
     void decodeBlock();
+    void readForwards(int most);
+    void readBackwards(int most);
     void storeSome();
     const AudioBuffer& ready() const { return resampler_ ? resampled_ : mixed_; }
     float nextGain();
 
     std::shared_ptr<AudioFile> file_;
     OutputFormat format_;
-    double startTime_;
+    StreamTravel travel_; // a loop that lies behind the start is left out
+    qint64 startFrame_;
 
     // decoding thread
     qint64 nextFrame_;

@@ -46,7 +46,7 @@ private:
     PreviewState& preview_;
     PolyToolsServices& services_;
     PreviewDeck& deck_;
-    PreviewFolder folder_{QStringLiteral("Tessarine_BatchPreview")};
+    PreviewFolder folder_{kBatchPreviewFolder};
 };
 
 } // namespace ostrel

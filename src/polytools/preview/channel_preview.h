@@ -32,7 +32,7 @@ private:
     PreviewState& preview_;
     PolyToolsServices& services_;
     PreviewDeck& deck_;
-    PreviewFolder folder_{QStringLiteral("Tessarine_Preview")};
+    PreviewFolder folder_{kPreviewFolder};
 };
 
 } // namespace ostrel

@@ -46,7 +46,7 @@ private:
     PreviewState& preview_;
     PolyToolsServices& services_;
     PreviewDeck& deck_;
-    PreviewFolder folder_{QStringLiteral("Tessarine_JoinPreview")};
+    PreviewFolder folder_{kJoinPreviewFolder};
 };
 
 } // namespace ostrel

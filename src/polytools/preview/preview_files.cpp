@@ -3,7 +3,6 @@
 #include "foundation/domain_error.h"
 #include "foundation/tools/ffmpeg_command.h"
 #include "platform/files/files.h"
-#include "platform/files/own_folder.h"
 #include "platform/paths.h"
 #include "platform/processes/child_process.h"
 #include "platform/processes/tool_limits.h"
@@ -11,7 +10,6 @@
 #include "polytools/records/merge_graph.h"
 #include "polytools/services/engine_services.h"
 
-#include <QDir>
 #include <QFileInfo>
 
 namespace ostrel {
@@ -76,15 +74,14 @@ QString generateTempPreviewPoly(const QStringList& isoURLs, int bitDepth, const 
 
 QString PreviewFolder::makeFresh() {
     remove();
-    const QString path = paths::append(makeOwnTemporaryFolder(name_), freshUuid());
+    const QString path = paths::append(makeOwnPreviewFolder(name_), freshUuid());
     files::createFolder(path);
     return path_ = path;
 }
 
 void PreviewFolder::remove() {
     if (path_.isEmpty()) return;
-    files::removeFolderQuietly(path_);
-    QDir().rmdir(paths::parent(path_)); // stays if another run of the program uses it
+    removePreviewFolder(path_);
     path_.clear();
 }
 

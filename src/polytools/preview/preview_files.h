@@ -1,6 +1,8 @@
 // The temporary files that previews are made of: channels of a poly, and a poly of ISOs. Blocks; for the thread pool.
 #pragma once
 
+#include "preview/preview_folders.h"
+
 #include <QString>
 #include <QStringList>
 #include <functional>
@@ -18,8 +20,8 @@ void extractChannel(const QString& polyURL, int channelIndex, const QString& out
 QString generateTempPreviewPoly(const QStringList& isoURLs, int bitDepth, const QString& folder,
                                 const QString& ffmpegPath, const std::function<void(const QString&)>& tell);
 
-// A folder of its own below "{temporary folder}/{name}" (see own_folder.h where that is another user's), made when
-// first asked for and removed with everything in it.
+// A folder of its own below this process's one of that name (see preview_folders.h), made when first asked for and
+// removed with everything in it.
 class PreviewFolder {
 public:
     explicit PreviewFolder(const QString& name) : name_(name) {}

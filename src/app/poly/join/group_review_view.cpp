@@ -1,6 +1,7 @@
 #include "app/poly/join/group_review_view.h"
 
 #include "app/controls/layouts.h"
+#include "app/hearing/iso_waveforms.h"
 #include "app/panels/row_menu.h"
 #include "app/poly/join/group_card_view.h"
 #include "app/poly/join/group_picker.h"
@@ -26,17 +27,10 @@ GroupReviewView::GroupReviewView(PolyToolsViewModel& viewModel, QWidget* parent)
         Q_EMIT groupsUpdated();
     };
     tree_->setMinimumHeight(100);
-    auto* split = named(new QSplitter(Qt::Vertical), QStringLiteral("Groups and ungrouped files"));
-    split->setChildrenCollapsible(false);
-    split->addWidget(tree_);
-    split->addWidget(makeUngrouped());
-    split->setStretchFactor(0, 3);
-    split->setStretchFactor(1, 1);
-    split->handle(1)->setAccessibleName(QStringLiteral("Size of the ungrouped files"));
     auto* column = columnLayout(6);
     column->addWidget(makeHeading());
     column->addWidget(makeActions());
-    column->addWidget(split, 1);
+    column->addWidget(makeLists(), 1);
     setLayout(column);
 
     connect(tree_, &GroupTree::isoChosen, this, [this](const QModelIndex& iso) {
@@ -62,6 +56,37 @@ GroupReviewView::GroupReviewView(PolyToolsViewModel& viewModel, QWidget* parent)
     refreshSoon->follow(viewModel.ungroupedFiles);
     bindings_.watch(viewModel.isBatchJoining, [refreshSoon] { refreshSoon->request(); });
     refresh();
+}
+
+QWidget* GroupReviewView::makeLists() {
+    auto* split = named(new QSplitter(Qt::Vertical), QStringLiteral("Groups and ungrouped files"));
+    split->setChildrenCollapsible(false);
+    split->addWidget(tree_);
+    split->addWidget(makeUngrouped());
+    split->setStretchFactor(0, 3);
+    split->setStretchFactor(1, 1);
+    split->handle(1)->setAccessibleName(QStringLiteral("Size of the ungrouped files"));
+    PreviewMixer* mixer = viewModel_.preview().mixer();
+    if (!mixer) return split;
+    waveforms_ = new IsoWaveforms(*mixer);
+    split->addWidget(waveforms_);
+    split->handle(2)->setAccessibleName(QStringLiteral("Size of the waveforms"));
+    auto* showSoon = new Coalesced(this, [this] { refreshWaveforms(); });
+    const auto show = [showSoon] { showSoon->request(); };
+    bindings_.watch(viewModel_.previewedGroupID, show);
+    bindings_.watch(viewModel_.previewedGroupISOs, show);
+    bindings_.watch(mixer->isLoaded, show);
+    bindings_.watch(mixer->sourceStates, show);
+    refreshWaveforms();
+    return split;
+}
+
+void GroupReviewView::refreshWaveforms() {
+    const bool hasGroup =
+        !viewModel_.previewedGroupID.value().isNull() && viewModel_.preview().mixer()->isLoaded.value();
+    waveforms_->setFFmpegPath(viewModel_.ffmpegPath.value());
+    waveforms_->refresh(hasGroup);
+    waveforms_->setVisible(hasGroup);
 }
 
 QWidget* GroupReviewView::makeHeading() {

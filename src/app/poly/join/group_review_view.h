@@ -16,6 +16,7 @@ class GroupCardView;
 class GroupPicker;
 class GroupTree;
 class GroupTreeModel;
+class IsoWaveforms;
 class RecordTable;
 class UngroupedTableModel;
 
@@ -37,6 +38,7 @@ private:
     QWidget* makeHeading();
     QWidget* makeActions();
     QWidget* makeUngrouped();
+    QWidget* makeLists();
     QPushButton* action(const QString& text, const QString& help, void (GroupReviewView::*perform)());
     void loadGroup();
     void playGroup();
@@ -52,6 +54,7 @@ private:
     std::optional<QModelIndex> currentGroup() const;
     void refresh();
     void refreshActions();
+    void refreshWaveforms();
 
     PolyToolsViewModel& viewModel_;
     Bindings bindings_;
@@ -59,6 +62,7 @@ private:
     UngroupedTableModel* ungroupedFiles_;
     GroupCardView* cards_;
     GroupTree* tree_;
+    IsoWaveforms* waveforms_ = nullptr; // none without a sound output
     RecordTable* ungrouped_ = nullptr;
     QWidget* ungroupedSection_ = nullptr;
     SecondaryLabel* total_ = nullptr;

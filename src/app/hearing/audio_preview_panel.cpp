@@ -1,7 +1,7 @@
-#include "app/panels/audio_preview_panel.h"
+#include "app/hearing/audio_preview_panel.h"
 
 #include "app/controls/layouts.h"
-#include "app/panels/playback_transport.h"
+#include "app/hearing/playback_transport.h"
 #include "platform/diagnostics.h"
 #include "preview/playback_manager.h"
 
@@ -59,6 +59,33 @@ AudioPreviewPanel::AudioPreviewPanel(PlaybackManager& playback, QWidget* parent)
     };
     bindings_.watch(playback.engine().currentTime, position);
     bindings_.bind(playback.engine().duration, position);
+    connectWaveform();
+}
+
+void AudioPreviewPanel::connectWaveform() {
+    AudioPlaybackEngine& engine = playback_.engine();
+    peaks_.setFFmpegPath(playback_.ffmpegPath());
+    bindings_.watch(playback_.currentFileURL, [this] {
+        const QString file = playback_.currentFileURL.value();
+        waveform_->forgetDetail();
+        peaks_.setFiles(file.isEmpty() ? QStringList() : QStringList(file), PeakReader::Lanes::channels);
+        const QString recording = playback_.recordingURL();
+        transport_->setRecordings(recording.isEmpty() ? QStringList() : QStringList(recording));
+    });
+    connect(waveform_, &WaveformView::detailWanted, this, [this](const TimeSpan& part, int points) {
+        peaks_.want({part.from, part.to, points});
+    });
+    connect(&peaks_, &PeakReader::changed, this, [this] {
+        if (const auto& wish = peaks_.answered())
+            waveform_->setDetail({wish->from, wish->to}, peaks_.whole(), peaks_.lanes());
+    });
+    connect(waveform_, &WaveformView::selected, this,
+            [this](const std::optional<TimeSpan>& span) { playback_.engine().select(span); });
+    const auto selection = [this, &engine] {
+        waveform_->setSelection(engine.travel.selection.value(), engine.travel.loops.value());
+    };
+    bindings_.watch(engine.travel.selection, selection);
+    bindings_.watch(engine.travel.loops, selection);
 }
 
 QWidget* AudioPreviewPanel::makeHeader() {
@@ -198,18 +225,24 @@ void AudioPreviewPanel::showWaveform() {
     } else if (single.empty()) {
         message = QStringLiteral("No waveform");
     }
+    // What can't be played may well be seen: then the reason stands beside the waveform.
     const QString loadError = playback_.engine().loadError.value();
-    if (!loadError.isEmpty() && !playback_.isGeneratingWaveform.value()) message = loadError;
+    if (!loadError.isEmpty() && !playback_.isGeneratingWaveform.value() && single.empty()) message = loadError;
     waveform_->setMessage(message);
     showHint();
 }
 
 void AudioPreviewPanel::showHint() {
     const bool isShort = waveform_->lacksHeightForLanes();
-    hint_->setVisible(isShort);
-    hint_->setText(
-        isShort ? QStringLiteral("%1 channels • Expand preview to see individual lanes").arg(waveform_->laneCount())
-                : QString());
+    const QString loadError = playback_.engine().loadError.value();
+    QString hint;
+    if (!loadError.isEmpty() && !playback_.waveformData.value().empty()) {
+        hint = loadError;
+    } else if (isShort) {
+        hint = QStringLiteral("%1 channels • Expand preview to see individual lanes").arg(waveform_->laneCount());
+    }
+    hint_->setVisible(!hint.isEmpty());
+    hint_->setText(hint);
     waveform_->setToolTip(isShort ? QStringLiteral("Expand preview for larger waveforms") : QString());
 }
 

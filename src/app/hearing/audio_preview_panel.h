@@ -3,7 +3,8 @@
 
 #include "app/controls/bindings.h"
 #include "app/controls/controls.h"
-#include "app/panels/waveform_view.h"
+#include "app/hearing/waveform_view.h"
+#include "preview/peak_reader.h"
 
 class QComboBox;
 
@@ -36,10 +37,12 @@ private:
     void showRouting();
     void showWaveform();
     void showHint();
+    void connectWaveform();
     void chooseMode(int index);
     void chooseChannel(int index);
 
     PlaybackManager& playback_;
+    PeakReader peaks_;
     Bindings bindings_;
     TruncatingText* name_ = nullptr;
     QLabel* info_ = nullptr;
