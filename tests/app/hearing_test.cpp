@@ -273,7 +273,7 @@ TEST_F(ShuttleTest, LettersThatAreTypedStayLetters) {
     EXPECT_EQ(line.text(), QStringLiteral("jkl"));
     EXPECT_FALSE(engine().isPlaying.value());
     press(Qt::Key_L, Qt::ShiftModifier);
-    EXPECT_EQ(line.text(), QStringLiteral("jklL"));
+    EXPECT_EQ(line.text(), QStringLiteral("jkll"));
 }
 
 TEST_F(ShuttleTest, ALetterWithinAWordThatFindsARowIsTheLists) {

@@ -1,6 +1,8 @@
 // The Join mode: one take to one poly, with what is heard on the way. The review has a test of its own.
 #include "app/join_fixture.h"
 
+#include "app/controls/progress_line.h"
+
 #include <QMimeData>
 #include <QScrollBar>
 #include <gtest/gtest.h>
@@ -35,6 +37,19 @@ protected:
         ASSERT_TRUE(wait());
     }
 };
+
+TEST_F(PolyJoinViewTest, AScanShowsHowManyOfItsFilesAreRead) {
+    auto* run = view_.findChild<RunRow*>();
+    const auto* bar = run->findChild<ProgressLine*>();
+    EXPECT_LT(bar->progress(), 0);
+    model_.groupingProgress = std::pair(3, 4);
+    settle();
+    EXPECT_EQ(bar->progress(), 0.75);
+    EXPECT_EQ(run->statusText(), QStringLiteral("Reading files: 75%"));
+    model_.groupingProgress = std::nullopt;
+    settle();
+    EXPECT_LT(bar->progress(), 0);
+}
 
 TEST_F(PolyJoinViewTest, BeforeAnythingIsChosenItSaysWhatToDo) {
     EXPECT_TRUE(shows(QStringLiteral("No files or folder selected")));

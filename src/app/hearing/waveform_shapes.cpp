@@ -7,7 +7,7 @@
 
 namespace ostrel {
 
-QPainterPath outline(const QRectF& rect, double left, double right, const std::vector<float>& values) {
+QPainterPath peakOutline(const QRectF& rect, double left, double right, const std::vector<float>& values) {
     const double middle = rect.center().y();
     const double reach = rect.height() / 2 - 1;
     const auto count = static_cast<double>(values.size());
@@ -26,7 +26,7 @@ QPainterPath outline(const QRectF& rect, double left, double right, const std::v
     return path;
 }
 
-void paintTag(QPainter& painter, const QPointF& corner, const QString& tag, const Theme& theme) {
+void paintLaneTag(QPainter& painter, const QPointF& corner, const QString& tag, const Theme& theme) {
     const QFontMetrics metrics(painter.font());
     const QRectF box(corner, QSizeF(metrics.horizontalAdvance(tag) + 8, metrics.height()));
     painter.setPen(Qt::NoPen);

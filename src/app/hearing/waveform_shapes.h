@@ -13,9 +13,9 @@ struct Theme;
 
 // The outline of peak values that stand side by side between two places, mirrored at the lane's middle. What lies
 // outside of `rect` is left out, but for a neighbour on either side.
-QPainterPath outline(const QRectF& rect, double left, double right, const std::vector<float>& values);
+QPainterPath peakOutline(const QRectF& rect, double left, double right, const std::vector<float>& values);
 
 // A lane's name, on a ground of its own, since the waveform may fill its lane.
-void paintTag(QPainter& painter, const QPointF& corner, const QString& tag, const Theme& theme);
+void paintLaneTag(QPainter& painter, const QPointF& corner, const QString& tag, const Theme& theme);
 
 } // namespace ostrel

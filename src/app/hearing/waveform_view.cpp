@@ -128,7 +128,7 @@ void WaveformView::paintLane(QPainter& painter, const QRectF& rect, const TimeSp
                              const std::vector<float>& values) const {
     if (values.empty()) return;
     const Theme& theme = themeOf(palette());
-    const QPainterPath path = outline(rect, xOf(time.from), xOf(time.to), values);
+    const QPainterPath path = peakOutline(rect, xOf(time.from), xOf(time.to), values);
     QColor ahead = theme.accentText;
     ahead.setAlphaF(0.5F);
     const double played = std::clamp(xOf(position_), rect.left(), rect.right());
@@ -161,7 +161,7 @@ void WaveformView::paintLanes(QPainter& painter) const {
         }
         paintLane(painter, rect.adjusted(0, 1, 0, -1), time, lanes[lane]);
         if (tags_.size() != static_cast<qsizetype>(lanes.size())) continue;
-        paintTag(painter, rect.topLeft() + QPointF(2, 2), tags_.at(static_cast<qsizetype>(lane)), theme);
+        paintLaneTag(painter, rect.topLeft() + QPointF(2, 2), tags_.at(static_cast<qsizetype>(lane)), theme);
     }
 }
 

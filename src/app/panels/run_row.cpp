@@ -28,6 +28,13 @@ std::optional<int> completed(const PolyToolsViewModel& viewModel) {
     return std::nullopt;
 }
 
+// Of the files that a scan found, 0 to 1; below 0 while none is under way.
+double readProgress(const PolyToolsViewModel& viewModel) {
+    const auto& grouping = viewModel.groupingProgress.value();
+    const bool groups = viewModel.mode.value() == PolyMode::join && grouping && grouping->second > 0;
+    return groups ? static_cast<double>(grouping->first) / grouping->second : viewModel.listingProgress.value();
+}
+
 } // namespace
 
 double runProgress(const PolyToolsViewModel& viewModel) {
@@ -88,6 +95,7 @@ RunRow::RunRow(PolyToolsViewModel& viewModel, PolyMode mode, const Texts& texts,
     bindings_.watch(viewModel.batchProgress, request);
     bindings_.watch(viewModel.batchJoinProgress, request);
     bindings_.watch(viewModel.listingProgress, request);
+    bindings_.watch(viewModel.groupingProgress, request);
     bindings_.watch(viewModel.mode, request);
     refresh();
 }
@@ -140,13 +148,13 @@ void RunRow::refresh() {
         status = QStringLiteral("Working on ") + viewModel_.currentProcessingItem.value();
     if (const auto count = completed(viewModel_); count && isRunning)
         status += QStringLiteral("   Complete: %1").arg(*count);
-    if (const double read = viewModel_.listingProgress.value(); !isRunning && read >= 0)
-        status = QStringLiteral("Reading files: %1%").arg(static_cast<int>(read * 100));
+    const double read = readProgress(viewModel_);
+    if (!isRunning && read >= 0) status = QStringLiteral("Reading files: %1%").arg(static_cast<int>(read * 100));
     status_->setText(status, true);
     const bool showsResults = hasRun_ && !viewModel_.isProcessing.value() && !entries_.isEmpty();
     results_->setResults(resultsTitle_, showsResults ? entries_ : QList<ResultsBanner::Entry>());
     outcome_->setCurrent(showsResults ? resultsPage : statusPage);
-    progress_->setProgress(isRunning ? runProgress(viewModel_) : viewModel_.listingProgress.value());
+    progress_->setProgress(isRunning ? runProgress(viewModel_) : read);
 }
 
 // As wide as the longest text that it may get here, so that a job that starts moves nothing.

@@ -188,8 +188,8 @@ QWidget* StereoValidatorTabView::makeResults() {
     table_->setColumnText(ValidatorResultsModel::DurationColumn, QStringLiteral("Duration "));
     table_->setColumnText(ValidatorResultsModel::TrustColumn, QStringLiteral("Unsure"), 18);
     table_->setColumnText(ValidatorResultsModel::WhyColumn, QStringLiteral("Looks dual mono, but differs"), 18);
-    table_->setColumnWidth(ValidatorResultsModel::FileColumn, 120);
-    table_->setStretchColumns({ValidatorResultsModel::FileColumn, ValidatorResultsModel::ClassificationColumn});
+    table_->setColumnWidth(ValidatorResultsModel::FileColumn, 200);
+    table_->setStretchColumns({ValidatorResultsModel::FileColumn});
     table_->setMinimumRows(4);
     table_->horizontalHeader()->setSortIndicator(ValidatorResultsModel::FileColumn, Qt::AscendingOrder);
     showProofs(bindings_, viewModel_.proves, *table_, ValidatorResultsModel::ProofColumn,
