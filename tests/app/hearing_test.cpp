@@ -159,7 +159,7 @@ TEST_F(HearingTest, ADragWithShiftSelectsAndTheLoopButtonGoesAround) {
     auto* loop = find<QAbstractButton>(panel_, QStringLiteral("Loop"));
     ASSERT_NE(loop, nullptr);
     EXPECT_TRUE(loop->toolTip().contains(QStringLiteral("Ctrl+L")));
-    QTest::keyClick(&panel_, Qt::Key_L, Qt::ControlModifier);
+    QTest::mouseClick(loop, Qt::LeftButton);
     EXPECT_TRUE(loop->isChecked());
     engine().play();
     EXPECT_NEAR(engine().currentTime.value(), selection->from, 1e-3);
@@ -262,6 +262,17 @@ TEST_F(ShuttleTest, JKLGoBackwardsPauseAndForwards) {
     EXPECT_FALSE(engine().isPlaying.value());
     EXPECT_FALSE(interleaver_.isAuditioning.value());
     EXPECT_EQ(find<QLabel>(*mainView_, QStringLiteral("Playback speed"))->text(), QString());
+}
+
+TEST_F(ShuttleTest, TheKeyOfTheLoopIsThatOfTheTabInSight) {
+    load();
+    press(Qt::Key_L);
+    EXPECT_TRUE(engine().travel.loops.value());
+    EXPECT_FALSE(engine().isPlaying.value());
+    press(Qt::Key_2);
+    press(Qt::Key_L);
+    EXPECT_TRUE(engine().travel.loops.value());
+    EXPECT_FALSE(polyTools_.preview().mixer()->travel.loops.value()) << "nothing is loaded there";
 }
 
 TEST_F(ShuttleTest, LettersThatAreTypedStayLetters) {

@@ -65,7 +65,7 @@ void IsoWaveforms::showPeaks() {
 }
 
 int IsoWaveforms::laneHeight() const {
-    return std::max(WaveformView::minReadableLaneHeight, fontMetrics().height() + 6);
+    return std::max(WaveformView::minReadableLaneHeight, fontMetrics().height() + 8);
 }
 
 QSize IsoWaveforms::sizeHint() const {

@@ -7,6 +7,7 @@
 #include "preview/audio_playback_engine.h"
 #include "preview/preview_mixer.h"
 
+#include <QShortcut>
 #include <QSlider>
 
 namespace ostrel {
@@ -33,7 +34,12 @@ PlaybackTransport::PlaybackTransport(const QString& scrubberHelp, AudioOutput& o
     time_->setAccessibleName(QStringLiteral("Playback time"));
     time_->setFixedWidth(fontMetrics().horizontalAdvance(QStringLiteral("00:00:00 / 00:00:00")));
     loop_->setCheckable(true);
-    loop_->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_L));
+    // Not the button's own shortcut: that would take the focus away from the waveform.
+    auto* loopKey = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_L), this);
+    loopKey->setAutoRepeat(false);
+    connect(loopKey, &QShortcut::activated, this, [this] {
+        if (loop_->isEnabled()) loop_->toggle();
+    });
     speed_->setAccessibleName(QStringLiteral("Playback speed"));
     speed_->setFixedWidth(fontMetrics().horizontalAdvance(QStringLiteral("−8×")) + 2);
     named(dayTime_, QStringLiteral("Timecode of day"));

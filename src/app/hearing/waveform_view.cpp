@@ -128,7 +128,13 @@ void WaveformView::paintLane(QPainter& painter, const QRectF& rect, const TimeSp
                              const std::vector<float>& values) const {
     if (values.empty()) return;
     const Theme& theme = themeOf(palette());
-    const QPainterPath path = peakOutline(rect, xOf(time.from), xOf(time.to), values);
+    // Of many lanes, while the playhead moves, a few pixels each.
+    const QRectF clip = painter.clipBoundingRect();
+    QRectF seen = rect;
+    seen.setLeft(std::max(rect.left(), clip.left()));
+    seen.setRight(std::min(rect.right(), clip.right()));
+    if (seen.width() <= 0) return;
+    const QPainterPath path = peakOutline(seen, xOf(time.from), xOf(time.to), values);
     QColor ahead = theme.accentText;
     ahead.setAlphaF(0.5F);
     const double played = std::clamp(xOf(position_), rect.left(), rect.right());
