@@ -29,6 +29,8 @@
 
 #include <QApplication>
 #include <QDeadlineTimer>
+#include <QTimer>
+#include <chrono>
 #include <cstdio>
 
 namespace ostrel {
@@ -36,8 +38,10 @@ namespace {
 
 void waitUntil(const std::function<bool()>& condition) {
     const QDeadlineTimer deadline(60'000);
+    QTimer wake;
+    wake.start(std::chrono::milliseconds(5));
     while (!condition() && !deadline.hasExpired()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
     }
     for (int turn = 0; turn < 5; ++turn) QCoreApplication::processEvents();
 }

@@ -12,6 +12,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
+#include <QTimer>
+#include <chrono>
 #include <gtest/gtest.h>
 
 void PrintTo(const QString& text, std::ostream* stream) { *stream << '"' << text.toStdString() << '"'; }
@@ -75,9 +77,12 @@ QString builtProgram(const QString& name) { return paths::append(QStringLiteral(
 
 bool waitUntil(const std::function<bool()>& condition, int limit) {
     const QDeadlineTimer deadline(limit);
+    // Sleeps between events: with a time of its own processEvents() would not, and keep a processor from what is waited for.
+    QTimer wake;
+    wake.start(std::chrono::milliseconds(2));
     while (!condition()) {
         if (deadline.hasExpired()) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
     }
     return true;
 }
