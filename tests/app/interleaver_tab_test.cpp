@@ -1,6 +1,7 @@
 #include "app/window_test.h"
 
 #include "app/controls/controls.h"
+#include "app/controls/item_cells.h"
 #include "app/controls/item_delegates.h"
 #include "app/panels/install_command.h"
 
@@ -33,13 +34,14 @@ protected:
         Q_EMIT combo.activated(index);
         settle();
     }
-    QString counter(const char* word) {
-        for (const StatusCounter* counter : mainView_->findChildren<StatusCounter*>()) {
-            if (counter->accessibleName().endsWith(QLatin1Char(' ') + QLatin1String(word)))
-                return counter->accessibleName();
-        }
-        return QString();
+    const StatusCounter& counterOf(const char* word) {
+        const auto counters = mainView_->findChildren<StatusCounter*>();
+        return **std::find_if(counters.begin(), counters.end(), [word](const StatusCounter* counter) {
+            return counter->accessibleName().endsWith(QLatin1Char(' ') + QLatin1String(word));
+        });
     }
+    QString counter(const char* word) { return counterOf(word).accessibleName(); }
+    QString help(const char* word) { return counterOf(word).toolTip(); }
     void clickCell(int row, int column, const QPoint& within) {
         const QRect cell = table().visualRect(table().model()->index(row, column));
         QTest::mouseClick(table().viewport(), Qt::LeftButton, {}, cell.topLeft() + within);
@@ -63,6 +65,13 @@ protected:
     QString pairs_;
 };
 
+TEST(StatusCell, TwoBadgesThatSayCompletedTellWhichTheyAre) {
+    const auto help = [](const ProcessingStatus& status) { return statusCell(status, Qt::ToolTipRole).toString(); };
+    EXPECT_TRUE(help(ProcessingStatus::completedCarbonCopyCertified()).contains(QStringLiteral("BEXT identity")));
+    EXPECT_FALSE(help(ProcessingStatus::completed()).contains(QStringLiteral("BEXT identity")));
+    EXPECT_EQ(help(ProcessingStatus::ready()), QStringLiteral("Ready"));
+}
+
 TEST_F(InterleaverTabTest, SelectsScansAndRunsByPointer) {
     show();
     pairs_ = samples() + QStringLiteral("/pairs");
@@ -76,9 +85,12 @@ TEST_F(InterleaverTabTest, SelectsScansAndRunsByPointer) {
     EXPECT_EQ(column(StatusColumn).count(QStringLiteral("Ready (L/R)")), 5);
     EXPECT_TRUE(column(NameColumn).contains(QStringLiteral("Rain Roof")));
     EXPECT_TRUE(column(ResultColumn).contains(QStringLiteral("Interleaved/Rain Roof.wav")));
+    EXPECT_EQ(counter("Ready"), QStringLiteral("0 Ready"));
+    EXPECT_TRUE(help("Ready").contains(QStringLiteral("5 more"))) << help("Ready").toStdString();
     click(QStringLiteral("Run"));
     ASSERT_TRUE(waitForInterleaver());
     EXPECT_EQ(counter("Done"), QStringLiteral("5 Done"));
+    EXPECT_FALSE(help("Ready").contains(QStringLiteral("more")));
     const QDir outputs(pairs_ + QStringLiteral("/Interleaved"));
     EXPECT_EQ(outputs.entryList(QDir::Files).size(), 4);
     for (const QString& line : before) EXPECT_TRUE(fingerprint(pairs_).contains(line)) << "a source was touched";

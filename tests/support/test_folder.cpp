@@ -77,7 +77,7 @@ QString builtProgram(const QString& name) { return paths::append(QStringLiteral(
 
 bool waitUntil(const std::function<bool()>& condition, int limit) {
     const QDeadlineTimer deadline(limit);
-    // Sleeps between events: with a time of its own processEvents() would not, and keep a processor from what is waited for.
+    // Sleeps between events: given a time of its own, processEvents() would not, and would keep a processor busy.
     QTimer wake;
     wake.start(std::chrono::milliseconds(2));
     while (!condition()) {

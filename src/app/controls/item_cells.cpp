@@ -13,13 +13,25 @@ Badge badgeOf(ProofFinding finding) {
     return {QStringLiteral("xmark.circle.fill"), reportName(finding), Color::red};
 }
 
+// Two badges say "Completed": which of them it is.
+QString statusHelp(const ProcessingStatus& status) {
+    using Kind = ProcessingStatus::Kind;
+    if (status.kind == Kind::completed) {
+        return status.displayText() + QStringLiteral("\nThe output stands. Only L/R merges are certified");
+    }
+    if (status.kind == Kind::completedCarbonCopyCertified) {
+        return status.displayText() + QStringLiteral("\nCertified: channels, duration and BEXT identity were compared");
+    }
+    return status.displayText();
+}
+
 } // namespace
 
 QVariant statusCell(const ProcessingStatus& status, int role) {
     switch (role) {
     case BadgeRole: return QVariant::fromValue(Badge{status.icon(), status.shortDisplayText(), status.statusColor()});
     case Qt::DisplayRole: return status.shortDisplayText();
-    case Qt::ToolTipRole:
+    case Qt::ToolTipRole: return statusHelp(status);
     case Qt::AccessibleTextRole: return status.displayText();
     default: return {};
     }

@@ -169,12 +169,25 @@ RowMenu ItemsSection::menuOf(bool merges) {
 }
 
 QList<int> ItemsSection::failed() const {
-    const auto rows = [](const auto& records) {
-        QList<int> failed;
+    return rowsWhose([](const ProcessingStatus& status) { return status.kind == ProcessingStatus::Kind::failed; });
+}
+
+// The number counts one status; a run takes the rows of two others too, and "0 Ready" above a full list needs a word.
+QString ItemsSection::readyHelp() const {
+    const qsizetype all = rowsWhose([](const ProcessingStatus& status) { return status.isProcessable(); }).size();
+    const qsizetype others = all - viewModel_.readyCount();
+    if (others == 0) return QStringLiteral("Items whose badge says \"Ready\"");
+    return QStringLiteral("Items whose badge says \"Ready\". %1 more, \"Ready (L/R)\" or \"Pending\", run as well")
+        .arg(others);
+}
+
+QList<int> ItemsSection::rowsWhose(const std::function<bool(const ProcessingStatus&)>& matches) const {
+    const auto rows = [&](const auto& records) {
+        QList<int> found;
         for (std::size_t row = 0; row < records.size(); ++row) {
-            if (records[row].status.kind == ProcessingStatus::Kind::failed) failed << static_cast<int>(row);
+            if (matches(records[row].status)) found << static_cast<int>(row);
         }
-        return failed;
+        return found;
     };
     return viewModel_.currentMode.value() == AppMode::interleave ? rows(viewModel_.interleaveGroups)
                                                                  : rows(viewModel_.deinterleaveSources);
@@ -206,6 +219,7 @@ void ItemsSection::refresh() {
     for (QPushButton* button : {selectAll_, deselectAll_, clear_}) button->setEnabled(total > 0 && !isBusy);
     retryFailed_->setVisible(!isBusy && !failed().isEmpty());
     ready_->setCount(viewModel_.readyCount());
+    ready_->setToolTip(readyHelp());
     done_->setCount(viewModel_.completedCount());
     skipped_->setCount(viewModel_.skippedCount());
     errors_->setCount(viewModel_.errorCount());

@@ -41,6 +41,8 @@ private:
     QStringList sourcesOf(bool merges, int record) const;
     RowMenu menuOf(bool merges);
     QList<int> failed() const;
+    QList<int> rowsWhose(const std::function<bool(const ProcessingStatus&)>& matches) const;
+    QString readyHelp() const;
     void addChips(QMenu& menu, int record);
     void refresh();
 
