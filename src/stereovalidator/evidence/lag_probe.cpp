@@ -19,7 +19,7 @@ constexpr double kNearSeconds = 0.0005; // and belongs to the same one within th
 
 struct LagProbe::Transform {
     Eigen::FFT<float> fft;
-    std::vector<std::complex<float>> left, right, leftSpectrum, rightSpectrum;
+    std::vector<std::complex<float>> frames, spectrum;
 };
 
 LagProbe::LagProbe(int sampleRate)
@@ -56,19 +56,22 @@ void LagProbe::probe() {
     }
     const std::size_t margin = frames_.size() == points_ ? reach_ : 0;
     Transform& t = *transform_;
-    t.left.assign(points_, {});
-    t.right.assign(points_, {});
+    t.frames.assign(points_, {});
     for (std::size_t i = 0; i < frames_.size(); ++i) {
-        t.left[i] = frames_[i].real();
-        if (i >= margin && i + margin < frames_.size()) t.right[i] = frames_[i].imag();
+        const bool isMiddle = i >= margin && i + margin < frames_.size();
+        t.frames[i] = isMiddle ? frames_[i] : frames_[i].real();
     }
-    t.fft.fwd(t.leftSpectrum, t.left);
-    t.fft.fwd(t.rightSpectrum, t.right);
+    t.fft.fwd(t.spectrum, t.frames);
     const double share = 1.0 - 2.0 * static_cast<double>(margin) / static_cast<double>(frames_.size());
+    // Two real signals in one transform: the even part of the spectrum is the left one's, the odd part the right one's.
     for (std::size_t bin = firstBin_; bin + firstBin_ <= points_; ++bin) {
-        cross_[bin] += std::conj(t.leftSpectrum[bin]) * t.rightSpectrum[bin];
-        leftEnergy_ += share * std::norm(t.leftSpectrum[bin]);
-        rightEnergy_ += std::norm(t.rightSpectrum[bin]);
+        const std::complex<float> here = t.spectrum[bin];
+        const std::complex<float> mirrored = std::conj(t.spectrum[(points_ - bin) % points_]);
+        const std::complex<float> left = 0.5F * (here + mirrored);
+        const std::complex<float> right = std::complex<float>(0, -0.5F) * (here - mirrored);
+        cross_[bin] += std::conj(left) * right;
+        leftEnergy_ += share * std::norm(left);
+        rightEnergy_ += std::norm(right);
     }
 }
 
