@@ -8,7 +8,6 @@
 #include "wave/channel_copy.h"
 
 #include <QFile>
-#include <QLocale>
 #include <algorithm>
 #include <cstdlib>
 
@@ -19,8 +18,6 @@ void refuse(StitchItem& item, const QString& why) {
     item.status = StitchStatus::refused;
     item.reason = why;
 }
-
-QString counted(quint64 count) { return QLocale(QLocale::English, QLocale::UnitedStates).toString(count); }
 
 // What stands where two parts meet, and what the options make of it.
 class Seams {
@@ -49,19 +46,17 @@ private:
         const auto count = static_cast<quint64>(std::abs(seam));
         const QString name = paths::lastComponent(series_.parts[i + 1].path);
         if (seam > 0) {
-            const QString text = QStringLiteral("gap of %1 %2").arg(counted(count), samples(count));
+            const QString text = seamText(seam);
             item_.findings << QStringLiteral("%1 ahead of %2").arg(text, name);
             if (!options_.fillsGaps) object(text);
             return;
         }
         const bool isSame = isSameOverlap(series_.parts[i], series_.parts[i + 1], count);
-        const QString text =
-            QStringLiteral("overlap of %1, %2")
-                .arg(counted(count), isSame ? QStringLiteral("identical") : QStringLiteral("not identical"));
+        const QString text = QStringLiteral("%1, %2").arg(seamText(seam), isSame ? QStringLiteral("identical")
+                                                                                 : QStringLiteral("not identical"));
         item_.findings << QStringLiteral("%1, at the beginning of %2").arg(text, name);
         if (!isSame || !options_.trimsOverlaps) object(text);
     }
-    static QString samples(quint64 count) { return count == 1 ? QStringLiteral("sample") : QStringLiteral("samples"); }
     void object(const QString& text) {
         if (refusal_.isEmpty()) refusal_ = text;
     }

@@ -60,6 +60,9 @@ QStringList writeExactSeries(const Series& series, const QString& to, const QStr
 // What is shown of an item: one sentence, then what was found. `isDryRun`: nothing was written.
 QStringList linesOf(const StitchItem& item, bool isDryRun);
 
+// "gap of 1,234 samples", "overlap of 480"
+QString seamText(Seam seam);
+
 // "2 tracks, 2 parts each"
 QString partsText(std::size_t tracks, std::size_t parts);
 

@@ -3,6 +3,7 @@
 #include "stitch/stitch_file.h"
 
 #include <QLocale>
+#include <cstdlib>
 
 namespace ostrel {
 namespace {
@@ -49,6 +50,12 @@ QStringList linesOf(const StitchItem& item, bool isDryRun) {
     for (const QString& warning : item.warnings) lines << QStringLiteral("  ") + warning;
     if (item.proof) lines << QStringLiteral("  ") + item.proof->sentence();
     return lines;
+}
+
+QString seamText(Seam seam) {
+    const QString count = numberText(static_cast<quint64>(std::abs(seam)));
+    if (seam < 0) return QStringLiteral("overlap of %1").arg(count);
+    return QStringLiteral("gap of %1 %2").arg(count, seam == 1 ? QStringLiteral("sample") : QStringLiteral("samples"));
 }
 
 QString partsText(std::size_t tracks, std::size_t parts) {

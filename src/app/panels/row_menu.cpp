@@ -1,9 +1,11 @@
 #include "app/panels/row_menu.h"
 
+#include "app/panels/unclosed_rows.h"
 #include "app/tables/record_table.h"
 #include "platform/desktop_services.h"
 
 #include <QMenu>
+#include <QTimer>
 
 namespace ostrel {
 namespace {
@@ -48,6 +50,16 @@ void addErrors(QMenu& menu, const RowMenu& offers, const QList<int>& records, De
         ->setEnabled(!errors.isEmpty());
 }
 
+// Behind the menu's own end, since it asks and takes its time.
+void addRescue(QMenu& menu, const RowMenu& offers, const QList<int>& records, RecordTable& table,
+               const UnclosedRows* unclosed, DesktopServices& desktop) {
+    const QStringList files = unclosed ? unclosed->unclosed(textsOf(records, offers.sources)) : QStringList();
+    if (files.isEmpty()) return;
+    menu.addAction(QStringLiteral("Rescue a Copy..."), &menu, [&table, &desktop, files] {
+        QTimer::singleShot(0, &table, [&table, &desktop, files] { rescueCopies(files, table, desktop); });
+    });
+}
+
 void addSwitches(QMenu& menu, const RowMenu& offers, const QList<int>& records, RecordTable& table) {
     const bool isFree = !offers.isFree || offers.isFree();
     if (offers.includeColumn >= 0) {
@@ -75,8 +87,11 @@ void addSwitches(QMenu& menu, const RowMenu& offers, const QList<int>& records, 
 } // namespace
 
 void addRowMenu(RecordTable& table, DesktopServices& desktop, RowMenu offers) {
+    const UnclosedRows* unclosed =
+        offers.sources && table.rows() ? new UnclosedRows(table, offers.sources) : nullptr; // the table's own
     QObject::connect(
-        &table, &RecordTable::menuRequested, &table, [&table, &desktop, offers](int record, const QPoint& position) {
+        &table, &RecordTable::menuRequested, &table,
+        [&table, &desktop, offers, unclosed](int record, const QPoint& position) {
             const QList<int> records = asked(table, record);
             QMenu menu(&table);
             if (offers.play) {
@@ -86,6 +101,7 @@ void addRowMenu(RecordTable& table, DesktopServices& desktop, RowMenu offers) {
             }
             addFiles(menu, offers, records, desktop);
             addErrors(menu, offers, records, desktop);
+            addRescue(menu, offers, records, table, unclosed, desktop);
             addSwitches(menu, offers, records, table);
             if (offers.more) offers.more(menu, record);
             menu.addSeparator();

@@ -13,6 +13,7 @@
 #include "app/poly/edit/poly_edit_view.h"
 #include "app/poly/join/poly_join_view.h"
 #include "app/poly/split/poly_split_view.h"
+#include "app/poly/stitch_card.h"
 #include "platform/paths.h"
 
 #include <QApplication>
@@ -72,6 +73,9 @@ PolyToolsTabView::PolyToolsTabView(PolyToolsViewModel& viewModel, QProperty<Appe
     content->addWidget(bwfmetaeditBanner_);
     dropHint_ = new TruncatingText(Qt::ElideRight);
     content->addWidget(dropHint_);
+    stitch_ = new StitchCard(viewModel.desktop());
+    content->addWidget(stitch_);
+    connect(this, &TabPage::sourceChanged, stitch_, [this] { stitch_->look(selection()); });
     split_ = new PolySplitView(viewModel);
     join_ = new PolyJoinView(viewModel);
     edit_ = new PolyEditView(viewModel);
@@ -181,6 +185,14 @@ void PolyToolsTabView::selectOutput() {
     if (viewModel_.isProcessing.value()) return;
     viewModel_.mode.value() == PolyMode::join ? viewModel_.join().selectOutputFolder()
                                               : viewModel_.source().selectOutputFolder();
+}
+
+// What is chosen as the source of this mode.
+QStringList PolyToolsTabView::selection() const {
+    const bool joins = viewModel_.mode.value() == PolyMode::join;
+    const QString folder = joins ? viewModel_.joinSourceFolder.value() : viewModel_.sourceFolder.value();
+    const auto& files = joins ? viewModel_.selectedJoinFiles.value() : viewModel_.selectedFiles.value();
+    return folder.isEmpty() ? files.value_or(QStringList()) : QStringList(folder);
 }
 
 bool PolyToolsTabView::hasJoinSelection() const {

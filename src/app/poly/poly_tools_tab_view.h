@@ -16,6 +16,7 @@ class PageStack;
 class PolyEditView;
 class PolyJoinView;
 class PolySplitView;
+class StitchCard;
 class PolyToolsPlaybackTransport;
 
 class PolyToolsTabView : public TabPage {
@@ -52,6 +53,7 @@ private:
     void connectController();
     void connectPreview();
     void runJoinMode();
+    QStringList selection() const;
     bool hasJoinSelection() const;
     ActivityState activityState() const;
     void showMode();
@@ -68,6 +70,7 @@ private:
     WarningBanner* ffmpegBanner_ = nullptr;
     WarningBanner* bwfmetaeditBanner_ = nullptr;
     TruncatingText* dropHint_ = nullptr;
+    StitchCard* stitch_ = nullptr;
     PageStack* pages_ = nullptr;
     PolySplitView* split_ = nullptr;
     PolyJoinView* join_ = nullptr;

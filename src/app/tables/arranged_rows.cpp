@@ -296,6 +296,14 @@ Qt::ItemFlags ArrangedRows::flags(const QModelIndex& index) const {
     return index.isValid() && telling_.files ? flags | Qt::ItemIsDragEnabled : flags;
 }
 
+QVariant ArrangedRows::data(const QModelIndex& index, int role) const {
+    QVariant own = QAbstractProxyModel::data(index, role);
+    if (!noteOf_ || !index.isValid() || (role != Qt::ToolTipRole && role != Qt::AccessibleDescriptionRole)) return own;
+    const QString note = noteOf(recordOf(index.row()));
+    if (note.isEmpty()) return own;
+    return own.toString().isEmpty() ? note : QStringLiteral("%1\n%2").arg(note, own.toString());
+}
+
 QMimeData* ArrangedRows::mimeData(const QModelIndexList& indexes) const {
     QMimeData* data = QAbstractProxyModel::mimeData(indexes);
     if (!telling_.files) return data;

@@ -52,6 +52,11 @@ public:
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
+    // What stands beside a record's own texts: drawn by the table, told as help and to readers of the screen. Empty:
+    // none.
+    void setNotes(std::function<QString(int record)> noteOf) { noteOf_ = std::move(noteOf); }
+    QString noteOf(int record) const { return noteOf_ ? noteOf_(record) : QString(); }
+    QVariant data(const QModelIndex& index, int role) const override;
     // The files go along as a list of addresses, to be copied and never moved.
     QMimeData* mimeData(const QModelIndexList& indexes) const override;
     QStringList mimeTypes() const override;
@@ -86,6 +91,7 @@ private:
 
     QAbstractItemModel& records_;
     Telling telling_;
+    std::function<QString(int record)> noteOf_;
     QStringList words_;
     int column_ = -1;
     Qt::SortOrder order_ = Qt::AscendingOrder;

@@ -181,8 +181,39 @@ void RecordTable::contextMenuEvent(QContextMenuEvent* event) {
     Q_EMIT menuRequested(recordOf(index), position);
 }
 
+// At the end of the widest column, over what stands there.
+void RecordTable::paintNotes() {
+    if (!rows_ || !model() || model()->rowCount() == 0) return;
+    const int first = std::max(0, rowAt(0));
+    const int below = rowAt(viewport()->height() - 1);
+    const int last = below < 0 ? model()->rowCount() - 1 : below;
+    int widest = -1;
+    for (int column = 0; column < model()->columnCount(); ++column) {
+        if (!isColumnHidden(column) && (widest < 0 || columnWidth(column) > columnWidth(widest))) widest = column;
+    }
+    const Theme& theme = themeOf(palette());
+    for (int row = first; row <= last; ++row) {
+        const QString note = rows_->noteOf(rows_->recordOf(row));
+        if (note.isEmpty() || widest < 0) continue;
+        const QRect cell = visualRect(model()->index(row, widest)).adjusted(4, 2, -4, -2);
+        const QString text =
+            fontMetrics().horizontalAdvance(note) + 34 < cell.width() * 2 / 3 ? note : note.section(u':', 0, 0);
+        const QRect chip = cell.adjusted(cell.width() - fontMetrics().horizontalAdvance(text) - 34, 0, 0, 0);
+        QPainter painter(viewport());
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(theme.base);
+        painter.drawRect(chip);
+        painter.setBrush(theme.badgeFill(theme.orange));
+        painter.drawRoundedRect(chip, 4, 4);
+        const Badge badge{QStringLiteral("exclamationmark.triangle"), text, ProcessingStatus::Color::orange};
+        paintBadge(painter, chip.adjusted(7, 0, -4, 0), badge, theme);
+    }
+}
+
 void RecordTable::paintEvent(QPaintEvent* event) {
     QTableView::paintEvent(event);
+    paintNotes();
     if (emptyText_.isEmpty() || !model() || model()->rowCount() > 0) return;
     QPainter painter(viewport());
     painter.setPen(themeOf(palette()).secondaryText);

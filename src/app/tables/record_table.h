@@ -59,6 +59,8 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void paintNotes();
+
     ArrangedRows* rows_ = nullptr;
     QString emptyText_;
     QList<int> stretchColumns_;
