@@ -229,7 +229,7 @@ private:
     std::vector<std::optional<Edge>> next_; // of each part
     std::vector<bool> ahead_;               // it has one
     std::vector<std::size_t> root_;         // of the series that it is in
-    QStringList doubt_;                     // of each part
+    std::vector<QString> doubt_;            // of each part
 };
 
 } // namespace
