@@ -205,4 +205,5 @@ def write_table(path, rows):
     pathlib.Path(path).write_text(text)
 
 
-sys.exit(main())
+if __name__ == "__main__":
+    sys.exit(main())

@@ -4,6 +4,7 @@
 #include "app/controls/layouts.h"
 #include "app/interleaver/deinterleave_table_model.h"
 #include "app/interleaver/interleave_table_model.h"
+#include "app/panels/check_button.h"
 #include "app/panels/proof_dialog.h"
 #include "app/panels/row_menu.h"
 #include "app/tables/filter_bar.h"
@@ -69,6 +70,8 @@ QWidget* ItemsSection::makeHeading() {
     row->addWidget(deselectAll_);
     row->addWidget(clear_);
     row->addWidget(retryFailed_);
+    check_ = checkButton();
+    row->addWidget(check_);
     row->addStretch();
     for (StatusCounter* counter : {ready_, done_, skipped_, errors_}) row->addWidget(counter);
     auto* heading = new QWidget;
@@ -168,6 +171,14 @@ RowMenu ItemsSection::menuOf(bool merges) {
     return menu;
 }
 
+QStringList ItemsSection::recordings() const {
+    const bool merges = viewModel_.currentMode.value() == AppMode::interleave;
+    QStringList files;
+    for (int record = 0; record < table().records().rowCount(); ++record) files << sourcesOf(merges, record);
+    files.removeDuplicates();
+    return files;
+}
+
 QList<int> ItemsSection::failed() const {
     return rowsWhose([](const ProcessingStatus& status) { return status.kind == ProcessingStatus::Kind::failed; });
 }
@@ -217,6 +228,7 @@ void ItemsSection::refresh() {
     const bool isBusy = viewModel_.isProcessing.value() || viewModel_.isScanning.value();
     heading_->setText(QStringLiteral("ITEMS (%1)").arg(total));
     for (QPushButton* button : {selectAll_, deselectAll_, clear_}) button->setEnabled(total > 0 && !isBusy);
+    check_->setEnabled(total > 0);
     retryFailed_->setVisible(!isBusy && !failed().isEmpty());
     ready_->setCount(viewModel_.readyCount());
     ready_->setToolTip(readyHelp());

@@ -22,8 +22,9 @@ class ItemsSection : public QWidget {
 public:
     explicit ItemsSection(AppViewModel& viewModel, QWidget* parent = nullptr);
 
-    QWidget& tables() const;    // where the tables of both modes stand
-    RecordTable& table() const; // of the current mode
+    QStringList recordings() const; // of all rows, each once
+    QWidget& tables() const;        // where the tables of both modes stand
+    RecordTable& table() const;     // of the current mode
 
     std::optional<QUuid> selectedInterleaveID;
     std::optional<QUuid> selectedDeinterleaveID;
@@ -58,6 +59,7 @@ private:
     QPushButton* deselectAll_;
     QPushButton* clear_;
     QPushButton* retryFailed_;
+    QPushButton* check_;
     StatusCounter* ready_;
     StatusCounter* done_;
     StatusCounter* skipped_;

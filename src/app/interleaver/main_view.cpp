@@ -370,6 +370,8 @@ QString MainView::outputFolder() const {
     return viewModel_.useCustomOutput.value() ? viewModel_.outputURL.value() : QString();
 }
 
+QStringList MainView::listedRecordings() const { return items_->recordings(); }
+
 ProvenRun MainView::provenRun() const {
     const bool merges = viewModel_.currentMode.value() == AppMode::interleave;
     ProvenRun run{merges ? QStringLiteral("interleave") : QStringLiteral("deinterleave"),

@@ -43,6 +43,7 @@ public:
     bool hasRunningTask() const override { return viewModel_.hasRunningTask(); }
     void stop() override { viewModel_.stopProcessing(); }
     ProvenRun provenRun() const override;
+    QStringList listedRecordings() const override;
     QString sourcePath() const override { return viewModel_.sourceURL.value(); }
     QString outputFolder() const override;
     QWidget* firstFocus() override;

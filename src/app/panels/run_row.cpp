@@ -6,6 +6,7 @@
 #include "app/controls/page_stack.h"
 #include "app/controls/progress_line.h"
 #include "app/controls/symbols.h"
+#include "app/panels/check_button.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -69,6 +70,8 @@ RunRow::RunRow(PolyToolsViewModel& viewModel, PolyMode mode, const Texts& texts,
     row->addWidget(stop_);
     row->addSpacing(6);
     row->addWidget(outcome_, 1);
+    row->addWidget(checkButton());
+    row->addSpacing(6);
     row->addWidget(report);
     auto* column = columnLayout(5);
     column->addWidget(helper_);

@@ -34,6 +34,8 @@ public:
 
     virtual ProvenRun provenRun() const { return {}; } // the last one, as far as it is still shown
 
+    // The recordings of its table, each once; empty where none are listed.
+    virtual QStringList listedRecordings() const { return {}; }
     virtual QString sourcePath() const { return {}; }   // that is chosen: a folder, or the first of several files
     virtual QString outputFolder() const { return {}; } // empty: each file goes beside its source
 
@@ -43,6 +45,8 @@ public:
 Q_SIGNALS:
     // A job began or ended; `outcome` is the log's last word on it.
     void busyChanged(bool isBusy, const QString& outcome);
+    // The recordings that it lists are to be looked at (`listedRecordings`).
+    void checkRequested();
     // Somebody has no recordings at hand.
     void demoRequested(ostrel::DemoKind kind);
     // A tool that was missing may be there by now.

@@ -270,6 +270,28 @@ void PolyToolsTabView::stop() { viewModel_.stopProcessing(); }
 
 QWidget* PolyToolsTabView::firstFocus() { return pages_->currentPage(); }
 
+QStringList PolyToolsTabView::listedRecordings() const {
+    QStringList files;
+    const auto take = [&files](const auto& records) {
+        for (const auto& record : records) files << record.url;
+    };
+    const auto& poly = viewModel_.polyFile.value();
+    if (viewModel_.mode.value() != PolyMode::join) {
+        if (viewModel_.batchMode.value()) {
+            take(viewModel_.batchPolyMetadata);
+        } else if (poly) {
+            files << poly->url;
+        }
+    } else if (viewModel_.batchJoinMode.value()) {
+        for (const ISOGroupCandidate& group : viewModel_.reviewedGroups) take(group.sortedISOs());
+        take(viewModel_.ungroupedFiles);
+    } else {
+        take(viewModel_.isoFiles);
+    }
+    files.removeDuplicates();
+    return files;
+}
+
 QString PolyToolsTabView::sourcePath() const {
     const bool joins = viewModel_.mode.value() == PolyMode::join;
     const auto& poly = viewModel_.polyFile.value();

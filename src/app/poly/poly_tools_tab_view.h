@@ -39,6 +39,7 @@ public:
     bool hasRunningTask() const override;
     void stop() override;
     ProvenRun provenRun() const override;
+    QStringList listedRecordings() const override;
     QString sourcePath() const override;
     QString outputFolder() const override;
     QWidget* firstFocus() override; // the mode's view names its first control as its focus proxy

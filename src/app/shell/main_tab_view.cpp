@@ -3,6 +3,7 @@
 #include "app/controls/appearance_toggle.h"
 #include "app/controls/controls.h"
 #include "app/controls/layouts.h"
+#include "app/delivery/listed_recordings.h"
 #include "app/desktop/recent_folders.h"
 #include "app/panels/help_texts.h"
 #include "app/shell/check_for_updates.h"
@@ -76,6 +77,7 @@ void MainTabView::makeTabs() {
                           forThisDesktop(QStringLiteral("%1 (⌘%2)")).arg(rawText(tab)).arg(number));
         stack_->addWidget(withCustody(page(tab)));
         connect(&page(tab), &TabPage::demoRequested, this, [this, tab](DemoKind kind) { openDemo(page(tab), kind); });
+        connect(&page(tab), &TabPage::checkRequested, this, [this, tab] { checkListed(page(tab), desktop_, this); });
         connect(&page(tab), &TabPage::toolsRequested, this, [this] {
             if (recheckTools) recheckTools();
         });
@@ -104,6 +106,7 @@ void MainTabView::makeMenus(Updater& updater, const ProductSettings& settings) {
     QAction* quit = file->addAction(QStringLiteral("Quit"), this, &QWidget::close);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     makeCustodyMenu(*menuBar()->addMenu(QStringLiteral("Custod&y")));
+    makeDeliveryMenu(*menuBar()->addMenu(QStringLiteral("&Delivery")));
     makeAppearanceMenu(*menuBar()->addMenu(QStringLiteral("A&ppearance")));
 
     QMenu* about = menuBar()->addMenu(QStringLiteral("&About"));
@@ -147,6 +150,15 @@ void MainTabView::makeCustodyMenu(QMenu& menu) {
     menu.addSeparator();
     menu.addAction(QStringLiteral("Seal Folder..."), this, [this] { keepCustody(CustodyDialog::Work::seal); });
     menu.addAction(QStringLiteral("Verify Folder..."), this, [this] { keepCustody(CustodyDialog::Work::verify); });
+}
+
+void MainTabView::makeDeliveryMenu(QMenu& menu) {
+    QAction* check = menu.addAction(QStringLiteral("Check Recordings..."), this,
+                                    [this] { checkListed(currentPage(), desktop_, this); });
+    check->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_K));
+    QAction* report = menu.addAction(QStringLiteral("Sound Report..."), this,
+                                     [this] { reportListed(currentPage(), desktop_, this); });
+    report->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R));
 }
 
 QWidget* MainTabView::withCustody(TabPage& page) {

@@ -62,6 +62,7 @@ private:
     void makeMenus(Updater& updater, const ProductSettings& settings);
     void makeAppearanceMenu(QMenu& menu);
     void makeCustodyMenu(QMenu& menu);
+    void makeDeliveryMenu(QMenu& menu);
     // Of `folder`, or of one that a person chooses.
     void keepCustody(CustodyDialog::Work work, const QString& folder = QString());
     QWidget* withCustody(TabPage& page);

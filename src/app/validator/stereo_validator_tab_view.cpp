@@ -11,6 +11,7 @@
 #include "app/controls/symbols.h"
 #include "app/hearing/playback_transport.h"
 #include "app/panels/activity_footer.h"
+#include "app/panels/check_button.h"
 #include "app/panels/first_steps.h"
 #include "app/panels/proof_dialog.h"
 #include "app/panels/row_menu.h"
@@ -121,6 +122,7 @@ QWidget* StereoValidatorTabView::makeActions() {
         pushButton(QStringLiteral("Stop"), QStringLiteral("stop.fill"), QStringLiteral("Stop before the next file"));
     connect(stop_, &QPushButton::clicked, this, [this] { viewModel_.stopAnalysis(); });
     for (QPushButton* button : {analyze_, stop_, cleanExport_, clearResults_}) row->addWidget(button);
+    row->addWidget(checkButton());
     row->addSpacing(6);
     row->addWidget(status_, 1);
     auto* column = columnLayout(5);
@@ -327,6 +329,12 @@ void StereoValidatorTabView::stop() {
 }
 
 QWidget* StereoValidatorTabView::firstFocus() { return &source_->button(); }
+
+QStringList StereoValidatorTabView::listedRecordings() const {
+    QStringList files;
+    for (const StereoValidatorResult& result : viewModel_.analysisResults) files << result.filepath;
+    return files;
+}
 
 QString StereoValidatorTabView::sourcePath() const {
     const auto& files = viewModel_.selectedFiles.value();

@@ -47,6 +47,7 @@ public:
     bool hasRunningTask() const override { return isRunningJob(); }
     void stop() override;
     ProvenRun provenRun() const override;
+    QStringList listedRecordings() const override;
     QString sourcePath() const override;
     QString outputFolder() const override { return viewModel_.outputFolder.value(); }
     QWidget* firstFocus() override;

@@ -3,10 +3,8 @@
 #include "cli/commands.h"
 #include "cli/delivery/fix_run.h"
 #include "custody/seal_run.h"
-#include "delivery/delivery_check.h"
+#include "delivery/check_run.h"
 #include "foundation/run/recording_list.h"
-#include "metadata/csv_table.h"
-#include "platform/parallel.h"
 #include "platform/processes/stop_signals.h"
 
 #include <algorithm>
@@ -44,28 +42,17 @@ std::vector<std::string> readerWords() {
     return words;
 }
 
-struct CheckedFile {
-    QString path;
-    std::vector<Finding> findings;
-    bool isDone = false;
-};
-
 class CheckRun {
 public:
     CheckRun(const CheckOptions& options, std::optional<TimecodeRate> rate)
-        : options_(options), terminal_(options.terminal), check_({readerNamed(options.reader), rate}) {}
+        : options_(options), terminal_(options.terminal), rules_{readerNamed(options.reader), rate} {}
 
     int run() {
         const std::optional<QStringList> paths = existingPaths(options_.paths, terminal_);
         if (!paths) return badUsage;
         collect(*paths);
         if (options_.fix) return fix(*paths);
-        forEachInParallel(files_.size(), [this](std::size_t i) {
-            if (signals_.happened()) return;
-            files_[i].findings = check_.look(files_[i].path);
-            files_[i].isDone = true;
-        });
-        joinAcross();
+        files_ = checkFiles(recordings_, rules_, {.tell = {}, .isStopped = [this] { return signals_.happened(); }});
         tell();
         if (signals_.happened()) return signals_.exitStatus();
         return hasFailed_ || count(Severity::error) > 0 ? someItemFailed : allDone;
@@ -76,12 +63,10 @@ private:
         for (const QString& path : options_.inPlace ? paths : QStringList()) {
             if (const QString notice = sealedChangeNotice(path); !notice.isEmpty()) terminal_.error(notice);
         }
-        QStringList recordings;
-        for (const CheckedFile& file : files_) recordings << file.path;
         const QString output =
             options_.output.empty() ? QString() : paths::absolute(QString::fromStdString(options_.output));
         const bool isWhole =
-            fixRecordings(recordings, {readerNamed(options_.reader), output, options_.inPlace, options_.dryRun},
+            fixRecordings(recordings_, {readerNamed(options_.reader), output, options_.inPlace, options_.dryRun},
                           terminal_, [this] { return signals_.happened(); });
         if (signals_.happened()) return signals_.exitStatus();
         return isWhole && !hasFailed_ ? allDone : someItemFailed;
@@ -93,34 +78,19 @@ private:
                                                             files::HiddenEntries::leftOut, leftovers);
         for (const QString& sentence : found.remarks + found.unopened) terminal_.error(sentence);
         hasFailed_ = !found.unopened.isEmpty();
-        for (const QString& file : found.files) files_.push_back({.path = file});
-        if (!files_.empty()) return;
+        recordings_ = found.files;
+        if (!recordings_.isEmpty()) return;
         terminal_.error(QStringLiteral("no recordings found"));
         hasFailed_ = true;
     }
 
-    // What the files are to each other stands behind what each is by itself.
-    void joinAcross() {
-        std::map<QString, CheckedFile*> byPath;
-        for (CheckedFile& file : files_) byPath.emplace(file.path, &file);
-        for (Finding& finding : check_.across()) byPath.at(finding.path)->findings.push_back(std::move(finding));
-    }
-
-    int count(Severity severity) const {
-        int number = 0;
-        for (const CheckedFile& file : files_) {
-            number +=
-                static_cast<int>(std::count_if(file.findings.begin(), file.findings.end(),
-                                               [&](const Finding& each) { return each.rule->severity == severity; }));
-        }
-        return number;
-    }
+    int count(Severity severity) const { return countOf(files_, severity); }
 
     void tell() {
         if (terminal_.isJson()) {
             terminal_.document(document());
         } else if (options_.csv) {
-            tellCsv();
+            for (const QString& line : findingsAsCsv(files_)) terminal_.line(line);
         } else {
             tellText();
         }
@@ -147,19 +117,6 @@ private:
                            .arg(count(Severity::error))
                            .arg(count(Severity::warning))
                            .arg(count(Severity::note)));
-    }
-
-    void tellCsv() {
-        terminal_.line(csvRow({QStringLiteral("File"), QStringLiteral("Rule"), QStringLiteral("Severity"),
-                               QStringLiteral("Field"), QStringLiteral("Found"), QStringLiteral("Expected"),
-                               QStringLiteral("Says"), QStringLiteral("Source")}));
-        for (const CheckedFile& file : files_) {
-            for (const Finding& each : file.findings) {
-                terminal_.line(csvRow({file.path, QString::fromLatin1(each.rule->id), wordOf(each.rule->severity),
-                                       each.field, each.found, each.expected, QString::fromUtf8(each.rule->says),
-                                       QString::fromUtf8(each.rule->source)}));
-            }
-        }
     }
 
     nlohmann::json document() const {
@@ -189,7 +146,8 @@ private:
     const StopSignals signals_{[] {}}; // asked ahead of every file
     const CheckOptions& options_;
     Terminal terminal_;
-    DeliveryCheck check_;
+    const DeliveryCheckOptions rules_;
+    QStringList recordings_;
     std::vector<CheckedFile> files_;
     bool hasFailed_ = false;
 };

@@ -1,20 +1,13 @@
-// check --fix: corrected copies of recordings, or the recordings themselves, with each change told before and after.
+// check --fix on the terminal: each change told before and after.
 #pragma once
 
 #include "cli/terminal.h"
-#include "delivery/rules/rule.h"
+#include "delivery/fix_run.h"
 
 #include <QStringList>
 #include <functional>
 
 namespace ostrel::cli {
-
-struct FixOptions {
-    Reader reader = Reader::anybody;
-    QString output;       // folder of the copies; empty: "Corrected" beside each recording
-    bool inPlace = false; // instead of copies
-    bool dryRun = false;  // tells, and writes nothing
-};
 
 // Whether no recording failed. With JSON prints the document.
 bool fixRecordings(const QStringList& recordings, const FixOptions& options, Terminal& terminal,

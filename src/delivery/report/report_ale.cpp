@@ -69,4 +69,15 @@ QString reportAsAle(const SoundReport& report, const TimecodeRate& rate) {
     return lines.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n");
 }
 
+std::vector<std::pair<QString, QString>> aleFilesOf(const SoundReport& report, const QString& path) {
+    const std::vector<TimecodeRate> rates = ratesOf(report);
+    std::vector<std::pair<QString, QString>> files;
+    for (const TimecodeRate& rate : rates) {
+        const QString name = QStringLiteral("%1 %2.ale").arg(paths::stem(path), rate.name().replace(u' ', u'-'));
+        files.emplace_back(rates.size() == 1 ? path : paths::append(paths::parent(path), name),
+                           reportAsAle(report, rate));
+    }
+    return files;
+}
+
 } // namespace ostrel

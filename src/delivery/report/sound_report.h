@@ -36,5 +36,8 @@ QString reportAsHtml(const SoundReport& report);
 std::vector<TimecodeRate> ratesOf(const SoundReport& report);
 // The takes of one rate: a file has room for one.
 QString reportAsAle(const SoundReport& report, const TimecodeRate& rate);
+// Names and texts of the files that a report takes: `path` itself where all takes are of one rate, otherwise one a
+// rate, "Day 1 25.ale" and "Day 1 29.97-DF.ale".
+std::vector<std::pair<QString, QString>> aleFilesOf(const SoundReport& report, const QString& path);
 
 } // namespace ostrel
