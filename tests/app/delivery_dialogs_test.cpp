@@ -18,8 +18,8 @@
 namespace ostrel::testing {
 namespace {
 
-QByteArray documentOf(const QByteArray& rate) {
-    return "<BWFXML><PROJECT>Harbour</PROJECT><SCENE>7A</SCENE><TAKE>2</TAKE><SPEED><TIMECODE_RATE>" + rate +
+QByteArray documentOf(const QByteArray& rate, const QByteArray& scene) {
+    return "<BWFXML><PROJECT>Harbour</PROJECT><SCENE>" + scene + "</SCENE><TAKE>2</TAKE><SPEED><TIMECODE_RATE>" + rate +
            "</TIMECODE_RATE><TIMECODE_FLAG>NDF</TIMECODE_FLAG></SPEED></BWFXML>";
 }
 
@@ -29,10 +29,10 @@ protected:
     ~DeliveryDialogs() override { QSettings().clear(); }
 
     // Its Description names another scene, and its lines end with LF.
-    QString writeTake(const QString& name, const QByteArray& rate = "25/1") {
+    QString writeTake(const QString& name, const QByteArray& rate = "25/1", const QByteArray& scene = "7A") {
         WaveSpec spec{.frames = 48000};
         spec.before = {{"bext", bextPayload({.description = "sSCENE=7B\nsTAKE=2\n", .timeReference = 48000ULL * 3600})},
-                       {"iXML", documentOf(rate)}};
+                       {"iXML", documentOf(rate, scene)}};
         return folder_.write(name, waveBytes(spec));
     }
 
@@ -169,7 +169,7 @@ TEST_F(DeliveryDialogs, TheReportsFormComesFromTheRecordingsAndFromLastTime) {
 
 TEST_F(DeliveryDialogs, AnAleIsWrittenForEachRateAndReplacesNothingUnasked) {
     writeTake(QStringLiteral("day/7A_2.wav"));
-    writeTake(QStringLiteral("day/8A_1.wav"), "24000/1001");
+    writeTake(QStringLiteral("day/8A_1.wav"), "24000/1001", "8A");
     ReportDialog dialog({folder_.path(QStringLiteral("day"))}, desktop_, nullptr);
     ASSERT_TRUE(ends(dialog));
     desktop_.savePanelAnswer = folder_.path(QStringLiteral("out/day.ale"));
@@ -194,13 +194,15 @@ TEST_F(WindowTest, CheckAsksForWhatTheTabListsAndOtherwiseForASelection) {
     ASSERT_TRUE(waitForPolyTools());
     EXPECT_FALSE(polyToolsView_->listedRecordings().isEmpty());
     QString title;
-    QTimer::singleShot(0, qApp, [&] {
+    QTimer poll; // until the dialog stands
+    QObject::connect(&poll, &QTimer::timeout, &poll, [&] {
         QWidget* dialog = QApplication::activeModalWidget();
         if (!dialog) return;
         title = dialog->windowTitle();
         auto* check = qobject_cast<CheckDialog*>(dialog);
-        if (check && QTest::qWaitFor([&] { return !check->isRunning(); }, 20'000)) check->reject();
+        if (check && !check->isRunning()) check->reject();
     });
+    poll.start(20);
     press(Qt::Key_K);
     EXPECT_EQ(title, QStringLiteral("Check Recordings"));
     EXPECT_EQ(desktop_.openPanels.size(), 1U);

@@ -46,7 +46,9 @@ void addRows(QTableWidget& table, const FixedRecording& recording) {
 
 QString verdictOn(const std::vector<FixedRecording>& recordings, bool isPreview) {
     const auto count = [&](const auto& isOne) { return static_cast<int>(std::ranges::count_if(recordings, isOne)); };
-    const auto files = [](int number) { return QStringLiteral("%1 %2").arg(number).arg(plural("file", number)); };
+    const auto files = [](int number) {
+        return QStringLiteral("%1 %2").arg(number).arg(plural("file", number == 1 ? 1 : 2));
+    };
     if (isPreview) {
         const int fixed = count([](const FixedRecording& each) { return !each.plan.edits.empty(); });
         return fixed == 0 ? QStringLiteral("Nothing can be corrected")
