@@ -1,7 +1,9 @@
 // hash: checksums of the audio of recordings, and the MD5 chunk that keeps one in the file.
 #include "cli/command.h"
 #include "cli/commands.h"
-#include "custody/seal_run.h"
+#include "cli/job_format.h"
+#include "custody/seal_notices.h"
+#include "custody/seal_renewal.h"
 #include "foundation/proof/audio_hashes.h"
 #include "foundation/run/recording_list.h"
 #include "foundation/run/run_ledger.h"
@@ -86,6 +88,7 @@ public:
         // By MD5 a processor is the bottleneck, so several files go side by side; without it the disk is.
         forEachInParallel(
             files_.size(), [this](std::size_t i) { take(files_[i]); }, options_.fast ? 1 : parallelWidth());
+        if (options_.embed) renewSealsOfWritten();
         if (terminal_.isJson()) terminal_.document(document());
         if (signals_.happened()) return signals_.exitStatus();
         return hasFailed_ ? someItemFailed : allDone;
@@ -116,9 +119,20 @@ private:
     }
 
     void tellSealedFolders(const QStringList& paths) {
-        for (const QString& path : paths) {
-            if (const QString notice = sealedChangeNotice(path); !notice.isEmpty()) terminal_.error(notice);
+        for (const QString& notice : sealNotices(paths, SealTouch::changes)) terminal_.error(notice);
+    }
+
+    void renewSealsOfWritten() {
+        QStringList written;
+        for (const HashedFile& file : files_) {
+            if (file.isWritten) written << file.path;
         }
+        seals_ = renewSeals(QStringLiteral("hash --embed"), written);
+        for (const RunSeal& seal : seals_) {
+            tellSealFaults(terminal_, seal);
+            if (!seal.isWhole()) hasFailed_ = true;
+        }
+        tellSeals(terminal_, seals_);
     }
 
     // On any thread.
@@ -181,6 +195,7 @@ private:
             files.push_back(std::move(entry));
         }
         nlohmann::json result{{"files", std::move(files)}};
+        if (!seals_.empty()) result["seals"] = sealsDocument(seals_);
         if (signals_.happened()) result["stopped"] = true;
         return result;
     }
@@ -192,6 +207,7 @@ private:
     std::vector<HashedFile> files_;
     std::unique_ptr<RunLedger> ledger_;
     Journal journal_{QStringLiteral("hash")};
+    std::vector<RunSeal> seals_;
     std::mutex mutex_; // guards what follows, and the terminal
     std::size_t told_ = 0;
     bool hasFailed_ = false;

@@ -110,6 +110,10 @@ protected:
         return result;
     }
 
+    bool takesSourcesAway() const override {
+        return !job_.dryRun && (job_.originals != "keep" || job_.lrCleanup != "none");
+    }
+
     void fill(nlohmann::json& document) const override {
         nlohmann::json& items = document["items"] = nlohmann::json::array();
         const auto add = [&](const QString& name, const QStringList& sources, const auto& record) {

@@ -36,7 +36,10 @@ nlohmann::json sealsDocument(const std::vector<RunSeal>& seals) {
                              {"list", jsonTextOrNull(seal.list)}};
         if (isRefused) entry["refused"] = jsonList(seal.refused);
         if (!seal.changed.isEmpty()) entry["changed"] = jsonList(seal.changed);
+        if (!seal.rewritten.isEmpty()) entry["rewritten"] = jsonList(seal.rewritten);
+        if (!seal.renewed.isEmpty()) entry["renewed"] = jsonList(seal.renewed);
         if (!seal.missing.isEmpty()) entry["missing"] = jsonList(seal.missing);
+        if (!seal.unlisted.isEmpty()) entry["unlisted"] = jsonList(seal.unlisted);
         result.push_back(std::move(entry));
     }
     return result;
@@ -45,8 +48,9 @@ nlohmann::json sealsDocument(const std::vector<RunSeal>& seals) {
 void tellSeals(Terminal& terminal, const std::vector<RunSeal>& seals) {
     for (const RunSeal& seal : seals) {
         if (!seal.refused.isEmpty()) continue;
-        terminal.line(
-            QStringLiteral("Sealed: %1, generation %2: %3").arg(seal.folder).arg(seal.generation).arg(seal.list));
+        const QString what = seal.renewed.isEmpty() ? QStringLiteral("Sealed: ") : QStringLiteral("Seal renewed: ");
+        terminal.line(what +
+                      QStringLiteral("%1, generation %2: %3").arg(seal.folder).arg(seal.generation).arg(seal.list));
     }
 }
 
@@ -60,6 +64,9 @@ void tellSealFaults(Terminal& terminal, const RunSeal& seal) {
     }
     for (const QString& path : seal.missing) {
         terminal.error(QStringLiteral("sealed in %1 and gone: %2").arg(seal.folder, path));
+    }
+    for (const QString& path : seal.unlisted) {
+        terminal.error(QStringLiteral("not sealed, the seal of %1 passes it over: %2").arg(seal.folder, path));
     }
 }
 

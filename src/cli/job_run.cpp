@@ -1,5 +1,9 @@
 #include "cli/job_run.h"
 
+#include "custody/lists/chain.h"
+#include "custody/seal_notices.h"
+#include "custody/seal_renewal.h"
+
 #include <QScopeGuard>
 #include <algorithm>
 
@@ -61,7 +65,7 @@ int JobRun::run() {
         nlohmann::json document = jobDocument(job_, toolDetector(), counts(), isStopped(), reportPath());
         fill(document);
         if (options_.proof) document["made"] = madeDocument(usedTools());
-        if (options_.seal) document["seals"] = sealsDocument(seals_);
+        if (options_.seal || !seals_.empty()) document["seals"] = sealsDocument(seals_);
         terminal_.document(document);
     } else {
         printResult();
@@ -75,29 +79,39 @@ int JobRun::run() {
 // What replaces a recording makes it another than its seal tells, for good: a list can only write that down as failed.
 void JobRun::tellSealedFolders(const QStringList& paths) {
     if (!options_.makesFiles) return;
-    QStringList notices;
-    for (const QString& path : options_.output.empty() ? paths : QStringList{output()}) {
-        notices << (changesRecordings() ? sealedChangeNotice(path) : sealedFolderNotice(path));
-        if (!notices.last().isEmpty() && !options_.seal && !changesRecordings()) {
-            notices.last() += QStringLiteral("; --seal adds a generation");
-        }
+    const bool changes = changesRecordings();
+    QStringList notices = sealNotices(options_.output.empty() ? paths : QStringList{output()},
+                                      changes ? SealTouch::changes : SealTouch::adds);
+    for (QString& notice : notices) {
+        if (!options_.seal && !changes) notice += QStringLiteral("; --seal adds a generation");
     }
-    notices.removeDuplicates();
-    notices.removeAll(QString());
+    if (takesSourcesAway()) notices += sealNotices(paths, SealTouch::takesAway);
     for (const QString& notice : notices) terminal_.error(notice);
 }
 
+CustodyWatch JobRun::sealWatch(bool heedsStop) {
+    return {[this](const CustodyProgress& state) {
+                if (state.bytesTotal == 0) return;
+                terminal_.progress(static_cast<double>(state.bytesDone) / static_cast<double>(state.bytesTotal),
+                                   QStringLiteral("Sealing  ") + state.file);
+            },
+            [this, heedsStop] { return heedsStop && isStopped(); }};
+}
+
+// What was renamed or edited where it stands gets its generation also where nobody asked, and where the run was stopped
+// behind it. A folder that was sealed as a whole, or refused, has had its turn.
 void JobRun::seal() {
-    if (!options_.seal || isStopped()) return;
-    const QString folder = options_.output.empty() ? QString() : output();
-    const CustodyWatch watch{[this](const CustodyProgress& state) {
-                                 if (state.bytesTotal == 0) return;
-                                 terminal_.progress(static_cast<double>(state.bytesDone) /
-                                                        static_cast<double>(state.bytesTotal),
-                                                    QStringLiteral("Sealing  ") + state.file);
-                             },
-                             [this] { return isStopped(); }};
-    seals_ = sealRun({QString::fromStdString(job_), folder, outcomes()}, watch);
+    const QString job = QString::fromStdString(job_);
+    if (options_.seal && !isStopped()) {
+        const QString folder = options_.output.empty() ? QString() : output();
+        seals_ = sealRun({job, folder, outcomes()}, sealWatch(true));
+    }
+    QStringList touched = touchedRecordings(outcomes());
+    for (const RunSeal& seal : seals_) {
+        touched.removeIf([&](const QString& path) { return sealedFolderOf(path).value_or(QString()) == seal.folder; });
+    }
+    std::vector<RunSeal> renewed = renewSeals(job, touched, sealWatch(false));
+    seals_.insert(seals_.end(), renewed.begin(), renewed.end());
     for (const RunSeal& each : seals_) tellSealFaults(terminal_, each);
 }
 

@@ -69,6 +69,8 @@ protected:
     virtual std::vector<ItemOutcome> outcomes() const { return {}; } // of the items that a run took
     // Whether recordings that are there already get other bytes.
     virtual bool changesRecordings() const { return options_.overwrite; }
+    // Whether sources are moved or deleted behind a success.
+    virtual bool takesSourcesAway() const { return false; }
     virtual QString reportPath() const = 0; // of the CSV report; empty: none
     // Whether an error of the log makes the run a failed one, for those that no item tells of.
     virtual bool isFailure(LogCategory) const { return false; }
@@ -91,6 +93,7 @@ private:
     void followLog();
     void tellSealedFolders(const QStringList& paths); // ahead of the work
     void seal();                                      // behind it
+    CustodyWatch sealWatch(bool heedsStop);
     QStringList usedTools() const;
 
     const std::string job_;

@@ -1,5 +1,7 @@
 #include "custody/file_verdict.h"
 
+#include <algorithm>
+
 namespace ostrel {
 namespace {
 
@@ -30,6 +32,16 @@ void compareDigests(const FoundFile& file, const KnownFile& known, FileVerdict& 
                 QStringLiteral("its %1 was %2").arg(rawText(format), digestText(format, *listed->second.begin())));
         }
     }
+}
+
+// A job's change of a recording is written down behind it; anything since then is not.
+void noteWhatWasWrittenDown(const FoundFile& file, const KnownFile& known, FileVerdict& verdict) {
+    if (verdict.state != FileState::changed) return;
+    const bool isWrittenDown = std::any_of(file.digests.begin(), file.digests.end(), [&](const auto& each) {
+        const auto failed = known.lastFailed.find(each.first);
+        return failed != known.lastFailed.end() && failed->second == each.second;
+    });
+    if (isWrittenDown) verdict.detail += QStringLiteral("; a later generation tells it as it is now");
 }
 
 } // namespace
@@ -66,6 +78,7 @@ FileVerdict verdictOf(const FoundFile& file, const KnownFile* known) {
     } else if (!verdict.format) {
         setChanged(verdict, QStringLiteral("no list holds a digest that held"));
     }
+    noteWhatWasWrittenDown(file, *known, verdict);
     return verdict;
 }
 

@@ -19,6 +19,7 @@ public:
 
     GenerationPlan plan() {
         for (std::size_t scope = 0; scope < lists_.size(); ++scope) begin(scope);
+        if (facts_.options.only) return planReadFiles();
         const FolderHashes hashes = addFolder(survey_.tree);
         finish(survey_.tree, hashes);
         addMissing();
@@ -28,6 +29,17 @@ public:
     }
 
 private:
+    // A history gets a list of those of its files that were read, with no word on the rest.
+    GenerationPlan planReadFiles() {
+        for (std::size_t file = 0; file < survey_.files.size(); ++file) {
+            if (!survey_.files[file].digests.empty()) addFile(file);
+        }
+        for (std::size_t scope = lists_.size(); scope-- > 0;) { // the folder's own last
+            if (!lists_[scope].entries.empty()) publish(scope);
+        }
+        return std::move(plan_);
+    }
+
     const SealScope& scopeOf(const FoundFolder& folder) const { return survey_.scopes[folder.scope]; }
 
     void begin(std::size_t scope) {
@@ -124,9 +136,14 @@ private:
 
     const NewGeneration& finish(const FoundFolder& folder, const FolderHashes& hashes) {
         HashList& list = lists_[folder.scope];
-        const SealHistory& history = scopeOf(folder).history;
         list.rootContent[facts_.options.format] = hashes.content;
         list.rootStructure[facts_.options.format] = hashes.structure;
+        return publish(folder.scope);
+    }
+
+    const NewGeneration& publish(std::size_t scope) {
+        const HashList& list = lists_[scope];
+        const SealHistory& history = survey_.scopes[scope].history;
         const int number = static_cast<int>(history.chain.size()) + 1;
         NewGeneration generation{history.folder,
                                  hashListName(number, paths::lastComponent(history.folder), facts_.start),

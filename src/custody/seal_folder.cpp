@@ -25,7 +25,8 @@ void refuse(const QStringList& reasons) {
 }
 
 // Of each file: what is asked for, and what it takes to compare it with earlier generations.
-std::vector<HashFormats> formatsToRead(const FolderSurvey& survey, HashFormat format) {
+std::vector<HashFormats> formatsToRead(const FolderSurvey& survey, const SealOptions& options) {
+    const HashFormat format = options.format;
     const KnownFiles known = survey.known();
     std::vector<HashFormats> formats(survey.files.size(), HashFormats{format});
     for (std::size_t i = 0; i < survey.files.size(); ++i) {
@@ -34,6 +35,9 @@ std::vector<HashFormats> formatsToRead(const FolderSurvey& survey, HashFormat fo
         if (const auto preferred = found->second.preferredFormat()) formats[i].insert(*preferred);
     }
     addFormatsForRenames(survey, format, formats);
+    for (std::size_t i = 0; options.only && i < survey.files.size(); ++i) {
+        if (!options.only->contains(survey.files[i].path)) formats[i].clear();
+    }
     return formats;
 }
 
@@ -88,17 +92,20 @@ bool SealResult::isWhole() const { return count(SealedState::failed) == 0 && cou
 SealResult sealFolder(const QString& folder, const SealOptions& wanted, const CustodyWatch& watch) {
     const SealOptions options = filledIn(wanted);
     FolderSurvey survey = surveyFolder(folder, options.ignore);
-    refuse(survey.faults() + survey.problems);
+    // What lies in a folder that can't be listed matters to a generation that speaks for the whole.
+    refuse(survey.faults() + (options.only ? QStringList() : survey.problems));
     const QDateTime start = freeStart(survey, options.now());
-    digestFiles(survey, formatsToRead(survey, options.format), watch);
+    digestFiles(survey, formatsToRead(survey, options), watch);
     refuse(problemsOf(survey));
 
     const std::vector<QDateTime> read(survey.files.size(), options.now());
     GenerationPlan plan = planGenerations(survey, {start, read, options});
+    if (plan.generations.empty()) return {folder, options.format, 0, {}, {}, remarksOf(survey)};
     publishGenerations(plan.generations);
 
-    SealResult result{folder, options.format,        static_cast<int>(survey.scopes.front().history.chain.size()) + 1,
-                      {},     std::move(plan.files), remarksOf(survey)};
+    const bool hasOwn = plan.generations.back().folder == folder;
+    const int own = static_cast<int>(survey.scopes.front().history.chain.size()) + 1;
+    SealResult result{folder, options.format, hasOwn ? own : 0, {}, std::move(plan.files), remarksOf(survey)};
     for (const NewGeneration& generation : plan.generations) {
         result.lists << paths::append(historyFolder(generation.folder), generation.name);
     }

@@ -19,6 +19,9 @@ struct SealOptions {
     std::function<QDateTime()> now; // empty: the clock
     // What a list is to carry for a file, by path from the folder: where it comes from.
     std::map<QString, ForeignElement> metadata;
+    // A generation of these files alone, by path from the folder: others are neither read nor listed, and no hash of a
+    // folder is told. Where none of them is there, no generation is written.
+    std::optional<std::set<QString>> only;
 };
 
 enum class SealedState {
@@ -40,7 +43,7 @@ struct SealedFile {
 struct SealResult {
     QString folder;
     HashFormat format = HashFormat::xxh128;
-    int generation = 0;            // of the folder itself
+    int generation = 0;            // of the folder itself; 0: none was written
     QStringList lists;             // paths written, the folder's own last
     std::vector<SealedFile> files; // by path
     QStringList remarks;

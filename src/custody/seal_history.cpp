@@ -79,7 +79,7 @@ private:
 
     void take(const HashList& list) {
         addToKnown(list, history_.files);
-        history_.folders.clear();
+        if (!list.rootContent.empty()) history_.folders.clear(); // a list of some files says nothing of the folders
         for (const ListEntry& entry : list.entries) {
             if (entry.kind == ListEntry::Kind::folder) history_.folders.insert(entry.path);
         }
@@ -145,7 +145,10 @@ private:
 void KnownFile::add(const ListEntry& entry) {
     bool isTrusted = entry.hashes.empty();
     for (const ListedHash& hash : entry.hashes) {
-        if (!hash.isTrusted()) continue;
+        if (!hash.isTrusted()) {
+            lastFailed[hash.format] = hash.digest;
+            continue;
+        }
         digests[hash.format].insert(hash.digest);
         isTrusted = true;
     }
@@ -155,6 +158,7 @@ void KnownFile::add(const ListEntry& entry) {
 
 void KnownFile::merge(const KnownFile& other) {
     for (const auto& [format, values] : other.digests) digests[format].insert(values.begin(), values.end());
+    for (const auto& [format, digest] : other.lastFailed) lastFailed[format] = digest;
     if (!size) size = other.size;
     bySizeAlone = bySizeAlone || other.bySizeAlone;
 }

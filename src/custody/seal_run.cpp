@@ -3,10 +3,11 @@
 #include "custody/lists/chain.h"
 #include "custody/lists/hash_list_text.h"
 #include "custody/seal_folder.h"
+#include "custody/seal_renewal.h"
 #include "platform/paths.h"
 
-#include <QFile>
 #include <algorithm>
+#include <set>
 
 namespace ostrel {
 namespace {
@@ -62,13 +63,21 @@ RunSeal sealOne(const QString& folder, const RunSealFacts& facts, const CustodyW
     seal.folder = folder;
     SealOptions options;
     options.metadata = originsWithin(folder, facts);
+    const QStringList touched = touchedRecordings(facts.outcomes);
     try {
         const SealResult result = sealFolder(folder, options, watch);
         seal.generation = result.generation;
         seal.list = result.lists.last();
+        std::set<QString> listed;
         for (const SealedFile& file : result.files) {
-            if (file.state == SealedState::failed) seal.changed << file.path;
+            listed.insert(file.path);
+            if (file.state == SealedState::failed) {
+                (touched.contains(withSlash(folder) + file.path) ? seal.rewritten : seal.changed) << file.path;
+            }
             if (file.state == SealedState::missing) seal.missing << file.path;
+        }
+        for (const auto& [path, origin] : options.metadata) {
+            if (!listed.contains(path)) seal.unlisted << path;
         }
     } catch (const SealRefusedError& refused) {
         seal.refused = refused.reasons;
@@ -78,17 +87,6 @@ RunSeal sealOne(const QString& folder, const RunSealFacts& facts, const CustodyW
         seal.refused << error.description;
     }
     return seal;
-}
-
-QString generationsText(const QString& sealed) {
-    QFile file(chainPath(sealed));
-    if (!file.open(QIODevice::ReadOnly)) return QStringLiteral("its history can't be read");
-    try {
-        const auto count = chainFromBytes(file.readAll()).size();
-        return count == 1 ? QStringLiteral("1 generation") : QStringLiteral("%1 generations").arg(count);
-    } catch (const HashListError&) {
-        return QStringLiteral("its history is damaged");
-    }
 }
 
 } // namespace
@@ -124,20 +122,6 @@ std::vector<RunSeal> sealRun(const RunSealFacts& facts, const CustodyWatch& watc
     } catch (const StoppedError&) { // what was sealed before it stands
     }
     return seals;
-}
-
-QString sealedFolderNotice(const QString& folder) {
-    const std::optional<QString> sealed = sealedFolderOf(folder);
-    if (!sealed) return {};
-    return QStringLiteral("The folder %1 is sealed (%2): what this run writes there will be new to its seal")
-        .arg(*sealed, generationsText(*sealed));
-}
-
-QString sealedChangeNotice(const QString& path) {
-    const std::optional<QString> sealed = sealedFolderOf(path);
-    if (!sealed) return {};
-    return QStringLiteral("%1 lies in the sealed folder %2: its seal will tell what is changed there as changed")
-        .arg(path, *sealed);
 }
 
 } // namespace ostrel

@@ -1,5 +1,5 @@
 // Seals what a run made: which folders that takes, a generation for each of them, and what the lists say of where every
-// new file comes from. Also what is to be said ahead of a run that writes into a sealed folder.
+// new file comes from.
 //
 // A generation is of a whole folder: whatever else lies in it, sources too, is compared and written down with it.
 // Blocks; for any thread.
@@ -21,10 +21,13 @@ struct RunSeal {
     int generation = 0;  // 0: refused
     QString list;        // path of the folder's own
     QStringList changed; // files that are not what earlier generations told, paths from the folder
+    QStringList rewritten; // likewise, but by this run, which was to change them where they stand
     QStringList missing;
-    QStringList refused; // why nothing was written; sentences
+    QStringList unlisted; // new files that the folder's seal passes over, by its patterns or behind a link
+    QStringList renewed;  // of a generation of what a run touched: all that it lists
+    QStringList refused;  // why nothing was written; sentences
 
-    bool isWhole() const { return refused.isEmpty() && changed.isEmpty() && missing.isEmpty(); }
+    bool isWhole() const { return refused.isEmpty() && changed.isEmpty() && missing.isEmpty() && unlisted.isEmpty(); }
 };
 
 // The folder of all outputs below `outputFolder`, else each output's own. Where one lies at or below a sealed folder,
@@ -34,10 +37,5 @@ QStringList foldersToSeal(const QStringList& outputs, const QString& outputFolde
 // One for each folder, those that were refused too; none where no item has outputs. Only items that succeeded are
 // looked at. A stop leaves the remaining folders out.
 std::vector<RunSeal> sealRun(const RunSealFacts& facts, const CustodyWatch& watch = {});
-
-// For a person, ahead of a run that writes new files into `folder`; empty where that is in no sealed one.
-QString sealedFolderNotice(const QString& folder);
-// For a person, ahead of a change of recordings at or below `path`; empty where that is in no sealed folder.
-QString sealedChangeNotice(const QString& path);
 
 } // namespace ostrel

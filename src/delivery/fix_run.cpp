@@ -26,6 +26,7 @@ void FixRun::carryOut(FixedRecording& fixed, const FileStamp& seen) {
     } else if (options_.inPlace) {
         fixed.remarks = ledger_.prepareFolder(paths::parent(fixed.path));
         fixInPlace(fixed.path, fixed.plan, seen, journal_);
+        fixed.isCorrected = true;
         fixed.status = QStringLiteral("corrected");
     } else {
         writeCopy(fixed);

@@ -28,9 +28,10 @@ struct FixedRecording {
     HeaderFixes plan;
     QString status; // a word or two for a person: what happened on disk
     bool hasFailed = false;
-    QString error;       // a sentence, of a failure
-    QString output;      // the copy; empty: none was written
-    QStringList remarks; // of the folder that was written to
+    bool isCorrected = false; // where it stands
+    QString error;            // a sentence, of a failure
+    QString output;           // the copy; empty: none was written
+    QStringList remarks;      // of the folder that was written to
 };
 
 class FixRun {

@@ -2,7 +2,7 @@
 #include "cli/command.h"
 #include "cli/commands.h"
 #include "cli/delivery/fix_run.h"
-#include "custody/seal_run.h"
+#include "custody/seal_notices.h"
 #include "delivery/check_run.h"
 #include "foundation/run/recording_list.h"
 #include "platform/processes/stop_signals.h"
@@ -60,11 +60,11 @@ public:
 
 private:
     int fix(const QStringList& paths) {
-        for (const QString& path : options_.inPlace ? paths : QStringList()) {
-            if (const QString notice = sealedChangeNotice(path); !notice.isEmpty()) terminal_.error(notice);
-        }
         const QString output =
             options_.output.empty() ? QString() : paths::absolute(QString::fromStdString(options_.output));
+        const QStringList places = output.isEmpty() ? paths : QStringList(output);
+        const QStringList notices = sealNotices(places, options_.inPlace ? SealTouch::changes : SealTouch::adds);
+        for (const QString& notice : options_.dryRun ? QStringList() : notices) terminal_.error(notice);
         const bool isWhole =
             fixRecordings(recordings_, {readerNamed(options_.reader), output, options_.inPlace, options_.dryRun},
                           terminal_, [this] { return signals_.happened(); });

@@ -1,5 +1,10 @@
 #include "cli/delivery/fix_run.h"
 
+#include "cli/job_format.h"
+#include "custody/seal_renewal.h"
+
+#include <algorithm>
+
 namespace ostrel::cli {
 namespace {
 
@@ -31,6 +36,13 @@ void tell(const FixedRecording& fixed, Terminal& terminal) {
     if (fixed.hasFailed) terminal.error(fixed.error);
 }
 
+// Whether each sealed folder has a generation of what was corrected in it.
+bool tellRenewals(const std::vector<RunSeal>& seals, Terminal& terminal) {
+    for (const RunSeal& seal : seals) tellSealFaults(terminal, seal);
+    tellSeals(terminal, seals);
+    return std::all_of(seals.begin(), seals.end(), [](const RunSeal& seal) { return seal.isWhole(); });
+}
+
 } // namespace
 
 bool fixRecordings(const QStringList& recordings, const FixOptions& options, Terminal& terminal,
@@ -38,15 +50,20 @@ bool fixRecordings(const QStringList& recordings, const FixOptions& options, Ter
     FixRun run(recordings, options);
     nlohmann::json files = nlohmann::json::array();
     bool isWhole = true;
+    QStringList corrected;
     for (const QString& recording : recordings) {
         if (isStopped()) break;
         const FixedRecording fixed = run.take(recording);
         tell(fixed, terminal);
         files.push_back(documentOf(fixed));
+        if (fixed.isCorrected) corrected << fixed.path;
         isWhole = isWhole && !fixed.hasFailed;
     }
+    const std::vector<RunSeal> seals = renewSeals(QStringLiteral("check --fix"), corrected);
+    isWhole = tellRenewals(seals, terminal) && isWhole;
     if (terminal.isJson()) {
         nlohmann::json document{{"files", std::move(files)}};
+        if (!seals.empty()) document["seals"] = sealsDocument(seals);
         if (isStopped()) document["stopped"] = true;
         terminal.document(document);
     }

@@ -1,6 +1,7 @@
 // rescue: whole copies of recordings that were never closed.
 #include "cli/command.h"
 #include "cli/commands.h"
+#include "custody/seal_notices.h"
 #include "foundation/run/recording_list.h"
 #include "foundation/run/run_ledger.h"
 #include "platform/files/unique_files.h"
@@ -52,6 +53,7 @@ public:
         const std::optional<QStringList> paths = existingPaths(options_.paths, terminal_);
         if (!paths || !setOptions()) return badUsage;
         if (!collect(*paths)) return someItemFailed;
+        tellSealedFolders(*paths);
         RunLedger ledger(selection_);
         for (const QString& path : selection_) {
             if (signals_.happened()) break;
@@ -95,6 +97,13 @@ private:
         selection_.removeDuplicates();
         if (selection_.isEmpty()) terminal_.error(QStringLiteral("no recordings found"));
         return !selection_.isEmpty();
+    }
+
+    void tellSealedFolders(const QStringList& paths) {
+        if (rescue_.dryRun) return;
+        const QString& output = rescue_.outputFolder;
+        const QStringList notices = sealNotices(output.isEmpty() ? paths : QStringList(output), SealTouch::adds);
+        for (const QString& notice : notices) terminal_.error(notice);
     }
 
     void tell(const RescueItem& item) {
