@@ -17,7 +17,7 @@ struct KnownFile {
     std::optional<quint64> size; // bytes
     std::map<HashFormat, std::set<QByteArray>> digests;
     std::map<HashFormat, QByteArray> lastFailed; // that a list wrote down as another than before; never compared with
-    bool bySizeAlone = false; // an old list holds no digest of it
+    bool bySizeAlone = false;                    // an old list holds no digest of it
 
     void add(const ListEntry& entry);
     void merge(const KnownFile& other);

@@ -74,8 +74,8 @@ QStringList sealedFoldersAround(const QStringList& paths) {
 QStringList sealNotices(const QStringList& paths, SealTouch touch) {
     QStringList notices;
     for (const QString& folder : sealedFoldersAround(paths)) {
-        notices
-            << QStringLiteral("The folder %1 is sealed (%2): %3").arg(folder, generationsText(folder), consequence(touch));
+        notices << QStringLiteral("The folder %1 is sealed (%2): %3")
+                       .arg(folder, generationsText(folder), consequence(touch));
     }
     for (const QString& path : touch == SealTouch::adds ? paths : QStringList()) notices << passedOverNotice(path);
     notices.removeAll(QString());

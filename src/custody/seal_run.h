@@ -18,9 +18,9 @@ struct RunSealFacts {
 
 struct RunSeal {
     QString folder;
-    int generation = 0;  // 0: refused
-    QString list;        // path of the folder's own
-    QStringList changed; // files that are not what earlier generations told, paths from the folder
+    int generation = 0;    // 0: refused
+    QString list;          // path of the folder's own
+    QStringList changed;   // files that are not what earlier generations told, paths from the folder
     QStringList rewritten; // likewise, but by this run, which was to change them where they stand
     QStringList missing;
     QStringList unlisted; // new files that the folder's seal passes over, by its patterns or behind a link

@@ -15,13 +15,16 @@ public:
     QString sourcePath() const override { return source; }
     QString outputFolder() const override { return output; }
     ProvenRun provenRun() const override { return made; }
+    void note(LogLevel level, const QString& message) override { notes << rawText(level) + u' ' + message; }
 
     void choose(const QString& path) {
         source = path;
         Q_EMIT sourceChanged();
     }
     void endRun(const QStringList& files) {
-        ItemOutcome outcome{.status = ProcessingStatus::completed(), .outputs = files};
+        endRun(ItemOutcome{.status = ProcessingStatus::completed(), .outputs = files});
+    }
+    void endRun(const ItemOutcome& outcome) {
         made.items.clear();
         Q_EMIT busyChanged(true, QString());
         made.items.emplace_back(QStringLiteral("p"), outcome);
@@ -31,6 +34,7 @@ public:
     QString source;
     QString output;
     ProvenRun made;
+    QStringList notes;
 };
 
 class CustodyBannerTest : public ::testing::Test {
@@ -122,6 +126,39 @@ TEST_F(CustodyBannerTest, WithdrawsTheOfferWithTheNextSelectionAndTheNextRun) {
     page.choose(path(QStringLiteral("elsewhere")));
     EXPECT_TRUE(offer().isHidden());
     EXPECT_TRUE(banner.isHidden());
+}
+
+TEST_F(CustodyBannerTest, AnEditInPlaceOfASealedRecordingAddsAGeneration) {
+    const QString file = folder.write(QStringLiteral("Day/a.wav"), "a");
+    sealFolder(path(QStringLiteral("Day")));
+    const ItemOutcome outcome{.status = ProcessingStatus::completed(),
+                              .outputs = {file},
+                              .sources = {{file, SourceFate::Kind::replaced, {}}}};
+    const auto told = [this](const QString& text) {
+        return QTest::qWaitFor([&] { return page.notes.filter(text).size() == 1; });
+    };
+    folder.write(QStringLiteral("Day/a.wav"), "another");
+    page.made.job = QStringLiteral("edit");
+    page.endRun(outcome);
+    EXPECT_TRUE(told(QStringLiteral("generation 2, 1 file"))) << page.notes.join(u'\n').toStdString();
+    Q_EMIT page.busyChanged(true, QString());
+    Q_EMIT page.busyChanged(false, QString()); // a scan, which changed nothing
+    folder.write(QStringLiteral("Day/a.wav"), "the third");
+    page.endRun(outcome);
+    EXPECT_TRUE(told(QStringLiteral("generation 3, 1 file"))) << page.notes.join(u'\n').toStdString();
+    EXPECT_EQ(page.notes.filter(QStringLiteral("generation")).size(), 2);
+}
+
+TEST_F(CustodyBannerTest, SaysInTheLogThatTheOutputFolderIsSealed) {
+    folder.write(QStringLiteral("out/a.wav"), "a");
+    sealFolder(path(QStringLiteral("out")));
+    page.output = path(QStringLiteral("out"));
+    page.endRun({});
+    page.endRun({});
+    const QString said = QStringLiteral("will be new to its seal");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !page.notes.filter(said).isEmpty(); }));
+    EXPECT_FALSE(QTest::qWaitFor([&] { return page.notes.filter(said).size() > 1; }, 100)); // once is enough
+    EXPECT_TRUE(page.notes.first().startsWith(QStringLiteral("WARN")));
 }
 
 class SealedDrop : public WindowTest {

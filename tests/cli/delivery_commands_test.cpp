@@ -71,6 +71,18 @@ TEST_F(DeliveryCommands, FixingIsToldAheadAndDoneOnce) {
     EXPECT_EQ(runCli({u"check"_s, u"--in-place"_s, file}).exitStatus, 2); // without --fix
 }
 
+TEST_F(DeliveryCommands, ACorrectionInPlaceAddsAGenerationToTheSealOfItsFolder) {
+    const QString file = writeTake(u"day/7A_2.wav"_s);
+    ASSERT_EQ(runCli({u"seal"_s, path(u"day"_s)}).exitStatus, 0);
+    const CliRun run = runCli({u"check"_s, u"--fix"_s, u"--in-place"_s, u"--json"_s, file});
+    EXPECT_EQ(run.exitStatus, 0) << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains(u"is changed there as changed"_s)) << run.err.toStdString();
+    const nlohmann::json document = run.json();
+    ASSERT_EQ(document["seals"].size(), 1U) << document.dump(1);
+    EXPECT_EQ(document["seals"][0]["generation"], 2);
+    EXPECT_EQ(document["seals"][0]["rewritten"][0], "7A_2.wav");
+}
+
 TEST_F(DeliveryCommands, AReportGoesToItsFileAndReplacesNone) {
     const QString recording = writeTake(u"day/7A_2.wav"_s);
     const QByteArray before = testing::readAll(recording);

@@ -12,9 +12,7 @@ using namespace testing;
 class SealRenewal : public ::testing::Test {
 protected:
     QString path(const QString& relative) const { return folder.path(relative); }
-    void seal(const QString& relative) const {
-        ASSERT_EQ(runCli({u"seal"_s, path(relative)}).exitStatus, 0);
-    }
+    void seal(const QString& relative) const { ASSERT_EQ(runCli({u"seal"_s, path(relative)}).exitStatus, 0); }
     nlohmann::json verified(const QString& relative) const {
         const CliRun run = runCli({u"verify"_s, u"--json"_s, path(relative)});
         nlohmann::json document = run.json();
@@ -58,8 +56,7 @@ TEST_F(SealRenewal, AnEditInPlaceAddsAGenerationOfItsFile) {
 TEST_F(SealRenewal, WithSealTheWholeFolderIsSealedOnce) {
     const QString file = folder.write(u"Day/p.wav"_s, waveBytes({.channels = 2, .frames = 4800}));
     seal(u"Day"_s);
-    const CliRun run =
-        runCli({u"edit"_s, u"--in-place"_s, u"--rename"_s, u"1=Boom"_s, u"--seal"_s, u"--json"_s, file});
+    const CliRun run = runCli({u"edit"_s, u"--in-place"_s, u"--rename"_s, u"1=Boom"_s, u"--seal"_s, u"--json"_s, file});
     EXPECT_EQ(run.exitStatus, 0) << run.err.toStdString();
     const nlohmann::json document = run.json();
     ASSERT_EQ(document["seals"].size(), 1U) << document.dump(1);
@@ -103,8 +100,8 @@ TEST_F(SealRenewal, ACleanInPlaceAddsAGeneration) {
 TEST_F(SealRenewal, OriginalsThatAMergeMovesAreFollowed) {
     writePair(folder, u"Day/Rain"_s);
     seal(u"Day"_s);
-    const CliRun run = runCli(
-        {u"interleave"_s, u"--engine=direct"_s, u"--originals"_s, u"move"_s, u"--json"_s, path(u"Day"_s)});
+    const CliRun run =
+        runCli({u"interleave"_s, u"--engine=direct"_s, u"--originals"_s, u"move"_s, u"--json"_s, path(u"Day"_s)});
     EXPECT_EQ(run.exitStatus, 0) << run.err.toStdString();
     EXPECT_TRUE(run.err.contains(u"will miss what is moved or deleted"_s)) << run.err.toStdString();
     EXPECT_TRUE(run.err.contains(u"will be new to its seal"_s));
@@ -168,8 +165,8 @@ TEST_F(SealRenewal, EveryJobAnnouncesAndSeals) {
     };
     int generation = 1;
     for (const QStringList& job : jobs) {
-        const CliRun run = runCli(job + QStringList{u"--engine=direct"_s, u"--seal"_s, u"--json"_s, u"--output"_s,
-                                                    path(u"out"_s)});
+        const CliRun run =
+            runCli(job + QStringList{u"--engine=direct"_s, u"--seal"_s, u"--json"_s, u"--output"_s, path(u"out"_s)});
         EXPECT_EQ(run.exitStatus, 0) << job.first().toStdString() << run.err.toStdString();
         EXPECT_TRUE(run.err.contains(u"will be new to its seal"_s)) << job.first().toStdString();
         const nlohmann::json document = run.json();

@@ -44,6 +44,7 @@ public:
     void stop() override { viewModel_.stopProcessing(); }
     ProvenRun provenRun() const override;
     QStringList listedRecordings() const override;
+    void note(LogLevel level, const QString& message) override { feed_.note(level, message); }
     QString sourcePath() const override { return viewModel_.sourceURL.value(); }
     QString outputFolder() const override;
     QWidget* firstFocus() override;

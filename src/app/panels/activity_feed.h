@@ -33,6 +33,10 @@ public:
     std::function<QStringList()> outputs;
     std::function<void(const QString& folder)> openFolder;
 
+    void note(LogLevel level, const QString& message) {
+        logEntries.append(logEntry(level, LogCategory::system, message));
+    }
+
     ActivityState state() const { return state_; }
     double progress() const { return progress_; }
     // "2 min left" of a running job, as its speed was until now; empty while that tells nothing.

@@ -3,6 +3,7 @@
 
 #include "app/panels/proven_run.h"
 #include "demo/demo_folder.h"
+#include "foundation/logs/processing_log.h"
 
 #include <QStringList>
 #include <QWidget>
@@ -38,6 +39,9 @@ public:
     virtual QStringList listedRecordings() const { return {}; }
     virtual QString sourcePath() const { return {}; }   // that is chosen: a folder, or the first of several files
     virtual QString outputFolder() const { return {}; } // empty: each file goes beside its source
+
+    // Into the tab's log.
+    virtual void note(LogLevel /*level*/, const QString& /*message*/) {}
 
     // The widget that a person works in first.
     virtual QWidget* firstFocus() { return this; }

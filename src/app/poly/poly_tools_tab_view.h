@@ -40,6 +40,7 @@ public:
     void stop() override;
     ProvenRun provenRun() const override;
     QStringList listedRecordings() const override;
+    void note(LogLevel level, const QString& message) override { feed_.note(level, message); }
     QString sourcePath() const override;
     QString outputFolder() const override;
     QWidget* firstFocus() override; // the mode's view names its first control as its focus proxy

@@ -3,7 +3,8 @@
 #include "app/controls/layouts.h"
 #include "app/panels/tab_page.h"
 #include "custody/seal_glance.h"
-#include "custody/seal_run.h"
+#include "custody/seal_notices.h"
+#include "custody/seal_renewal.h"
 #include "platform/background.h"
 #include "platform/text/text.h"
 
@@ -19,6 +20,37 @@ QStringList madeFiles(const ProvenRun& run) {
         if (outcome.succeeded() && !outcome.wasThere) files << outcome.outputs;
     }
     return files;
+}
+
+struct Renewal {
+    std::map<QString, FileStamp> files;
+    std::vector<RunSeal> seals;
+};
+
+// Of those files that are not what the last renewal saw.
+Renewal renewal(const QString& job, const QStringList& touched, std::map<QString, FileStamp> seen) {
+    QStringList fresh;
+    for (const QString& file : touched) {
+        const std::optional<FileStamp> stamp = FileStamp::of(file);
+        const auto before = seen.find(file);
+        if (!stamp || (before != seen.end() && before->second == *stamp)) continue;
+        fresh << file;
+        seen.insert_or_assign(file, *stamp);
+    }
+    return {std::move(seen), ostrel::renewSeals(job, fresh)};
+}
+
+void tell(const RunSeal& seal, TabPage& page) {
+    for (const QString& reason : seal.refused) page.note(LogLevel::error, reason);
+    if (!seal.refused.isEmpty()) {
+        page.note(LogLevel::error, QStringLiteral("Not sealed, nothing was written: %1").arg(seal.folder));
+        return;
+    }
+    page.note(LogLevel::success, QStringLiteral("Seal renewed: %1, generation %2, %3 %4")
+                                     .arg(seal.folder)
+                                     .arg(seal.generation)
+                                     .arg(seal.renewed.size())
+                                     .arg(plural("file", seal.renewed.size())));
 }
 
 } // namespace
@@ -84,8 +116,10 @@ QCoro::Task<> CustodyBanner::lookAtSource() {
 void CustodyBanner::runChanged(bool isBusy) {
     if (!isBusy) {
         offerSeal();
+        renewSeals();
         return;
     }
+    announce();
     standing_ = madeFiles(page_.provenRun());
     offer_->hide();
     showLines();
@@ -105,6 +139,41 @@ QCoro::Task<> CustodyBanner::offerSeal() {
         offer_->appear(text + QStringLiteral(" in %1 folders").arg(folders.size()), QString());
     }
     showLines();
+}
+
+QCoro::Task<> CustodyBanner::announce() {
+    const QString output = page_.outputFolder();
+    const QString place = output.isEmpty() ? page_.sourcePath() : output;
+    if (place.isEmpty()) co_return;
+    const auto look = [place] { return sealNotices({place}, SealTouch::adds); };
+    const QStringList notices = co_await inBackground(this, look);
+    for (const QString& notice : notices) {
+        if (announced_.contains(notice)) continue;
+        announced_ << notice;
+        page_.note(LogLevel::warning, notice);
+    }
+}
+
+QCoro::Task<> CustodyBanner::renewSeals() {
+    renewsAgain_ = true;
+    if (isRenewing_) co_return;
+    isRenewing_ = true;
+    bool hasSealed = false;
+    while (renewsAgain_) {
+        renewsAgain_ = false;
+        const ProvenRun run = page_.provenRun();
+        std::vector<ItemOutcome> outcomes;
+        for (const auto& [name, outcome] : run.items) outcomes.push_back(outcome);
+        const QStringList touched = touchedRecordings(outcomes);
+        if (touched.isEmpty()) continue;
+        const auto work = [job = run.job, touched, seen = renewed_] { return renewal(job, touched, seen); };
+        Renewal done = co_await inBackground(this, work);
+        renewed_ = std::move(done.files);
+        for (const RunSeal& seal : done.seals) tell(seal, page_);
+        hasSealed = hasSealed || !done.seals.empty();
+    }
+    isRenewing_ = false;
+    if (hasSealed) lookAtSource();
 }
 
 void CustodyBanner::act(CustodyDialog::Work work, const QString& folder) {

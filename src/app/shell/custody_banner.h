@@ -1,13 +1,16 @@
 // Above a tab's page: whether its source is sealed, with "Verify", and after a run that made files, "Seal...". Not
-// there while there is nothing to say.
+// there while there is nothing to say. Into the tab's log goes that a run will write into a sealed folder, and the
+// generation that is added behind one which renamed or changed recordings in one.
 #pragma once
 
 #include "app/controls/controls.h"
 #include "app/shell/custody_dialog.h"
+#include "platform/files/file_stamp.h"
 
 #include <QCoro/QCoroTask>
 #include <QWidget>
 #include <functional>
+#include <map>
 
 namespace ostrel {
 
@@ -48,6 +51,8 @@ public:
 private:
     QCoro::Task<> lookAtSource();
     QCoro::Task<> offerSeal();
+    QCoro::Task<> announce();   // of a scan or a job that begins: each sentence once
+    QCoro::Task<> renewSeals(); // one at a time, since a chain takes one generation at a time
     void runChanged(bool isBusy);
     void act(CustodyDialog::Work work, const QString& folder);
     void showLines();
@@ -55,6 +60,10 @@ private:
     TabPage& page_;
     QString source_;       // that was looked at last
     QStringList standing_; // what was shown as made when the running job or scan began; a run takes that back
+    QStringList announced_;
+    std::map<QString, FileStamp> renewed_; // as a generation has them: a scan behind a run touches nothing
+    bool isRenewing_ = false;
+    bool renewsAgain_ = false;
     CustodyLine* sealed_;
     CustodyLine* offer_;
 };

@@ -48,6 +48,7 @@ public:
     void stop() override;
     ProvenRun provenRun() const override;
     QStringList listedRecordings() const override;
+    void note(LogLevel level, const QString& message) override { feed_.note(level, message); }
     QString sourcePath() const override;
     QString outputFolder() const override { return viewModel_.outputFolder.value(); }
     QWidget* firstFocus() override;
