@@ -2,7 +2,6 @@
 #include "cli/command.h"
 #include "cli/commands.h"
 #include "cli/job_format.h"
-#include "custody/seal_notices.h"
 #include "custody/seal_renewal.h"
 #include "foundation/proof/audio_hashes.h"
 #include "foundation/run/recording_list.h"
@@ -84,7 +83,7 @@ public:
         const std::optional<QStringList> paths = existingPaths(options_.paths, terminal_);
         if (!paths) return badUsage;
         collect(*paths);
-        if (options_.embed) tellSealedFolders(*paths);
+        if (options_.embed) tellSealNotices(terminal_, *paths, SealTouch::changes);
         // By MD5 a processor is the bottleneck, so several files go side by side; without it the disk is.
         forEachInParallel(
             files_.size(), [this](std::size_t i) { take(files_[i]); }, options_.fast ? 1 : parallelWidth());
@@ -116,10 +115,6 @@ private:
         }
         for (const QString& path : selection) files_.push_back({.path = path});
         ledger_ = std::make_unique<RunLedger>(selection);
-    }
-
-    void tellSealedFolders(const QStringList& paths) {
-        for (const QString& notice : sealNotices(paths, SealTouch::changes)) terminal_.error(notice);
     }
 
     void renewSealsOfWritten() {

@@ -27,6 +27,10 @@ void tellForeseen(Terminal& terminal, const QString& name, const QString& forese
     if (!foreseen.isEmpty()) terminal.line(QStringLiteral("%1: %2").arg(name, foreseen));
 }
 
+void tellSealNotices(Terminal& terminal, const QStringList& paths, SealTouch touch) {
+    for (const QString& notice : sealNotices(paths, touch)) terminal.error(notice);
+}
+
 nlohmann::json sealsDocument(const std::vector<RunSeal>& seals) {
     nlohmann::json result = nlohmann::json::array();
     for (const RunSeal& seal : seals) {

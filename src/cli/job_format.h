@@ -4,6 +4,7 @@
 
 #include "cli/terminal.h"
 #include "custody/run_document.h"
+#include "custody/seal_notices.h"
 #include "custody/seal_run.h"
 #include "foundation/records/item_outcome.h"
 
@@ -35,6 +36,9 @@ nlohmann::json jobDocument(const std::string& job, const ExternalToolDetector& d
 
 // A line on an item that a run would refuse; none where `foreseen` is empty.
 void tellForeseen(Terminal& terminal, const QString& name, const QString& foreseen);
+
+// Ahead of a run, on standard error: what it means to the seals of folders at, above or below these.
+void tellSealNotices(Terminal& terminal, const QStringList& paths, SealTouch touch);
 
 // What became of the seals of a run: the "seals" of its document, their lines, and on standard error what is wrong.
 nlohmann::json sealsDocument(const std::vector<RunSeal>& seals);

@@ -178,12 +178,13 @@ TEST_F(SealRenewal, EveryJobAnnouncesAndSeals) {
     EXPECT_EQ(verified(u"out"_s)["exit"], 0);
 }
 
-TEST_F(SealRenewal, RescuesAndCorrectedCopiesAreAnnounced) {
+TEST_F(SealRenewal, RescuesStitchesAndCorrectedCopiesAreAnnounced) {
     folder.write(u"in/p.wav"_s, waveBytes({.frames = 4800}));
     folder.write(u"out/old.txt"_s, "old");
     seal(u"out"_s);
     const QStringList end{u"--output"_s, path(u"out"_s), path(u"in"_s)};
-    for (const QStringList& job : {QStringList{u"rescue"_s}, QStringList{u"check"_s, u"--fix"_s}}) {
+    for (const QStringList& job :
+         {QStringList{u"rescue"_s}, QStringList{u"stitch"_s}, QStringList{u"check"_s, u"--fix"_s}}) {
         EXPECT_TRUE(runCli(job + end).err.contains(u"will be new to its seal"_s)) << job.first().toStdString();
         EXPECT_FALSE(runCli(job + QStringList{u"--dry-run"_s} + end).err.contains(u"sealed"_s));
     }

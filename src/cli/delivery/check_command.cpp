@@ -2,7 +2,7 @@
 #include "cli/command.h"
 #include "cli/commands.h"
 #include "cli/delivery/fix_run.h"
-#include "custody/seal_notices.h"
+#include "cli/job_format.h"
 #include "delivery/check_run.h"
 #include "foundation/run/recording_list.h"
 #include "platform/processes/stop_signals.h"
@@ -63,8 +63,8 @@ private:
         const QString output =
             options_.output.empty() ? QString() : paths::absolute(QString::fromStdString(options_.output));
         const QStringList places = output.isEmpty() ? paths : QStringList(output);
-        const QStringList notices = sealNotices(places, options_.inPlace ? SealTouch::changes : SealTouch::adds);
-        for (const QString& notice : options_.dryRun ? QStringList() : notices) terminal_.error(notice);
+        const SealTouch touch = options_.inPlace ? SealTouch::changes : SealTouch::adds;
+        if (!options_.dryRun) tellSealNotices(terminal_, places, touch);
         const bool isWhole =
             fixRecordings(recordings_, {readerNamed(options_.reader), output, options_.inPlace, options_.dryRun},
                           terminal_, [this] { return signals_.happened(); });

@@ -1,7 +1,7 @@
 // rescue: whole copies of recordings that were never closed.
 #include "cli/command.h"
 #include "cli/commands.h"
-#include "custody/seal_notices.h"
+#include "cli/job_format.h"
 #include "foundation/run/recording_list.h"
 #include "foundation/run/run_ledger.h"
 #include "platform/files/unique_files.h"
@@ -53,7 +53,10 @@ public:
         const std::optional<QStringList> paths = existingPaths(options_.paths, terminal_);
         if (!paths || !setOptions()) return badUsage;
         if (!collect(*paths)) return someItemFailed;
-        tellSealedFolders(*paths);
+        const QString& output = rescue_.outputFolder;
+        if (!rescue_.dryRun) {
+            tellSealNotices(terminal_, output.isEmpty() ? *paths : QStringList(output), SealTouch::adds);
+        }
         RunLedger ledger(selection_);
         for (const QString& path : selection_) {
             if (signals_.happened()) break;
@@ -97,13 +100,6 @@ private:
         selection_.removeDuplicates();
         if (selection_.isEmpty()) terminal_.error(QStringLiteral("no recordings found"));
         return !selection_.isEmpty();
-    }
-
-    void tellSealedFolders(const QStringList& paths) {
-        if (rescue_.dryRun) return;
-        const QString& output = rescue_.outputFolder;
-        const QStringList notices = sealNotices(output.isEmpty() ? paths : QStringList(output), SealTouch::adds);
-        for (const QString& notice : notices) terminal_.error(notice);
     }
 
     void tell(const RescueItem& item) {

@@ -1,6 +1,7 @@
 // stitch: one file of the parts that a recorder wrote.
 #include "cli/command.h"
 #include "cli/commands.h"
+#include "cli/job_format.h"
 #include "custody/run_document.h"
 #include "foundation/run/recording_list.h"
 #include "platform/files/unique_files.h"
@@ -59,6 +60,10 @@ public:
                    .dryRun = options_.dryRun,
                    .proves = options_.proves};
         if (!collect(*paths)) return someItemFailed;
+        const QString& output = stitch_.outputFolder;
+        if (!stitch_.dryRun) {
+            tellSealNotices(terminal_, output.isEmpty() ? *paths : QStringList(output), SealTouch::adds);
+        }
         const std::vector<Series> series = findSeries();
         RunLedger ledger(selection_);
         for (const std::vector<std::size_t>& set : parallelSets(series)) stitch(series, set, ledger);
