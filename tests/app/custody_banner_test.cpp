@@ -107,7 +107,7 @@ TEST_F(CustodyBannerTest, OffersASealOfWhatARunMade) {
 TEST_F(CustodyBannerTest, OffersNothingForARunThatMadeNothing) {
     folder.write(QStringLiteral("Day/a.wav"), "a");
     sealFolder(path(QStringLiteral("Day")));
-    page.endRun({});
+    page.endRun(QStringList());
     page.choose(path(QStringLiteral("Day")));
     ASSERT_TRUE(appears(sealed())); // so whatever the end of the run began is over
     EXPECT_TRUE(offer().isHidden());
@@ -153,8 +153,8 @@ TEST_F(CustodyBannerTest, SaysInTheLogThatTheOutputFolderIsSealed) {
     folder.write(QStringLiteral("out/a.wav"), "a");
     sealFolder(path(QStringLiteral("out")));
     page.output = path(QStringLiteral("out"));
-    page.endRun({});
-    page.endRun({});
+    page.endRun(QStringList());
+    page.endRun(QStringList());
     const QString said = QStringLiteral("will be new to its seal");
     EXPECT_TRUE(QTest::qWaitFor([&] { return !page.notes.filter(said).isEmpty(); }));
     EXPECT_FALSE(QTest::qWaitFor([&] { return page.notes.filter(said).size() > 1; }, 100)); // once is enough
