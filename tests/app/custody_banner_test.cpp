@@ -149,6 +149,18 @@ TEST_F(CustodyBannerTest, AnEditInPlaceOfASealedRecordingAddsAGeneration) {
     EXPECT_EQ(page.notes.filter(QStringLiteral("generation")).size(), 2);
 }
 
+TEST_F(CustodyBannerTest, ATaskThatEndsBehindADialogAddsAGenerationToo) {
+    const QString file = folder.write(QStringLiteral("Day/a.wav"), "a");
+    sealFolder(path(QStringLiteral("Day")));
+    folder.write(QStringLiteral("Day/a.wav"), "another");
+    page.made.items.emplace_back(QStringLiteral("a"), ItemOutcome{.status = ProcessingStatus::completed(),
+                                                                  .outputs = {file},
+                                                                  .sources = {{file, SourceFate::Kind::replaced, {}}}});
+    Q_EMIT page.taskEnded();
+    const QString said = QStringLiteral("generation 2, 1 file");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return page.notes.filter(said).size() == 1; }));
+}
+
 TEST_F(CustodyBannerTest, SaysInTheLogThatTheOutputFolderIsSealed) {
     folder.write(QStringLiteral("out/a.wav"), "a");
     sealFolder(path(QStringLiteral("out")));

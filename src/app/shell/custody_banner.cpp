@@ -96,6 +96,7 @@ CustodyBanner::CustodyBanner(TabPage& page, QWidget* parent)
         lookAtSource();
     });
     connect(&page, &TabPage::busyChanged, this, &CustodyBanner::runChanged);
+    connect(&page, &TabPage::taskEnded, this, [this] { renewSeals(); }); // an export from a dialog is no busy page
     connect(sealed_, &CustodyLine::chosen, this, [this] { act(CustodyDialog::Work::verify, sealed_->folder()); });
     connect(offer_, &CustodyLine::chosen, this, [this] { act(CustodyDialog::Work::seal, offer_->folder()); });
 }
