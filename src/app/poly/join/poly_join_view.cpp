@@ -125,7 +125,8 @@ QWidget* PolyJoinView::makeCommonOptions() {
         new SecondaryLabel(QStringLiteral("✓ Output files will include '_poly' suffix (e.g., 14A-T03_poly.wav)"));
     noSuffixNote_ = new ToneLabel(QString(), ProcessingStatus::Color::orange);
     noSuffixNote_->setWordWrap(false);
-    auto* preserved = new SecondaryLabel(QStringLiteral("Always preserved (iXML, BWF, SMED)"));
+    auto* preserved = new TruncatingText(Qt::ElideRight); // gives way in a narrow window
+    preserved->setText(QStringLiteral("Always preserved (iXML, BWF, SMED)"), true);
     auto* first = rowLayout();
     first->addWidget(keepName_);
     first->addWidget(suffixNote_);
@@ -141,8 +142,8 @@ QWidget* PolyJoinView::makeCommonOptions() {
     second->addSpacing(8);
     second->addWidget(
         conformBox(bindings_, viewModel_.conformsHeaders, viewModel_.engine, QStringLiteral("polytools")));
-    second->addStretch();
-    second->addWidget(preserved);
+    second->addSpacing(8);
+    second->addWidget(preserved, 1);
     auto* column = columnLayout(6);
     column->addLayout(first);
     column->addLayout(second);
