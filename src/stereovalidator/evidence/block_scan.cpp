@@ -1,8 +1,8 @@
 #include "stereovalidator/evidence/block_scan.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <cstring>
 
 #if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__)
 #define OSTREL_WIDE_BLOCKS __attribute__((target_clones("arch=x86-64-v4", "arch=x86-64-v3", "default")))
@@ -21,19 +21,20 @@ constexpr double kLeastDropoutSeconds = 0.001;
 constexpr float kNearZero = 0.02F;
 constexpr float kJump = 0.003F; // -50 dBFS
 
-// A type of the compiler's: arrays would be kept in memory between two turns of the loop.
-using Lanes = float __attribute__((vector_size(kLanes * sizeof(float))));
-
 OSTREL_WIDE_BLOCKS
 BlockSummary summaryOf(const float* samples, std::size_t values) {
-    Lanes sums{};
-    Lanes peaks{};
+    std::array<float, kLanes> sums{};
+    std::array<float, kLanes> peaks{};
+    float* sum = sums.data();
+    float* peak = peaks.data();
     for (std::size_t i = 0; i < values; i += kLanes) {
-        Lanes frames;
-        std::memcpy(&frames, samples + i, sizeof frames);
-        const Lanes magnitudes = frames < 0 ? -frames : frames;
-        sums += frames;
-        peaks = peaks < magnitudes ? magnitudes : peaks;
+#pragma omp simd
+        for (std::size_t lane = 0; lane < kLanes; ++lane) {
+            const float sample = samples[i + lane];
+            const float magnitude = std::fabs(sample);
+            sum[lane] += sample;
+            peak[lane] = peak[lane] < magnitude ? magnitude : peak[lane];
+        }
     }
     BlockSummary result;
     for (std::size_t lane = 0; lane < kLanes; lane += 2) {
